@@ -1,0 +1,39 @@
+# Chooses the CIM server SDK behind the Pegasus/... include paths and offers it as velmar_sdk:
+# the embedded CIM server, or a real OpenPegasus given by PEGASUS_ROOT and PEGASUS_HOME.
+if(PEGASUS_ROOT OR PEGASUS_HOME)
+    set(VELMAR_REAL_PEGASUS TRUE)
+else()
+    set(VELMAR_REAL_PEGASUS FALSE)
+endif()
+
+add_library(velmar_sdk INTERFACE)
+if(NOT VELMAR_REAL_PEGASUS)
+    add_subdirectory(embedded)
+    target_link_libraries(velmar_sdk INTERFACE velmar_embedded)
+    return()
+endif()
+
+if(NOT EXISTS "${PEGASUS_ROOT}/src/Pegasus/Common/Config.h")
+    message(FATAL_ERROR "PEGASUS_ROOT=${PEGASUS_ROOT}: no src/Pegasus/Common/Config.h in it; "
+                        "give the OpenPegasus source tree")
+endif()
+if(NOT PEGASUS_PLATFORM)
+    string(TOUPPER "${CMAKE_SYSTEM_PROCESSOR}" _processor)
+    if(_processor STREQUAL "AMD64")
+        set(_processor X86_64)
+    elseif(_processor MATCHES "^I[3-6]86$")
+        set(_processor IX86)
+    endif()
+    set(PEGASUS_PLATFORM "LINUX_${_processor}_GNU")
+endif()
+message(STATUS "OpenPegasus: ${PEGASUS_ROOT}, platform ${PEGASUS_PLATFORM}")
+
+set(VELMAR_PEGASUS_LIBRARIES "")
+foreach(_name pegclient pegprovider pegcommon)
+    find_library(VELMAR_${_name} ${_name} PATHS "${PEGASUS_HOME}/lib" NO_DEFAULT_PATH)
+    if(NOT VELMAR_${_name})
+        message(FATAL_ERROR "PEGASUS_HOME=${PEGASUS_HOME}: no lib${_name} in its lib folder; "
+                            "give the build output of OpenPegasus")
+    endif()
+    list(APPEND VELMAR_PEGASUS_LIBRARIES "${VELMAR_${_name}}")
+endforeach()

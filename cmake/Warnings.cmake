@@ -1,0 +1,10 @@
+# One place for the flags that every target of the project gets.
+add_library(velmar_flags INTERFACE)
+target_compile_options(velmar_flags INTERFACE -Wall -Wextra)
+if(VELMAR_WERROR)
+    target_compile_options(velmar_flags INTERFACE -Werror)
+endif()
+if(VELMAR_SANITIZE)
+    add_compile_options(-fsanitize=${VELMAR_SANITIZE} -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${VELMAR_SANITIZE})
+endif()
