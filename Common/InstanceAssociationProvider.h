@@ -1,0 +1,90 @@
+// Base class of a provider of one two-ended association class, whose instances it keeps in its
+// cache and from which it answers the four association operations.
+//
+// An association instance is cached like any other. Its path carries two reference keys, one per
+// end; instances that lack either are ignored. An end without keys (a class path) stands for every
+// instance of its class and subclasses. A keyed end matches a request's object by full path
+// equality, and the CIM server gives requests the local host name and the request's namespace: ends
+// must carry the same.
+//
+// Deleting any instance deletes the associations that refer to it, and an association whose end is
+// a class path refers to every instance of that class: it goes with the first of them. A class-path
+// end whose provider's fillProperties asks an association of this same provider never returns.
+//
+// Thread-safe as CachedInstanceProvider is; no lock is held while the CIM server is asked.
+#ifndef VELMAR_REMOTE_COMMON_INSTANCEASSOCIATIONPROVIDER_H
+#define VELMAR_REMOTE_COMMON_INSTANCEASSOCIATIONPROVIDER_H
+
+#include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Provider/CIMAssociationProvider.h>
+
+#include "CachedInstanceProvider.h"
+
+namespace velmar_remote {
+
+class InstanceAssociationProvider : public CachedInstanceProvider,
+                                    public Pegasus::CIMAssociationProvider {
+ public:
+    /// Leaves all names empty; the derived class sets them before requests arrive.
+    InstanceAssociationProvider();
+    /// `CIMClassName` is the association class; the property names are its two reference keys.
+    InstanceAssociationProvider(const Pegasus::String& CIMClassName,
+                                const Pegasus::String& leftPropertyName,
+                                const Pegasus::String& leftClassName,
+                                const Pegasus::String& rightPropertyName,
+                                const Pegasus::String& rightClassName);
+    virtual ~InstanceAssociationProvider();
+
+    // In all four, a role that names neither reference property (letter case counts) throws
+    // CIMException 4, "invalid role" or "invalid resultRole"; an empty role fits both. Duplicates
+    // are not removed. Exceptions of the CIM server and the client pass through.
+
+    /// Delivers the far ends' instances: those of a keyed end through a client connection of its
+    /// own, those of a class-path end one by one. A far end that no longer exists gives nothing.
+    /// `associationClass` is not looked at, `propertyList` is not passed on.
+    virtual void associators(const Pegasus::OperationContext& context,
+                             const Pegasus::CIMObjectPath& objectName,
+                             const Pegasus::CIMName& associationClass,
+                             const Pegasus::CIMName& resultClass, const Pegasus::String& role,
+                             const Pegasus::String& resultRole, Boolean includeQualifiers,
+                             Boolean includeClassOrigin,
+                             const Pegasus::CIMPropertyList& propertyList,
+                             Pegasus::ObjectResponseHandler& handler);
+    /// Delivers the far ends' paths, exactly as the associations hold them.
+    virtual void associatorNames(const Pegasus::OperationContext& context,
+                                 const Pegasus::CIMObjectPath& objectName,
+                                 const Pegasus::CIMName& associationClass,
+                                 const Pegasus::CIMName& resultClass, const Pegasus::String& role,
+                                 const Pegasus::String& resultRole,
+                                 Pegasus::ObjectPathResponseHandler& handler);
+    /// Delivers the matching association instances after fillProperties.
+    virtual void references(const Pegasus::OperationContext& context,
+                            const Pegasus::CIMObjectPath& objectName,
+                            const Pegasus::CIMName& resultClass, const Pegasus::String& role,
+                            Boolean includeQualifiers, Boolean includeClassOrigin,
+                            const Pegasus::CIMPropertyList& propertyList,
+                            Pegasus::ObjectResponseHandler& handler);
+    /// Delivers the matching association instances' paths, as the cache holds them.
+    virtual void referenceNames(const Pegasus::OperationContext& context,
+                                const Pegasus::CIMObjectPath& objectName,
+                                const Pegasus::CIMName& resultClass, const Pegasus::String& role,
+                                Pegasus::ObjectPathResponseHandler& handler);
+
+ protected:
+    Pegasus::String _leftClassName;
+    Pegasus::String _rightClassName;
+    Pegasus::String _leftPropertyName;
+    Pegasus::String _rightPropertyName;
+
+ private:
+    void go(const Pegasus::OperationContext& context, const Pegasus::CIMObjectPath& objectName,
+            const Pegasus::CIMName& associationClass, const Pegasus::CIMName& resultClass,
+            const Pegasus::String& role, const Pegasus::String& resultRole, Boolean inst,
+            Boolean associators, Pegasus::ObjectPathResponseHandler* pathHandler,
+            Pegasus::ObjectResponseHandler* instHandler, Boolean includeQualifiers,
+            Boolean includeClassOrigin, const Pegasus::CIMPropertyList& propertyList);
+};
+
+}  // namespace velmar_remote
+
+#endif

@@ -1,0 +1,3 @@
+#ifndef Pegasus_MessageLoader_h
+#define Pegasus_MessageLoader_h
+#endif
