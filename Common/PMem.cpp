@@ -18,12 +18,10 @@ int handle = -1;
 
 namespace {
 
-constexpr unsigned long PAGE_SIZE_BYTES = 0x1000;
+constexpr unsigned long PAGE_BYTES = 0x1000;
 constexpr unsigned long WINDOW_SIZE = 0x10000;
 
-constexpr unsigned long pageOf(unsigned long address) {
-    return address & ~(PAGE_SIZE_BYTES - 1);
-}
+constexpr unsigned long pageOf(unsigned long address) { return address & ~(PAGE_BYTES - 1); }
 
 // A range of physical memory mapped into the process. Starts out mapping nothing.
 class Window {
@@ -39,15 +37,11 @@ class Window {
         unmap();
         const unsigned long page = pageOf(address);
         const unsigned long offset = address - page;
-        // One past the last byte must be an address too.
-        if (length > ULONG_MAX - address - PAGE_SIZE_BYTES) {
-            return false;
-        }
-        const unsigned long needed = pageOf(offset + length + PAGE_SIZE_BYTES - 1);
+        const unsigned long needed = pageOf(offset + length + PAGE_BYTES - 1);
         // A kernel that guards its memory refuses a mapping as a whole when it touches one guarded
         // page, and the firmware area ends right below such pages.
         return map(page, std::max(WINDOW_SIZE, needed)) ||
-               (needed != 0 && needed < WINDOW_SIZE && map(page, needed));
+               (needed < WINDOW_SIZE && map(page, needed));
     }
 
     bool covers(unsigned long address, unsigned long length) const {
@@ -119,20 +113,22 @@ long PMem::read(void* retval, unsigned long phys_addr, long length) {
 unsigned long PMem::search(char* match, unsigned long start_addr, unsigned long end_addr,
                            long step_size) {
     const unsigned long match_length = std::strlen(match);
+    if (match_length == 0 && start_addr < end_addr) {
+        return start_addr;
+    }
     const unsigned long step = step_size > 0 ? static_cast<unsigned long>(step_size) : ULONG_MAX;
     Window window;
-    // The page that was refused last: its other candidates need no further attempt.
-    bool refused = false;
+    // The page whose last candidate was refused: those after it need the same page and more.
+    bool any_refused = false;
     unsigned long refused_page = 0;
     for (unsigned long i = start_addr; i < end_addr; i += step) {
-        if (!(refused && pageOf(i) == refused_page)) {
-            if (window.covers(i, match_length) || window.moveTo(i, match_length)) {
-                if (std::memcmp(window.at(i), match, match_length) == 0) {
-                    return i;
-                }
-            } else  {
-                refused = true; refused_page = pageOf(i);
-            }
+        if (any_refused && pageOf(i) == refused_page) {
+            // Passed over.
+        } else if (!window.covers(i, match_length) && !window.moveTo(i, match_length)) {
+            any_refused = true;
+            refused_page = pageOf(i);
+        } else if (std::memcmp(window.at(i), match, match_length) == 0) {
+            return i;
         }
         if (step >= end_addr - i) {
             break;

@@ -24,6 +24,7 @@ else()
     install(FILES "${PROJECT_SOURCE_DIR}/embedded/server/Server.h"
                   "${PROJECT_SOURCE_DIR}/embedded/server/Schema.h"
                   "${PROJECT_SOURCE_DIR}/embedded/server/Mof.h"
+                  "${PROJECT_SOURCE_DIR}/embedded/server/RecordingHandlers.h"
             DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/velmar_remote/embedded/server")
     set(VELMAR_PC_CFLAGS "-I\${includedir}/velmar_remote/embedded")
     set(VELMAR_PC_LIBS "-lvelmar_embedded -lpthread -ldl")

@@ -2,7 +2,6 @@
 #include <Pegasus/Common/CIMMethod.h>
 #include <Pegasus/Common/CIMParameter.h>
 #include <Pegasus/Common/CIMProperty.h>
-#include <Pegasus/Common/Exception.h>
 
 #include <charconv>
 

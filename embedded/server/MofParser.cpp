@@ -1,7 +1,6 @@
 #include "server/MofParser.h"
 
 #include <Pegasus/Common/CIMFlavor.h>
-#include <Pegasus/Common/Exception.h>
 
 #include <algorithm>
 #include <iterator>

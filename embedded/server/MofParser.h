@@ -8,6 +8,8 @@
 #include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMName.h>
+#include <Pegasus/Common/CIMStatusCode.h>
+#include <Pegasus/Common/Exception.h>
 
 #include <functional>
 #include <string>

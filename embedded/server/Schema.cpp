@@ -42,13 +42,12 @@ struct StoredClass {
     }
     // The definition of a property that an instance has; 4 if the class has none that fits.
     CIMConstProperty definitionOf(const CIMConstProperty& property) const {
-        const CIMClass& constant = definition;
         const String name =
             definition.getClassName().getString() + String(".") + property.getName().getString();
-        const Uint32 index = constant.findProperty(property.getName());
+        const Uint32 index = definition.findProperty(property.getName());
         if (index == PEG_NOT_FOUND)
             throw CIMException(CIM_ERR_INVALID_PARAMETER, name + String(": no such property"));
-        const CIMConstProperty declared = constant.getProperty(index);
+        const CIMConstProperty declared = definition.getProperty(index);
         if (declared.getType() != property.getType() || declared.isArray() != property.isArray())
             throw CIMException(CIM_ERR_INVALID_PARAMETER,
                                name + String(": wrong type ") +
@@ -77,11 +76,10 @@ void copyQualifiers(Feature& to, const Feature& from) {
 CIMInstance StoredClass::complete(const CIMInstance& given) const {
     for (Uint32 i = 0; i < given.getPropertyCount(); ++i)
         definitionOf(given.getProperty(i));
-    const CIMClass& constant = definition;
     CIMInstance result(definition.getClassName());
     copyQualifiers(result, given);
-    for (Uint32 i = 0; i < constant.getPropertyCount(); ++i) {
-        const CIMConstProperty declared = constant.getProperty(i);
+    for (Uint32 i = 0; i < definition.getPropertyCount(); ++i) {
+        const CIMConstProperty declared = definition.getProperty(i);
         const Uint32 index = given.findProperty(declared.getName());
         const CIMValue value =
             index == PEG_NOT_FOUND ? declared.getValue() : given.getProperty(index).getValue();

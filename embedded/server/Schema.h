@@ -41,6 +41,7 @@ class Schema {
     void declareQualifier(const Pegasus::CIMNamespaceName& nameSpace,
                           const QualifierDeclaration& declaration);
     /// False when the namespace has no declaration of that name; `declaration` is then unchanged.
+    /// 3.
     bool findQualifier(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& name,
                        QualifierDeclaration& declaration) const;
 
@@ -76,7 +77,8 @@ class Schema {
     /// Stored instances of exactly this class, in the order of their creation. 3, 5.
     Pegasus::Array<Pegasus::CIMInstance> instances(const Pegasus::CIMNamespaceName& nameSpace,
                                                    const Pegasus::CIMName& className) const;
-    /// Sets the properties that `instance` has on the stored one at its path. 3, 5, 6.
+    /// Sets the properties that `instance` has on the stored one at its path. 3, 5, 6, and 4 as for
+    /// createInstance or for a key that would change.
     void modifyInstance(const Pegasus::CIMNamespaceName& nameSpace,
                         const Pegasus::CIMInstance& instance);
     /// 3, 5, 6.

@@ -18,8 +18,8 @@
 namespace Pegasus {
 
 /// Heads the storage of an array; the elements follow in the same allocation.
-struct PEGASUS_EXPORT alignas(std::max_align_t) ArrayRep {
-    std::atomic<Uint32> refs;
+struct PEGASUS_EXPORT ArrayRep {
+    alignas(std::max_align_t) std::atomic<Uint32> refs;
     Uint32 size;
     Uint32 capacity;
 

@@ -64,10 +64,10 @@ class PEGASUS_EXPORT Tracer {
  public:
     /// Names by component number.
     static char const* TRACE_COMPONENT_LIST[];
-    static const Uint32 LEVEL1 = 1 << 0;
-    static const Uint32 LEVEL2 = 1 << 1;
-    static const Uint32 LEVEL3 = 1 << 2;
-    static const Uint32 LEVEL4 = 1 << 3;
+    static inline const Uint32 LEVEL1 = 1 << 0;
+    static inline const Uint32 LEVEL2 = 1 << 1;
+    static inline const Uint32 LEVEL3 = 1 << 2;
+    static inline const Uint32 LEVEL4 = 1 << 3;
 
     /// Fills `token`, which keeps the pointer `method` until exit; writes at level 5 only.
     static void traceEnter(TracerToken& token, const char* file, size_t line,
@@ -111,7 +111,7 @@ class PEGASUS_EXPORT Tracer {
     }
 
  private:
-    static const Uint32 LEVEL5 = 1 << 4;
+    static inline const Uint32 LEVEL5 = 1 << 4;
     static void writeMethod(const char* what, const TracerToken& token, const char* file,
                             size_t line);
 

@@ -1,0 +1,130 @@
+#include "SmBios.h"
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+
+#include "SmBiosInitializer.h"
+
+namespace velmar_remote {
+
+// Before every ordinary static initialiser of whatever links this, which may already ask for the
+// table, and after _empty, wherever the linker puts the two: priorities order across objects.
+__attribute__((init_priority(102))) SmBios _smbios = SmBiosInitializer();
+
+namespace {
+
+constexpr std::size_t HEADER_SIZE = 4;
+
+// Writes each element between angle brackets, converted to what the stream shall write.
+template <class As, class T>
+std::ostream& print(std::ostream& os, const std::vector<T>& elements) {
+    for (const T& element : elements) {
+        os << "<" << static_cast<As>(element) << ">";
+    }
+    return os;
+}
+
+}  // namespace
+
+SmBios::Table::Table(const std::vector<uint8_t>& bytes) : Table(bytes.data(), bytes.size()) {}
+
+SmBios::Table::Table(const uint8_t* bytes, std::size_t size) : Table() {
+    if (size < HEADER_SIZE) {
+        return;
+    }
+    _type = bytes[0];
+    _length = bytes[1];
+    _handle = static_cast<uint16_t>(bytes[2] | bytes[3] << 8);
+    std::size_t end = std::min<std::size_t>(_length, size);
+    while (end < size && !(end + 1 < size && bytes[end] == 0 && bytes[end + 1] == 0)) {
+        ++end;
+    }
+    _data.reserve(end + 2);
+    _data.assign(bytes, bytes + end);
+    _data.insert(_data.end(), 2, 0);
+}
+
+uint8_t SmBios::Table::getByte(uint8_t i) const {
+    if (i >= _data.size()) {
+        throw std::out_of_range("");
+    }
+    return _data[i];
+}
+
+uint64_t SmBios::Table::getLittleEndian(uint8_t i, unsigned width) const {
+    // A structure that was cut off is shorter than it states.
+    if (i + width > std::min<std::size_t>(_length, _data.size())) {
+        throw std::out_of_range("");
+    }
+    uint64_t value = 0;
+    for (unsigned n = width; n > 0; --n) {
+        value = value << 8 | _data[i + n - 1];
+    }
+    return value;
+}
+
+uint16_t SmBios::Table::getWord(uint8_t i) const {
+    return static_cast<uint16_t>(getLittleEndian(i, 2));
+}
+
+uint32_t SmBios::Table::getDWord(uint8_t i) const {
+    return static_cast<uint32_t>(getLittleEndian(i, 4));
+}
+
+uint64_t SmBios::Table::getQWord(uint8_t i) const { return getLittleEndian(i, 8); }
+
+char* SmBios::Table::getString(uint8_t i) const {
+    if (i == 0) {
+        return nullptr;
+    }
+    // Every string ends before the last byte, which is the NUL that closes the set.
+    std::size_t position = _length;
+    for (uint8_t number = 1; position + 1 < _data.size(); ++number) {
+        const char* string = reinterpret_cast<const char*>(&_data[position]);
+        if (number == i) {
+            return const_cast<char*>(string);
+        }
+        position += std::strlen(string) + 1;
+    }
+    throw std::out_of_range("");
+}
+
+SmBios::SmBios() : SmBios(_smbios) {}
+
+SmBios::SmBios(const std::vector<uint8_t>& bytes) : _version(0) {
+    std::size_t position = 0;
+    while (position < bytes.size()) {
+        Table table(bytes.data() + position, bytes.size() - position);
+        if (table._data.empty()) {
+            break;
+        }
+        position += table._data.size();
+        _tables.push_back(std::move(table));
+    }
+}
+
+uint8_t SmBios::find(uint8_t type) const {
+    constexpr uint8_t NONE = 255;
+    const std::size_t reachable = std::min<std::size_t>(_tables.size(), NONE);
+    for (std::size_t i = 0; i < reachable; ++i) {
+        if (_tables[i]._type == type) {
+            return static_cast<uint8_t>(i);
+        }
+    }
+    return NONE;
+}
+
+std::ostream& operator<<(std::ostream& os, const std::vector<char*>& strings) {
+    return print<const char*>(os, strings);
+}
+
+std::ostream& operator<<(std::ostream& os, const std::vector<uint16_t>& words) {
+    return print<unsigned>(os, words);
+}
+
+std::ostream& operator<<(std::ostream& os, const std::vector<uint8_t>& bytes) {
+    return print<unsigned>(os, bytes);
+}
+
+}  // namespace velmar_remote

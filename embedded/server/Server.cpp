@@ -1,0 +1,93 @@
+#include "server/Server.h"
+
+#include <Pegasus/Common/Exception.h>
+
+#include <stdexcept>
+#include <utility>
+
+#include "server/Core.h"
+
+using namespace Pegasus;
+
+namespace velmar_embedded {
+
+struct Server::Impl {
+    std::shared_ptr<Core> core = std::make_shared<Core>();
+
+    // Runs a compilation into a namespace and registers what it brought.
+    template <class Compile>
+    void compile(const std::string& file, const std::string& nameSpace, Compile compile) {
+        try {
+            compile(CIMNamespaceName(nameSpace.c_str()));
+            core->registrar().readInstances();
+        } catch (const RegistrationError& e) {
+            throw MofError(file, 0, e.what());
+        } catch (const InvalidNamespaceNameException& e) {
+            throw MofError(file, 0, std::string(e.getMessage().getCString()));
+        }
+    }
+
+    void registerProvider(const std::string& name, ProviderFactory create,
+                          const std::vector<Capabilities>& capabilities) {
+        auto provider = core->registry().addProvider(
+            name, std::move(create), [core = core.get(), name] { return core->makeHandle(name); });
+        for (const Capabilities& served : capabilities)
+            core->registry().addCapabilities(provider, served);
+    }
+};
+
+Server::Server() : _impl(std::make_unique<Impl>()) {}
+
+Server::~Server() { stop(); }
+
+void Server::compileMof(const std::string& nameSpace, const std::string& file) {
+    _impl->compile(file, nameSpace, [&](const CIMNamespaceName& into) {
+        velmar_embedded::compileMof(schema(), into, file);
+    });
+}
+
+void Server::compileMofText(const std::string& nameSpace, const std::string& text,
+                            const std::string& name) {
+    _impl->compile(name, nameSpace, [&](const CIMNamespaceName& into) {
+        velmar_embedded::compileMofText(schema(), into, text, name);
+    });
+}
+
+void Server::addProviderDirectory(const std::string& directory) {
+    _impl->core->registrar().addDirectory(directory);
+}
+
+void Server::registerProvider(const std::string& name, CIMProvider* provider,
+                              const std::vector<Capabilities>& capabilities) {
+    // The owner deletes the object if no request ever asks for it.
+    auto owner = std::make_shared<std::unique_ptr<CIMProvider>>(provider);
+    registerProvider(
+        name, [owner] { return owner->release(); }, capabilities);
+}
+
+void Server::registerProvider(const std::string& name, std::function<CIMProvider*()> create,
+                              const std::vector<Capabilities>& capabilities) {
+    auto checked = [name, create = std::move(create)] {
+        CIMProvider* provider = create();
+        if (!provider)
+            throw std::runtime_error("there is no object of provider " + name);
+        return provider;
+    };
+    _impl->registerProvider(name, checked, capabilities);
+}
+
+void Server::start() { _impl->core->start(); }
+
+void Server::stop() { _impl->core->stop(); }
+
+Schema& Server::schema() { return _impl->core->schema(); }
+
+void Server::observeCalls(std::function<void(const ProviderCall&)> observer) {
+    _impl->core->observeCalls(std::move(observer));
+}
+
+void Server::observeArrivals(std::function<void(const Arrival&)> observer) {
+    _impl->core->observeArrivals(std::move(observer));
+}
+
+}  // namespace velmar_embedded

@@ -1,0 +1,18 @@
+// The typed value of a parameter that came as text.
+#ifndef VELMAR_EMBEDDED_TEXT_VALUE_H
+#define VELMAR_EMBEDDED_TEXT_VALUE_H
+
+#include <Pegasus/Common/CIMType.h>
+#include <Pegasus/Common/CIMValue.h>
+
+namespace velmar_embedded {
+
+/// Converts a string, an array of strings, or a single value of another type (through its text).
+/// Anything else is given back as it is; an array-ness that is not the declared one too. Throws
+/// CIMException (CIM_ERR_INVALID_PARAMETER) naming parameter and text that do not fit the type.
+Pegasus::CIMValue typedValue(const Pegasus::String& parameterName, const Pegasus::CIMValue& value,
+                             Pegasus::CIMType type, bool isArray);
+
+}  // namespace velmar_embedded
+
+#endif

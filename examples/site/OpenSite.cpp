@@ -1,0 +1,36 @@
+#include "OpenSite.h"
+
+#include <Pegasus/Common/Exception.h>
+#include <Pegasus/Common/Tracer.h>
+#include <stdlib.h>
+
+#include <mutex>
+
+#include "SiteModel.h"
+
+using namespace Pegasus;
+
+namespace site {
+
+std::shared_ptr<const Site> openSite() {
+    static std::mutex mutex;
+    static std::weak_ptr<const Site> shared;
+    const std::lock_guard<std::mutex> lock(mutex);
+    std::shared_ptr<const Site> result = shared.lock();
+    if (result) {
+        return result;
+    }
+    const char* const file = getenv("VELMAR_SITE_FILE");
+    try {
+        result = std::make_shared<const Site>(
+            loadSite(file != nullptr ? file : "/etc/velmar_remote/site.json"));
+    } catch (const SiteError& error) {
+        // The server tells clients only that the provider could not be initialized.
+        PEG_TRACE((TraceComponentId(36), Tracer::LEVEL1, "Site: %s", error.what()));
+        throw CIMException(CIM_ERR_FAILED, toString(error.what()));
+    }
+    shared = result;
+    return result;
+}
+
+}  // namespace site
