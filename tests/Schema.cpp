@@ -173,6 +173,8 @@ TEST_F(SchemaTest, Errors) {
     unknown.addProperty(CIMProperty(CIMName("Nope"), CIMValue(Uint32(1))));
     CIMInstance wrong = base("y");
     wrong.addProperty(CIMProperty(CIMName("count"), CIMValue(Sint32(1))));
+    CIMInstance single = base("y");
+    single.addProperty(CIMProperty(CIMName("Notes"), CIMValue(String("one"))));
     CIMInstance renamed = base("y");
     renamed.setPath(path);
     const CIMObjectPath absent("Base.Id=\"y\"");
@@ -200,6 +202,7 @@ TEST_F(SchemaTest, Errors) {
         {[&] { schema.createInstance(NS, base("x")); }, "11 Base.Id=\"x\""},
         {[&] { schema.createInstance(NS, unknown); }, "4 Base.Nope: no such property"},
         {[&] { schema.createInstance(NS, wrong); }, "4 Base.count: wrong type sint32"},
+        {[&] { schema.createInstance(NS, single); }, "4 Base.Notes: wrong type string"},
         {[&] { schema.getInstance(NS, absent); }, "6 Base.Id=\"y\""},
         {[&] { schema.getInstance(NS, CIMObjectPath("A.Id=\"y\"")); }, "5 A"},
         {[&] { schema.instances(NS, CIMName("A")); }, "5 A"},

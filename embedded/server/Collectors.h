@@ -10,6 +10,7 @@
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMParamValue.h>
 #include <Pegasus/Common/CIMValue.h>
+#include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/ResponseHandler.h>
 
 namespace velmar_embedded {

@@ -43,6 +43,10 @@ Pegasus::CIMObjectPath providerPath(
     const Request& request, const Pegasus::CIMName& className,
     const Pegasus::Array<Pegasus::CIMKeyBinding>& keys = Pegasus::Array<Pegasus::CIMKeyBinding>());
 
+/// The class as the request's flags and property list want it; its path holds the name alone.
+Pegasus::CIMClass classFor(const Services& services, const Request& request,
+                           const Pegasus::CIMName& className);
+
 /// Runs the tasks in parallel on workers and throws the failure of the first that failed.
 void fanOut(Services& services, std::vector<std::function<void()>> tasks);
 

@@ -45,6 +45,8 @@ void dropFeatures(CIMClass& cimClass, bool localOnly, const CIMPropertyList& pro
     }
 }
 
+}  // namespace
+
 CIMClass classFor(const Services& services, const Request& request, const CIMName& className) {
     CIMClass cimClass = services.schema.getClass(request.nameSpace, className);
     dropFeatures(cimClass, request.localOnly, request.propertyList);
@@ -55,8 +57,6 @@ CIMClass classFor(const Services& services, const Request& request, const CIMNam
     cimClass.setPath(CIMObjectPath(String(), CIMNamespaceName(), cimClass.getClassName()));
     return cimClass;
 }
-
-}  // namespace
 
 Answer serveClass(Services& services, const Request& request) {
     Answer answer;

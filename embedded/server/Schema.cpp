@@ -302,8 +302,7 @@ CIMObjectPath Schema::createInstance(const CIMNamespaceName& nameSpace,
                                      const CIMInstance& instance) {
     std::unique_lock lock(_lock);
     StoredClass& stored = find(nameSpace).find(instance.getClassName(), CIM_ERR_INVALID_CLASS);
-    // Cloned, since values that hold instances would be shared with the caller else.
-    const CIMInstance completed = stored.complete(instance).clone();
+    const CIMInstance completed = stored.complete(instance);
     const CIMObjectPath path = completed.getPath();
     if (stored.byPath.count(path) != 0)
         throw CIMException(CIM_ERR_ALREADY_EXISTS, path.toString());

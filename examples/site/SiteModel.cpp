@@ -66,11 +66,11 @@ CIMInstance link(const char* className, const char* leftName, const CIMObjectPat
     return instance;
 }
 
-CIMObjectPath pathOf(const HostingSystem& system) {
+CIMObjectPath systemPath(const HostingSystem& system) {
     return pathOf(HOSTING_SYSTEM, "Name", systemName(system));
 }
 
-CIMObjectPath pathOf(const HostingSystem& system, const Partition& partition) {
+CIMObjectPath partitionPath(const HostingSystem& system, const Partition& partition) {
     return pathOf(PARTITION, "Name", partitionName(system, partition));
 }
 
@@ -175,9 +175,9 @@ Array<CIMInstance> components(const Site& site) {
             contains(pathOf(CONTROL_POINT, "UUID", point.uuid));
         }
         for (const HostingSystem& system : domain.systems) {
-            contains(pathOf(system));
+            contains(systemPath(system));
             for (const Partition& partition : system.partitions) {
-                contains(pathOf(system, partition));
+                contains(partitionPath(system, partition));
             }
         }
     }
@@ -187,8 +187,8 @@ Array<CIMInstance> components(const Site& site) {
 Array<CIMInstance> hosting(const Site& site) {
     Array<CIMInstance> result;
     forEachPartition(site, [&](const HostingSystem& system, const Partition& partition) {
-        result.append(
-            link(HOSTING, "Antecedent", pathOf(system), "Dependent", pathOf(system, partition)));
+        result.append(link(HOSTING, "Antecedent", systemPath(system), "Dependent",
+                           partitionPath(system, partition)));
     });
     return result;
 }
@@ -197,7 +197,7 @@ Array<CIMInstance> packaging(const Site& site) {
     Array<CIMInstance> result;
     forEachSystem(site, [&](const HostingSystem& system) {
         result.append(link(PACKAGING, "Antecedent", pathOf(PACKAGE, "Tag", system.packageTag),
-                           "Dependent", pathOf(system)));
+                           "Dependent", systemPath(system)));
     });
     return result;
 }

@@ -183,7 +183,7 @@ CIMObjectPath::Rep& CIMObjectPath::own() {
     if (!_rep) {
         _rep = new Rep;
     } else if (_rep->refs.load(std::memory_order_acquire) != 1) {
-        Rep* copy = new Rep(*_rep);
+        Rep* copy = new Rep(static_cast<const PathParts&>(*_rep));
         release(_rep);
         _rep = copy;
     }

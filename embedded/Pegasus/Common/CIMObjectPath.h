@@ -80,7 +80,7 @@ class PEGASUS_EXPORT CIMObjectPath {
     void set(const String& objectName);
     CIMObjectPath& operator=(const String& objectName);
 
-    // What the getters return is valid until the path is assigned, cleared or destroyed.
+    // What the getters return is valid until the path changes.
     const String& getHost() const;
     /// Also accepts this system's own name, whatever its form.
     void setHost(const String& host);

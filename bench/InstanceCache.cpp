@@ -1,0 +1,159 @@
+// The instance cache beside the bare table that it stands on (with ready-made keys) and a plain
+// std::unordered_map from path text; and what a lookup is made of.
+#include "Common/InstanceCache.h"
+
+#include <benchmark/benchmark.h>
+
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "Common/Util.h"
+#include "support/Objects.h"
+
+using namespace Pegasus;
+using velmar_remote::InstanceCache;
+using velmar_remote::localize;
+using velmar_remote::PathHashFunc;
+
+namespace {
+
+typedef HashTable<CIMObjectPath, CIMInstance, EqualFunc<CIMObjectPath>, PathHashFunc> Table;
+
+std::vector<CIMInstance> instances(int64_t count) {
+    std::vector<CIMInstance> result;
+    for (int64_t i = 0; i < count; i++) {
+        result.push_back(support::instanceAt(
+            "//host.example/root/velmar_remote:QORP_LPAR_CS.CreationClassName=\"QORP_LPAR_CS\","
+            "Name=\"" + std::to_string(i) + "*9119-FHA*02ABCDE\""));
+    }
+    return result;
+}
+
+struct Filled {
+    explicit Filled(int64_t count) : objects(instances(count)), missing(instances(count + 1)) {
+        cache.setIsAP();
+        for (const CIMInstance& object : objects) {
+            cache.insert(object);
+            keys.push_back(localize(object.getPath()));
+            table.insert(keys.back(), object);
+            map[support::text(keys.back())] = object;
+        }
+        absent = missing.back().getPath();
+    }
+    std::vector<CIMInstance> objects;
+    std::vector<CIMInstance> missing;
+    std::vector<CIMObjectPath> keys;
+    CIMObjectPath absent;
+    InstanceCache cache;
+    Table table;
+    std::unordered_map<std::string, CIMInstance> map;
+    std::mutex mutex;
+};
+
+// One benchmark per operation: `work` is given the filled containers and a running index.
+template <class Work>
+void run(benchmark::State& state, Work work) {
+    Filled filled(state.range(0));
+    size_t i = 0;
+    for (auto _ : state) {
+        work(filled, i);
+        i = (i + 1) % filled.objects.size();
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+void LookupHit_Cache(benchmark::State& state) {
+    run(state, [](Filled& f, size_t i) {
+        CIMInstance found;
+        benchmark::DoNotOptimize(f.cache.lookup(f.objects[i].getPath(), found));
+    });
+}
+void LookupHit_LocalizeTextTable(benchmark::State& state) {
+    // What a lookup cannot do without: the localized key, its text, and one search of the table.
+    run(state, [](Filled& f, size_t i) {
+        CIMInstance found;
+        const CIMObjectPath key = localize(f.objects[i].getPath());
+        benchmark::DoNotOptimize(f.table.lookup(key, found));
+    });
+}
+void LookupHit_BareTable(benchmark::State& state) {
+    run(state, [](Filled& f, size_t i) {
+        CIMInstance found;
+        benchmark::DoNotOptimize(f.table.lookup(f.keys[i], found));
+    });
+}
+void LookupHit_UnorderedMap(benchmark::State& state) {
+    run(state, [](Filled& f, size_t i) {
+        const std::string text = support::text(localize(f.objects[i].getPath()));
+        const std::lock_guard<std::mutex> lock(f.mutex);
+        CIMInstance found = f.map.find(text)->second;
+        benchmark::DoNotOptimize(found);
+    });
+}
+void LookupMiss_Cache(benchmark::State& state) {
+    run(state, [](Filled& f, size_t) {
+        CIMInstance found;
+        benchmark::DoNotOptimize(f.cache.lookup(f.absent, found));
+    });
+}
+void LookupMiss_UnorderedMap(benchmark::State& state) {
+    run(state, [](Filled& f, size_t) {
+        const std::string text = support::text(localize(f.absent));
+        const std::lock_guard<std::mutex> lock(f.mutex);
+        benchmark::DoNotOptimize(f.map.find(text));
+    });
+}
+void Replace_Cache(benchmark::State& state) {
+    run(state, [](Filled& f, size_t i) { f.cache.replace(f.objects[i]); });
+}
+void RemoveInsert_Cache(benchmark::State& state) {
+    run(state, [](Filled& f, size_t i) {
+        f.cache.remove(f.objects[i].getPath());
+        f.cache.insert(f.objects[i]);
+    });
+}
+void RemoveInsert_BareTable(benchmark::State& state) {
+    run(state, [](Filled& f, size_t i) {
+        f.table.remove(f.keys[i]);
+        f.table.insert(f.keys[i], f.objects[i]);
+    });
+}
+void RemoveInsert_UnorderedMap(benchmark::State& state) {
+    run(state, [](Filled& f, size_t i) {
+        const std::string text = support::text(localize(f.objects[i].getPath()));
+        const std::lock_guard<std::mutex> lock(f.mutex);
+        f.map.erase(text);
+        f.map.emplace(text, f.objects[i]);
+    });
+}
+void InsertPresent_Cache(benchmark::State& state) {
+    run(state, [](Filled& f, size_t i) { f.cache.insert(f.objects[i]); });
+}
+void GetInstances_Cache(benchmark::State& state) {
+    run(state, [](Filled& f, size_t) {
+        Array<CIMInstance> all;
+        f.cache.getInstances(all);
+        benchmark::DoNotOptimize(all);
+    });
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+#define SIZES ->Arg(100)->Arg(1000)->Arg(10000)
+BENCHMARK(LookupHit_Cache) SIZES;
+BENCHMARK(LookupHit_LocalizeTextTable) SIZES;
+BENCHMARK(LookupHit_BareTable) SIZES;
+BENCHMARK(LookupHit_UnorderedMap) SIZES;
+BENCHMARK(LookupMiss_Cache) SIZES;
+BENCHMARK(LookupMiss_UnorderedMap) SIZES;
+BENCHMARK(Replace_Cache) SIZES;
+BENCHMARK(RemoveInsert_Cache) SIZES;
+BENCHMARK(RemoveInsert_BareTable) SIZES;
+BENCHMARK(RemoveInsert_UnorderedMap) SIZES;
+BENCHMARK(InsertPresent_Cache) SIZES;
+BENCHMARK(GetInstances_Cache) SIZES;
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,38 @@
+// A provider module as a real one is built: knows one provider name, serves one instance.
+#include <Pegasus/Provider/CIMInstanceProvider.h>
+
+using namespace Pegasus;
+
+namespace {
+
+class ModuleProvider : public CIMInstanceProvider {
+ public:
+    void initialize(CIMOMHandle&) override { _initialized++; }
+    void terminate() override { delete this; }
+    void getInstance(const OperationContext&, const CIMObjectPath& path, Boolean, Boolean,
+                     const CIMPropertyList&, InstanceResponseHandler& handler) override {
+        handler.processing();
+        CIMInstance instance(path.getClassName());
+        instance.addProperty(CIMProperty("n", CIMValue(_initialized)));
+        handler.deliver(instance);
+        handler.complete();
+    }
+    void enumerateInstances(const OperationContext&, const CIMObjectPath&, Boolean, Boolean,
+                            const CIMPropertyList&, InstanceResponseHandler&) override {}
+    void enumerateInstanceNames(const OperationContext&, const CIMObjectPath&,
+                                ObjectPathResponseHandler&) override {}
+    void modifyInstance(const OperationContext&, const CIMObjectPath&, const CIMInstance&, Boolean,
+                        const CIMPropertyList&, ResponseHandler&) override {}
+    void createInstance(const OperationContext&, const CIMObjectPath&, const CIMInstance&,
+                        ObjectPathResponseHandler&) override {}
+    void deleteInstance(const OperationContext&, const CIMObjectPath&, ResponseHandler&) override {}
+
+ private:
+    Uint32 _initialized = 0;
+};
+
+}  // namespace
+
+extern "C" PEGASUS_EXPORT CIMProvider* PegasusCreateProvider(const String& providerName) {
+    return providerName == "ModuleProvider" ? new ModuleProvider : 0;
+}
