@@ -4,11 +4,11 @@
 // fillProperties to complete instances when they are handed out. Create it with new: terminate,
 // which the CIM server calls last, deletes it.
 //
-// Thread-safe: the CIM server may call every request operation on any thread at once. fillProperties
-// runs without a lock on handles shared with the cache, and delivered instances are encoded after
-// the operation has returned: an override that edits an instance on every request breaks readers
-// of that instance on other threads. Edit once, under a mutex, before an instance is first handed
-// out, or put an edited clone into the cache with InstanceCache::replace.
+// Thread-safe: the CIM server may call every request operation on any thread at once.
+// fillProperties runs without a lock on handles shared with the cache, and delivered instances are
+// encoded after the operation has returned: an override that edits an instance on every request
+// breaks readers of that instance on other threads. Edit once, under a mutex, before an instance is
+// first handed out, or put an edited clone into the cache with InstanceCache::replace.
 //
 // Register one object for one class: an object registered for a class and its subclass is asked
 // once for each, and every instance arrives twice.

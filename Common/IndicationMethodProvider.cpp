@@ -146,9 +146,8 @@ void IndicationMethodProvider::deleteSubscription(const OperationContext&, const
         return;
     }
     Uint32 count = load(*_numSubscriptions);
-    while (count > 0 &&
-           !__atomic_compare_exchange_n(_numSubscriptions, &count, count - 1, false,
-                                        __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE)) {
+    while (count > 0 && !__atomic_compare_exchange_n(_numSubscriptions, &count, count - 1, false,
+                                                     __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE)) {
     }
     if (count <= 1) {  // what it was before: 1 is now 0, and 0 stayed 0
         store(_enabled, Boolean(false));
@@ -226,21 +225,21 @@ CIMObjectPath alertingElement(CIMInstance& inst, const Array<CIMParamValue>& inP
 
 // The UUID of the control point in the admin domain that holds the system.
 String senderOf(CIMOMHandle& cimom, const OperationContext& context, const CIMObjectPath& system) {
-    const CIMObjectPath domain = associatorName(
-        cimom, context, cimNamespace(), system, CIMName(SYSTEM_COMPONENT),
-        CIMName("QOR_MAPAdminDomain"), "PartComponent", "GroupComponent");
-    const CIMObjectPath controlPoint = associatorName(
-        cimom, context, cimNamespace(), domain, CIMName(SYSTEM_COMPONENT),
-        CIMName("QOR_HWCtrlPoint"), "GroupComponent", "PartComponent");
+    const CIMObjectPath domain =
+        associatorName(cimom, context, cimNamespace(), system, CIMName(SYSTEM_COMPONENT),
+                       CIMName("QOR_MAPAdminDomain"), "PartComponent", "GroupComponent");
+    const CIMObjectPath controlPoint =
+        associatorName(cimom, context, cimNamespace(), domain, CIMName(SYSTEM_COMPONENT),
+                       CIMName("QOR_HWCtrlPoint"), "GroupComponent", "PartComponent");
     return asString(findKey(controlPoint.getKeyBindings(), CIMName("UUID")));
 }
 
 // Type, model and serial number of the system's first package, if it has one.
 void addPackage(CIMOMHandle& cimom, const OperationContext& context, const CIMObjectPath& system,
                 CIMInstance& inst) {
-    const Array<CIMObjectPath> packages = cimom.associatorNames(
-        context, cimNamespace(), system, CIMName("QOR_ComputerSystemPackage"),
-        CIMName("QOR_PhysicalPackage"), "Dependent", "Antecedent");
+    const Array<CIMObjectPath> packages =
+        cimom.associatorNames(context, cimNamespace(), system, CIMName("QOR_ComputerSystemPackage"),
+                              CIMName("QOR_PhysicalPackage"), "Dependent", "Antecedent");
     if (packages.size() == 0) {
         return;
     }

@@ -20,10 +20,107 @@ void requireRole(const String& role, const String& left, const String& right,
     }
 }
 
-CIMObjectPath parseEnd(const CIMValue& value) {
-    String text;
-    value.get(text);
-    return CIMObjectPath(text);
+// The object that a request asks about, beside the ends of the associations. Reading an end's text
+// as a path costs more than all the rest that a request does per association, so ends that cannot
+// be the object are told from their text: equal paths have equal string keys, and these stand in
+// the text, quoted and escaped in one way only.
+class RequestObject {
+ public:
+    explicit RequestObject(const CIMObjectPath& object) : _object(object) {
+        const Array<CIMKeyBinding>& keys = object.getKeyBindings();
+        for (Uint32 i = 0; i < keys.size(); i++) {
+            if (keys[i].getType() != CIMKeyBinding::STRING) {
+                continue;
+            }
+            const String quoted = quote(keys[i].getValue());
+            if (quoted.size() > _mark.size()) {
+                _mark = quoted;
+            }
+        }
+    }
+
+    const CIMObjectPath& path() const { return _object; }
+
+    /// For the text of a path with keys, as a path's toString writes it.
+    Boolean mayBe(const String& text) const {
+        return _mark.size() == 0 || text.find(_mark) != PEG_NOT_FOUND;
+    }
+    /// Whether this very text was found equal before: many associations share an end.
+    Boolean isKnown(const String& text) const { return _known.size() > 0 && text == _known; }
+    void remember(const String& text) { _known = text; }
+
+ private:
+    static String quote(const String& value) {
+        String quoted("\"");
+        for (Uint32 i = 0; i < value.size(); i++) {
+            const Char16 c = value[i];
+            if (c == '"' || c == '\\') {
+                quoted.append('\\');
+            }
+            quoted.append(c);
+        }
+        quoted.append('"');
+        return quoted;
+    }
+
+    const CIMObjectPath& _object;
+    String _mark;
+    String _known;
+};
+
+// One end of a cached association.
+class End {
+ public:
+    /// A reference was read when its key was stored and is known to be well-formed; any other key
+    /// is read here, and what is no path throws MalformedObjectNameException.
+    explicit End(const CIMKeyBinding& key)
+        : _key(key), _isReference(key.getType() == CIMKeyBinding::REFERENCE) {
+        if (!_isReference) {
+            path();
+        }
+    }
+
+    const CIMObjectPath& path() {
+        if (!_isRead) {
+            _path.set(_key.getValue());
+            _isRead = true;
+        }
+        return _path;
+    }
+
+    /// Whether this end is the object, or the class of it. Upcalls for a class path only.
+    Boolean covers(RequestObject& object, CIMOMHandle& cimom, const OperationContext& context) {
+        const String& text = _key.getValue();
+        const Boolean hasKeys =
+            _isReference ? text.find(Char16('=')) != PEG_NOT_FOUND : !isClass(_path);
+        if (!hasKeys) {
+            return matches(cimom, context, path(), object.path());
+        }
+        if (object.isKnown(text)) {
+            return true;
+        }
+        if ((_isReference && !object.mayBe(text)) ||
+            !matches(cimom, context, path(), object.path())) {
+            return false;
+        }
+        object.remember(text);
+        return true;
+    }
+
+ private:
+    const CIMKeyBinding& _key;
+    const Boolean _isReference;
+    Boolean _isRead = false;
+    CIMObjectPath _path;
+};
+
+const CIMKeyBinding* findBinding(const Array<CIMKeyBinding>& keys, const CIMName& name) {
+    for (Uint32 i = 0; i < keys.size(); i++) {
+        if (keys[i].getName() == name) {
+            return &keys[i];
+        }
+    }
+    return nullptr;
 }
 
 // Every instance, or every name, of the class that a class-path end stands for.
@@ -86,11 +183,13 @@ InstanceAssociationProvider::InstanceAssociationProvider(const String& CIMClassN
 
 InstanceAssociationProvider::~InstanceAssociationProvider() {}
 
-void InstanceAssociationProvider::associators(
-    const OperationContext& context, const CIMObjectPath& objectName,
-    const CIMName& associationClass, const CIMName& resultClass, const String& role,
-    const String& resultRole, Boolean includeQualifiers, Boolean includeClassOrigin,
-    const CIMPropertyList&, ObjectResponseHandler& handler) {
+void InstanceAssociationProvider::associators(const OperationContext& context,
+                                              const CIMObjectPath& objectName,
+                                              const CIMName& associationClass,
+                                              const CIMName& resultClass, const String& role,
+                                              const String& resultRole, Boolean includeQualifiers,
+                                              Boolean includeClassOrigin, const CIMPropertyList&,
+                                              ObjectResponseHandler& handler) {
     TraceScope trace(__FILE__, __LINE__, "InstanceAssociationProvider::associators");
     handler.processing();
     go(context, objectName, associationClass, resultClass, role, resultRole, true, true, nullptr,
@@ -98,10 +197,12 @@ void InstanceAssociationProvider::associators(
     handler.complete();
 }
 
-void InstanceAssociationProvider::associatorNames(
-    const OperationContext& context, const CIMObjectPath& objectName,
-    const CIMName& associationClass, const CIMName& resultClass, const String& role,
-    const String& resultRole, ObjectPathResponseHandler& handler) {
+void InstanceAssociationProvider::associatorNames(const OperationContext& context,
+                                                  const CIMObjectPath& objectName,
+                                                  const CIMName& associationClass,
+                                                  const CIMName& resultClass, const String& role,
+                                                  const String& resultRole,
+                                                  ObjectPathResponseHandler& handler) {
     TraceScope trace(__FILE__, __LINE__, "InstanceAssociationProvider::associatorNames");
     handler.processing();
     go(context, objectName, associationClass, resultClass, role, resultRole, false, true, &handler,
@@ -109,10 +210,12 @@ void InstanceAssociationProvider::associatorNames(
     handler.complete();
 }
 
-void InstanceAssociationProvider::references(
-    const OperationContext& context, const CIMObjectPath& objectName, const CIMName& resultClass,
-    const String& role, Boolean includeQualifiers, Boolean includeClassOrigin,
-    const CIMPropertyList& propertyList, ObjectResponseHandler& handler) {
+void InstanceAssociationProvider::references(const OperationContext& context,
+                                             const CIMObjectPath& objectName,
+                                             const CIMName& resultClass, const String& role,
+                                             Boolean includeQualifiers, Boolean includeClassOrigin,
+                                             const CIMPropertyList& propertyList,
+                                             ObjectResponseHandler& handler) {
     TraceScope trace(__FILE__, __LINE__, "InstanceAssociationProvider::references");
     handler.processing();
     go(context, objectName, CIMName(), resultClass, role, String(), true, false, nullptr, &handler,
@@ -131,14 +234,11 @@ void InstanceAssociationProvider::referenceNames(const OperationContext& context
     handler.complete();
 }
 
-void InstanceAssociationProvider::go(const OperationContext& context,
-                                     const CIMObjectPath& objectName, const CIMName&,
-                                     const CIMName& resultClass, const String& role,
-                                     const String& resultRole, Boolean inst, Boolean associators,
-                                     ObjectPathResponseHandler* pathHandler,
-                                     ObjectResponseHandler* instHandler, Boolean includeQualifiers,
-                                     Boolean includeClassOrigin,
-                                     const CIMPropertyList& propertyList) {
+void InstanceAssociationProvider::go(
+    const OperationContext& context, const CIMObjectPath& objectName, const CIMName&,
+    const CIMName& resultClass, const String& role, const String& resultRole, Boolean inst,
+    Boolean associators, ObjectPathResponseHandler* pathHandler, ObjectResponseHandler* instHandler,
+    Boolean includeQualifiers, Boolean includeClassOrigin, const CIMPropertyList& propertyList) {
     TraceScope trace(__FILE__, __LINE__, "InstanceAssociationProvider::go");
     requireRole(role, _leftPropertyName, _rightPropertyName, "invalid role");
     requireRole(resultRole, _leftPropertyName, _rightPropertyName, "invalid resultRole");
@@ -151,40 +251,38 @@ void InstanceAssociationProvider::go(const OperationContext& context,
     }
     const CIMName leftName(_leftPropertyName);
     const CIMName rightName(_rightPropertyName);
+    RequestObject object(objectName);
     Array<CIMObjectPath> deliverPaths;
     for (Uint32 i = 0; i < instances.size(); i++) {
         CIMInstance instance = instances[i];
         const CIMObjectPath path = instance.getPath();
-        const Array<CIMKeyBinding>& keys = path.getKeyBindings();
-        const CIMValue leftValue = findKey(keys, leftName);
-        const CIMValue rightValue = findKey(keys, rightName);
-        if (leftValue.isNull() || rightValue.isNull()) {
+        const CIMKeyBinding* const leftKey = findBinding(path.getKeyBindings(), leftName);
+        const CIMKeyBinding* const rightKey = findBinding(path.getKeyBindings(), rightName);
+        if (leftKey == nullptr || rightKey == nullptr) {
             continue;
         }
-        const CIMObjectPath left = parseEnd(leftValue);
-        const CIMObjectPath right = parseEnd(rightValue);
+        End left(*leftKey);
+        End right(*rightKey);
 
         if (associators) {
-            if (matches(_cimom, context, left, objectName) &&
-                emptyOrEqual(role, _leftPropertyName) &&
+            End* far = nullptr;
+            if (left.covers(object, _cimom, context) && emptyOrEqual(role, _leftPropertyName) &&
                 emptyOrEqual(resultRole, _rightPropertyName)) {
-                if (findClass(resultClasses, right.getClassName())) {
-                    deliverPaths.append(right);
-                }
-            } else if (matches(_cimom, context, right, objectName) &&
+                far = &right;
+            } else if (right.covers(object, _cimom, context) &&
                        emptyOrEqual(role, _rightPropertyName) &&
                        emptyOrEqual(resultRole, _leftPropertyName)) {
-                if (findClass(resultClasses, left.getClassName())) {
-                    deliverPaths.append(left);
-                }
+                far = &left;
+            }
+            if (far != nullptr && findClass(resultClasses, far->path().getClassName())) {
+                deliverPaths.append(far->path());
             }
             continue;
         }
 
-        const Boolean qualifies = (matches(_cimom, context, left, objectName) &&
-                                   emptyOrEqual(role, _leftPropertyName)) ||
-                                  (matches(_cimom, context, right, objectName) &&
-                                   emptyOrEqual(role, _rightPropertyName));
+        const Boolean qualifies =
+            (left.covers(object, _cimom, context) && emptyOrEqual(role, _leftPropertyName)) ||
+            (right.covers(object, _cimom, context) && emptyOrEqual(role, _rightPropertyName));
         if (!qualifies || !findClass(resultClasses, path.getClassName())) {
             continue;
         }

@@ -91,7 +91,7 @@ bool PMem::close() {
 }
 
 long PMem::read(void* retval, unsigned long phys_addr, long length) {
-    if (length < 0 || static_cast<unsigned long>(length) > ULONG_MAX - phys_addr) {
+    if (length < 0) {
         return -1;
     }
     char* destination = static_cast<char*>(retval);

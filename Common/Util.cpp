@@ -114,7 +114,7 @@ void addNullValue(CIMInstance& inst, CIMName property, CIMType type, Boolean isA
     }
 }
 
-Array<CIMInstance> flatten(const Array<Array<CIMInstance> >& groups) {
+Array<CIMInstance> flatten(const Array<Array<CIMInstance>>& groups) {
     Array<CIMInstance> all;
     for (Uint32 i = 0; i < groups.size(); i++) {
         all.appendArray(groups[i]);
@@ -131,8 +131,8 @@ Array<CIMClass> getSubclasses(CIMOMHandle& cimom, const OperationContext& contex
         return classes;
     }
     classes = cimom.enumerateClasses(context, cimNamespace(), className, true, false, true, true);
-    const CIMClass self = cimom.getClass(context, cimNamespace(), className, false, true, true,
-                                         CIMPropertyList());
+    const CIMClass self =
+        cimom.getClass(context, cimNamespace(), className, false, true, true, CIMPropertyList());
     classes.prepend(self);
     return classes;
 }
@@ -217,7 +217,7 @@ CIMInstance cloneWithPath(const CIMInstance& instance, const CIMObjectPath& path
 }
 
 Array<CIMInstance> oneGroup(const CIMInstance& controlPoint, const Array<CIMInstance>& instances,
-                            Array<Array<CIMInstance> >& groups, Array<CIMInstance>& ungrouped) {
+                            Array<Array<CIMInstance>>& groups, Array<CIMInstance>& ungrouped) {
     Array<CIMInstance> controlPoints;
     CIMObjectPath path = controlPoint.getPath();
     path.setHost(System::getHostName());
@@ -228,7 +228,7 @@ Array<CIMInstance> oneGroup(const CIMInstance& controlPoint, const Array<CIMInst
         groups.append(group);
         controlPoints.append(located);
     } else {
-        groups = Array<Array<CIMInstance> >();
+        groups = Array<Array<CIMInstance>>();
     }
     ungrouped = Array<CIMInstance>();
     return controlPoints;
@@ -261,7 +261,7 @@ Uint32 findPath(const Array<CIMInstance>& instances, const CIMObjectPath& path) 
 
 Array<CIMInstance> groupByHCP(CIMOMHandle& cimom, const OperationContext& context,
                               const Array<CIMInstance>& instances,
-                              Array<Array<CIMInstance> >& groups, Array<CIMInstance>& ungrouped) {
+                              Array<Array<CIMInstance>>& groups, Array<CIMInstance>& ungrouped) {
     TraceScope trace(__FILE__, __LINE__, "Util::groupByHCP");
     const Array<CIMInstance> known =
         cimom.enumerateInstances(context, cimNamespace(), CIMName(CONTROL_POINT), true, false,
@@ -273,12 +273,11 @@ Array<CIMInstance> groupByHCP(CIMOMHandle& cimom, const OperationContext& contex
     Array<CIMName> names;
     names.append(CIMName("NetworkAddress"));
     const CIMPropertyList addressOnly(names);
-    Array<Array<CIMInstance> > found;
+    Array<Array<CIMInstance>> found;
     Array<CIMInstance> without;
     Array<CIMInstance> controlPoints;
     for (Uint32 i = 0; i < instances.size(); i++) {
-        const Array<CIMObjectPath> paths =
-            controlPointsOf(cimom, context, instances[i].getPath());
+        const Array<CIMObjectPath> paths = controlPointsOf(cimom, context, instances[i].getPath());
         if (paths.size() == 0) {
             without.append(instances[i]);
             continue;
@@ -289,8 +288,8 @@ Array<CIMInstance> groupByHCP(CIMOMHandle& cimom, const OperationContext& contex
             continue;
         }
         found.append(Array<CIMInstance>(1, instances[i]));
-        const CIMInstance controlPoint = cimom.getInstance(context, cimNamespace(), paths[0], false,
-                                                           false, false, addressOnly);
+        const CIMInstance controlPoint =
+            cimom.getInstance(context, cimNamespace(), paths[0], false, false, false, addressOnly);
         controlPoints.append(cloneWithPath(controlPoint, paths[0]));
     }
     groups = found;

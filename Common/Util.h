@@ -22,7 +22,8 @@
 #include <Pegasus/Common/OperationContext.h>
 #include <Pegasus/Common/String.h>
 #include <Pegasus/Common/Tracer.h>
-// Arrays of arrays are not instantiated in the CIM library; their definitions need the tracer first.
+// Arrays of arrays are not instantiated in the CIM library; their definitions need the tracer
+// first.
 #include <Pegasus/Common/ArrayInternal.h>
 #include <Pegasus/Provider/CIMOMHandle.h>
 
@@ -54,9 +55,10 @@ Pegasus::CIMValue findKey(const Pegasus::Array<Pegasus::CIMKeyBinding>& keys,
 /// which may itself be null; else, and for an uninitialized instance, a null value.
 Pegasus::CIMValue getValue(const Pegasus::CIMInstance& inst, const Pegasus::CIMName& propertyName);
 
-/// getValue's string in a new heap block of UTF-8 text that the caller releases with free. An absent
-/// property, a null value and an empty string give an empty text. Throws TypeMismatchException for
-/// a value that is not a single string, InvalidNameException for an illegal name.
+/// getValue's string in a new heap block of UTF-8 text that the caller releases with free. An
+/// absent property, a null value and an empty string give an empty text. Throws
+/// TypeMismatchException for a value that is not a single string, InvalidNameException for an
+/// illegal name.
 char* getCharPtr(const Pegasus::CIMInstance& inst, const Pegasus::String& propertyName);
 
 /// The value of the first parameter of that name (exact, letter case counts), else a null value.
@@ -93,7 +95,7 @@ void addNullValue(Pegasus::CIMInstance& inst, Pegasus::CIMName property, Pegasus
 
 /// The instances of all groups, group after group.
 Pegasus::Array<Pegasus::CIMInstance> flatten(
-    const Pegasus::Array<Pegasus::Array<Pegasus::CIMInstance> >& groups);
+    const Pegasus::Array<Pegasus::Array<Pegasus::CIMInstance>>& groups);
 
 // ---- Class hierarchy -------------------------------------------------------------------------
 
@@ -110,14 +112,11 @@ Boolean matches(Pegasus::CIMOMHandle& cimom, const Pegasus::OperationContext& co
                 const Pegasus::CIMObjectPath& a, const Pegasus::CIMObjectPath& b);
 
 /// The first of the object's associatorNames, or an empty path when there is none. One upcall.
-Pegasus::CIMObjectPath associatorName(Pegasus::CIMOMHandle& cimom,
-                                      const Pegasus::OperationContext& context,
-                                      const Pegasus::CIMNamespaceName& nameSpace,
-                                      const Pegasus::CIMObjectPath& objectName,
-                                      const Pegasus::CIMName& assocClass,
-                                      const Pegasus::CIMName& resultClass,
-                                      const Pegasus::String& role,
-                                      const Pegasus::String& resultRole);
+Pegasus::CIMObjectPath associatorName(
+    Pegasus::CIMOMHandle& cimom, const Pegasus::OperationContext& context,
+    const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMObjectPath& objectName,
+    const Pegasus::CIMName& assocClass, const Pegasus::CIMName& resultClass,
+    const Pegasus::String& role, const Pegasus::String& resultRole);
 
 // ---- Association instances -------------------------------------------------------------------
 
@@ -155,7 +154,7 @@ void moveProp(Pegasus::Array<Pegasus::CIMInstance>& from, const Pegasus::CIMName
 Pegasus::Array<Pegasus::CIMInstance> groupByHCP(
     Pegasus::CIMOMHandle& cimom, const Pegasus::OperationContext& context,
     const Pegasus::Array<Pegasus::CIMInstance>& instances,
-    Pegasus::Array<Pegasus::Array<Pegasus::CIMInstance> >& groups,
+    Pegasus::Array<Pegasus::Array<Pegasus::CIMInstance>>& groups,
     Pegasus::Array<Pegasus::CIMInstance>& ungrouped);
 
 // ---- Alerts ----------------------------------------------------------------------------------
@@ -182,8 +181,8 @@ Pegasus::Array<Pegasus::String> splitString(const Pegasus::String& str, const ch
 /// Takes a system name of the form LPARID*Type-Model*SerialNum apart. False, and nothing is set,
 /// unless there are three fields; `Type` and `Model` are left as they were unless the middle field
 /// has two parts.
-Boolean splitSysName(const Pegasus::String& sysName, Pegasus::String& LPARID,
-                     Pegasus::String& Type, Pegasus::String& Model, Pegasus::String& SerialNum);
+Boolean splitSysName(const Pegasus::String& sysName, Pegasus::String& LPARID, Pegasus::String& Type,
+                     Pegasus::String& Model, Pegasus::String& SerialNum);
 
 /// The local host's first IPv4 address in dotted decimal form; empty when its name does not resolve
 /// to one. The resolver's result is shared by the process: do not call it on two threads at once.

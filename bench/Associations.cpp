@@ -46,8 +46,7 @@ void AssociatorsKeyedEnds(benchmark::State& state) {
     LinkServer server;
     for (int64_t i = 0; i < state.range(0); i++) {
         server.things->_cache.insert(makeThing(std::to_string(i)));
-        server.links->_cache.insert(
-            makeLink(full(thing("hub")), full(thing(std::to_string(i)))));
+        server.links->_cache.insert(makeLink(full(thing("hub")), full(thing(std::to_string(i)))));
     }
     Client client;
     for (auto _ : state) {

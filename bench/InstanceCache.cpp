@@ -26,7 +26,8 @@ std::vector<CIMInstance> instances(int64_t count) {
     for (int64_t i = 0; i < count; i++) {
         result.push_back(support::instanceAt(
             "//host.example/root/velmar_remote:QORP_LPAR_CS.CreationClassName=\"QORP_LPAR_CS\","
-            "Name=\"" + std::to_string(i) + "*9119-FHA*02ABCDE\""));
+            "Name=\"" +
+            std::to_string(i) + "*9119-FHA*02ABCDE\""));
     }
     return result;
 }

@@ -47,7 +47,7 @@ TEST(CIMObjectPath, TextIsParsedAndWrittenInStoredForm) {
         {"A.b=tRuE,a=0XfF,", "A.a=0XfF,b=TRUE"},
         {"A.k=18446744073709551615", nullptr},
         {"A.k=-0x8000000000000000", nullptr},
-        {"A.k=\"B.c=\\\"C.d=\\\\\\\"x\\\\\\\",b=1\\\"\"", nullptr},
+        {"A.k=\"B.c=\\\"C.b=1,d=\\\\\\\"x\\\\\\\"\\\"\"", nullptr},
         {"L.r=\"//h/ns:M.z=1,b=\\\"N.y=1,a=2\\\"\"", "L.r=\"//h/ns:M.b=\\\"N.a=2,y=1\\\",z=1\""},
     };
     for (const auto& c : cases) {

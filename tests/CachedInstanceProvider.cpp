@@ -86,9 +86,8 @@ TEST_F(CachedInstanceProviderTest, GetOfWhatIsNotCached) {
     Cached unnamed;
     unnamed._cache.setIsAP();
     unnamed._cache.insert(makeThing("a"));
-    EXPECT_THROW(
-        unnamed.getInstance(context, path(thing("a")), false, false, wanted, handler),
-        InvalidNameException);
+    EXPECT_THROW(unnamed.getInstance(context, path(thing("a")), false, false, wanted, handler),
+                 InvalidNameException);
 }
 
 TEST_F(CachedInstanceProviderTest, EnumerateDeliversEverythingWhateverTheClass) {
@@ -153,11 +152,11 @@ TEST_F(CachedInstanceProviderTest, TerminateDeletesAfterItsRecord) {
     own->initialize(cimom);
     own->terminate();
     EXPECT_TRUE(destroyed);
-    EXPECT_EQ(trace.texts(), (std::vector<std::string>{
-                                 "Entering method CachedInstanceProvider::initialize",
-                                 "Exiting method CachedInstanceProvider::initialize",
-                                 "Entering method CachedInstanceProvider::terminate",
-                                 "Exiting method CachedInstanceProvider::terminate"}));
+    EXPECT_EQ(trace.texts(),
+              (std::vector<std::string>{"Entering method CachedInstanceProvider::initialize",
+                                        "Exiting method CachedInstanceProvider::initialize",
+                                        "Entering method CachedInstanceProvider::terminate",
+                                        "Exiting method CachedInstanceProvider::terminate"}));
 }
 
 TEST_F(CachedInstanceProviderTest, TracesBothHooksAndNoExitOnFailure) {
@@ -207,10 +206,9 @@ TEST_F(CachedInstanceProviderServed, CreateGetDelete) {
     client.deleteInstance(NAMESPACE, path(thing("new")));
     EXPECT_EQ(codeAndMessage([&] { client.getInstance(NAMESPACE, path(thing("new"))); }),
               "6 CIM_ERR_NOT_FOUND");
-    EXPECT_EQ(codeAndMessage([&] {
-                  client.modifyInstance(NAMESPACE, makeThing("a"));
-              }).substr(0, 2),
-              "7 ");
+    EXPECT_EQ(
+        codeAndMessage([&] { client.modifyInstance(NAMESPACE, makeThing("a")); }).substr(0, 2),
+        "7 ");
 }
 
 TEST_F(CachedInstanceProviderServed, CreateDeliversHostAndNamespaceToTheServer) {

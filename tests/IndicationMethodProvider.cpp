@@ -24,9 +24,9 @@ namespace {
 
 class Alerts : public velmar_remote::IndicationMethodProvider {
  public:
-    using IndicationMethodProvider::IndicationMethodProvider;
     using IndicationMethodProvider::_enabled;
     using IndicationMethodProvider::_ID;
+    using IndicationMethodProvider::IndicationMethodProvider;
 
     std::function<Boolean(CIMInstance&, const Array<CIMParamValue>&)> generate;
 
@@ -169,10 +169,9 @@ TEST(IndicationMethodProvider, DisablingWithoutHandlerOnlyDisables) {
     TraceFile trace;
     alerts.disableIndications();
     EXPECT_FALSE(alerts._enabled);
-    EXPECT_EQ(trace.texts(),
-              (std::vector<std::string>{
-                  "Entering method IndicationMethodProvider::disableIndications",
-                  "Exiting method IndicationMethodProvider::disableIndications"}));
+    EXPECT_EQ(trace.texts(), (std::vector<std::string>{
+                                 "Entering method IndicationMethodProvider::disableIndications",
+                                 "Exiting method IndicationMethodProvider::disableIndications"}));
 }
 
 // A server deletes the handler as soon as disableIndications has returned. The sanitizers see any

@@ -95,8 +95,8 @@ TEST_F(AssociationProviderTest, FarEndsByRole) {
 
 TEST_F(AssociationProviderTest, ReferencesOncePerInstance) {
     EXPECT_EQ(referenceNames(thing("d")), Texts{linkText(thing("d"), thing("d"))});
-    EXPECT_EQ(referenceNames(thing("a")), (Texts{linkText(thing("a"), thing("b")),
-                                                 linkText(thing("c"), thing("a"))}));
+    EXPECT_EQ(referenceNames(thing("a")),
+              (Texts{linkText(thing("a"), thing("b")), linkText(thing("c"), thing("a"))}));
     EXPECT_EQ(referenceNames(thing("a"), "Right"), Texts{linkText(thing("c"), thing("a"))});
     EXPECT_EQ(referenceNames(thing("z")), Texts{});
 }
@@ -325,8 +325,8 @@ TEST_F(AssociationProviderServed, CreatedThroughTheServerAndDeletedWithTheirInst
     EXPECT_EQ(server.arrived("referenceNames"), 1);  // the deleted association cascades no further
     EXPECT_EQ(server.arrived("deleteInstance"), 2);
     EXPECT_EQ(names(thing("b")), Texts{full(thing("c"))});
-    velmar_remote::deleteAssociatedInstances(server.things->_cimom, context,
-                                             path(full(thing("b"))), "T_Link");
+    velmar_remote::deleteAssociatedInstances(server.things->_cimom, context, path(full(thing("b"))),
+                                             "T_Link");
     EXPECT_FALSE(things().contains(path(thing("c"))));
     EXPECT_TRUE(things().contains(path(thing("b"))));
     EXPECT_EQ(client.enumerateInstanceNames(NAMESPACE, "T_Link").size(), 0u);

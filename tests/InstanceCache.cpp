@@ -220,8 +220,7 @@ TEST_F(InstanceCacheCascade, DeletesWhatRefersToTheRemovedInstance) {
     EXPECT_EQ(server.arrived("referenceNames"), 1);
     EXPECT_EQ(server.arrived("deleteInstance"), 2);  // and none of them cascades again
     EXPECT_EQ(sortedPaths(links()).size(), 1u);
-    EXPECT_TRUE(links().contains(
-        makeLink(full(thing("b")), full(thing("c"))).getPath()));
+    EXPECT_TRUE(links().contains(makeLink(full(thing("b")), full(thing("c"))).getPath()));
 
     server.forget();
     cache().remove(path(thing("a")));

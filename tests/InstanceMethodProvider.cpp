@@ -15,9 +15,9 @@ namespace {
 class Touchable : public Things {
  public:
     using Things::Things;
-    CIMValue result;                   // what callMethod returns
-    Array<CIMParamValue> out;          // what it fills in
-    std::string seen;                  // the instance that it was given
+    CIMValue result;           // what callMethod returns
+    Array<CIMParamValue> out;  // what it fills in
+    std::string seen;          // the instance that it was given
     bool refuse = false;
 
  protected:
@@ -85,34 +85,34 @@ TEST_F(InstanceMethodProviderTest, RefusesByDefault) {
     }
     EXPECT_EQ(handler.calls, "processing");
     Touchable unnamed;
-    EXPECT_THROW(unnamed.invokeMethod(OperationContext(), path(thing("a")), "Touch", parameters,
-                                      handler),
-                 InvalidNameException);
+    EXPECT_THROW(
+        unnamed.invokeMethod(OperationContext(), path(thing("a")), "Touch", parameters, handler),
+        InvalidNameException);
 }
 
 TEST(InstanceMethodProviderServed, ResultAndParametersReachTheClient) {
     Touchable* const provider = new Touchable("T_Tool");
     velmar_embedded::Server server;
     server.compileMofText(NAMESPACE, std::string(LINK_MOF) + "class T_Tool : T_Thing {};");
-    server.registerProvider("Tools", provider,
-                            {{"T_Tool",
-                              {NAMESPACE},
-                              {velmar_embedded::ProviderType::Instance,
-                               velmar_embedded::ProviderType::Method},
-                              {}}});
+    server.registerProvider(
+        "Tools", provider,
+        {{"T_Tool",
+          {NAMESPACE},
+          {velmar_embedded::ProviderType::Instance, velmar_embedded::ProviderType::Method},
+          {}}});
     server.start();
     provider->_cache.insert(makeThing("a", "T_Tool"));
     provider->result = CIMValue(Uint32(7));
     provider->out.append(CIMParamValue("Sum", CIMValue(Uint32(8))));
     Client client;
     Array<CIMParamValue> out;
-    CIMValue value =
-        client.invokeMethod(NAMESPACE, path(thing("a", "T_Tool")), "Touch", Array<CIMParamValue>(), out);
+    CIMValue value = client.invokeMethod(NAMESPACE, path(thing("a", "T_Tool")), "Touch",
+                                         Array<CIMParamValue>(), out);
     EXPECT_EQ(text(value.toString()), "7");
     ASSERT_EQ(out.size(), 1u);
     EXPECT_EQ(text(out[0].getParameterName()) + text(out[0].getValue().toString()), "Sum8");
     provider->refuse = true;
-    EXPECT_THROW(
-        client.invokeMethod(NAMESPACE, path(thing("a", "T_Tool")), "Touch", Array<CIMParamValue>(), out),
-        CIMException);
+    EXPECT_THROW(client.invokeMethod(NAMESPACE, path(thing("a", "T_Tool")), "Touch",
+                                     Array<CIMParamValue>(), out),
+                 CIMException);
 }

@@ -109,11 +109,21 @@ TEST(PMem, ReadMapsOnlyItsPagesWhenTheWindowIsRefused) {
         long length;
         bool readable;
     } cases[] = {
-        {0xF5A10, 64, true},          {0xFFFC0, 64, true},   {0xFFFC1, 64, false},
-        {MIB - 0x10000, 65536, true}, {MIB, 1, false},       {0xE8FF8, 0x17008, true},
-        {0xE8FF8, 0x17009, false},    {0x110000, 16, true},  {0x1FFFFF, 1, true},
-        {0x1FFFFF, 2, false},         {ULONG_MAX, 1, false}, {ULONG_MAX - 3, 8, false},
-        {0xF5A10, -1, false},         {0xF5A10, 0, true},    {MIB, 0, true},
+        {0xF5A10, 64, true},
+        {0xFFFC0, 64, true},
+        {0xFFFC1, 64, false},
+        {MIB - 0x10000, 65536, true},
+        {MIB, 1, false},
+        {0xE8FF8, 0x17008, true},
+        {0xE8FF8, 0x17009, false},
+        {0x110000, 16, true},
+        {0x1FFFFF, 1, true},
+        {0x1FFFFF, 2, false},
+        {ULONG_MAX, 1, false},
+        {ULONG_MAX - 3, 8, false},
+        {0, -1, false},
+        {0xF5A10, 0, true},
+        {MIB, 0, true},
     };
     PhysicalImage image;
     image.refuse(MIB, MIB + 0x8000);
@@ -156,7 +166,7 @@ TEST(PMem, SearchFindsTheFirstCandidate) {
         {"no candidate", 0x5000, "_SM_", 0x5000, 0x5000, 16, false},
         {"start past the end", 0x5000, "_SM_", 0x5000, 0x4000, 16, false},
         {"above 4 GiB", GIB4 + 0x20, "_SM_", GIB4 - 0x1000, GIB4 + 0x1000, 16, true},
-        {"wide step", 0x5000, "_SM_", 0x4FFF, ULONG_MAX, LONG_MAX, false},
+        {"wide step", 0x5000, "_SM_", 0x5002, ULONG_MAX, LONG_MAX, false},
         {"no step", 0x5001, "_SM_", 0x5000, 0x6000, 0, false},
     };
     for (const auto& c : cases) {
@@ -198,6 +208,7 @@ TEST(PMem, SearchPassesOverRefusedPages) {
     put(image, 0xFFFF0, "_DMI_");
     EXPECT_EQ(search(memory, "_DMI_", 0xF8000, 2 * MIB, 16), 0xFFFF0u);
     EXPECT_EQ(search(memory, "_DMI_", MIB, 2 * MIB, 16), 0u);
+    EXPECT_EQ(search(memory, "", MIB, 2 * MIB, 16), MIB);
     memory.close();
     EXPECT_TRUE(image.clean());
 }

@@ -121,11 +121,13 @@ TEST(SmBios, FindGivesThePosition) {
     EXPECT_EQ(two.find(1), 255);
     Bytes image;
     for (uint16_t handle = 0; handle < 300; ++handle) {
-        append(image, structure(handle < 254 ? 10 : handle < 255 ? 11 : 12, handle, {}));
+        append(image,
+               structure(static_cast<uint8_t>(handle < 254 ? 10 : handle - 243), handle, {}));
     }
     const SmBios many(image);
     EXPECT_EQ(many.find(11), 254);
     EXPECT_EQ(many.find(12), 255);
+    EXPECT_EQ(many.find(299 - 243), 255);
     EXPECT_EQ(many[255].getHandle(), 255);
 }
 

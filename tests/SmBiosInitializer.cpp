@@ -152,6 +152,9 @@ TEST(SmBiosInitializer, EveryFailureLeavesAnEmptyTable) {
     const std::size_t n = table.size();
     const Bytes sm = smEntryPoint(2, 8, n, TABLE);
     const Bytes dmi = dmiEntryPoint(0x21, n, TABLE);
+    // Sound, but without the older anchor inside it.
+    Bytes lone = changed(sm, 0x10, 0);
+    balance(lone, 0, lone.size(), 0x04);
     const struct {
         const char* why;
         std::vector<Placed> placed;
@@ -163,7 +166,7 @@ TEST(SmBiosInitializer, EveryFailureLeavesAnEmptyTable) {
         {"length byte beyond what is read", {{0xF5A10, smOfLength(65, n, TABLE)}}},
         {"64-bit entry point only", {{0xF5A10, {'_', 'S', 'M', '3', '_'}}}},
         {"_DMI_ at address 0", {{0, dmi}}},
-        {"_SM_ below the firmware area", {{0xE0000, changed(sm, 0x10, 0)}}},
+        {"_SM_ below the firmware area", {{0xE0000, lone}}},
         {"entry point whose 64 bytes are refused", {{0xFFFE0, sm}}},
         {"_SM_ table refused", {{0xF5A10, smEntryPoint(2, 8, n, MIB)}}},
         {"_DMI_ table refused", {{0xF5A10, dmiEntryPoint(0x21, n, MIB - 1)}}},

@@ -25,9 +25,9 @@ CIMKeyBinding key(const char* name, const char* value) {
 }
 
 std::string asText(const CIMValue& value) {
-    return value.isNull() ? "(null)"
-                          : std::string(cimTypeToString(value.getType())) + ":" +
-                                text(value.toString());
+    return value.isNull()
+               ? "(null)"
+               : std::string(cimTypeToString(value.getType())) + ":" + text(value.toString());
 }
 
 std::vector<std::string> split(const char* s, char delim) {
@@ -46,8 +46,7 @@ TEST(Localize, KeepsClassAndKeysOnly) {
     EXPECT_EQ(text(localize(path("//h/root/velmar_remote:A"))), "A");
     EXPECT_EQ(text(localize(CIMObjectPath())), "");
     // Reference keys keep their own host and namespace: they are part of the key.
-    EXPECT_EQ(text(localize(path("root/x:A.r=\"//h/root/y:B.k=1\""))),
-              "A.r=\"//h/root/y:B.k=1\"");
+    EXPECT_EQ(text(localize(path("root/x:A.r=\"//h/root/y:B.k=1\""))), "A.r=\"//h/root/y:B.k=1\"");
 }
 
 TEST(Localize, LeavesItsInputAlone) {
@@ -158,7 +157,7 @@ TEST(Properties, NeedDeleteReplaceNull) {
 }
 
 TEST(Flatten, GroupAfterGroupSharingContents) {
-    Array<Array<CIMInstance> > groups(3);
+    Array<Array<CIMInstance>> groups(3);
     groups[0].append(instanceAt("A.k=1"));
     groups[0].append(instanceAt("A.k=2"));
     groups[2].append(instanceAt("A.k=3"));
@@ -167,7 +166,7 @@ TEST(Flatten, GroupAfterGroupSharingContents) {
     EXPECT_EQ(text(all[2].getPath()), "A.k=3");
     support::add(all[2], "P", "shared");
     EXPECT_EQ(property(groups[2][0], "P"), "shared");
-    EXPECT_EQ(flatten(Array<Array<CIMInstance> >()).size(), 0u);
+    EXPECT_EQ(flatten(Array<Array<CIMInstance>>()).size(), 0u);
 }
 
 TEST(PathHash, HashesTheWholeText) {
@@ -211,8 +210,8 @@ TEST_F(MoveProp, MissingAndKeyValues) {
     EXPECT_EQ(property(to[0], "Q"), "(null)");
     EXPECT_EQ(propertyNames(from[0]), "P");
     support::add(from[0], "k", CIMValue(Uint32(99)));
-    moveProp(from, "k", to, "K", table);
-    EXPECT_EQ(asText(getValue(to[1], "K")), "string:0");  // the key's text, not the property's
+    moveProp(from, "k", to, "Moved", table);
+    EXPECT_EQ(asText(getValue(to[1], "Moved")), "string:0");  // the key's text, not the property's
     EXPECT_EQ(property(from[0], "k"), "(none)");
     EXPECT_EQ(text(from[0].getPath()), "//h/root/x:A.k=0");
 }
@@ -249,9 +248,15 @@ TEST(SplitString, Pieces) {
     const struct {
         const char* given;
         Pieces expected;
-    } cases[] = {{"a:b:c", {"a", "b", "c"}}, {"a::c", {"a", "", "c"}}, {":a", {"", "a"}},
-                 {"a:", {"a"}},              {"a:b:", {"a", "b"}},    {"abc", {"abc"}},
-                 {"", {""}},                 {":", {""}},             {"::", {"", ""}}};
+    } cases[] = {{"a:b:c", {"a", "b", "c"}},
+                 {"a::c", {"a", "", "c"}},
+                 {":a", {"", "a"}},
+                 {"a:", {"a"}},
+                 {"a:b:", {"a", "b"}},
+                 {"abc", {"abc"}},
+                 {"", {""}},
+                 {":", {""}},
+                 {"::", {"", ""}}};
     for (const auto& c : cases) {
         EXPECT_EQ(split(c.given, ':'), c.expected) << "'" << c.given << "'";
     }

@@ -44,6 +44,7 @@ TEST(Uuid, ValuesAndComparison) {
     EXPECT_TRUE(Uuid(std::vector<unsigned char>(uuid)) == uuid);
     EXPECT_TRUE(Uuid(counting(15)) == Uuid());
     EXPECT_TRUE(Uuid(counting(17)) == Uuid());
+    EXPECT_FALSE(Uuid(counting(16)) != uuid);
     for (std::size_t i = 0; i < 16; ++i) {
         Bytes other = counting(16);
         other[i] ^= 0x80;

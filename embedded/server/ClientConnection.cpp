@@ -11,8 +11,6 @@ using namespace Pegasus;
 
 namespace velmar_embedded {
 
-namespace {
-
 String userName() {
     char buffer[4096];
     passwd entry;
@@ -21,6 +19,8 @@ String userName() {
         return String();
     return String(found->pw_name);
 }
+
+namespace {
 
 CIMObjectPath classPath(const CIMName& className) {
     return CIMObjectPath(String(), CIMNamespaceName(), className);

@@ -13,6 +13,9 @@
 
 namespace velmar_embedded {
 
+/// The user that this process runs as.
+Pegasus::String userName();
+
 class ClientConnection {
  public:
     bool isConnected() const { return _server != nullptr; }

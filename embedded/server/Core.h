@@ -20,6 +20,7 @@
 #include "server/Request.h"
 #include "server/Schema.h"
 #include "server/Server.h"
+#include "server/Subscriptions.h"
 #include "server/WorkerPool.h"
 
 namespace velmar_embedded {
@@ -62,18 +63,26 @@ class Core : public std::enable_shared_from_this<Core> {
     std::shared_ptr<Pending> submit(std::shared_ptr<const Request> request,
                                     Gate::Chain chain = nullptr);
 
+    /// As for Server.
+    std::string subscribe(const std::string& query, const std::vector<std::string>& nameSpaces,
+                          IndicationQueue::Deliver subscriber, size_t capacity);
+    void unsubscribe(const std::string& id);
+
     /// The handle for a provider's initialize.
     Pegasus::CIMOMHandle makeHandle(const std::string& providerName);
 
     Schema& schema() { return _schema; }
     Registry& registry() { return _registry; }
     Registrar& registrar() { return _registrar; }
+    Subscriptions& subscriptions() { return _subscriptions; }
     void observeCalls(std::function<void(const ProviderCall&)> observer);
     void observeArrivals(std::function<void(const Arrival&)> observer);
 
  private:
     enum class State { Prepared, Running, Draining, Stopped };
 
+    std::shared_ptr<Pending> run(bool fromHandle, Gate::Chain chain, std::function<Answer()> work);
+    void complete(const std::function<void()>& work);
     bool enter(bool fromHandle);
     void leave();
 
@@ -82,6 +91,7 @@ class Core : public std::enable_shared_from_this<Core> {
     Registrar _registrar;
     WorkerPool _workers;
     Services _services;
+    Subscriptions _subscriptions;
     std::function<void(const Arrival&)> _observeArrival;
     std::mutex _lock;
     std::condition_variable _left;

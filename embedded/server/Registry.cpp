@@ -78,6 +78,16 @@ Provider* Registry::findMethod(const CIMNamespaceName& nameSpace, const CIMName&
     return supported ? entry->provider.get() : nullptr;
 }
 
+std::vector<Provider*> Registry::findIndicationProviders(const CIMNamespaceName& nameSpace,
+                                                         const CIMName& className) const {
+    std::shared_lock<std::shared_mutex> guard(_lock);
+    const auto found = _entries.equal_range(keyOf(nameSpace, className, ProviderType::Indication));
+    std::vector<Provider*> providers;
+    for (auto entry = found.first; entry != found.second; ++entry)
+        providers.push_back(entry->second.provider.get());
+    return providers;
+}
+
 void Registry::clear() {
     std::vector<std::shared_ptr<Provider>> providers;
     {

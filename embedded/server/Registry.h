@@ -44,6 +44,10 @@ class Registry {
                          const Pegasus::CIMName& className,
                          const Pegasus::CIMName& methodName) const;
 
+    /// All that are registered for indications of exactly this class.
+    std::vector<Provider*> findIndicationProviders(const Pegasus::CIMNamespaceName& nameSpace,
+                                                   const Pegasus::CIMName& className) const;
+
     /// Terminates the loaded providers in the order of their registration and forgets all. No
     /// operation may be running.
     void clear();

@@ -80,6 +80,23 @@ void Server::start() { _impl->core->start(); }
 
 void Server::stop() { _impl->core->stop(); }
 
+std::string Server::subscribe(const std::string& query,
+                              const std::vector<std::string>& sourceNameSpaces,
+                              std::function<void(const CIMInstance&)> subscriber,
+                              size_t queueCapacity) {
+    return _impl->core->subscribe(query, sourceNameSpaces, std::move(subscriber), queueCapacity);
+}
+
+void Server::unsubscribe(const std::string& id) { _impl->core->unsubscribe(id); }
+
+void Server::drain() { _impl->core->subscriptions().drain(); }
+
+IndicationCounts Server::indicationCounts() const { return _impl->core->subscriptions().counts(); }
+
+IndicationCounts Server::indicationCounts(const std::string& id) const {
+    return _impl->core->subscriptions().counts(id);
+}
+
 Schema& Server::schema() { return _impl->core->schema(); }
 
 void Server::observeCalls(std::function<void(const ProviderCall&)> observer) {
@@ -88,6 +105,10 @@ void Server::observeCalls(std::function<void(const ProviderCall&)> observer) {
 
 void Server::observeArrivals(std::function<void(const Arrival&)> observer) {
     _impl->core->observeArrivals(std::move(observer));
+}
+
+void Server::observeProblems(std::function<void(const std::string&)> observer) {
+    _impl->core->subscriptions().observeProblems(std::move(observer));
 }
 
 }  // namespace velmar_embedded

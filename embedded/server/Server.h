@@ -7,9 +7,12 @@
 #ifndef VELMAR_EMBEDDED_SERVER_H
 #define VELMAR_EMBEDDED_SERVER_H
 
+#include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMName.h>
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Provider/CIMProvider.h>
+
+#include <stdint.h>
 
 #include <functional>
 #include <memory>
@@ -33,10 +36,10 @@ struct Capabilities {
 
 /// One call that the server makes on a provider, as an observer sees it before the call.
 struct ProviderCall {
-    std::string operation;         ///< "getInstance", "associators", "invokeMethod", ...
-    std::string provider;          ///< the registered provider name
-    Pegasus::CIMObjectPath path;   ///< the path given to the provider
-    bool fromHandle;               ///< an upcall through a CIMOMHandle, not a client's request
+    std::string operation;        ///< "getInstance", "associators", "invokeMethod", ...
+    std::string provider;         ///< the registered provider name
+    Pegasus::CIMObjectPath path;  ///< the path given to the provider
+    bool fromHandle;              ///< an upcall through a CIMOMHandle, not a client's request
 };
 
 /// One request as it arrives, before it is routed, whoever serves it (classes included).
@@ -44,6 +47,14 @@ struct Arrival {
     std::string operation;        ///< "getClass", "enumerateClasses", "getInstance", ...
     Pegasus::CIMObjectPath path;  ///< class or instance, as the caller gave it
     bool fromHandle;
+};
+
+/// What became of the indications that providers delivered.
+struct IndicationCounts {
+    uint64_t delivered = 0;   ///< handed to the subscriber
+    uint64_t overflowed = 0;  ///< dropped because the subscription's queue was full
+    uint64_t unmatched = 0;   ///< not of the filter's class or of its namespaces, or without one
+    uint64_t discarded = 0;   ///< not yet handed over when the subscription ended
 };
 
 class Server {
@@ -75,9 +86,41 @@ class Server {
     /// Makes this server the one that connectLocal reaches. Throws std::logic_error while another
     /// one is started, or when this one was stopped before: a server is started once.
     void start();
-    /// Refuses new requests, waits for running operations, disables indications, terminates the
-    /// providers and closes their libraries. Quiet when not started.
+    /// Refuses new requests, waits for running operations, disables indications, hands over what
+    /// is queued, terminates the providers and closes their libraries. Quiet when not started. Not
+    /// in a subscriber.
     void stop();
+
+    /// Subscribes to the indications of a class and its subclasses that come from the source
+    /// namespaces; returns the id of the subscription. The indication providers registered for
+    /// them (those registered later take no part) are loaded, get createSubscription and, at their
+    /// first one, enableIndications. `query` must be SELECT * FROM a class. The subscriber gets
+    /// copies, with the properties that their class declares, one at a time in the order of their
+    /// delivery, on a thread of the server. It may be slow: `queueCapacity` indications wait for
+    /// it, then new ones are dropped, counted and the first of a run reported as a problem.
+    ///
+    /// Throws CIMException: CIM_ERR_INVALID_QUERY, CIM_ERR_INVALID_PARAMETER,
+    /// CIM_ERR_INVALID_NAMESPACE, CIM_ERR_INVALID_CLASS, or CIM_ERR_NOT_SUPPORTED when no provider
+    /// serves the class or none accepts (one that refused is enabled nevertheless, until stop).
+    /// Before start it is only stored: at start all stored ones are created before any provider is
+    /// enabled, and what is wrong with one is reported as a problem.
+    std::string subscribe(const std::string& query,
+                          const std::vector<std::string>& sourceNameSpaces,
+                          std::function<void(const Pegasus::CIMInstance&)> subscriber,
+                          size_t queueCapacity = 1000);
+    /// Ends a subscription: deleteSubscription and, at a provider's last one, disableIndications.
+    /// What is queued is discarded; drain first to get it. No call of the subscriber starts after
+    /// the return, and none is running, unless this is called inside a subscriber, which it does
+    /// not wait for. Throws CIMException (CIM_ERR_NOT_FOUND).
+    void unsubscribe(const std::string& id);
+    /// Waits until what was delivered before has been handed to the subscribers. Throws
+    /// std::logic_error in a subscriber.
+    void drain();
+    /// Of all subscriptions since start, the ended ones included. An indication counts once for
+    /// each subscription that its provider had accepted, as unmatched if there was none.
+    IndicationCounts indicationCounts() const;
+    /// Of one that has not ended. Throws CIMException (CIM_ERR_NOT_FOUND).
+    IndicationCounts indicationCounts(const std::string& id) const;
 
     Schema& schema();
 
@@ -85,6 +128,9 @@ class Server {
     void observeCalls(std::function<void(const ProviderCall&)> observer);
     /// Called on the caller's thread for every request that arrives; set before start.
     void observeArrivals(std::function<void(const Arrival&)> observer);
+    /// Called, on any thread, with what no caller hears of: a full queue, a subscriber that throws,
+    /// a provider that refuses a subscription. Set before start; otherwise it goes to stderr.
+    void observeProblems(std::function<void(const std::string&)> observer);
 
  private:
     struct Impl;

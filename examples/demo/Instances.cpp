@@ -1,4 +1,6 @@
+#include <Common/Util.h>
 #include <Pegasus/Common/CIMProperty.h>
+#include <Pegasus/Provider/CIMOMHandle.h>
 #include <fmt/core.h>
 
 #include <set>
@@ -94,6 +96,22 @@ CIMInstance instanceOf(const site::HostingSystem& system) {
     return instance;
 }
 
+// Deleting a system deletes the associations that refer to it, so that none dangles.
+std::string enumerateComponents(const Demo& demo, Step& step, size_t created) {
+    const size_t found =
+        step.ask([&] {
+                return demo.client.enumerateInstanceNames(site::cimNamespace(), site::COMPONENT);
+            })
+            .size();
+    size_t expected = created + allSystems(demo.site).size() + partitionCount(demo.site);
+    for (const site::Domain& domain : demo.site.domains) {
+        expected += domain.controlPoints.size();
+    }
+    step.expect(found == expected,
+                fmt::format("{}, not {}", count(expected, "association"), found));
+    return count(found, "association");
+}
+
 }  // namespace
 
 void showInstances(const Demo& demo) {
@@ -128,6 +146,22 @@ void showInstances(const Demo& demo) {
         return "created " + text(instanceOf(created), "Name");
     });
     report.step("get the created", createdText, [&](Step& step) { return get(step, created); });
+    if (!demo.site.domains.empty()) {
+        const std::string domain = demo.site.domains.front().name;
+        report.step("associate", fmt::format("domain \"{}\" and {}", domain, createdText),
+                    [&](Step& step) {
+                        CIMOMHandle cimom;
+                        step.ask([&] {
+                            velmar_remote::createAssociation(
+                                cimom, OperationContext(), site::COMPONENT, "GroupComponent",
+                                site::pathOf(site::DOMAIN_CLASS, "Name", domain), "PartComponent",
+                                systemPath(created));
+                        });
+                        return "associated";
+                    });
+        report.step("enumerate names", site::COMPONENT,
+                    [&](Step& step) { return enumerateComponents(demo, step, 1); });
+    }
     report.step("delete", createdText, [&](Step& step) {
         step.ask([&] { demo.client.deleteInstance(site::cimNamespace(), systemPath(created)); });
         return "deleted";
@@ -137,7 +171,9 @@ void showInstances(const Demo& demo) {
             demo.client.getInstance(site::cimNamespace(), systemPath(created));
         });
     });
-    report.step("enumerate again", site::HOSTING_SYSTEM,
+    report.step("enumerate names", site::COMPONENT,
+                [&](Step& step) { return enumerateComponents(demo, step, 0); });
+    report.step("enumerate", site::HOSTING_SYSTEM,
                 [&](Step& step) { return enumerateSystems(demo, step); });
 }
 

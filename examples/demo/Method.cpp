@@ -23,6 +23,8 @@ Reply requestState(const Demo& demo, Step& step, const CIMObjectPath& path, Uint
     const CIMValue value = step.ask([&] {
         return demo.client.invokeMethod(site::cimNamespace(), path, "RequestStateChange", in, out);
     });
+    step.expect(velmar_remote::findParam(out, "AlertProblem").isNull(),
+                "any alert of the change is sent");
     Reply reply;
     value.get(reply.value);
     const CIMValue previous = velmar_remote::findParam(out, "PreviousState");

@@ -61,9 +61,9 @@ inline Pegasus::CIMInstance makeLink(const std::string& left, const std::string&
 template <class Base>
 class Open : public Base {
  public:
-    using Base::Base;
     using Base::_cache;
     using Base::_cimom;
+    using Base::Base;
 
     typedef std::function<void(Pegasus::Array<Pegasus::CIMInstance>&,
                                const Pegasus::CIMPropertyList&)>

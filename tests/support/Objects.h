@@ -12,7 +12,9 @@
 
 // GoogleTest prints values of these types in its messages.
 namespace Pegasus {
-inline void PrintTo(const String& text, std::ostream* out) { *out << (const char*)text.getCString(); }
+inline void PrintTo(const String& text, std::ostream* out) {
+    *out << (const char*)text.getCString();
+}
 inline void PrintTo(const CIMObjectPath& path, std::ostream* out) { PrintTo(path.toString(), out); }
 }  // namespace Pegasus
 

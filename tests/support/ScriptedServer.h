@@ -184,7 +184,7 @@ class ScriptedServer : public ::testing::Test {
             class T_B : T_A { string extra; };
             class T_C : T_B { };
             class T_D : T_A { string note = "none"; };
-            class T_Far { [Key] string k; };
+            class T_Far { [Key] string k; uint32 n; };
             [Association] class T_Link { [Key] T_A REF Near; [Key] T_Far REF Far; };
             [Association] class T_SubLink : T_Link { };
             [Association] class T_BLink { [Key] T_B REF Near; [Key] T_Far REF Far; };

@@ -31,7 +31,7 @@ class PEGASUS_EXPORT CIMConstQualifier {
     const CIMValue& getValue() const;
     const CIMFlavor& getFlavor() const;
     Boolean isUninitialized() const { return !_rep; }
-    /// Same name, value and flavor.
+    /// Equal in everything; names without regard to case.
     Boolean identical(const CIMConstQualifier& qualifier) const;
     /// A copy that shares nothing.
     CIMQualifier clone() const;

@@ -1,5 +1,6 @@
 #include "Pegasus/Common/CIMXml.h"
 
+#include <type_traits>
 #include <utility>
 
 #include "Pegasus/Common/CIMReps.h"
