@@ -164,6 +164,25 @@ void deliverKeyedEnd(const CIMObjectPath& end, ObjectResponseHandler& handler,
     client.disconnect();
 }
 
+// The far ends, in the order gathered, after the whole cache has been looked through.
+void deliverEnds(const Array<CIMObjectPath>& ends, CIMOMHandle& cimom,
+                 const OperationContext& context, Boolean inst,
+                 ObjectPathResponseHandler* pathHandler, ObjectResponseHandler* instHandler,
+                 Boolean includeQualifiers, Boolean includeClassOrigin,
+                 const CIMPropertyList& propertyList) {
+    for (Uint32 i = 0; i < ends.size(); i++) {
+        if (isClass(ends[i])) {
+            deliverClassEnd(cimom, context, ends[i], pathHandler, instHandler, includeQualifiers,
+                            includeClassOrigin, propertyList);
+        } else if (inst) {
+            deliverKeyedEnd(ends[i], *instHandler, includeQualifiers, includeClassOrigin,
+                            propertyList);
+        } else {
+            pathHandler->deliver(ends[i]);
+        }
+    }
+}
+
 }  // namespace
 
 InstanceAssociationProvider::InstanceAssociationProvider() { _cache.setIsAP(); }
@@ -294,17 +313,8 @@ void InstanceAssociationProvider::go(
         }
     }
 
-    for (Uint32 i = 0; i < deliverPaths.size(); i++) {
-        const CIMObjectPath& end = deliverPaths[i];
-        if (isClass(end)) {
-            deliverClassEnd(_cimom, context, end, pathHandler, instHandler, includeQualifiers,
-                            includeClassOrigin, propertyList);
-        } else if (inst) {
-            deliverKeyedEnd(end, *instHandler, includeQualifiers, includeClassOrigin, propertyList);
-        } else {
-            pathHandler->deliver(end);
-        }
-    }
+    deliverEnds(deliverPaths, _cimom, context, inst, pathHandler, instHandler, includeQualifiers,
+                includeClassOrigin, propertyList);
 }
 
 }  // namespace velmar_remote

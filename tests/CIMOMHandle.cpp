@@ -157,21 +157,19 @@ TEST_F(Handle, UpcallIntoItselfFails) {
 }
 
 TEST_F(Handle, UpcallIntoItselfThroughAFanOut) {
-    Scripted* self = provide("Self", {"T_A", "T_B"});
-    self->enumerate = [&](const auto& call, auto& handler) {
-        handler.deliver(
-            self->cimom.getInstance(none, ns, path("T_D.k=\"1\""), false, false, false, {}));
-        (void)call;
+    // One upcall is served by two providers on two threads; the second needs the caller's handle.
+    Scripted* caller = provide("Caller", {"T_A"});
+    caller->get = [&](const auto&, auto&) {
+        caller->cimom.enumerateInstances(none, ns, "T_B", true, false, false, false, {});
     };
-    provide("Asks", {"T_D"})->get = [&](const auto&, auto&) {
-        // Two calls of Self at once, for T_A and T_B: both need the handle that is busy.
-        CIMOMHandle copy = self->cimom;
-        copy.enumerateInstances(none, ns, "T_B", true, false, false, false, {});
+    provide("First", {"T_B"});
+    provide("Second", {"T_C"})->enumerate = [&](const auto&, auto&) {
+        caller->cimom.getClass(none, ns, "T_A", false, true, true, {});
     };
     start();
-    const std::string error = outcome([&] { client.enumerateInstances(ns, "T_B"); });
-    EXPECT_NE(error.find("enumerateInstances would never return"), std::string::npos) << error;
-    EXPECT_NE(error.find("busy with getInstance"), std::string::npos) << error;
+    const std::string error = outcome([&] { get("T_A.k=\"1\""); });
+    EXPECT_NE(error.find("getClass would never return"), std::string::npos) << error;
+    EXPECT_NE(error.find("busy with enumerateInstances"), std::string::npos) << error;
 }
 
 TEST_F(Handle, CrosswiseUpcallsFail) {

@@ -8,8 +8,10 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -94,22 +96,37 @@ class SiteProviders : public testing::Test {
     std::string _file;
 };
 
-// Under the thread sanitizer a change of an instance that others are reading shows up.
-TEST_F(SiteProviders, InstancesStayReadableWhileStatesChange) {
-    auto& provider = make<CIMInstanceProvider>("SiteHostingSystems");
-    auto& methods = dynamic_cast<CIMMethodProvider&>(*_providers.back());
-    std::vector<std::thread> threads;
-    for (Uint16 state : {2, 3, 6, 9}) {
-        threads.emplace_back([this, state, &provider, &methods] {
-            for (int i = 0; i < 100; i++) {
-                EXPECT_TRUE(request(methods, _system, state).value == CIMValue(Uint32(0)));
+// Every change is made on the result of the one before it: taken together, the states that were
+// left and the last one are those that were there at the start and those that were asked for. Under
+// the thread sanitizer an edit of an instance that others are reading shows up as well.
+TEST_F(SiteProviders, ChangesOnManyThreadsFollowOneAnother) {
+    const std::vector<Uint16> wanted = {3, 6, 9, 32768, 32769};
+    for (int round = 0; round < 50; round++) {
+        auto& provider = make<CIMInstanceProvider>("SiteHostingSystems");
+        auto& methods = dynamic_cast<CIMMethodProvider&>(*_providers.back());
+        std::vector<std::thread> threads;
+        std::vector<Uint16> left(wanted.size());
+        std::atomic<size_t> waiting(wanted.size());
+        for (size_t i = 0; i < wanted.size(); i++) {
+            threads.emplace_back([&, i] {
+                waiting--;
+                while (waiting > 0) {
+                    std::this_thread::yield();
+                }
                 const CIMInstance copy = get(provider, _system).clone();
                 EXPECT_TRUE(value(copy, "FirmwareLevel") == CIMValue(String("F1")));
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
+                const Result result = request(methods, _system, wanted[i]);
+                velmar_remote::findParam(result.out, "PreviousState").get(left[i]);
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        Uint16 last = 0;
+        value(get(provider, _system), "EnabledState").get(last);
+        std::multiset<Uint16> seen(left.begin(), left.end());
+        seen.insert(last);
+        EXPECT_EQ(seen, (std::multiset<Uint16>{2, 3, 6, 9, 32768, 32769}));
     }
 }
 

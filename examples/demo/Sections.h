@@ -11,11 +11,16 @@
 #include "Report.h"
 #include "site/SiteFile.h"
 
+namespace velmar_embedded {
+class Server;
+}
+
 namespace demo {
 
 /// What the sections work with. All of it outlives them.
 struct Demo {
     const site::Site& site;
+    velmar_embedded::Server& server;
     Pegasus::CIMClient& client;  ///< connected
     Report& report;
 };
@@ -28,6 +33,8 @@ void showMethod(const Demo& demo);
 void showTree(const Demo& demo);
 /// Group all systems by control point.
 void showGroups(const Demo& demo);
+/// Subscribe to alerts, raise some, and raise one that nobody wants.
+void showAlerts(const Demo& demo);
 
 // ---- What several sections need ---------------------------------------------------------------
 

@@ -81,11 +81,12 @@ bool run(const Options& options) {
                demo::count(demo::allSystems(site).size(), "hosting system"),
                demo::count(demo::partitionCount(site), "partition"));
     demo::Report report;
-    const demo::Demo demo{site, client, report};
+    const demo::Demo demo{site, server, client, report};
     demo::showInstances(demo);
     demo::showMethod(demo);
     demo::showTree(demo);
     demo::showGroups(demo);
+    demo::showAlerts(demo);
     return report.finish();
 }
 

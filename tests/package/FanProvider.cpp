@@ -1,0 +1,25 @@
+#include <Common/CachedInstanceProvider.h>
+
+using namespace Pegasus;
+
+class FanProvider : public velmar_remote::CachedInstanceProvider {
+ public:
+    FanProvider() : CachedInstanceProvider("ACME_Fan") {}
+
+    void initialize(CIMOMHandle& cimom) override {
+        CachedInstanceProvider::initialize(cimom);
+        for (const char* name : {"front", "rear"}) {
+            CIMInstance fan(CIMName("ACME_Fan"));
+            fan.addProperty(CIMProperty(CIMName("Name"), CIMValue(String(name))));
+            fan.addProperty(CIMProperty(CIMName("Speed"), CIMValue(Uint32(1200))));
+            Array<CIMKeyBinding> keys;
+            keys.append(CIMKeyBinding(CIMName("Name"), CIMValue(String(name))));
+            fan.setPath(CIMObjectPath(String(), "root/velmar_remote", "ACME_Fan", keys));
+            _cache.insert(fan);
+        }
+    }
+};
+
+extern "C" PEGASUS_EXPORT CIMProvider* PegasusCreateProvider(const String& name) {
+    return name == "FanProvider" ? new FanProvider : nullptr;
+}

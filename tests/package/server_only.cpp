@@ -1,0 +1,6 @@
+#include <server/Server.h>
+
+int main() {
+    velmar_embedded::Server server;
+    server.start();
+}
