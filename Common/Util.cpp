@@ -189,7 +189,7 @@ void moveProp(Array<CIMInstance>& from, const CIMName& fromProp, Array<CIMInstan
               const CIMName& toProp, pathHT table) {
     for (Uint32 i = 0; i < from.size(); i++) {
         const CIMObjectPath targetPath = localize(from[i].getPath());
-        Uint32 index;
+        Uint32 index = 0;
         if (!table.lookup(targetPath, index)) {
             continue;
         }

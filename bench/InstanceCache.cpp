@@ -141,6 +141,19 @@ void GetInstances_Cache(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+// What a lookup spends on tracing while it is off: entry, exit and one detail record.
+void TracingOff(benchmark::State& state) {
+    const TraceComponentId component = TraceComponentId(36);
+    for (auto _ : state) {
+        TracerToken token;
+        Tracer::traceEnter(token, __FILE__, __LINE__, component, "InstanceCache::lookup");
+        PEG_TRACE((component, Tracer::LEVEL3, "%s", "Found in cache: "));
+        Tracer::traceExit(token, __FILE__, __LINE__);
+        benchmark::ClobberMemory();
+    }
+}
+
+BENCHMARK(TracingOff);
 #define SIZES ->Arg(100)->Arg(1000)->Arg(10000)
 BENCHMARK(LookupHit_Cache) SIZES;
 BENCHMARK(LookupHit_LocalizeTextTable) SIZES;
