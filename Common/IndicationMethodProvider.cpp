@@ -4,10 +4,11 @@
 #include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/System.h>
-#include <stdint.h>
 #include <stdio.h>
 
-#include <shared_mutex>
+#include <condition_variable>
+#include <map>
+#include <mutex>
 
 #include "Internal.h"
 #include "Util.h"
@@ -17,15 +18,6 @@ using namespace Pegasus;
 namespace velmar_remote {
 
 namespace {
-
-// Keeps deliveries and disabling of one object apart. The locks stand beside the objects, whose
-// members are fixed; objects may share one, which only makes a disabling wait a little longer.
-// Never destroyed: a delivery may be running while the process ends.
-std::shared_mutex& deliveryLock(const void* object) {
-    const size_t COUNT = 16;
-    static std::shared_mutex* const locks = new std::shared_mutex[COUNT];
-    return locks[(reinterpret_cast<uintptr_t>(object) / 64) % COUNT];
-}
 
 template <class T>
 T load(const T& member) {
@@ -38,6 +30,61 @@ template <class T>
 void store(T& member, T value) {
     __atomic_store(&member, &value, __ATOMIC_RELEASE);
 }
+
+// The deliveries that are running, by object. They stand beside the objects, whose members are
+// fixed, and are counted exactly: waiting for those of one object must not depend on how busy the
+// others are. Never destroyed: a delivery may be running while the process ends.
+struct Deliveries {
+    std::mutex mutex;
+    std::condition_variable idle;
+    std::map<const void*, unsigned> running;
+
+    static Deliveries& all() {
+        static Deliveries* const deliveries = new Deliveries;
+        return *deliveries;
+    }
+};
+
+// One delivery of an object, counted while it lives; not begun if the object is disabled.
+class Delivery {
+ public:
+    Delivery(const void* object, const Boolean& enabled) : _object(object), _begun(false) {
+        Deliveries& all = Deliveries::all();
+        const std::lock_guard<std::mutex> lock(all.mutex);
+        if (load(enabled)) {
+            all.running[object]++;
+            _begun = true;
+        }
+    }
+    ~Delivery() {
+        if (!_begun) {
+            return;
+        }
+        Deliveries& all = Deliveries::all();
+        const std::lock_guard<std::mutex> lock(all.mutex);
+        const auto entry = all.running.find(_object);
+        if (--entry->second == 0) {
+            all.running.erase(entry);
+            all.idle.notify_all();
+        }
+    }
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
+
+    Boolean begun() const { return _begun; }
+
+    // Disables the object and returns when none of its deliveries is running.
+    static void stop(const void* object, Boolean& enabled) {
+        Deliveries& all = Deliveries::all();
+        std::unique_lock<std::mutex> lock(all.mutex);
+        store(enabled, Boolean(false));
+        all.idle.wait(lock, [&] { return all.running.count(object) == 0; });
+    }
+
+ private:
+    const void* _object;
+    Boolean _begun;
+};
 
 void addProperty(CIMInstance& inst, const char* name, const CIMValue& value) {
     inst.addProperty(CIMProperty(CIMName(name), value));
@@ -113,11 +160,8 @@ void IndicationMethodProvider::enableIndications(IndicationResponseHandler& hand
 
 void IndicationMethodProvider::disableIndications() {
     TraceScope trace(__FILE__, __LINE__, "IndicationMethodProvider::disableIndications");
-    // Disabled first, so that no new delivery comes while the running ones are waited for: the CIM
-    // server deletes the handler as soon as this has returned.
-    store(_enabled, Boolean(false));
-    deliveryLock(this).lock();
-    deliveryLock(this).unlock();
+    // The CIM server deletes the handler as soon as this has returned.
+    Delivery::stop(this, _enabled);
     IndicationResponseHandler* const handler = load(_handler);
     if (handler != nullptr) {
         handler->complete();
@@ -187,10 +231,9 @@ void IndicationMethodProvider::invokeMethod(const OperationContext& context, con
     }
     addNullValues(inst);
 
-    // Enrichment takes its time, and subscribers may have gone meanwhile. Held for the delivery
-    // only, which hands a message over.
-    std::shared_lock<std::shared_mutex> delivering(deliveryLock(this));
-    if (load(_enabled)) {
+    // Enrichment takes its time, and subscribers may have gone meanwhile.
+    const Delivery delivery(this, _enabled);
+    if (delivery.begun()) {
         load(_handler)->deliver(CIMIndication(inst));
     }
 }

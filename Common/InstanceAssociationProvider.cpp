@@ -4,6 +4,8 @@
 #include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Common/Exception.h>
 
+#include <vector>
+
 #include "Internal.h"
 #include "Util.h"
 
@@ -28,13 +30,9 @@ class RequestObject {
  public:
     explicit RequestObject(const CIMObjectPath& object) : _object(object) {
         const Array<CIMKeyBinding>& keys = object.getKeyBindings();
-        for (Uint32 i = 0; i < keys.size(); i++) {
-            if (keys[i].getType() != CIMKeyBinding::STRING) {
-                continue;
-            }
-            const String quoted = quote(keys[i].getValue());
-            if (quoted.size() > _mark.size()) {
-                _mark = quoted;
+        for (Uint32 i = keys.size(); i > 0; i--) {  // CreationClassName, alike in all, comes last
+            if (keys[i - 1].getType() == CIMKeyBinding::STRING) {
+                _marks.push_back(quote(keys[i - 1].getValue()));
             }
         }
     }
@@ -43,7 +41,12 @@ class RequestObject {
 
     /// For the text of a path with keys, as a path's toString writes it.
     Boolean mayBe(const String& text) const {
-        return _mark.size() == 0 || text.find(_mark) != PEG_NOT_FOUND;
+        for (const String& mark : _marks) {
+            if (text.find(mark) == PEG_NOT_FOUND) {
+                return false;
+            }
+        }
+        return true;
     }
     /// Whether this very text was found equal before: many associations share an end.
     Boolean isKnown(const String& text) const { return _known.size() > 0 && text == _known; }
@@ -64,7 +67,7 @@ class RequestObject {
     }
 
     const CIMObjectPath& _object;
-    String _mark;
+    std::vector<String> _marks;
     String _known;
 };
 
@@ -140,7 +143,11 @@ void deliverClassEnd(CIMOMHandle& cimom, const OperationContext& context, const 
         cimom.enumerateInstances(context, cimNamespace(), end.getClassName(), false, false,
                                  includeQualifiers, includeClassOrigin, propertyList);
     for (Uint32 i = 0; i < instances.size(); i++) {
-        instHandler->deliver(CIMObject(instances[i]));
+        // The server completes the path of what is delivered, in place, and these are the handles
+        // of another provider's cache.
+        const CIMObjectPath& path = instances[i].getPath();
+        const Boolean isComplete = path.getHost().size() > 0 && !path.getNameSpace().isNull();
+        instHandler->deliver(CIMObject(isComplete ? instances[i] : instances[i].clone()));
     }
 }
 

@@ -5,7 +5,8 @@
 // end; instances that lack either are ignored. An end without keys (a class path) stands for every
 // instance of its class and subclasses. A keyed end matches a request's object by full path
 // equality, and the CIM server gives requests the local host name and the request's namespace: ends
-// must carry the same.
+// must carry the same. So should the association instances' own paths: the server completes the
+// path of a delivered instance in place, which is the cached one, while others may be reading it.
 //
 // Deleting any instance deletes the associations that refer to it, and an association whose end is
 // a class path refers to every instance of that class: it goes with the first of them. A class-path

@@ -61,9 +61,9 @@ void InstanceCache::replace(const CIMInstance& instanceObject) {
     const CIMObjectPath key = localize(instanceObject.getPath());
     AutoMutex lock(mut);
     if (instanceHash.remove(key)) {
+        instanceHash.insert(key, instanceObject);
         PEG_TRACE((TRACE_COMPONENT, Tracer::LEVEL3, "Replacing in cache: %s",
                    (const char*)key.toString().getCString()));
-        instanceHash.insert(key, instanceObject);
     }
 }
 

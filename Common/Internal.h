@@ -12,10 +12,10 @@
 
 namespace velmar_remote {
 
-/// The CIM namespace of every upcall.
+/// The CIM namespace of every upcall. Never destroyed: requests may run while the process ends.
 inline const Pegasus::CIMNamespaceName& cimNamespace() {
-    static const Pegasus::CIMNamespaceName name("root/velmar_remote");
-    return name;
+    static const auto* const name = new Pegasus::CIMNamespaceName("root/velmar_remote");
+    return *name;
 }
 
 /// The server's name for this component number belongs to another subsystem; the number is what
@@ -34,8 +34,13 @@ class TraceScope {
     ~TraceScope() {
         // Compared, not tested for zero: an operation may run inside a destructor that an
         // exception elsewhere has started.
-        if (std::uncaught_exceptions() == _exceptions) {
+        if (std::uncaught_exceptions() != _exceptions) {
+            return;
+        }
+        try {
             Pegasus::Tracer::traceExit(_token, _file, _line);
+        } catch (...) {
+            // A record lost for want of memory must not end the server.
         }
     }
     TraceScope(const TraceScope&) = delete;

@@ -334,7 +334,7 @@ String tr(const String& str, const Char16& from, const Char16& to) {
 }
 
 Array<String> splitString(const String& str, const char delim) {
-    const Char16 delimiter(static_cast<unsigned char>(delim));
+    const Char16 delimiter(static_cast<unsigned char>(delim));  // char may be signed
     const Uint32 size = str.size();
     Array<String> pieces;
     Uint32 lastPos = 0;

@@ -39,6 +39,24 @@ void ReferenceNames(benchmark::State& state) {
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
+// CIM's usual pair of keys, of which one is the same in all ends.
+void ReferenceNamesTwoKeys(benchmark::State& state) {
+    const auto twoKeys = [](const std::string& name) {
+        return full("T_Thing.CreationClassName=\"T_Thing\",Name=\"" + name + "\"");
+    };
+    Links provider("T_Link", "Left", "T_Thing", "Right", "T_Thing");
+    for (int64_t i = 0; i < state.range(0); i++) {
+        const std::string n = std::to_string(i);
+        provider._cache.insert(makeLink(twoKeys(i % 2 ? "hub" : "other" + n), twoKeys(n)));
+    }
+    const CIMObjectPath hub = path(twoKeys("hub"));
+    for (auto _ : state) {
+        velmar_embedded::ObjectPathRecorder handler;
+        provider.referenceNames(OperationContext(), hub, CIMName(), "", handler);
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(ReferenceNamesTwoKeys)->Arg(1000);
 BENCHMARK(AssociatorNames)->Arg(100)->Arg(1000)->Arg(10000);
 BENCHMARK(ReferenceNames)->Arg(100)->Arg(1000)->Arg(10000);
 

@@ -1,6 +1,8 @@
 // Which association providers are asked, with which arguments, and what stored associations and
 // the schema answer.
 #include <algorithm>
+#include <mutex>
+#include <thread>
 
 #include "support/ScriptedServer.h"
 
@@ -139,6 +141,25 @@ TEST_F(AssociationRouting, ArgumentsAndResults) {
     provider->associatorObjects = [&](const auto&, auto& handler) { handler.deliver(CIMObject()); };
     EXPECT_EQ(outcome([&] { client.associators(ns, path("T_A.k=\"1\"")); }),
               "1 CIM_ERR_FAILED: The object is not initialized.");
+}
+
+TEST_F(AssociationRouting, OneObjectDeliveredToManyAtOnce) {
+    const CIMInstance kept = item("T_Link.k=\"1\"", 1);
+    provide("P", {"T_Link"}, {ProviderType::Association})->referenceObjects =
+        [&](const auto&, auto& handler) { handler.deliver(CIMObject(kept)); };
+    start();
+    std::vector<std::thread> clients;
+    for (int i = 0; i < 4; i++) {
+        clients.emplace_back([&] {
+            CIMClient own;
+            own.connectLocal();
+            for (int j = 0; j < 20; j++)
+                EXPECT_EQ(show(own.references(ns, path("T_A.k=\"1\""), "T_Link")),
+                          full("T_Link.k=\"1\"") + "\n");
+        });
+    }
+    for (std::thread& client : clients)
+        client.join();
 }
 
 TEST_F(AssociationRouting, Errors) {

@@ -6,7 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
+#include <future>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <thread>
 #include <vector>
@@ -218,6 +221,38 @@ TEST(IndicationMethodProvider, NoDeliveryOutlivesDisabling) {
         sender.join();
     }
     EXPECT_GE(delivered, 50);
+}
+
+TEST(IndicationMethodProvider, DisablingWaitsForItsOwnDeliveriesOnly) {
+    struct Slow : IndicationRecorder {
+        using IndicationRecorder::deliver;
+        void deliver(const CIMIndication&) override {
+            delivering.set_value();
+            goOn.get_future().wait();
+            finished = true;
+        }
+        std::promise<void> delivering, goOn;
+        std::atomic<bool> finished{false};
+    } slow;
+    Alerts busy("T_Alert", nullptr);
+    busy.enableIndications(slow);
+    std::thread sender([&] { busy.send(); });
+    slow.delivering.get_future().wait();
+
+    std::vector<std::unique_ptr<Alerts>> others;  // enough of them to meet any shared lock
+    for (int i = 0; i < 64; i++) {
+        others.push_back(std::make_unique<Alerts>("T_Alert", nullptr));
+        IndicationRecorder handler;
+        others.back()->enableIndications(handler);
+        others.back()->disableIndications();  // would never return
+    }
+    auto disabled = std::async(std::launch::async, [&] {
+        busy.disableIndications();
+        return slow.finished.load();
+    });
+    slow.goOn.set_value();
+    EXPECT_TRUE(disabled.get());
+    sender.join();
 }
 
 TEST(IndicationMethodProvider, ConcurrentSendsNeverShareAnIdentifier) {

@@ -29,6 +29,7 @@ class Alerts : public velmar_remote::IndicationMethodProvider {
     using IndicationMethodProvider::IndicationMethodProvider;
 
     std::function<void(CIMInstance&)> before;  ///< sets properties before the base class does
+    std::function<void()> during;              ///< runs while an alert is being handed over
     std::vector<CIMInstance> handedOver;
 
     void enableIndications(IndicationResponseHandler& handler) override {
@@ -52,6 +53,9 @@ class Alerts : public velmar_remote::IndicationMethodProvider {
         void complete() override { to.complete(); }
         void deliver(const CIMIndication& indication) override {
             owner.handedOver.push_back(indication.clone());
+            if (owner.during) {
+                owner.during();
+            }
             to.deliver(indication);
         }
         void deliver(const Array<CIMIndication>& all) override { to.deliver(all); }
@@ -258,6 +262,41 @@ TEST_F(IndicationServed, UnknownClassesAndOtherRefusals) {
     EXPECT_EQ(outcome([&] { raise(SENSOR); }), "ok") << "nobody subscribes: nothing is looked up";
     EXPECT_EQ(Alerts::_ID, before);
     EXPECT_EQ(seen.size(), 0u);
+}
+
+// A server deletes the handler as soon as disableIndications has returned.
+TEST_F(IndicationServed, DisablingWaitsForADeliveryButNotForEnrichment) {
+    start();
+    Count enriching, disabled;
+    alerts->before = [&](CIMInstance&) {
+        enriching.up();
+        disabled.waitFor(1);
+    };
+    std::string id = subscribe();
+    std::thread late([&] { raise(SENSOR); });
+    enriching.waitFor(1);
+    site.server.unsubscribe(id);
+    disabled.up();
+    late.join();
+    EXPECT_EQ(alerts->handedOver.size(), 0u) << "too late to be delivered";
+
+    alerts->before = nullptr;
+    Count delivering;
+    std::atomic<bool> ended{false};
+    alerts->during = [&] {
+        delivering.up();
+        for (int i = 0; i < 1000 && !ended; i++) {
+            std::this_thread::yield();
+        }
+        EXPECT_FALSE(ended);
+    };
+    id = subscribe();
+    std::thread sender([&] { raise(SENSOR); });
+    delivering.waitFor(1);
+    site.server.unsubscribe(id);
+    ended = true;
+    sender.join();
+    EXPECT_EQ(alerts->handedOver.size(), 1u);
 }
 
 #ifdef __SANITIZE_THREAD__

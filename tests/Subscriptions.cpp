@@ -2,6 +2,7 @@
 #include <Pegasus/Common/CIMIndication.h>
 #include <Pegasus/Provider/CIMIndicationProvider.h>
 
+#include <atomic>
 #include <stdexcept>
 #include <thread>
 
@@ -328,18 +329,20 @@ TEST_F(Subscriptions, UnsubscribingWaitsForARunningSubscriberAndDiscardsTheRest)
     Alerts* a = alerts("A");
     start();
     Count begun, mayEnd;
-    bool ended = false;
+    std::atomic<bool> returned{false};
     const std::string id = server.subscribe(base, {"root/test"}, [&](const CIMInstance&) {
         begun.up();
         mayEnd.waitFor(1);
-        ended = true;
+        for (int i = 0; i < 1000 && !returned; i++)
+            std::this_thread::yield();
+        EXPECT_FALSE(returned);
     });
     a->onDisable = [&] { mayEnd.up(); };  // the end of the subscription is under way by then
     a->alert(alertPath);
     a->alert(alertPath);
     begun.waitFor(1);
-    std::thread([&] { server.unsubscribe(id); }).join();
-    EXPECT_TRUE(ended);
+    server.unsubscribe(id);
+    returned = true;
     const IndicationCounts counts = server.indicationCounts();
     EXPECT_EQ(counts.delivered + counts.discarded, 2u);
     EXPECT_EQ(counts.delivered, static_cast<uint64_t>(begun.value()));

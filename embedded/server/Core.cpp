@@ -151,7 +151,7 @@ void Core::unsubscribe(const std::string& id) {
         return;
     std::shared_ptr<Subscription> removed;
     complete([&] { removed = _subscriptions.remove(id); });
-    _subscriptions.close(*removed);  // on this thread, which may be in a subscriber
+    _subscriptions.close(removed);  // on this thread, which may be in a subscriber
 }
 
 CIMOMHandle Core::makeHandle(const std::string& providerName) {

@@ -29,10 +29,8 @@ void IndicationQueue::push(const CIMInstance& indication) {
     std::string problem;
     {
         std::lock_guard<std::mutex> guard(_lock);
-        if (_closed) {
-            _counts.discarded++;
+        if (_closed)
             return;
-        }
         if (_queue.size() < _capacity && schedule()) {
             _queue.push_back(indication);
             _dropping = false;

@@ -77,6 +77,7 @@ class Server {
     void addProviderDirectory(const std::string& directory);
     /// Registers an object made in this process. The server owns it from here on and drives it
     /// like a loaded one: initialize before its first call, terminate (which deletes it) at stop.
+    /// One that no request has asked for is deleted.
     void registerProvider(const std::string& name, Pegasus::CIMProvider* provider,
                           const std::vector<Capabilities>& capabilities);
     /// The same with a factory, called at the first request and after a failed initialize.

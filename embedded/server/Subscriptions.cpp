@@ -230,6 +230,7 @@ std::shared_ptr<Subscription> Subscriptions::remove(const std::string& id) {
             throw refused(CIM_ERR_NOT_FOUND, "subscription " + id);
         subscription = active->second;
         _active.erase(active);
+        _ending.push_back(subscription);
     }
     for (const Target& target : subscription->accepted) {
         const auto failure = failureOf([&] { target.first->remove(*subscription, target.second); });
@@ -239,10 +240,11 @@ std::shared_ptr<Subscription> Subscriptions::remove(const std::string& id) {
     return subscription;
 }
 
-void Subscriptions::close(const Subscription& subscription) {
-    subscription.queue->close();
+void Subscriptions::close(const std::shared_ptr<Subscription>& subscription) {
+    subscription->queue->close();
     std::lock_guard<std::mutex> guard(_lock);
-    add(_ended, subscription.queue->counts());
+    _ending.erase(std::find(_ending.begin(), _ending.end(), subscription));
+    add(_ended, subscription->queue->counts());
 }
 
 std::vector<IndicationSource*> Subscriptions::sources() const {
@@ -278,11 +280,12 @@ void Subscriptions::drain() {
 }
 
 IndicationCounts Subscriptions::counts() const {
-    IndicationCounts sum;
-    for (const std::shared_ptr<Subscription>& subscription : active())
-        add(sum, subscription->queue->counts());
     std::lock_guard<std::mutex> guard(_lock);
-    add(sum, _ended);
+    IndicationCounts sum = _ended;
+    for (const auto& active : _active)
+        add(sum, active.second->queue->counts());
+    for (const std::shared_ptr<Subscription>& ending : _ending)
+        add(sum, ending->queue->counts());
     sum.unmatched += _unmatched;
     return sum;
 }

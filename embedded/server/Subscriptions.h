@@ -54,7 +54,7 @@ class Subscriptions {
     /// (CIM_ERR_NOT_FOUND).
     std::shared_ptr<Subscription> remove(const std::string& id);
     /// Ends the calls of its subscriber, see IndicationQueue::close.
-    void close(const Subscription& subscription);
+    void close(const std::shared_ptr<Subscription>& subscription);
 
     /// Disables the providers, hands over what they have delivered, and ends all subscriptions. No
     /// operation may be running.
@@ -91,6 +91,7 @@ class Subscriptions {
     mutable std::mutex _lock;
     std::vector<std::shared_ptr<Subscription>> _stored;
     std::map<std::string, std::shared_ptr<Subscription>> _active;
+    std::vector<std::shared_ptr<Subscription>> _ending;  // removed, not yet closed
     std::map<Provider*, std::unique_ptr<IndicationSource>> _sources;
     IndicationCounts _ended;  // of the subscriptions that are gone
 };

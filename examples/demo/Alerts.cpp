@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <utility>
 
 #include "Sections.h"
 #include "server/Server.h"
@@ -124,7 +125,7 @@ void requestState(const Demo& demo, Step& step, const Place& place, const site::
                                       (problem.isNull() ? "" : site::toStd(problem.toString())));
 }
 
-// The alerts that came since the last call; `count` are expected.
+// The alerts that came since the last call.
 std::vector<CIMInstance> arrived(const Demo& demo, Inbox& inbox, Step& step, size_t expected) {
     step.ask([&] { demo.server.drain(); });
     std::vector<CIMInstance> alerts = inbox.all();
@@ -139,9 +140,9 @@ void expectText(Step& step, const CIMInstance& alert, const char* name, const st
 }
 
 // The partition's provider raises the alert itself.
-void alertOfPartition(const Demo& demo, Inbox& inbox, const Place& place) {
+void alertOfPartition(const Demo& demo, Inbox& inbox, const Place& place,
+                      const site::State& failed) {
     std::vector<CIMInstance> alerts;
-    const site::State& failed = *site::findState("failed");
     demo.report.step("call", fmt::format("RequestStateChange({})", failed.name), [&](Step& step) {
         requestState(demo, step, place, failed);
         alerts = arrived(demo, inbox, step, 1);
@@ -214,17 +215,22 @@ void showAlerts(const Demo& demo) {
         });
         return "subscription " + subscription;
     });
-    alertOfPartition(demo, inbox, place);
+    // Only a change is worth an alert.
+    const site::State* first = site::findState("failed");
+    const site::State* second = site::findState("aborted");
+    if (place.partition->state == first) {
+        std::swap(first, second);
+    }
+    alertOfPartition(demo, inbox, place, *first);
     alertOfControlPoint(demo, inbox, place.domain->controlPoints.front());
 
-    const site::State& aborted = *site::findState("aborted");
     demo.report.text("");
     demo.report.step("unsubscribe", query, [&](Step& step) {
         step.ask([&] { demo.server.unsubscribe(subscription); });
         return "nobody subscribes";
     });
-    demo.report.step("call", fmt::format("RequestStateChange({})", aborted.name), [&](Step& step) {
-        requestState(demo, step, place, aborted);
+    demo.report.step("call", fmt::format("RequestStateChange({})", second->name), [&](Step& step) {
+        requestState(demo, step, place, *second);
         return fmt::format("{} for the subscriber",
                            count(arrived(demo, inbox, step, 0).size(), "alert"));
     });

@@ -1,4 +1,5 @@
 #include <Common/CachedInstanceProvider.h>
+#include <Pegasus/Common/System.h>
 
 using namespace Pegasus;
 
@@ -14,7 +15,8 @@ class FanProvider : public velmar_remote::CachedInstanceProvider {
             fan.addProperty(CIMProperty(CIMName("Speed"), CIMValue(Uint32(1200))));
             Array<CIMKeyBinding> keys;
             keys.append(CIMKeyBinding(CIMName("Name"), CIMValue(String(name))));
-            fan.setPath(CIMObjectPath(String(), "root/velmar_remote", "ACME_Fan", keys));
+            fan.setPath(
+                CIMObjectPath(System::getHostName(), "root/velmar_remote", "ACME_Fan", keys));
             _cache.insert(fan);
         }
     }

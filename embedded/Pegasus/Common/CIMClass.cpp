@@ -64,13 +64,12 @@ CIMInstance CIMConstClass::buildInstance(Boolean includeQualifiers, Boolean incl
     for (const CIMProperty& declared : rep.properties) {
         if (!propertyList.isNull() && !propertyList.contains(declared.getName()))
             continue;
-        CIMProperty property(declared.getName(), declared.getValue(), declared.getArraySize(),
-                             declared.getReferenceClassName());
-        if (includeClassOrigin)
-            property.setClassOrigin(declared.getClassOrigin());
-        if (includeQualifiers)
-            for (const CIMQualifier& qualifier : HandleAccess::rep(declared)->qualifiers)
-                property.addQualifier(qualifier.clone());
+        CIMProperty property = declared.clone();
+        property.setPropagated(false);
+        if (!includeClassOrigin)
+            property.setClassOrigin(CIMName());
+        if (!includeQualifiers)
+            HandleAccess::rep(property)->qualifiers.clear();
         instance.addProperty(property);
     }
     return instance;

@@ -43,8 +43,9 @@ Boolean CIMConstProperty::identical(const CIMConstProperty& property) const {
 
 CIMProperty CIMConstProperty::clone() const {
     const Rep& rep = initialized(_rep);
-    CIMProperty copy(rep.name, rep.value, rep.arraySize, rep.referenceClassName, rep.classOrigin,
+    CIMProperty copy(rep.name, rep.value, 0, rep.referenceClassName, rep.classOrigin,
                      rep.propagated);
+    copy._rep->arraySize = rep.arraySize;  // setValue may have brought a value of another size
     copy._rep->qualifiers = rep.qualifiers.clone();
     return copy;
 }
