@@ -354,6 +354,19 @@ TEST(CIMParamValue, CopiesShare) {
     EXPECT_TRUE(clone.isTyped());
 }
 
+TEST(CIMProperty, AValueThatNoLongerFitsItsDeclaredSizeIsCloned) {
+    CIMProperty sized("a", CIMValue(Array<String>(2, String("x"))), 2);
+    sized.setValue(CIMValue(CIMTYPE_STRING, true));
+    EXPECT_EQ(sized.clone().getArraySize(), 2u);
+    CIMInstance instance(CIMName("A"));
+    instance.addProperty(sized);
+    EXPECT_TRUE(instance.clone().identical(instance));
+    CIMClass cimClass(CIMName("A"));
+    cimClass.addProperty(sized);
+    EXPECT_TRUE(cimClass.clone().identical(cimClass));
+    EXPECT_EQ(cimClass.buildInstance(false, false, CIMPropertyList()).getPropertyCount(), 1u);
+}
+
 TEST(CIMPropertyList, NullAndEmptyDiffer) {
     CIMPropertyList list;
     EXPECT_TRUE(list.isNull());

@@ -5,7 +5,7 @@
 #include <atomic>
 
 #include "Common/Util.h"
-#include "support/LinkServer.h"
+#include "support/ComponentServer.h"
 #include "support/TraceFile.h"
 
 using namespace Pegasus;
@@ -78,64 +78,17 @@ TEST_F(Hierarchy, FirstAssociatedNameOrNone) {
 
 // ---- Systems by hardware control point -------------------------------------------------------
 
-namespace {
-
-const char MODEL_MOF[] = R"(
-class QOR_HWCtrlPoint : T_Thing { string NetworkAddress; string Extra; };
-class QOR_MAPAdminDomain : T_Thing { };
-class T_System : T_Thing { };
-[Association] class QOR_SystemComponent {
-    [Key] T_Thing REF GroupComponent; [Key] T_Thing REF PartComponent; };
-)";
-
-}  // namespace
-
 class Grouping : public ::testing::Test {
  protected:
-    Grouping()
-        : points(new Things("QOR_HWCtrlPoint")),
-          components(new Links("QOR_SystemComponent", "GroupComponent", "QOR_MAPAdminDomain",
-                               "PartComponent", "T_Thing")) {
-        using velmar_embedded::ProviderType;
-        server.server.compileMofText(NAMESPACE, MODEL_MOF);
-        server.server.registerProvider(
-            "Points", points, {{"QOR_HWCtrlPoint", {NAMESPACE}, {ProviderType::Instance}, {}}});
-        server.server.registerProvider("Components", components,
-                                       {{"QOR_SystemComponent",
-                                         {NAMESPACE},
-                                         {ProviderType::Instance, ProviderType::Association},
-                                         {}}});
-        Client().enumerateInstances(NAMESPACE, "T_Link");
+    Grouping() {
         before.append(Array<CIMInstance>(1, makeThing("before")));
         groups = before;
         ungrouped = before[0];
-        server.forget();
-    }
-    void addPoint(const std::string& name) {
-        CIMInstance point = makeThing(name, "QOR_HWCtrlPoint");
-        add(point, "NetworkAddress", ("10.0.0." + name).c_str());
-        points->_cache.insert(point);
-    }
-    void component(const std::string& domain, const std::string& part, const char* partClass) {
-        CIMInstance link =
-            makeLink(full(thing(domain, "QOR_MAPAdminDomain")), full(thing(part, partClass)));
-        Array<CIMKeyBinding> keys = link.getPath().getKeyBindings();
-        keys[0].setName("GroupComponent");
-        keys[1].setName("PartComponent");
-        CIMInstance renamed(CIMName("QOR_SystemComponent"));
-        renamed.setPath(CIMObjectPath("", NAMESPACE, "QOR_SystemComponent", keys));
-        components->_cache.insert(renamed);
-    }
-    void addSystem(const std::string& name, const std::string& domain) {
-        systems.append(makeThing(name, "T_System"));
-        if (!domain.empty()) {
-            component(domain, name, "T_System");
-        }
     }
     /// "point address: system system | ..." and the ungrouped systems after "/".
     std::string group() {
         const Array<CIMInstance> found =
-            groupByHCP(server.links->_cimom, OperationContext(), systems, groups, ungrouped);
+            groupByHCP(server.cimom(), OperationContext(), server.systems, groups, ungrouped);
         std::string result;
         for (Uint32 i = 0; i < groups.size(); i++) {
             result += i ? " | " : "";
@@ -155,10 +108,7 @@ class Grouping : public ::testing::Test {
         return text(instance.getPath().getKeyBindings()[0].getValue());
     }
 
-    LinkServer server;
-    Things* points;
-    Links* components;
-    Array<CIMInstance> systems;
+    ComponentServer server;
     Array<Array<CIMInstance>> before;
     Array<Array<CIMInstance>> groups;
     Array<CIMInstance> ungrouped;
@@ -167,15 +117,14 @@ class Grouping : public ::testing::Test {
 
 TEST_F(Grouping, SeveralPointsInOrderOfTheirSystems) {
     for (const char* point : {"1", "2", "3"}) {
-        addPoint(point);
-        component("D" + std::string(point), point, "QOR_HWCtrlPoint");
+        server.addPoint(point, "D" + std::string(point));
     }
-    addSystem("S1", "D1");
-    addSystem("S2", "D2");
-    addSystem("lone", "");
-    addSystem("S3", "D1");
-    addSystem("S4", "D3");
-    addSystem("empty", "D9");
+    server.addSystem("S1", "D1");
+    server.addSystem("S2", "D2");
+    server.addSystem("lone", "");
+    server.addSystem("S3", "D1");
+    server.addSystem("S4", "D3");
+    server.addSystem("empty", "D9");
     EXPECT_EQ(group(), "1 10.0.0.1: S1 S3 | 2 10.0.0.2: S2 | 3 10.0.0.3: S4 / lone empty");
     EXPECT_EQ(server.arrived("enumerateInstances"), 1);
     EXPECT_EQ(server.arrived("associatorNames"), 11);  // two each, one for the lone system
@@ -183,47 +132,46 @@ TEST_F(Grouping, SeveralPointsInOrderOfTheirSystems) {
     EXPECT_EQ(text(last[0].getPath()), full(thing("1", "QOR_HWCtrlPoint")));
     add(last[0], "Mine", "edited");
     CIMInstance cached;
-    points->_cache.lookup(path(thing("1", "QOR_HWCtrlPoint")), cached);
+    server.points->_cache.lookup(path(thing("1", "QOR_HWCtrlPoint")), cached);
     EXPECT_EQ(property(cached, "Mine"), "(none)");  // another provider's instance stays its own
 }
 
 TEST_F(Grouping, OnePointTakesAllWithoutLookingAtAssociations) {
-    addPoint("1");
-    points->_cache.replace([] {  // the path as the provider holds it lacks host and namespace
-        CIMInstance bare = instanceAt(thing("1", "QOR_HWCtrlPoint"));
-        add(bare, "NetworkAddress", "10.0.0.1");
-        return bare;
-    }());
-    addSystem("S1", "");
-    addSystem("S2", "");
+    server.addPoint("1");
+    server.points->_cache.replace(
+        [] {  // the path as the provider holds it lacks host and namespace
+            CIMInstance bare = instanceAt(thing("1", "QOR_HWCtrlPoint"));
+            add(bare, "NetworkAddress", "10.0.0.1");
+            return bare;
+        }());
+    server.addSystem("S1", "");
+    server.addSystem("S2", "");
     EXPECT_EQ(group(), "1 10.0.0.1: before | ?: S1 S2");  // appended to what was there
     EXPECT_EQ(text(last[0].getPath()), full(thing("1", "QOR_HWCtrlPoint")));
     EXPECT_EQ(server.arrived("associatorNames"), 0);
     CIMInstance cached;
-    points->_cache.lookup(path(thing("1", "QOR_HWCtrlPoint")), cached);
+    server.points->_cache.lookup(path(thing("1", "QOR_HWCtrlPoint")), cached);
     EXPECT_EQ(text(cached.getPath()), thing("1", "QOR_HWCtrlPoint"));
 
-    systems.clear();
+    server.systems.clear();
     ungrouped = before[0];
     EXPECT_EQ(group(), "");
     EXPECT_EQ(last.size(), 0u);
 }
 
 TEST_F(Grouping, NoPointAtAll) {
-    addSystem("S1", "D1");
+    server.addSystem("S1", "D1");
     EXPECT_EQ(group(), " / S1");
-    systems.clear();
+    server.systems.clear();
     EXPECT_EQ(group(), "");
 }
 
 TEST_F(Grouping, FailureHalfWayLeavesTheOutputs) {
-    for (const char* point : {"1", "2"}) {
-        addPoint(point);
-    }
-    component("D1", "1", "QOR_HWCtrlPoint");
-    component("D2", "gone", "QOR_HWCtrlPoint");
-    addSystem("S1", "D1");
-    addSystem("S2", "D2");
+    server.addPoint("1", "D1");
+    server.addPoint("2");
+    server.component("D2", "gone", "QOR_HWCtrlPoint");
+    server.addSystem("S1", "D1");
+    server.addSystem("S2", "D2");
     EXPECT_THROW(group(), CIMException);
     ASSERT_EQ(groups.size(), 1u);
     EXPECT_EQ(name(groups[0][0]), "before");
