@@ -31,8 +31,8 @@ class Window {
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;
 
-    // Moves to the window that begins at the page of `address`; false when not even the pages of
-    // the `length` bytes at `address` can be mapped, and then nothing is mapped.
+    // Moves to the window that begins at the page of `address`, or just to the pages of the
+    // `length` bytes there; false when both are refused, and then nothing is mapped.
     bool moveTo(unsigned long address, unsigned long length) {
         unmap();
         const unsigned long page = pageOf(address);
@@ -41,7 +41,7 @@ class Window {
         // A kernel that guards its memory refuses a mapping as a whole when it touches one guarded
         // page, and the firmware area ends right below such pages.
         return map(page, std::max(WINDOW_SIZE, needed)) ||
-               (needed < WINDOW_SIZE && map(page, needed));
+               (length != 0 && needed < WINDOW_SIZE && map(page, needed));
     }
 
     bool covers(unsigned long address, unsigned long length) const {
@@ -97,35 +97,36 @@ long PMem::read(void* retval, unsigned long phys_addr, long length) {
     char* destination = static_cast<char*>(retval);
     unsigned long left = static_cast<unsigned long>(length);
     Window window;
-    while (left != 0) {
+    do {
         const unsigned long chunk = std::min(left, WINDOW_SIZE - (phys_addr - pageOf(phys_addr)));
         if (!window.moveTo(phys_addr, chunk)) {
-            return -1;
+            return left == 0 ? 0 : -1;
         }
-        std::memcpy(destination, window.at(phys_addr), chunk);
+        std::copy_n(window.at(phys_addr), chunk, destination);
         destination += chunk;
         phys_addr += chunk;
         left -= chunk;
-    }
+    } while (left != 0);
     return 0;
 }
 
 unsigned long PMem::search(char* match, unsigned long start_addr, unsigned long end_addr,
                            long step_size) {
     const unsigned long match_length = std::strlen(match);
+    const unsigned long step = step_size > 0 ? static_cast<unsigned long>(step_size) : ULONG_MAX;
+    // The page of a refused candidate: those after it need the same pages and perhaps more.
+    unsigned long refused_page = ULONG_MAX;
+    Window window;
+    if (!window.moveTo(start_addr, match_length)) {
+        refused_page = pageOf(start_addr);
+    }
     if (match_length == 0 && start_addr < end_addr) {
         return start_addr;
     }
-    const unsigned long step = step_size > 0 ? static_cast<unsigned long>(step_size) : ULONG_MAX;
-    Window window;
-    // The page whose last candidate was refused: those after it need the same page and more.
-    bool any_refused = false;
-    unsigned long refused_page = 0;
     for (unsigned long i = start_addr; i < end_addr; i += step) {
-        if (any_refused && pageOf(i) == refused_page) {
+        if (pageOf(i) == refused_page) {
             // Passed over.
         } else if (!window.covers(i, match_length) && !window.moveTo(i, match_length)) {
-            any_refused = true;
             refused_page = pageOf(i);
         } else if (std::memcmp(window.at(i), match, match_length) == 0) {
             return i;

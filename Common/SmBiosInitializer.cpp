@@ -121,7 +121,7 @@ SmBiosInitializer::SmBiosInitializer() : SmBios(_empty) {
             _version = entry.version;
         }
     } catch (const std::bad_alloc&) {
-        _tables.clear();
+        // The table is still empty.
     }
 }
 

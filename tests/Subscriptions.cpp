@@ -170,6 +170,8 @@ TEST_F(Subscriptions, ProvidersAreDrivenByTheFirstAndTheLast) {
     EXPECT_EQ(order.find("A.enable"), std::string::npos);
     EXPECT_EQ(b->classNames,
               full("T_Base", "root/Test") + " " + full("T_Base", "root/other") + " ");
+    EXPECT_EQ(a->classNames, full("T_Alert", "root/Test") + " " + full("T_SubAlert", "root/Test") +
+                                 " " + full("T_Alert", "root/other") + " ");
     server.unsubscribe(first);
     EXPECT_EQ(take(), "A.delete-other ");
     EXPECT_EQ(outcome([&] { server.unsubscribe(first); }), "6 subscription " + first);

@@ -3,26 +3,30 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
+# as_root COMMAND... : runs it as root, through sudo where this user is not root.
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        echo "run as root, or install sudo, for: $*" >&2
+        return 1
+    fi
+}
+
 # install_packages PACKAGE... : installs those that are missing; nothing happens when none is.
 install_packages() {
-    local missing=() package sudo=""
+    local missing=() package log
     for package in "$@"; do
         dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' ||
             missing+=("$package")
     done
     [ ${#missing[@]} -gt 0 ] || return 0
-    if [ "$(id -u)" -ne 0 ]; then
-        command -v sudo >/dev/null || {
-            echo "missing packages: ${missing[*]}; run as root, or install sudo" >&2
-            return 1
-        }
-        sudo="sudo"
-    fi
     echo "installing: ${missing[*]}" >&2
-    local log
     log=$(mktemp)
-    if ! { $sudo env DEBIAN_FRONTEND=noninteractive apt-get -q update &&
-           $sudo env DEBIAN_FRONTEND=noninteractive apt-get -qy install --no-install-recommends \
+    if ! { as_root apt-get -q update &&
+           as_root env DEBIAN_FRONTEND=noninteractive apt-get -qy install --no-install-recommends \
                "${missing[@]}"; } >"$log" 2>&1; then
         tail -n 30 "$log" >&2
         echo "apt-get could not install: ${missing[*]} (whole log: $log)" >&2

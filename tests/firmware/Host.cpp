@@ -23,21 +23,14 @@ const char NO_UUID[] = "00000000-0000-0000-0000-000000000000";
 class Machine {
  public:
     explicit Machine(const std::vector<std::string>& options) {
-        std::vector<std::string> command = {"timeout",
-                                            "300",
-                                            "qemu-system-x86_64",
-                                            "-accel",
-                                            "tcg",
-                                            "-nographic",
-                                            "-no-reboot",
-                                            "-nic",
-                                            "none",
-                                            "-kernel",
-                                            getenv("FIRMWARE_KERNEL"),
-                                            "-initrd",
-                                            getenv("FIRMWARE_INITRD"),
-                                            "-append",
-                                            "console=ttyS0 loglevel=0 panic=-1"};
+        const char* const kernel = getenv("FIRMWARE_KERNEL");
+        const char* const initrd = getenv("FIRMWARE_INITRD");
+        std::vector<std::string> command = {"timeout", "300", "qemu-system-x86_64"};
+        for (const char* option :
+             {"-accel", "tcg", "-nographic", "-no-reboot", "-nic", "none", "-kernel", kernel,
+              "-initrd", initrd, "-append", "console=ttyS0 loglevel=0 panic=-1"}) {
+            command.push_back(option);
+        }
         command.insert(command.end(), options.begin(), options.end());
         const std::string console = run(command);
         for (const std::string& line : lines(console)) {
