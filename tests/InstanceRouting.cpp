@@ -246,6 +246,8 @@ TEST_F(InstanceRouting, DeliveriesAndExceptions) {
          },
          "1 CIM_ERR_FAILED: type mismatch"},
         {[&](Handler&) { throw std::runtime_error("w\xe4hat"); }, "1 CIM_ERR_FAILED: w?hat"},
+        {[&](Handler&) { throw std::runtime_error("w\xc3\xa4hat"); },
+         "1 CIM_ERR_FAILED: w\xc3\xa4hat"},
         {[&](Handler&) { throw 5; }, "1 CIM_ERR_FAILED: Unknown error."},
     };
     const std::function<void(Handler&)>* behave = nullptr;

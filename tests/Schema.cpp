@@ -96,6 +96,21 @@ TEST_F(SchemaTest, SubclassInheritsFeaturesBeforeItsOwn) {
     EXPECT_FALSE(schema.getClass(NS, CIMName("Middle")).getProperty(3).getPropagated());
 }
 
+TEST_F(SchemaTest, SubclassInheritsAValueThatDoesNotFitItsArray) {
+    CIMClass upper(CIMName("Upper"));
+    CIMProperty pair(CIMName("Pair"), CIMValue(Array<Uint8>(2, 1)), 2);
+    pair.setValue(CIMValue(Array<Uint8>(3, 1)));
+    upper.addProperty(pair.addQualifier(text("Stays", "pair", CIMFlavor::RESTRICTED)));
+    schema.createClass(NS, upper);
+    schema.createClass(NS, CIMClass(CIMName("Lower"), CIMName("Upper")));
+    const CIMClass lower = schema.getClass(NS, CIMName("Lower"));
+    const CIMConstProperty inherited = lower.getProperty(0);
+    EXPECT_EQ(2u, inherited.getArraySize());
+    EXPECT_EQ(3u, inherited.getValue().getArraySize());
+    EXPECT_TRUE(inherited.getPropagated());
+    EXPECT_EQ(0u, inherited.getQualifierCount());
+}
+
 TEST_F(SchemaTest, QualifiersFollowTheirFlavor) {
     const CIMClass leaf = schema.getClass(NS, CIMName("Leaf"));
     EXPECT_EQ(PEG_NOT_FOUND, leaf.findQualifier(CIMName("Stays")));

@@ -150,6 +150,10 @@ TEST_F(TracerTest, RollsOverAtItsSize) {
         EXPECT_NE(std::string::npos, written[0].find(std::string("]: ") + texts[i]));
     }
     EXPECT_EQ(3u, files().size());
+    Tracer::setMaxTraceFileNumber("4000000000");  // a record must not take ages for it
+    PEG_TRACE_CSTRING(TRC_WSMSERVER, Tracer::LEVEL1, "five");
+    EXPECT_EQ(4u, files().size());
+    Tracer::setMaxTraceFileNumber("3");
 }
 
 TEST_F(TracerTest, RefusesWhatItCannotUse) {

@@ -103,9 +103,9 @@ std::vector<AssociationClass> associationClasses(const Schema& schema, const Req
         schema.lineage(request.nameSpace, request.path.getClassName());
     std::vector<AssociationClass> found;
     for (Uint32 i = 0; i < names.size(); i++) {
-        const CIMClass cimClass = schema.getClass(request.nameSpace, names[i]);
-        if (!cimClass.isAssociation())
+        if (!schema.isAssociation(request.nameSpace, names[i]))
             continue;
+        const CIMClass cimClass = schema.getClass(request.nameSpace, names[i]);
         AssociationClass association{names[i], {}};
         for (Uint32 j = 0; j < cimClass.getPropertyCount(); j++) {
             const CIMConstProperty property = cimClass.getProperty(j);

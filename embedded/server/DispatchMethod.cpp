@@ -17,7 +17,7 @@ Array<CIMParamValue> typedParameters(const Services& services, const Request& re
     Array<CIMParamValue> parameters = request.parameters;
     CIMClass cimClass;
     for (Uint32 i = 0; i < parameters.size(); i++) {
-        if (parameters[i].isTyped())
+        if (parameters[i].isTyped() || !CIMName::legal(parameters[i].getParameterName()))
             continue;
         if (cimClass.isUninitialized())
             cimClass = services.schema.getClass(request.nameSpace, request.path.getClassName());

@@ -11,6 +11,10 @@ namespace {
 
 // String refuses what is not UTF-8, which an exception's text may well be.
 String safeText(const char* text) {
+    try {
+        return String(text);
+    } catch (const Exception&) {
+    }
     std::string ascii(text);
     for (char& c : ascii) {
         if (static_cast<unsigned char>(c) >= 0x80)

@@ -127,8 +127,10 @@ struct Schema::NameSpace {
     }
 
     CIMProperty inherit(const CIMConstProperty& from) const {
-        CIMProperty result(from.getName(), from.getValue(), from.getArraySize(),
-                           from.getReferenceClassName(), from.getClassOrigin(), true);
+        CIMProperty result = from.clone();  // whatever its value: it may not fit the declared size
+        result.setPropagated(true);
+        while (result.getQualifierCount() > 0)
+            result.removeQualifier(result.getQualifierCount() - 1);
         inheritQualifiers(result, from);
         return result;
     }
@@ -265,6 +267,15 @@ bool Schema::hasClass(const CIMNamespaceName& nameSpace, const CIMName& classNam
     std::shared_lock lock(_lock);
     const auto found = _nameSpaces.find(nameSpace.getString());
     return found != _nameSpaces.end() && found->second->classes.count(className.getString()) != 0;
+}
+
+bool Schema::isAssociation(const CIMNamespaceName& nameSpace, const CIMName& className) const {
+    std::shared_lock lock(_lock);
+    const auto found = _nameSpaces.find(nameSpace.getString());
+    if (found == _nameSpaces.end())
+        return false;
+    const auto stored = found->second->classes.find(className.getString());
+    return stored != found->second->classes.end() && stored->second.definition.isAssociation();
 }
 
 Array<CIMName> Schema::subclassNames(const CIMNamespaceName& nameSpace, const CIMName& className,

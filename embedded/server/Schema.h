@@ -56,6 +56,9 @@ class Schema {
     /// False for an unknown class or namespace.
     bool hasClass(const Pegasus::CIMNamespaceName& nameSpace,
                   const Pegasus::CIMName& className) const;
+    /// The same; without copying the class.
+    bool isAssociation(const Pegasus::CIMNamespaceName& nameSpace,
+                       const Pegasus::CIMName& className) const;
     /// Names in declared spelling, each parent before its children, without the class itself; a
     /// null name stands for the root of the tree. 3 unknown namespace, 5 unknown class.
     Pegasus::Array<Pegasus::CIMName> subclassNames(const Pegasus::CIMNamespaceName& nameSpace,

@@ -117,6 +117,26 @@ CIMValue build(const Array<String>& texts, CIMType type, bool isArray) {
     }
 }
 
+// Whether the text of an array shows where its elements end.
+bool isSeparable(CIMType type) {
+    return type != CIMTYPE_CHAR16 && type != CIMTYPE_REFERENCE && type != CIMTYPE_OBJECT &&
+           type != CIMTYPE_INSTANCE;
+}
+
+Array<String> textsOf(const CIMValue& value) {
+    Array<String> texts;
+    if (!value.isArray()) {
+        texts.append(value.toString());
+    } else if (value.getType() == CIMTYPE_STRING) {
+        value.get(texts);
+    } else {
+        const String all = value.toString();  // a blank follows each element
+        for (Uint32 from = 0, to; (to = all.find(from, ' ')) != PEG_NOT_FOUND; from = to + 1)
+            texts.append(all.subString(from, to - from));
+    }
+    return texts;
+}
+
 }  // namespace
 
 CIMValue typedValue(const String& parameterName, const CIMValue& value, CIMType type,
@@ -125,15 +145,10 @@ CIMValue typedValue(const String& parameterName, const CIMValue& value, CIMType 
     if (value.isNull() && value.isArray() == isArray)
         return CIMValue(type, isArray);
     if (value.getType() == type || isObject || value.isArray() != isArray ||
-        (isArray && value.getType() != CIMTYPE_STRING))
+        (isArray && !isSeparable(value.getType())))
         return value;
-    Array<String> texts;
-    if (isArray)
-        value.get(texts);
-    else
-        texts.append(value.toString());
     try {
-        return build(texts, type, isArray);
+        return build(textsOf(value), type, isArray);
     } catch (const Misfit&) {
         String message("parameter ");
         message.append(parameterName)

@@ -7,8 +7,8 @@
 
 namespace velmar_embedded {
 
-/// Converts a string, an array of strings, or a single value of another type (through its text).
-/// Anything else is given back as it is; an array-ness that is not the declared one too. Throws
+/// Converts a value through its text, an array element by element. Given back as they are: arrays
+/// of characters, references and objects, and an array-ness that is not the declared one. Throws
 /// CIMException (CIM_ERR_INVALID_PARAMETER) naming parameter and text that do not fit the type.
 Pegasus::CIMValue typedValue(const Pegasus::String& parameterName, const Pegasus::CIMValue& value,
                              Pegasus::CIMType type, bool isArray);

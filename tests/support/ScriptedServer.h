@@ -180,7 +180,8 @@ class ScriptedServer : public ::testing::Test {
                 Flavor(DisableOverride, ToSubclass);
             Qualifier Description : string = null, Scope(any);
             class T_A { [Key, Description("d")] string k; uint32 n; string s;
-                        uint32 Do(uint8 Small, string Text, boolean Flags[], T_A REF Peer); };
+                        uint32 Do(uint8 Small, string Text, boolean Flags[], T_A REF Peer,
+                                  sint64 Numbers[]); };
             class T_B : T_A { string extra; };
             class T_C : T_B { };
             class T_D : T_A { string note = "none"; };

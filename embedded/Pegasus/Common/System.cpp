@@ -16,8 +16,21 @@ namespace {
 // Reachable until the process ends: providers may ask for names in their destructors.
 struct Names {
     std::mutex lock;
+    std::mutex resolving;  // taken before `lock`, which nobody holds while a name is resolved
     String host;
     String fullyQualified;
+
+    String get(const String Names::*name) {
+        const std::lock_guard<std::mutex> guard(lock);
+        return this->*name;
+    }
+    /// Keeps `found` unless there is a name already.
+    String keep(String Names::*name, const String& found) {
+        const std::lock_guard<std::mutex> guard(lock);
+        if ((this->*name).size() == 0)
+            this->*name = found;
+        return this->*name;
+    }
 };
 
 Names& names() {
@@ -52,22 +65,22 @@ Uint64 System::getCurrentTimeUsec() {
 }
 
 String System::getHostName() {
-    Names& all = names();
-    const std::lock_guard<std::mutex> guard(all.lock);
-    if (all.host.size() == 0)
-        all.host = systemHostName();
-    return all.host;
+    const String known = names().get(&Names::host);
+    return known.size() > 0 ? known : names().keep(&Names::host, systemHostName());
 }
 
 String System::getFullyQualifiedHostName() {
     Names& all = names();
-    const std::lock_guard<std::mutex> guard(all.lock);
-    if (all.fullyQualified.size() == 0) {
-        const String plain = systemHostName();
-        const hostent* entry = gethostbyname(plain.getCString());
-        all.fullyQualified = entry ? String(entry->h_name) : plain;
-    }
-    return all.fullyQualified;
+    String known = all.get(&Names::fullyQualified);
+    if (known.size() > 0)
+        return known;
+    const std::lock_guard<std::mutex> guard(all.resolving);
+    known = all.get(&Names::fullyQualified);
+    if (known.size() > 0)
+        return known;
+    const String plain = systemHostName();
+    const hostent* entry = gethostbyname(plain.getCString());
+    return all.keep(&Names::fullyQualified, entry ? String(entry->h_name) : plain);
 }
 
 String System::getSystemCreationClassName() { return "CIM_ComputerSystem"; }

@@ -72,6 +72,7 @@ static_assert(COMPONENTS == TRC_CONTROLPROVIDER + 1 && COMPONENTS <= 64,
 enum Facility { FILE_FACILITY, LOG_FACILITY, MEMORY_FACILITY };
 const char* const facilityNames[] = {"File", "Log", "Memory"};
 const std::size_t MEMORY_SIZE = 256 * 1024;
+const unsigned long MAX_FILES = 100;  // each is renamed when the file rolls over
 
 // Where the records go. Lives until the process ends: destructors of others may still trace.
 struct Sink {
@@ -229,7 +230,8 @@ void Tracer::setMaxTraceFileSize(const String& kilobytes) {
 }
 
 void Tracer::setMaxTraceFileNumber(const String& number) {
-    const Uint32 files = Uint32(std::strtoul(number.getCString(), nullptr, 10));
+    const Uint32 files =
+        Uint32(std::min(std::strtoul(number.getCString(), nullptr, 10), MAX_FILES));
     Sink& out = sink();
     const std::lock_guard<std::mutex> guard(out.lock);
     out.maxFiles = files;
