@@ -218,6 +218,10 @@ TEST_F(CachedInstanceProviderServed, CreateDeliversHostAndNamespaceToTheServer) 
     server.things->createInstance(OperationContext(), path("T_Thing"), mine, handler);
     EXPECT_EQ(handler.calls, "processing deliver complete");
     EXPECT_EQ(text(handler.delivered.at(0)), full(thing("x")));
+    add(mine, "Later", "mine only");
+    CIMInstance cached;
+    ASSERT_TRUE(cache().lookup(path(thing("x")), cached));
+    EXPECT_EQ(propertyNames(cached), "Name");
 
     CIMInstance unknown(CIMName("T_Unknown"));
     EXPECT_EQ(codeAndMessage([&] {

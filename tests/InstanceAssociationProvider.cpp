@@ -144,14 +144,21 @@ TEST_F(AssociationProviderTest, EmptyCacheAndMissingNames) {
                  InvalidNameException);
 }
 
-TEST_F(AssociationProviderTest, AnEndThatIsNoPathFailsHalfWay) {
-    Array<CIMKeyBinding> keys;
-    keys.append(CIMKeyBinding("Left", String("@@"), CIMKeyBinding::STRING));
-    keys.append(CIMKeyBinding("Right", String("T_Thing.Name=\"a\""), CIMKeyBinding::STRING));
-    CIMInstance broken(CIMName("T_Link"));
-    broken.setPath(CIMObjectPath("", CIMNamespaceName(), "T_Link", keys));
-    provider._cache.insert(broken);
-    EXPECT_THROW(associatorNames(thing("a")), MalformedObjectNameException);
+TEST_F(AssociationProviderTest, AnEndThatIsNoPathFailsEvenWhereTheOtherOneDecides) {
+    for (const bool leftIsBroken : {true, false}) {
+        Links own("T_Link", "Left", "T_Thing", "Right", "T_Thing");
+        const String good(thing("a").c_str());
+        Array<CIMKeyBinding> keys;
+        keys.append(CIMKeyBinding("Left", leftIsBroken ? "@@" : good, CIMKeyBinding::STRING));
+        keys.append(CIMKeyBinding("Right", leftIsBroken ? good : "@@", CIMKeyBinding::STRING));
+        CIMInstance broken(CIMName("T_Link"));
+        broken.setPath(CIMObjectPath("", CIMNamespaceName(), "T_Link", keys));
+        own._cache.insert(broken);
+        ObjectPathRecorder handler;
+        EXPECT_THROW(own.referenceNames(context, path(thing("a")), CIMName(), "", handler),
+                     MalformedObjectNameException);
+        EXPECT_EQ(handler.calls, "processing");
+    }
 }
 
 TEST_F(AssociationProviderTest, ReferencesFillAndShareTheCachedInstance) {
@@ -240,7 +247,11 @@ TEST_F(AssociationProviderServed, AnEndOutsideTheResultClassHidesTheOther) {
 
 TEST_F(AssociationProviderServed, ClassPathEnds) {
     link(full(thing("a")), full("T_Part"));
-    EXPECT_EQ(names(thing("a")), Texts{});  // no part yet: nothing is delivered
+    ObjectPathRecorder handler;  // no part yet: nothing is delivered, not even an empty array
+    client.enumerateInstanceNames(NAMESPACE, "T_Link");  // loads the provider
+    server.links->associatorNames(OperationContext(), path(full(thing("a"))), CIMName(), CIMName(),
+                                  "", "", handler);
+    EXPECT_EQ(handler.calls, "processing complete");
     things().clear();
     server.things->_cache.insert(makeThing("p", "T_Part"));
     // The provider serves T_Thing only: parts come from stored instances.

@@ -95,8 +95,11 @@ std::shared_ptr<Subscription> Subscriptions::prepare(const std::string& query,
     if (!subscriber || capacity == 0)
         throw refused(CIM_ERR_INVALID_PARAMETER,
                       "\"" + query + "\": no " + (capacity ? "subscriber" : "room in its queue"));
-    for (const std::string& nameSpace : nameSpaces)
+    for (const std::string& nameSpace : nameSpaces) {
+        if (!CIMNamespaceName::legal(nameSpace.c_str()))
+            throw refused(CIM_ERR_INVALID_NAMESPACE, nameSpace);
         subscription->nameSpaces.push_back(CIMNamespaceName(nameSpace.c_str()));
+    }
     subscription->id = std::to_string(++_lastId);
 
     const CIMInstance instance = subscriptionInstance(subscription->id);
