@@ -66,7 +66,9 @@ class IndicationMethodProvider : public Pegasus::CIMIndicationProvider,
 
     /// Serves "send" (case ignored; any other name: CIMException 17 with the name). Returns sint32
     /// 0 while disabled; else 1, and only then builds and delivers the indication. An exception
-    /// on the way replaces the caller's 1; the identifier taken is not used again.
+    /// on the way replaces the caller's 1 (status 4 for a system in no domain, 6 for a partition
+    /// that cannot be found, 1 for what is no CIMException); the identifier taken is not used
+    /// again.
     virtual void invokeMethod(const Pegasus::OperationContext& context,
                               const Pegasus::CIMObjectPath& objectReference,
                               const Pegasus::CIMName& methodName,
@@ -75,10 +77,10 @@ class IndicationMethodProvider : public Pegasus::CIMIndicationProvider,
 
  protected:
     /// Hook: adds properties to the indication; false drops it. The default adds the alerting
-    /// element, its sender's UUID and either the package's type, model and serial number with the
-    /// partition number (computer systems) or the element's UUID (any other), each unless the
-    /// instance has it already, and returns true. An override sets its own properties and then
-    /// calls it.
+    /// element (as a reference, also where the class declares a string), its sender's UUID and
+    /// either the package's type, model and serial number with the partition number (computer
+    /// systems) or the element's UUID (any other), each unless the instance has it already, and
+    /// returns true. An override sets its own properties and then calls it.
     virtual Boolean generateIndication(const Pegasus::OperationContext& context,
                                        Pegasus::CIMInstance& inst,
                                        const Pegasus::Array<Pegasus::CIMParamValue>& inParameters);

@@ -28,7 +28,8 @@ void requireRole(const String& role, const String& left, const String& right,
 // the text, quoted and escaped in one way only.
 class RequestObject {
  public:
-    explicit RequestObject(const CIMObjectPath& object) : _object(object) {
+    RequestObject(CIMOMHandle& cimom, const OperationContext& context, const CIMObjectPath& object)
+        : _cimom(cimom), _context(context), _object(object) {
         const Array<CIMKeyBinding>& keys = object.getKeyBindings();
         for (Uint32 i = keys.size(); i > 0; i--) {  // CreationClassName, alike in all, comes last
             if (keys[i - 1].getType() == CIMKeyBinding::STRING) {
@@ -37,7 +38,10 @@ class RequestObject {
         }
     }
 
-    const CIMObjectPath& path() const { return _object; }
+    /// Whether the object is, or is one of, what the pattern names. Upcalls for a class path only.
+    Boolean isCoveredBy(const CIMObjectPath& pattern) {
+        return matches(_cimom, _context, pattern, _object);
+    }
 
     /// For the text of a path with keys, as a path's toString writes it.
     Boolean mayBe(const String& text) const {
@@ -66,6 +70,8 @@ class RequestObject {
         return quoted;
     }
 
+    CIMOMHandle& _cimom;
+    const OperationContext& _context;
     const CIMObjectPath& _object;
     std::vector<String> _marks;
     String _known;
@@ -91,19 +97,18 @@ class End {
         return _path;
     }
 
-    /// Whether this end is the object, or the class of it. Upcalls for a class path only.
-    Boolean covers(RequestObject& object, CIMOMHandle& cimom, const OperationContext& context) {
+    /// Whether this end is the object, or a class path that stands for it.
+    Boolean covers(RequestObject& object) {
         const String& text = _key.getValue();
         const Boolean hasKeys =
             _isReference ? text.find(Char16('=')) != PEG_NOT_FOUND : !isClass(_path);
         if (!hasKeys) {
-            return matches(cimom, context, path(), object.path());
+            return object.isCoveredBy(path());
         }
         if (object.isKnown(text)) {
             return true;
         }
-        if ((_isReference && !object.mayBe(text)) ||
-            !matches(cimom, context, path(), object.path())) {
+        if ((_isReference && !object.mayBe(text)) || !object.isCoveredBy(path())) {
             return false;
         }
         object.remember(text);
@@ -277,7 +282,7 @@ void InstanceAssociationProvider::go(
     }
     const CIMName leftName(_leftPropertyName);
     const CIMName rightName(_rightPropertyName);
-    RequestObject object(objectName);
+    RequestObject object(_cimom, context, objectName);
     Array<CIMObjectPath> deliverPaths;
     for (Uint32 i = 0; i < instances.size(); i++) {
         CIMInstance instance = instances[i];
@@ -290,29 +295,23 @@ void InstanceAssociationProvider::go(
         End left(*leftKey);
         End right(*rightKey);
 
+        // The references family asks with an empty resultRole: there is a far end exactly when the
+        // association refers to the object.
+        End* far = nullptr;
+        if (left.covers(object) && emptyOrEqual(role, _leftPropertyName) &&
+            emptyOrEqual(resultRole, _rightPropertyName)) {
+            far = &right;
+        } else if (right.covers(object) && emptyOrEqual(role, _rightPropertyName) &&
+                   emptyOrEqual(resultRole, _leftPropertyName)) {
+            far = &left;
+        }
+        if (far == nullptr || !findClass(resultClasses, associators ? far->path().getClassName()
+                                                                    : path.getClassName())) {
+            continue;
+        }
         if (associators) {
-            End* far = nullptr;
-            if (left.covers(object, _cimom, context) && emptyOrEqual(role, _leftPropertyName) &&
-                emptyOrEqual(resultRole, _rightPropertyName)) {
-                far = &right;
-            } else if (right.covers(object, _cimom, context) &&
-                       emptyOrEqual(role, _rightPropertyName) &&
-                       emptyOrEqual(resultRole, _leftPropertyName)) {
-                far = &left;
-            }
-            if (far != nullptr && findClass(resultClasses, far->path().getClassName())) {
-                deliverPaths.append(far->path());
-            }
-            continue;
-        }
-
-        const Boolean qualifies =
-            (left.covers(object, _cimom, context) && emptyOrEqual(role, _leftPropertyName)) ||
-            (right.covers(object, _cimom, context) && emptyOrEqual(role, _rightPropertyName));
-        if (!qualifies || !findClass(resultClasses, path.getClassName())) {
-            continue;
-        }
-        if (inst) {
+            deliverPaths.append(far->path());
+        } else if (inst) {
             fillProperties(context, instance, propertyList);
             instHandler->deliver(CIMObject(instance));
         } else {

@@ -36,7 +36,8 @@ struct PathHashFunc {
     static Uint32 hash(const Pegasus::CIMObjectPath& ref);
 };
 
-/// A number, usually an array index, per object path. See moveProp.
+/// A number, usually an array index, per object path. See moveProp. Leave it at its 32 chains: with
+/// another number, paths that differ in letter case only are no longer found.
 typedef Pegasus::HashTable<Pegasus::CIMObjectPath, Uint32,
                            Pegasus::EqualFunc<Pegasus::CIMObjectPath>, PathHashFunc>
     pathHT;

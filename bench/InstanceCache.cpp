@@ -42,11 +42,13 @@ struct Filled {
             map[support::text(keys.back())] = object;
         }
         absent = missing.back().getPath();
+        missingKey = localize(absent);
     }
     std::vector<CIMInstance> objects;
     std::vector<CIMInstance> missing;
     std::vector<CIMObjectPath> keys;
     CIMObjectPath absent;
+    CIMObjectPath missingKey;
     InstanceCache cache;
     Table table;
     std::unordered_map<std::string, CIMInstance> map;
@@ -99,6 +101,12 @@ void LookupMiss_Cache(benchmark::State& state) {
         benchmark::DoNotOptimize(f.cache.lookup(f.absent, found));
     });
 }
+void LookupMiss_BareTable(benchmark::State& state) {
+    run(state, [](Filled& f, size_t) {
+        CIMInstance found;
+        benchmark::DoNotOptimize(f.table.lookup(f.missingKey, found));
+    });
+}
 void LookupMiss_UnorderedMap(benchmark::State& state) {
     run(state, [](Filled& f, size_t) {
         const std::string text = support::text(localize(f.absent));
@@ -108,6 +116,55 @@ void LookupMiss_UnorderedMap(benchmark::State& state) {
 }
 void Replace_Cache(benchmark::State& state) {
     run(state, [](Filled& f, size_t i) { f.cache.replace(f.objects[i]); });
+}
+void Replace_BareTable(benchmark::State& state) {
+    run(state, [](Filled& f, size_t i) {
+        CIMInstance* stored;
+        if (f.table.lookupReference(f.keys[i], stored)) {
+            *stored = f.objects[i];
+        }
+    });
+}
+void Replace_UnorderedMap(benchmark::State& state) {
+    run(state, [](Filled& f, size_t i) {
+        const std::string text = support::text(localize(f.objects[i].getPath()));
+        const std::lock_guard<std::mutex> lock(f.mutex);
+        f.map.find(text)->second = f.objects[i];
+    });
+}
+// Filling an empty container: time per insertion.
+void Insert_Cache(benchmark::State& state) {
+    const std::vector<CIMInstance> objects = instances(state.range(0));
+    for (auto _ : state) {
+        InstanceCache cache;
+        for (const CIMInstance& object : objects) {
+            cache.insert(object);
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+void Insert_BareTable(benchmark::State& state) {
+    Filled f(state.range(0));
+    for (auto _ : state) {
+        Table table;
+        for (size_t i = 0; i < f.keys.size(); i++) {
+            table.insert(f.keys[i], f.objects[i]);
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+void Insert_UnorderedMap(benchmark::State& state) {
+    const std::vector<CIMInstance> objects = instances(state.range(0));
+    std::mutex mutex;
+    for (auto _ : state) {
+        std::unordered_map<std::string, CIMInstance> map;
+        for (const CIMInstance& object : objects) {
+            const std::string text = support::text(localize(object.getPath()));
+            const std::lock_guard<std::mutex> lock(mutex);
+            map.emplace(text, object);
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 void RemoveInsert_Cache(benchmark::State& state) {
     run(state, [](Filled& f, size_t i) {
@@ -141,6 +198,28 @@ void GetInstances_Cache(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+void GetInstances_BareTable(benchmark::State& state) {
+    run(state, [](Filled& f, size_t) {
+        Array<CIMInstance> all;
+        for (auto entry = f.table.start(); entry; entry++) {
+            all.append(entry.value());
+        }
+        benchmark::DoNotOptimize(all);
+    });
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+void GetInstances_UnorderedMap(benchmark::State& state) {
+    run(state, [](Filled& f, size_t) {
+        Array<CIMInstance> all;
+        const std::lock_guard<std::mutex> lock(f.mutex);
+        for (const auto& entry : f.map) {
+            all.append(entry.second);
+        }
+        benchmark::DoNotOptimize(all);
+    });
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 // What a lookup spends on tracing while it is off: entry, exit and one detail record.
 void TracingOff(benchmark::State& state) {
     const TraceComponentId component = TraceComponentId(36);
@@ -160,13 +239,21 @@ BENCHMARK(LookupHit_LocalizeTextTable) SIZES;
 BENCHMARK(LookupHit_BareTable) SIZES;
 BENCHMARK(LookupHit_UnorderedMap) SIZES;
 BENCHMARK(LookupMiss_Cache) SIZES;
+BENCHMARK(LookupMiss_BareTable) SIZES;
 BENCHMARK(LookupMiss_UnorderedMap) SIZES;
+BENCHMARK(Insert_Cache) SIZES;
+BENCHMARK(Insert_BareTable) SIZES;
+BENCHMARK(Insert_UnorderedMap) SIZES;
 BENCHMARK(Replace_Cache) SIZES;
+BENCHMARK(Replace_BareTable) SIZES;
+BENCHMARK(Replace_UnorderedMap) SIZES;
 BENCHMARK(RemoveInsert_Cache) SIZES;
 BENCHMARK(RemoveInsert_BareTable) SIZES;
 BENCHMARK(RemoveInsert_UnorderedMap) SIZES;
 BENCHMARK(InsertPresent_Cache) SIZES;
 BENCHMARK(GetInstances_Cache) SIZES;
+BENCHMARK(GetInstances_BareTable) SIZES;
+BENCHMARK(GetInstances_UnorderedMap) SIZES;
 
 }  // namespace
 

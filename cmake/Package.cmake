@@ -20,7 +20,9 @@ else()
             RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
     install(DIRECTORY "${PROJECT_SOURCE_DIR}/embedded/Pegasus"
             DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/velmar_remote/embedded"
-            FILES_MATCHING PATTERN "*.h")
+            FILES_MATCHING PATTERN "*.h" PATTERN "CIMReps.h" EXCLUDE
+            PATTERN "CIMPathParser.h" EXCLUDE PATTERN "CIMNumber.h" EXCLUDE
+            PATTERN "CIMXml.h" EXCLUDE)
     install(FILES "${PROJECT_SOURCE_DIR}/embedded/server/Server.h"
                   "${PROJECT_SOURCE_DIR}/embedded/server/Schema.h"
                   "${PROJECT_SOURCE_DIR}/embedded/server/Mof.h"
@@ -28,6 +30,9 @@ else()
             DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/velmar_remote/embedded/server")
     set(VELMAR_PC_CFLAGS "-I\${includedir}/velmar_remote/embedded")
     set(VELMAR_PC_LIBS "-lvelmar_embedded -lpthread -ldl")
+    if(NOT BUILD_SHARED_LIBS)
+        string(APPEND VELMAR_PC_LIBS " -rdynamic")
+    endif()
 endif()
 
 install(EXPORT velmar_remoteTargets NAMESPACE velmar_remote:: DESTINATION "${_package_dir}")
@@ -38,6 +43,9 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/velmar_remoteConfigVersi
 install(FILES "${PROJECT_BINARY_DIR}/velmar_remoteConfig.cmake"
               "${PROJECT_BINARY_DIR}/velmar_remoteConfigVersion.cmake"
         DESTINATION "${_package_dir}")
+# The file finds the installation from where it lies, wherever --prefix has put it.
+file(RELATIVE_PATH VELMAR_PC_PREFIX "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig"
+     "${CMAKE_INSTALL_PREFIX}")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/velmar_remote.pc.in"
                "${PROJECT_BINARY_DIR}/velmar_remote.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/velmar_remote.pc"

@@ -1,16 +1,18 @@
-# Chooses the CIM server SDK behind the Pegasus/... include paths and offers it as velmar_sdk:
-# the embedded CIM server, or a real OpenPegasus given by PEGASUS_ROOT and PEGASUS_HOME.
+# Chooses the CIM server SDK behind the Pegasus/... include paths: the embedded CIM server, or a real
+# OpenPegasus given by PEGASUS_ROOT and PEGASUS_HOME.
 if(PEGASUS_ROOT OR PEGASUS_HOME)
     set(VELMAR_REAL_PEGASUS TRUE)
 else()
     set(VELMAR_REAL_PEGASUS FALSE)
 endif()
 
-add_library(velmar_sdk INTERFACE)
 if(NOT VELMAR_REAL_PEGASUS)
     add_subdirectory(embedded)
-    target_link_libraries(velmar_sdk INTERFACE velmar_embedded)
     return()
+endif()
+if(NOT PEGASUS_ROOT OR NOT PEGASUS_HOME)
+    message(FATAL_ERROR "PEGASUS_ROOT (source tree) and PEGASUS_HOME (build output) belong together; "
+                        "one of them is missing")
 endif()
 
 if(NOT EXISTS "${PEGASUS_ROOT}/src/Pegasus/Common/Config.h")

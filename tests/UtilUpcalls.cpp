@@ -76,6 +76,28 @@ TEST_F(Hierarchy, FirstAssociatedNameOrNone) {
               "");
 }
 
+// ---- Association instances -------------------------------------------------------------------
+
+TEST_F(Hierarchy, AssociationsAreStoredAsGiven) {
+    // One end as requests name it, one without host and namespace: both stay as they are.
+    createAssociation(cimom(), context, "T_Link", "Left", path(full(thing("a"))), "Right",
+                      path(thing("b")));
+    Array<CIMInstance> stored;
+    ASSERT_TRUE(server.links->_cache.getInstances(stored));
+    ASSERT_EQ(stored.size(), 1u);
+    EXPECT_EQ(propertyNames(stored[0]), "Left,Right");
+    EXPECT_EQ(property(stored[0], "Left"), full(thing("a")));
+    EXPECT_EQ(property(stored[0], "Right"), thing("b"));
+    EXPECT_EQ(stored[0].getProperty(0).getType(), CIMTYPE_REFERENCE);
+    EXPECT_EQ(text(stored[0].getPath()),
+              full(text(localize(makeLink(full(thing("a")), thing("b")).getPath()))));
+
+    server.forget();
+    deleteAssociatedInstances(cimom(), context, path(full(thing("alone"))), "T_Link");
+    EXPECT_EQ(server.arrived("associatorNames"), 1);
+    EXPECT_EQ(server.arrived("deleteInstance"), 0);
+}
+
 // ---- Systems by hardware control point -------------------------------------------------------
 
 class Grouping : public ::testing::Test {

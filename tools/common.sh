@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the commands of this folder: the repository's root, and the installation of Debian
 # packages that a command lacks.
 set -euo pipefail

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <initializer_list>
 #include <iterator>
 #include <map>
@@ -44,6 +45,9 @@ class FieldWatch {
         switch (event) {
             case json::parse_event_t::object_start:
             case json::parse_event_t::array_start:
+                if (_open.size() == DEEPEST) {
+                    throw SiteError(_file + ": " + place() + ": nested too deeply");
+                }
                 _open.push_back(Level{event == json::parse_event_t::array_start, 0, {}, {}});
                 break;
             case json::parse_event_t::key:
@@ -65,14 +69,6 @@ class FieldWatch {
         return true;
     }
 
- private:
-    struct Level {
-        bool isArray;
-        size_t index;
-        std::string key;
-        std::set<std::string> keys;
-    };
-
     std::string place() const {
         json::json_pointer pointer;
         for (const Level& level : _open) {
@@ -81,13 +77,24 @@ class FieldWatch {
         return pointer.to_string();
     }
 
+ private:
+    static constexpr size_t DEEPEST = 20;  // a site needs 6
+
+    struct Level {
+        bool isArray;
+        size_t index;
+        std::string key;
+        std::set<std::string> keys;
+    };
+
     std::string _file;
     std::vector<Level> _open;
 };
 
 json parse(const std::string& file, const std::string& text) {
+    FieldWatch watch(file);
     try {
-        return json::parse(text, FieldWatch(file));
+        return json::parse(text, std::ref(watch));
     } catch (const json::parse_error& error) {
         // `byte` counts what was read, the offending byte included.
         const size_t at = std::min(error.byte > 0 ? error.byte - 1 : 0, text.size());
@@ -102,7 +109,7 @@ json parse(const std::string& file, const std::string& text) {
                         reason);
     } catch (const json::exception& error) {  // a number that no type can hold
         const std::string reason = error.what();
-        throw SiteError(file + ": " + reason.substr(reason.find("] ") + 2));
+        throw SiteError(file + ": " + watch.place() + ": " + reason.substr(reason.find("] ") + 2));
     }
 }
 
@@ -269,10 +276,10 @@ class SiteReader {
     HostingSystem system(const Node& node) {
         node.object({"type", "model", "serial", "uuid", "firmware", "packageTag", "partitions"});
         HostingSystem result;
-        // "*" and "-" separate the parts of a system's name.
-        result.type = node["type"].text("*-");
-        result.model = node["model"].text("*-");
-        result.serial = node["serial"].text("*");
+        // "*" and "-" separate the parts of a system's name, which is a key.
+        result.type = node["type"].text("*-=");
+        result.model = node["model"].text("*-=");
+        result.serial = node["serial"].text("*=");
         node["serial"].unique(_systems, systemName(result), "the system " + systemName(result));
         result.uuid = uuid(node["uuid"]);
         result.firmware = node["firmware"].text();

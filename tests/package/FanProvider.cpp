@@ -1,4 +1,5 @@
 #include <Common/CachedInstanceProvider.h>
+#include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/System.h>
 
 using namespace Pegasus;
@@ -15,8 +16,9 @@ class FanProvider : public velmar_remote::CachedInstanceProvider {
             fan.addProperty(CIMProperty(CIMName("Speed"), CIMValue(Uint32(1200))));
             Array<CIMKeyBinding> keys;
             keys.append(CIMKeyBinding(CIMName("Name"), CIMValue(String(name))));
-            fan.setPath(
-                CIMObjectPath(System::getHostName(), "root/velmar_remote", "ACME_Fan", keys));
+            CIMObjectPath path(String(), "root/velmar_remote", "ACME_Fan", keys);
+            path.setHost(System::getHostName());
+            fan.setPath(path);
             _cache.insert(fan);
         }
     }

@@ -1,6 +1,7 @@
 // Loads the Fans module into the embedded server by its registration and counts the fans.
 // Usage: consumer MODULE_DIRECTORY
 #include <Pegasus/Client/CIMClient.h>
+#include <Pegasus/Common/CIMProperty.h>
 #include <server/Server.h>
 #include <velmar_remote/Common/Util.h>  // the other way to include
 
@@ -24,6 +25,13 @@ int main(int, char** argv) {
     client.connectLocal();
     const Pegasus::Uint32 fans =
         client.enumerateInstances("root/velmar_remote", Pegasus::CIMName("ACME_Fan")).size();
+    // The provider asks the server for the class: the module and this program must share one.
+    Pegasus::CIMInstance fan(Pegasus::CIMName("ACME_Fan"));
+    fan.addProperty(Pegasus::CIMProperty(Pegasus::CIMName("Name"),
+                                         Pegasus::CIMValue(Pegasus::String("spare"))));
+    client.createInstance("root/velmar_remote", fan);
+    client.getInstance("root/velmar_remote",
+                       Pegasus::CIMObjectPath(Pegasus::String("ACME_Fan.Name=\"spare\"")));
     std::cout << fans << " fans, " << velmar_remote::splitString("a:b", ':').size() << " pieces\n";
     return fans == 2 ? 0 : 1;
 }
