@@ -4,7 +4,6 @@
 #include <dlfcn.h>
 
 #include <stdexcept>
-#include <thread>
 
 #include "support/ScriptedServer.h"
 
@@ -15,104 +14,81 @@ namespace {
 
 class Server : public ScriptedServer {};
 
-void inParallel(int threads, const std::function<void(int)>& work) {
-    std::vector<std::thread> running;
-    for (int i = 0; i < threads; i++)
-        running.emplace_back(work, i);
-    for (std::thread& thread : running)
-        thread.join();
-}
-
 TEST_F(Server, LifeCycle) {
     EXPECT_THROW(client.connectLocal(), CannotConnectException);
     EXPECT_THROW(client.getClass(ns, "T_A"), NotConnectedException);
     std::string calls;
     Scripted* provider = provide("P", {"T_A"});
     provider->onInitialize = [&](CIMOMHandle&) { calls += "initialize "; };
-    provider->get = [&](const auto& call, auto& handler) {
-        calls += "get ";
-        handler.deliver(item(text(call.path)));
-    };
-    provider->onTerminate = [&] { calls += "terminate"; };
+    provider->onTerminate = [&] { calls += "terminate "; };
+    // No request asks for the other: it is deleted, not driven.
+    Scripted* idle = provide("Idle", {"T_B"});
+    idle->onInitialize = [&](CIMOMHandle&) { calls += "driven "; };
+    idle->onTerminate = [&] { calls += "driven "; };
+    idle->onDestroy = [&] { calls += "deleted "; };
     server.stop();  // not started: quiet, and no end
     start();
     EXPECT_THROW(client.connectLocal(), AlreadyConnectedException);
-    EXPECT_THROW(client.connect("localhost", 5988, "", ""), AlreadyConnectedException);
     velmar_embedded::Server second;
     EXPECT_THROW(second.start(), std::logic_error);
     EXPECT_EQ(calls, "");
     get("T_A.k=\"1\"");
     get("T_A.k=\"2\"");
-    client.disconnect();
-    client.disconnect();
-    EXPECT_THROW(get("T_A.k=\"1\""), NotConnectedException);
-    client.connectLocal();
     server.stop();
-    EXPECT_EQ(calls, "initialize get get terminate");
-    EXPECT_EQ(outcome([&] { get("T_A.k=\"1\""); }).substr(0, 2), "28");
+    EXPECT_EQ(calls, "initialize terminate deleted ");
+    EXPECT_EQ(code([&] { get("T_A.k=\"1\""); }), 28);
     EXPECT_THROW(CIMClient().connectLocal(), CannotConnectException);
     EXPECT_THROW(server.start(), std::logic_error);
     EXPECT_NO_THROW(second.start());
 }
 
-TEST_F(Server, FirstRequestsWaitForOneInitialize) {
+TEST_F(Server, FirstRequestsWaitForOneInitializeAndRunAtOnce) {
     const int threads = 8;
-    Count arrived;
+    Count arrived, inside;
     int initialized = 0;
+    std::vector<int> seen(threads);
+    std::vector<std::thread::id> workers(threads);
+    server.observeArrivals([&](const velmar_embedded::Arrival&) { arrived.up(); });
     Scripted* provider = provide("P", {"T_A", "T_B"});
     provider->onInitialize = [&](CIMOMHandle&) {
         arrived.waitFor(threads);
+        for (int i = 0; i < 1000; i++)  // the others get to wait for this
+            std::this_thread::yield();
         initialized++;
     };
-    std::vector<int> seen(threads);
-    server.observeArrivals([&](const velmar_embedded::Arrival&) { arrived.up(); });
     provider->get = [&](const auto& call, auto& handler) {
-        seen[std::stoi(text(call.path.getKeyBindings()[0].getValue()))] = initialized;
+        seen[std::stoi(call.key())] = initialized;
+        workers[std::stoi(call.key())] = std::this_thread::get_id();
+        inside.up();
+        inside.waitFor(threads);
         handler.deliver(item(text(call.path)));
     };
     start();
-    inParallel(threads, [&](int i) {
-        CIMClient own;
-        own.connectLocal();
-        own.getInstance(ns, path((i % 2 ? "T_A.k=\"" : "T_B.k=\"") + std::to_string(i) + "\""));
+    inThreads(threads, [&](int i) {
+        getApart((i % 2 ? "T_A.k=\"" : "T_B.k=\"") + std::to_string(i) + "\"");
+        EXPECT_NE(workers[i], std::this_thread::get_id());
     });
     EXPECT_EQ(seen, std::vector<int>(threads, 1));
 }
 
 TEST_F(Server, FailedInitializeStartsOver) {
     int made = 0, terminated = 0;
-    server.registerProvider("P",
-                            [&] {
-                                auto* provider = new Scripted;
-                                made++;
-                                provider->onInitialize = [&](CIMOMHandle&) {
-                                    if (made == 1)
-                                        throw std::runtime_error("no");
-                                };
-                                provider->onTerminate = [&] { terminated++; };
-                                return provider;
-                            },
-                            {{"T_A", {"root/test"}, {ProviderType::Instance}, {}}});
+    auto make = [&] {
+        auto* provider = new Scripted;
+        if (made++ == 0)
+            provider->onInitialize = [](CIMOMHandle&) { throw std::runtime_error("no"); };
+        provider->onTerminate = [&] { terminated++; };
+        return provider;
+    };
+    server.registerProvider("P", make, {{"T_A", {"root/test"}, {ProviderType::Instance}, {}}});
     start();
-    EXPECT_EQ(outcome([&] { client.enumerateInstances(ns, "T_A"); }),
+    EXPECT_EQ(outcome([&] { get("T_A.k=\"1\""); }),
               "1 CIM_ERR_FAILED: provider initialization failed");
     EXPECT_EQ(terminated, 1);
-    EXPECT_EQ(outcome([&] { client.enumerateInstances(ns, "T_A"); }), "ok");
+    EXPECT_EQ(outcome([&] { get("T_A.k=\"1\""); }), "ok");
     EXPECT_EQ(made, 2);
     server.stop();
     EXPECT_EQ(terminated, 2);
-}
-
-TEST_F(Server, ObjectWithoutRequestIsDeletedNotDriven) {
-    bool deleted = false, driven = false;
-    Scripted* provider = provide("P", {"T_A"});
-    provider->onInitialize = [&](CIMOMHandle&) { driven = true; };
-    provider->onTerminate = [&] { driven = true; };
-    provider->onDestroy = [&] { deleted = true; };
-    start();
-    server.stop();
-    EXPECT_TRUE(deleted);
-    EXPECT_FALSE(driven);
 }
 
 TEST_F(Server, OperationWithoutItsInterface) {
@@ -120,82 +96,74 @@ TEST_F(Server, OperationWithoutItsInterface) {
         void initialize(CIMOMHandle&) override {}
         void terminate() override { delete this; }
     };
-    const auto all = {ProviderType::Instance, ProviderType::Method, ProviderType::Association};
     server.registerProvider("Bare", new Bare,
-                            {{"T_A", {"root/test"}, all, {}}, {"T_Link", {"root/test"}, all, {}}});
+                            {{"T_A", {"root/test"}, {ProviderType::Instance}, {}}});
     start();
-    Array<CIMParamValue> out;
-    const CIMObjectPath one = path("T_A.k=\"1\"");
-    for (const auto& call : std::vector<std::function<void()>>{
-             [&] { client.getInstance(ns, one); },
-             [&] { client.enumerateInstanceNames(ns, "T_A"); },
-             [&] { client.invokeMethod(ns, one, "Do", Array<CIMParamValue>(), out); },
-             [&] { client.referenceNames(ns, one); }})
-        EXPECT_EQ(outcome(call).substr(0, 2), "7 ");
+    EXPECT_EQ(code([&] { get("T_A.k=\"1\""); }), 7);
 }
 
-const char* const module =
-    "instance of PG_ProviderModule { Name = \"M\"; Vendor = \"V\"; Version = \"1\";"
-    " InterfaceType = \"C++Default\"; InterfaceVersion = \"2.6.0\"; Location = \"TestModule\"; };";
-
-std::string provider(const char* name) {
-    return std::string("instance of PG_Provider { ProviderModuleName = \"M\"; Name = \"") + name +
-           "\"; };";
+// Instances of the registration classes; ' stands for ".
+std::string registration(const std::string& kind, std::string properties) {
+    std::replace(properties.begin(), properties.end(), '\'', '"');
+    return "instance of PG_" + kind + " { " + properties + " };";
+}
+std::string module(const std::string& name, const std::string& location,
+                   const std::string& interface = "C++Default") {
+    return registration("ProviderModule", "Vendor = 'V'; Version = '1'; InterfaceVersion = '2';" +
+                                              (" Name = '" + name) + "'; Location = '" + location +
+                                              "'; InterfaceType = '" + interface + "';");
+}
+std::string provider(const std::string& name, const std::string& module = "M") {
+    return registration("Provider",
+                        "ProviderModuleName = '" + module + "'; Name = '" + name + "';");
+}
+std::string capabilities(const std::string& provider, const std::string& className,
+                         const std::string& types = "{2}", const std::string& module = "M") {
+    return registration("ProviderCapabilities",
+                        "Namespaces = {'root/test'}; ProviderModuleName = '" + module +
+                            "'; CapabilityID = '" + className + "'; ProviderName = '" + provider +
+                            "'; ClassName = '" + className + "'; ProviderType = " + types + ";");
 }
 
-std::string capabilities(const char* provider, const char* className, const char* types = "{2}") {
-    return std::string("instance of PG_ProviderCapabilities { ProviderModuleName = \"M\";") +
-           " CapabilityID = \"" + className + "\"; Namespaces = {\"root/test\"};" +
-           " ProviderName = \"" + provider + "\"; ClassName = \"" + className +
-           "\"; ProviderType = " + types + "; };";
-}
-
-TEST_F(Server, LoadsModuleByRegistration) {
+TEST_F(Server, LoadsModulesByRegistration) {
     server.addProviderDirectory("/nonexistent");
     server.addProviderDirectory(TEST_MODULE_DIR);
     // A registration counts once, whatever is compiled after it.
-    server.compileMofText("root/PG_InterOp", module + provider("ModuleProvider") +
+    server.compileMofText("root/PG_InterOp", module("M", "TestModule") +
+                                                 provider("ModuleProvider") +
                                                  capabilities("ModuleProvider", "T_A"));
-    server.compileMofText("root/PG_InterOp", provider("Unknown") + capabilities("Unknown", "T_B"));
+    server.compileMofText("root/PG_InterOp", provider("Unknown") + capabilities("Unknown", "T_B") +
+                                                 module("Gone", "NoModule") +
+                                                 provider("P", "Gone") +
+                                                 capabilities("P", "T_C", "{2}", "Gone"));
     const char* const file = TEST_MODULE_DIR "/libTestModule.so";
     start();
     EXPECT_EQ(dlopen(file, RTLD_NOW | RTLD_NOLOAD), nullptr);
     EXPECT_EQ(property(get("T_A.k=\"1\""), "n"), "1");
     EXPECT_EQ(property(get("T_A.k=\"1\""), "n"), "1");
-    const std::string unknown = outcome([&] { get("T_B.k=\"1\""); });
-    EXPECT_EQ(unknown.substr(0, 2), "1 ");
-    EXPECT_NE(unknown.find("Unknown"), std::string::npos) << unknown;
+    const std::string errors =
+        outcome([&] { get("T_B.k=\"1\""); }) + outcome([&] { get("T_C.k=\"1\""); });
+    for (const char* reason :
+         {"know the provider Unknown", TEST_MODULE_DIR "/libNoModule.so: cannot open"})
+        EXPECT_NE(errors.find(reason), std::string::npos) << errors;
     server.stop();
     EXPECT_EQ(dlopen(file, RTLD_NOW | RTLD_NOLOAD), nullptr) << "library still open";
 }
 
-TEST_F(Server, MissingLibraryNamesFile) {
-    server.addProviderDirectory("/nonexistent");
-    server.compileMofText("root/PG_InterOp", module + provider("ModuleProvider") +
-                                                 capabilities("ModuleProvider", "T_A"));
-    start();
-    const std::string error = outcome([&] { get("T_A.k=\"1\""); });
-    EXPECT_EQ(error.substr(0, 2), "1 ");
-    EXPECT_NE(error.find("/nonexistent/libTestModule.so: cannot open"), std::string::npos) << error;
-}
-
 TEST_F(Server, RefusedRegistrations) {
     provide("InProcess", {"T_C"});
-    server.compileMofText("root/PG_InterOp", module + provider("P"));
+    server.compileMofText("root/PG_InterOp", module("M", "TestModule") + provider("P"));
     struct {
-        std::string text;
-        std::vector<const char*> fragments;
+        std::string text, property, detail;
     } const cases[] = {
-        {"instance of PG_ProviderModule { Name = \"X\"; };", {"PG_ProviderModule", "Vendor"}},
-        {"instance of PG_ProviderModule { Name = \"X\"; Vendor = \"V\"; Version = \"1\";"
-         " InterfaceType = \"CMPI\"; InterfaceVersion = \"2\"; Location = \"L\"; };",
-         {"InterfaceType", "\"CMPI\""}},
-        {"instance of PG_Provider { ProviderModuleName = \"Y\"; Name = \"P\"; };", {"\"Y\""}},
-        {capabilities("Q", "T_A"), {"ProviderName", "\"Q\""}},
-        {capabilities("P", "T_A", "{2, 9}"), {"ProviderType", "9 is none of"}},
-        {capabilities("P", "T_A", "NULL"), {"ProviderType", "no value"}},
-        {capabilities("P", "1A"), {"ClassName", "1A"}},
-        {capabilities("P", "T_C"), {"T_C", "already served by provider InProcess"}},
+        {"instance of PG_ProviderModule { Name = \"X\"; };", "PG_ProviderModule", "Vendor"},
+        {module("X", "L", "CMPI"), "InterfaceType", "\"CMPI\""},
+        {provider("P", "Y"), "ProviderModuleName", "\"Y\""},
+        {capabilities("Q", "T_A"), "ProviderName", "\"Q\""},
+        {capabilities("P", "T_A", "{2, 9}"), "ProviderType", "9 is none of"},
+        {capabilities("P", "T_A", "NULL"), "ProviderType", "no value"},
+        {capabilities("P", "1A"), "ClassName", "1A"},
+        {capabilities("P", "T_C"), "T_C", "already served by provider InProcess"},
     };
     for (const auto& one : cases) {
         try {
@@ -203,53 +171,12 @@ TEST_F(Server, RefusedRegistrations) {
             ADD_FAILURE() << "accepted: " << one.text;
         } catch (const MofError& e) {
             EXPECT_EQ(e.file(), "bad.mof");
-            for (const char* fragment : one.fragments)
-                EXPECT_NE(e.reason().find(fragment), std::string::npos) << e.what();
+            EXPECT_NE(e.reason().find(one.property), std::string::npos) << e.what();
+            EXPECT_NE(e.reason().find(one.detail), std::string::npos) << e.what();
         }
     }
     // A refused one does not stay in the way of the next.
     server.compileMofText("root/PG_InterOp", capabilities("P", "T_A"));
-}
-
-TEST_F(Server, RequestsRunAtOnceOffTheCallersThread) {
-    const int threads = 16;
-    Count inside;
-    std::vector<std::thread::id> workers(threads);
-    Scripted* provider = provide("P", {"T_A"});
-    provider->get = [&](const auto& call, auto& handler) {
-        workers[std::stoi(text(call.path.getKeyBindings()[0].getValue()))] =
-            std::this_thread::get_id();
-        inside.up();
-        inside.waitFor(threads);
-        handler.deliver(item(text(call.path)));
-    };
-    start();
-    inParallel(threads, [&](int i) {
-        CIMClient own;
-        own.connectLocal();
-        own.getInstance(ns, path("T_A.k=\"" + std::to_string(i) + "\""));
-        EXPECT_NE(workers[i], std::this_thread::get_id());
-    });
-}
-
-TEST_F(Server, ReentrantRequestsThroughClients) {
-    Scripted* provider = provide("P", {"T_A"});
-    provider->get = [&](const auto& call, auto& handler) {
-        const int depth = std::stoi(text(call.path.getKeyBindings()[0].getValue()));
-        CIMInstance instance = item(text(call.path), depth);
-        if (depth > 0) {
-            CIMClient own;
-            own.connectLocal();
-            const CIMInstance inner =
-                own.getInstance(ns, path("T_A.k=\"" + std::to_string(depth - 1) + "\""));
-            Uint32 sum = 0;
-            inner.getProperty(inner.findProperty("n")).getValue().get(sum);
-            instance.getProperty(1).setValue(CIMValue(Uint32(sum + depth)));
-        }
-        handler.deliver(instance);
-    };
-    start();
-    EXPECT_EQ(property(get("T_A.k=\"30\""), "n"), "465");
 }
 
 TEST_F(Server, TimedOutOperationGoesOnAndShutdownWaits) {
@@ -273,10 +200,10 @@ TEST_F(Server, TimedOutOperationGoesOnAndShutdownWaits) {
     // The end has begun once nobody can connect any more.
     while (outcome([&] { CIMClient().connectLocal(); }) == "ok")
         std::this_thread::yield();
-    std::string refused;
-    while ((refused = outcome([&] { client.enumerateClassNames(ns); })) == "ok")
+    int refused;
+    while ((refused = code([&] { client.enumerateClassNames(ns); })) == -1)
         std::this_thread::yield();
-    EXPECT_EQ(refused.substr(0, 2), "28");
+    EXPECT_EQ(refused, 28);
     mayEnd.up();
     stopping.join();
     EXPECT_EQ(upcall, "ok") << "a running operation may finish its work";

@@ -2,8 +2,6 @@
 // handlers that record what is delivered.
 #include <Common/Util.h>
 #include <Pegasus/Common/Exception.h>
-#include <Pegasus/Provider/CIMInstanceProvider.h>
-#include <Pegasus/Provider/CIMMethodProvider.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -12,12 +10,13 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
-#include <thread>
-#include <vector>
 
+#include "server/RecordingHandlers.h"
 #include "site/SiteModel.h"
+#include "support/ScriptedServer.h"
 
 using namespace Pegasus;
+using namespace support;
 
 extern "C" CIMProvider* PegasusCreateProvider(const String& providerName);
 
@@ -28,39 +27,15 @@ const char* const SITE = R"({"domains": [{"name": "D", "controlPoints": [], "sys
      "firmware": "F1", "packageTag": "P",
      "partitions": [{"id": 3, "name": "web", "state": "running"}]}]}]})";
 
-class Instances : public InstanceResponseHandler {
- public:
-    void processing() override {}
-    void complete() override {}
-    void deliver(const CIMInstance& instance) override { all.append(instance); }
-    void deliver(const Array<CIMInstance>& instances) override { all.appendArray(instances); }
-    Array<CIMInstance> all;
-};
-
-class Result : public MethodResultResponseHandler {
- public:
-    void processing() override {}
-    void complete() override {}
-    void deliver(const CIMValue& returned) override { value = returned; }
-    void deliverParamValue(const CIMParamValue& param) override { out.append(param); }
-    void deliverParamValue(const Array<CIMParamValue>& params) override { out.appendArray(params); }
-    CIMValue value;
-    Array<CIMParamValue> out;
-};
-
 class SiteProviders : public testing::Test {
  protected:
-    void SetUp() override {
-        _file = (std::filesystem::temp_directory_path() /
-                 ("site-providers-" + std::to_string(getpid()) + ".json"))
-                    .string();
+    SiteProviders() {
         setenv("VELMAR_SITE_FILE", _file.c_str(), 1);
         std::ofstream(_file) << SITE;
     }
-    void TearDown() override {
-        for (CIMProvider* provider : _providers) {
+    ~SiteProviders() override {
+        for (CIMProvider* provider : _providers)
             provider->terminate();
-        }
         std::filesystem::remove(_file);
     }
 
@@ -72,28 +47,31 @@ class SiteProviders : public testing::Test {
         return dynamic_cast<Interface&>(*_providers.back());
     }
 
-    static CIMInstance get(CIMInstanceProvider& provider, const CIMObjectPath& path) {
-        Instances handler;
-        provider.getInstance(OperationContext(), path, false, false, CIMPropertyList(), handler);
-        return handler.all[0];
+    static CIMValue value(CIMInstanceProvider& provider, const CIMObjectPath& path,
+                          const char* name) {
+        return velmar_remote::getValue(get(provider, path), name);
     }
-
-    static Result request(CIMMethodProvider& provider, const CIMObjectPath& path, Uint16 state) {
-        Array<CIMParamValue> in;
-        in.append(CIMParamValue("RequestedState", CIMValue(state)));
-        Result handler;
-        provider.invokeMethod(OperationContext(), path, "RequestStateChange", in, handler);
+    static CIMInstance get(CIMInstanceProvider& provider, const CIMObjectPath& path) {
+        velmar_embedded::InstanceRecorder handler;
+        provider.getInstance(OperationContext(), path, false, false, CIMPropertyList(), handler);
+        return handler.delivered.at(0);
+    }
+    // Of the last provider that was made.
+    velmar_embedded::MethodResultRecorder request(const CIMObjectPath& path, Uint16 state) {
+        const Array<CIMParamValue> in(1, CIMParamValue("RequestedState", CIMValue(state)));
+        velmar_embedded::MethodResultRecorder handler;
+        dynamic_cast<CIMMethodProvider&>(*_providers.back())
+            .invokeMethod(OperationContext(), path, "RequestStateChange", in, handler);
         return handler;
     }
-
-    static CIMValue value(const CIMInstance& instance, const char* name) {
-        return velmar_remote::getValue(instance, name);
+    CIMValue out(const CIMObjectPath& path, Uint16 state, const char* parameter) {
+        return velmar_remote::findParam(request(path, state).outParameters, parameter);
     }
 
     const CIMObjectPath _system = site::pathOf("QORP_CEC_CS", "Name", "T-M*S");
     const CIMObjectPath _partition = site::pathOf("QORP_LPAR_CS", "Name", "3*T-M*S");
     std::vector<CIMProvider*> _providers;
-    std::string _file;
+    const std::string _file = testing::TempDir() + "site-" + std::to_string(getpid()) + ".json";
 };
 
 // Every change is made on the result of the one before it: taken together, the states that were
@@ -103,74 +81,50 @@ TEST_F(SiteProviders, ChangesOnManyThreadsFollowOneAnother) {
     const std::vector<Uint16> wanted = {3, 6, 9, 32768, 32769};
     for (int round = 0; round < 50; round++) {
         auto& provider = make<CIMInstanceProvider>("SiteHostingSystems");
-        auto& methods = dynamic_cast<CIMMethodProvider&>(*_providers.back());
-        std::vector<std::thread> threads;
-        std::vector<Uint16> left(wanted.size());
+        std::vector<Uint16> left(wanted.size() + 1);
         std::atomic<size_t> waiting(wanted.size());
-        for (size_t i = 0; i < wanted.size(); i++) {
-            threads.emplace_back([&, i] {
-                waiting--;
-                while (waiting > 0) {
-                    std::this_thread::yield();
-                }
-                const CIMInstance copy = get(provider, _system).clone();
-                EXPECT_TRUE(value(copy, "FirmwareLevel") == CIMValue(String("F1")));
-                const Result result = request(methods, _system, wanted[i]);
-                velmar_remote::findParam(result.out, "PreviousState").get(left[i]);
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
-        Uint16 last = 0;
-        value(get(provider, _system), "EnabledState").get(last);
-        std::multiset<Uint16> seen(left.begin(), left.end());
-        seen.insert(last);
-        EXPECT_EQ(seen, (std::multiset<Uint16>{2, 3, 6, 9, 32768, 32769}));
+        inThreads(static_cast<int>(wanted.size()), [&](int i) {
+            waiting--;
+            while (waiting > 0)
+                std::this_thread::yield();
+            EXPECT_TRUE(velmar_remote::getValue(get(provider, _system).clone(), "FirmwareLevel") ==
+                        CIMValue(String("F1")));
+            out(_system, wanted[i], "PreviousState").get(left[i]);
+        });
+        value(provider, _system, "EnabledState").get(left.back());
+        EXPECT_EQ(std::multiset<Uint16>(left.begin(), left.end()),
+                  (std::multiset<Uint16>{2, 3, 6, 9, 32768, 32769}));
     }
 }
 
 TEST_F(SiteProviders, AnInstanceHandedOutKeepsItsState) {
     auto& provider = make<CIMInstanceProvider>("SitePartitions");
-    auto& methods = dynamic_cast<CIMMethodProvider&>(*_providers.back());
     const CIMInstance before = get(provider, _partition);
-    const Result result = request(methods, _partition, 3);
-    EXPECT_TRUE(velmar_remote::findParam(result.out, "PreviousState") == CIMValue(Uint16(2)));
-    EXPECT_TRUE(value(before, "EnabledState") == CIMValue(Uint16(2)));
-    EXPECT_TRUE(value(get(provider, _partition), "EnabledState") == CIMValue(Uint16(3)));
-    EXPECT_TRUE(request(methods, _partition, 4).value == CIMValue(Uint32(5)));
-    EXPECT_THROW(request(methods, site::pathOf("QORP_LPAR_CS", "Name", "4*T-M*S"), 3),
-                 CIMException);
+    EXPECT_TRUE(out(_partition, 3, "PreviousState") == CIMValue(Uint16(2)));
+    EXPECT_TRUE(velmar_remote::getValue(before, "EnabledState") == CIMValue(Uint16(2)));
+    EXPECT_TRUE(value(provider, _partition, "EnabledState") == CIMValue(Uint16(3)));
+    EXPECT_TRUE(request(_partition, 4).returnValue == CIMValue(Uint32(5)));
+    EXPECT_THROW(request(site::pathOf("QORP_LPAR_CS", "Name", "4*T-M*S"), 3), CIMException);
 }
 
 // There is no server that the alert could reach: the state has changed all the same.
 TEST_F(SiteProviders, AnAlertThatCannotBeSentIsReportedBesideTheChange) {
     auto& provider = make<CIMInstanceProvider>("SitePartitions");
-    auto& methods = dynamic_cast<CIMMethodProvider&>(*_providers.back());
     const Uint16 failed = site::findState("failed")->value;
-    const Result result = request(methods, _partition, failed);
-    EXPECT_TRUE(result.value == CIMValue(Uint32(0)));
-    EXPECT_FALSE(velmar_remote::findParam(result.out, "AlertProblem").isNull());
-    EXPECT_TRUE(value(get(provider, _partition), "EnabledState") == CIMValue(failed));
-    // Already failed: no second alert.
-    EXPECT_TRUE(velmar_remote::findParam(request(methods, _partition, failed).out, "AlertProblem")
-                    .isNull());
+    const auto result = request(_partition, failed);
+    EXPECT_TRUE(result.returnValue == CIMValue(Uint32(0)));
+    EXPECT_FALSE(velmar_remote::findParam(result.outParameters, "AlertProblem").isNull());
+    EXPECT_TRUE(value(provider, _partition, "EnabledState") == CIMValue(failed));
+    EXPECT_TRUE(out(_partition, failed, "AlertProblem").isNull()) << "already failed";
 }
 
 TEST_F(SiteProviders, ABrokenFileServesNothingUntilItIsRepaired) {
     std::ofstream(_file) << "{";
-    CIMProvider* const broken = PegasusCreateProvider("SiteDomains");
-    CIMOMHandle handle;
-    try {
-        broken->initialize(handle);
-        ADD_FAILURE();
-    } catch (const CIMException& error) {
-        EXPECT_EQ(site::toStd(error.getMessage()).rfind(_file + ":1:2: ", 0), 0u);
-    }
-    broken->terminate();
+    const std::string error = outcome([&] { make<CIMInstanceProvider>("SiteDomains"); });
+    EXPECT_NE(error.find(_file + ":1:2: "), std::string::npos) << error;
     std::ofstream(_file) << SITE;
-    EXPECT_TRUE(value(get(make<CIMInstanceProvider>("SiteDomains"),
-                          site::pathOf("QOR_MAPAdminDomain", "Name", "D")),
+    EXPECT_TRUE(value(make<CIMInstanceProvider>("SiteDomains"),
+                      site::pathOf("QOR_MAPAdminDomain", "Name", "D"),
                       "ElementName") == CIMValue(String("D")));
     EXPECT_EQ(PegasusCreateProvider("Unknown"), nullptr);
 }

@@ -27,42 +27,33 @@ bool outOfRange(Call call) {
     return false;
 }
 
-const Bytes WITHOUT_STRINGS = {0x01, 0x08, 0x34, 0x12, 0xAA, 0xBB, 0xCC, 0xDD, 0x00, 0x00};
 const Bytes TWO_STRUCTURES = {0, 4, 0, 0, 'A', 0, 'B', 0, 0, 0x7F, 4, 1, 0, 0, 0};
 
 TEST(SmBios, FieldsAreBoundedByTheFormattedArea) {
-    const SmBios smbios(WITHOUT_STRINGS);
-    ASSERT_EQ(smbios.getTables().size(), 1u);
-    const Table& table = smbios[0];
+    const Bytes bytes = {0x01, 0x08, 0x34, 0x12, 0xAA, 0xBB, 0xCC, 0xDD, 0x00, 0x00};
+    const Table table(bytes);
     EXPECT_EQ(table.getType(), 1);
     EXPECT_EQ(table.getLength(), 8);
     EXPECT_EQ(table.getHandle(), 0x1234);
-    EXPECT_EQ(table.getData(), WITHOUT_STRINGS);
+    EXPECT_EQ(table.getData(), bytes);
     EXPECT_EQ(table.getWord(6), 0xDDCC);
     EXPECT_EQ(table.getDWord(4), 0xDDCCBBAAu);
     EXPECT_EQ(table.getQWord(0), 0xDDCCBBAA12340801u);
     EXPECT_EQ(table.getByte(9), 0);
     EXPECT_TRUE(outOfRange([&] { table.getWord(7); }));
-    EXPECT_TRUE(outOfRange([&] { table.getDWord(5); }));
     EXPECT_TRUE(outOfRange([&] { table.getQWord(1); }));
-    EXPECT_TRUE(outOfRange([&] { table.getWord(255); }));
     EXPECT_TRUE(outOfRange([&] { table.getByte(10); }));
 }
 
 TEST(SmBios, StringsAreCountedFromOne) {
     const SmBios smbios(TWO_STRUCTURES);
     ASSERT_EQ(smbios.getTables().size(), 2u);
-    const Table& first = smbios[0];
-    EXPECT_EQ(first.getString(0), nullptr);
-    EXPECT_STREQ(first.getString(1), "A");
-    EXPECT_STREQ(first.getString(2), "B");
-    EXPECT_TRUE(outOfRange([&] { first.getString(3); }));
-    EXPECT_TRUE(outOfRange([&] { first.getString(255); }));
-    const Table& second = smbios[1];
-    EXPECT_EQ(second.getType(), 127);
-    EXPECT_STREQ(second.getString(1), "");
-    EXPECT_TRUE(outOfRange([&] { second.getString(2); }));
-    EXPECT_EQ(second.getString(0), nullptr);
+    EXPECT_EQ(smbios[0].getString(0), nullptr);
+    EXPECT_STREQ(smbios[0].getString(1), "A");
+    EXPECT_STREQ(smbios[0].getString(2), "B");
+    EXPECT_TRUE(outOfRange([&] { smbios[0].getString(3); }));
+    EXPECT_STREQ(smbios[1].getString(1), "");
+    EXPECT_TRUE(outOfRange([&] { smbios[1].getString(2); }));
 }
 
 // What is kept of input that ends early or states odd lengths; both walk and parser must stay
@@ -82,20 +73,14 @@ TEST(SmBios, ParsesDamagedStructures) {
         {"length 0", {0, 0, 5, 5, 0, 0}, {0, 0}},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        const Table table{std::vector<uint8_t>(c.bytes)};
-        EXPECT_EQ(table.getData(), c.data);
-        const SmBios smbios(c.bytes);
-        EXPECT_EQ(smbios.getTables().empty(), c.data.empty());
+        EXPECT_EQ(Table(c.bytes).getData(), c.data) << c.why;
+        EXPECT_EQ(SmBios(c.bytes).getTables().empty(), c.data.empty()) << c.why;
     }
-    const Table cut(Bytes{1, 200, 0, 0, 9});
+    const Table cut(Bytes{1, 200, 0, 0, 9}), empty;
     EXPECT_EQ(cut.getLength(), 200);
     EXPECT_EQ(cut.getWord(4), 9);
     EXPECT_TRUE(outOfRange([&] { cut.getWord(6); }));
-    EXPECT_TRUE(outOfRange([&] { cut.getQWord(100); }));
     EXPECT_TRUE(outOfRange([&] { cut.getString(1); }));
-    const Table empty;
-    EXPECT_EQ(empty.getString(0), nullptr);
     EXPECT_TRUE(outOfRange([&] { empty.getString(1); }));
     EXPECT_TRUE(outOfRange([&] { empty.getByte(0); }));
     EXPECT_EQ(empty.getType() + empty.getLength() + empty.getHandle(), 0);
@@ -110,20 +95,15 @@ TEST(SmBios, WalkRunsToTheEndOfTheImage) {
     EXPECT_EQ(smbios[0].getType(), 127);
     EXPECT_STREQ(smbios[1].getString(1), "behind the end");
     EXPECT_EQ(smbios.getMajorVersion() + smbios.getMinorVersion() + smbios.getRevision(), 0);
-    EXPECT_TRUE(SmBios(Bytes()).getTables().empty());
 }
 
 TEST(SmBios, FindGivesThePosition) {
     EXPECT_EQ(SmBios(Bytes()).find(0), 255);
     const SmBios two(TWO_STRUCTURES);
-    EXPECT_EQ(two.find(0), 0);
     EXPECT_EQ(two.find(127), 1);
-    EXPECT_EQ(two.find(1), 255);
     Bytes image;
-    for (uint16_t handle = 0; handle < 300; ++handle) {
-        append(image,
-               structure(static_cast<uint8_t>(handle < 254 ? 10 : handle - 243), handle, {}));
-    }
+    for (uint16_t i = 0; i < 300; ++i)
+        append(image, structure(static_cast<uint8_t>(i < 254 ? 10 : i - 243), i, {}));
     const SmBios many(image);
     EXPECT_EQ(many.find(11), 254);
     EXPECT_EQ(many.find(12), 255);
@@ -131,22 +111,17 @@ TEST(SmBios, FindGivesThePosition) {
     EXPECT_EQ(many[255].getHandle(), 255);
 }
 
-struct Versioned : SmBios {
-    explicit Versioned(uint32_t version) : SmBios(Bytes()) { _version = version; }
-};
-
 TEST(SmBios, VersionsAndCopies) {
-    const Versioned versioned(0x00030802);
-    EXPECT_EQ(versioned.getMajorVersion(), 2);
-    EXPECT_EQ(versioned.getMinorVersion(), 8);
-    EXPECT_EQ(versioned.getRevision(), 3);
+    struct Versioned : SmBios {
+        Versioned() : SmBios(TWO_STRUCTURES) { _version = 0x00030802; }
+    };
     const SmBios before = velmar_remote::_smbios;
-    velmar_remote::_smbios = SmBios(TWO_STRUCTURES);
+    velmar_remote::_smbios = Versioned();
     const SmBios copy;
-    velmar_remote::_smbios = versioned;
-    EXPECT_EQ(SmBios().getMinorVersion(), 8);
     velmar_remote::_smbios = before;
-    ASSERT_EQ(copy.getTables().size(), 2u);
+    EXPECT_EQ(copy.getMajorVersion(), 2);
+    EXPECT_EQ(copy.getMinorVersion(), 8);
+    EXPECT_EQ(copy.getRevision(), 3);
     EXPECT_STREQ(copy[0].getString(2), "B");
 }
 

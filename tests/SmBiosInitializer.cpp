@@ -63,21 +63,21 @@ Bytes sampleTable() {
     return table;
 }
 
-std::string typesOf(const SmBios& smbios) {
-    std::string types;
-    for (const SmBios::Table& table : smbios.getTables()) {
-        types += std::to_string(table.getType()) + " ";
-    }
-    return types;
+// "major.minor.revision: types"
+std::string discovered() {
+    const SmBiosInitializer smbios;
+    std::string all = std::to_string(smbios.getMajorVersion()) + "." +
+                      std::to_string(smbios.getMinorVersion()) + "." +
+                      std::to_string(smbios.getRevision()) + ":";
+    for (const SmBios::Table& table : smbios.getTables())
+        all += " " + std::to_string(table.getType());
+    return all;
 }
 
-void expectEmpty(const SmBios& smbios) {
-    EXPECT_EQ(smbios.getMajorVersion() + smbios.getMinorVersion() + smbios.getRevision(), 0);
-    EXPECT_EQ(typesOf(smbios), "");
-}
+const char NOTHING[] = "0.0.0:";
 
-Bytes changed(Bytes bytes, std::size_t at, uint8_t value) {
-    bytes[at] = value;
+Bytes changed(Bytes bytes, std::size_t at, int by) {
+    bytes[at] = static_cast<uint8_t>(bytes[at] + by);
     return bytes;
 }
 
@@ -90,97 +90,52 @@ Bytes smOfLength(uint8_t length, std::size_t table_length, uint32_t address) {
     return bytes;
 }
 
-struct Placed {
-    unsigned long address;
-    Bytes bytes;
-};
-
-TEST(SmBiosInitializer, FindsEitherEntryPoint) {
+TEST(SmBiosInitializer, FindsEitherEntryPointOrNothing) {
     const Bytes table = sampleTable();
     const std::size_t n = table.size();
-    const uint32_t high = 0x7FFD4000;
-    const struct {
-        const char* why;
-        std::vector<Placed> placed;
-        int major, minor;
-    } cases[] = {
-        {"_SM_", {{0xF5A10, smEntryPoint(2, 8, n, TABLE)}, {TABLE, table}}, 2, 8},
-        {"first of two",
-         {{0xF0000, smEntryPoint(2, 3, n, TABLE)},
-          {TABLE, table},
-          {0xF5A10, smEntryPoint(2, 8, 0, 0)}},
-         2,
-         3},
-        {"table in reserved memory", {{0xF5A10, smEntryPoint(2, 8, n, high)}, {high, table}}, 2, 8},
-        {"no checksum", {{0xF5A10, changed(smOfLength(0, n, TABLE), 4, 9)}, {TABLE, table}}, 2, 8},
-        {"longest entry point", {{0xF5A10, smOfLength(64, n, TABLE)}, {TABLE, table}}, 2, 8},
-        {"versions are unsigned",
-         {{0xF5A10, smEntryPoint(0xFE, 0xFF, n, TABLE)}, {TABLE, table}},
-         0xFE,
-         0xFF},
-        {"_DMI_", {{0xF5A10, dmiEntryPoint(0x21, n, TABLE)}, {TABLE, table}}, 2, 1},
-        {"_DMI_ below the firmware area",
-         {{0x10, dmiEntryPoint(0x9F, n, TABLE)}, {TABLE, table}},
-         9,
-         15},
-        {"_SM_ between candidates",
-         {{0xF0008, smEntryPoint(2, 8, n, TABLE)},
-          {TABLE, table},
-          {0xF0100, dmiEntryPoint(0x21, n, TABLE)}},
-         2,
-         1},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        PhysicalImage image(0x80000000);
-        // As a kernel that guards its memory has it.
-        image.refuse(MIB, high);
-        for (const Placed& placed : c.placed) {
-            image.write(placed.address, placed.bytes);
-        }
-        const SmBiosInitializer smbios;
-        EXPECT_EQ(typesOf(smbios), "1 4 4 127 128 ");
-        EXPECT_EQ(smbios.getMajorVersion(), c.major);
-        EXPECT_EQ(smbios.getMinorVersion(), c.minor);
-        EXPECT_EQ(smbios.getRevision(), 0);
-        EXPECT_TRUE(image.clean());
-    }
-}
-
-TEST(SmBiosInitializer, EveryFailureLeavesAnEmptyTable) {
-    const Bytes table = sampleTable();
-    const std::size_t n = table.size();
-    const Bytes sm = smEntryPoint(2, 8, n, TABLE);
-    const Bytes dmi = dmiEntryPoint(0x21, n, TABLE);
+    const uint32_t HIGH = 0x7FFD4000;
+    const Bytes sm = smEntryPoint(2, 8, n, TABLE), dmi = dmiEntryPoint(0x21, n, TABLE);
     // Sound, but without the older anchor inside it.
-    Bytes lone = changed(sm, 0x10, 0);
+    Bytes lone = changed(sm, 0x10, 1);
     balance(lone, 0, lone.size(), 0x04);
+    const std::string all = ": 1 4 4 127 128";
     const struct {
         const char* why;
-        std::vector<Placed> placed;
+        std::vector<std::pair<unsigned long, Bytes>> placed;
+        std::string found;
     } cases[] = {
-        {"no entry point", {}},
-        {"bad _SM_ checksum beside a good _DMI_",
-         {{0xF5A10, changed(sm, 4, static_cast<uint8_t>(sm[4] + 1))}, {0xF0000, dmi}}},
-        {"bad _DMI_ checksum", {{0xF0000, changed(dmi, 5, static_cast<uint8_t>(dmi[5] + 1))}}},
-        {"length byte beyond what is read", {{0xF5A10, smOfLength(65, n, TABLE)}}},
-        {"64-bit entry point only", {{0xF5A10, {'_', 'S', 'M', '3', '_'}}}},
-        {"_DMI_ at address 0", {{0, dmi}}},
-        {"_SM_ below the firmware area", {{0xE0000, lone}}},
-        {"entry point whose 64 bytes are refused", {{0xFFFE0, sm}}},
-        {"_SM_ table refused", {{0xF5A10, smEntryPoint(2, 8, n, MIB)}}},
-        {"_DMI_ table refused", {{0xF5A10, dmiEntryPoint(0x21, n, MIB - 1)}}},
+        {"_SM_", {{0xF5A10, sm}}, "2.8.0" + all},
+        {"first of two",
+         {{0xF0000, smEntryPoint(2, 3, n, TABLE)}, {0xF5A10, smEntryPoint(2, 8, 0, 0)}},
+         "2.3.0" + all},
+        {"table in reserved memory", {{0xF5A10, smEntryPoint(2, 8, n, HIGH)}}, "2.8.0" + all},
+        {"no checksum", {{0xF5A10, changed(smOfLength(0, n, TABLE), 4, 9)}}, "2.8.0" + all},
+        {"longest entry point", {{0xF5A10, smOfLength(64, n, TABLE)}}, "2.8.0" + all},
+        {"unsigned versions", {{0xF5A10, smEntryPoint(254, 255, n, TABLE)}}, "254.255.0" + all},
+        {"_DMI_", {{0xF5A10, dmi}}, "2.1.0" + all},
+        {"_DMI_ below the area", {{0x10, dmiEntryPoint(0x9F, n, TABLE)}}, "9.15.0" + all},
+        {"_SM_ between candidates", {{0xF0008, sm}, {0xF0100, dmi}}, "2.1.0" + all},
+        {"empty table", {{0xF5A10, smEntryPoint(2, 7, 0, MIB)}}, "2.7.0:"},
+        {"no entry point", {}, NOTHING},
+        {"bad _SM_ checksum", {{0xF5A10, changed(sm, 4, 1)}, {0xF0000, dmi}}, NOTHING},
+        {"bad _DMI_ checksum", {{0xF0000, changed(dmi, 5, 1)}}, NOTHING},
+        {"length byte beyond what is read", {{0xF5A10, smOfLength(65, n, TABLE)}}, NOTHING},
+        {"64-bit entry point only", {{0xF5A10, {'_', 'S', 'M', '3', '_'}}}, NOTHING},
+        {"_DMI_ at address 0", {{0, dmi}}, NOTHING},
+        {"_SM_ below the area", {{0xE0000, lone}}, NOTHING},
+        {"entry point whose 64 bytes are refused", {{0xFFFE0, sm}}, NOTHING},
+        {"_SM_ table refused", {{0xF5A10, smEntryPoint(2, 8, n, MIB)}}, NOTHING},
+        {"_DMI_ table refused", {{0xF5A10, dmiEntryPoint(0x21, n, MIB - 1)}}, NOTHING},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        PhysicalImage image;
-        image.refuse(MIB, 2 * MIB);
+        PhysicalImage image(0x80000000);
+        image.refuse(MIB, HIGH);  // as a kernel that guards its memory has it
         image.write(TABLE, table);
-        for (const Placed& placed : c.placed) {
-            image.write(placed.address, placed.bytes);
-        }
-        expectEmpty(SmBiosInitializer());
-        EXPECT_TRUE(image.clean());
+        image.write(HIGH, table);
+        for (const auto& [address, bytes] : c.placed)
+            image.write(address, bytes);
+        EXPECT_EQ(discovered(), c.found) << c.why;
+        EXPECT_TRUE(image.clean()) << c.why;
     }
 }
 
@@ -190,34 +145,16 @@ TEST(SmBiosInitializer, DeviceMissingOrOutOfMemory) {
     PhysicalImage image;
     image.write(0xF5A10, dmiEntryPoint(0x21, 65535, 0x10010));
     image.present = false;
-    expectEmpty(SmBiosInitializer());
+    EXPECT_EQ(discovered(), NOTHING);
     image.present = true;
     EXPECT_EQ(SmBiosInitializer().getMajorVersion(), 2);
     const std::size_t mappings = image.maps.size();
     EXPECT_EQ(mappings, 1 + 16 + 1 + 2u);
     for (std::size_t i = 1; i <= mappings; ++i) {
         image.throw_at_map = image.maps.size() + i;
-        expectEmpty(SmBiosInitializer());
+        EXPECT_EQ(discovered(), NOTHING);
         EXPECT_TRUE(image.clean());
     }
-}
-
-TEST(SmBiosInitializer, EmptyTableKeepsItsVersion) {
-    PhysicalImage image;
-    image.refuse(MIB, 2 * MIB);
-    image.write(0xF5A10, smEntryPoint(2, 7, 0, MIB));
-    const SmBiosInitializer smbios;
-    EXPECT_EQ(smbios.getMajorVersion(), 2);
-    EXPECT_EQ(smbios.getMinorVersion(), 7);
-    EXPECT_EQ(typesOf(smbios), "");
-    EXPECT_TRUE(image.clean());
-}
-
-TEST(SmBiosInitializer, SortsByTypeOnly) {
-    const SmBios::Table low(structure(3, 9, {})), high(structure(200, 1, {}));
-    EXPECT_TRUE(velmar_remote::_sort_criterion(low, high));
-    EXPECT_FALSE(velmar_remote::_sort_criterion(high, low));
-    EXPECT_FALSE(velmar_remote::_sort_criterion(low, SmBios::Table(structure(3, 10, {}))));
 }
 
 }  // namespace

@@ -5,27 +5,21 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
+#include <regex>
 #include <sstream>
 
 namespace velmar_test {
 
 std::string run(const std::vector<std::string>& command) {
     std::string line;
-    for (const std::string& word : command) {
-        line += '\'';
-        for (char c : word) {
-            line += c == '\'' ? "'\\''" : std::string(1, c);
-        }
-        line += "' ";
-    }
+    for (const std::string& word : command)
+        line += "'" + std::regex_replace(word, std::regex("'"), "'\\''") + "' ";
     std::string output;
     FILE* pipe = popen((line + "</dev/null 2>&1").c_str(), "r");
-    for (int c; pipe && (c = fgetc(pipe)) != EOF;) {
+    for (int c; pipe && (c = fgetc(pipe)) != EOF;)
         output += static_cast<char>(c);
-    }
-    if (!pipe || pclose(pipe) != 0) {
+    if (!pipe || pclose(pipe) != 0)
         ADD_FAILURE() << line << "failed:\n" << output;
-    }
     return output;
 }
 
@@ -78,9 +72,8 @@ void expectSame(std::vector<Decoded> expected,
                 const std::vector<velmar_remote::SmBios::Table>& ours) {
     ASSERT_EQ(expected.size(), ours.size());
     std::map<unsigned, const velmar_remote::SmBios::Table*> byHandle;
-    for (const auto& table : ours) {
+    for (const auto& table : ours)
         byHandle[table.getHandle()] = &table;
-    }
     for (const Decoded& structure : expected) {
         SCOPED_TRACE(structure.handle);
         ASSERT_EQ(byHandle.count(structure.handle), 1u);

@@ -19,8 +19,6 @@ namespace support {
 const char ALERT_MOF[] = R"(
 Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
 Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride, ToSubclass);
-Qualifier Indication : boolean = false, Scope(class, indication),
-    Flavor(DisableOverride, ToSubclass);
 class CIM_ManagedElement { };
 class QORP_ComputerSystem : CIM_ManagedElement { [Key] string Name; };
 class QORP_CEC_CS : QORP_ComputerSystem { };
@@ -37,59 +35,56 @@ class T_Sensor : CIM_ManagedElement { [Key] string UUID; };
     [Key] QORP_CEC_CS REF Antecedent; [Key] QORP_LPAR_CS REF Dependent; };
 [Association] class QOR_ComputerSystemPackage {
     [Key] QOR_PhysicalPackage REF Antecedent; [Key] QORP_ComputerSystem REF Dependent; };
-[Indication] class CIM_Indication {
+class CIM_Indication {
     string IndicationIdentifier; string CorrelatedIndications[]; datetime IndicationTime; };
-[Indication] class CIM_ProcessIndication : CIM_Indication { };
-[Indication] class CIM_AlertIndication : CIM_ProcessIndication {
+class CIM_AlertIndication : CIM_Indication {
     string Description; string AlertingManagedElement; uint16 AlertingElementFormat;
     string OtherAlertingElementFormat; uint16 AlertType; string OtherAlertType;
     uint16 PerceivedSeverity; string OtherSeverity; uint16 ProbableCause;
     string ProbableCauseDescription; uint16 Trending; string RecommendedActions[]; string EventID;
     datetime EventTime; string SystemCreationClassName; string SystemName; string ProviderName; };
-[Indication] class T_Alert : CIM_AlertIndication {
+class T_Alert : CIM_AlertIndication {
     string SenderUUID; string UUID; string Type; string Model; string SerialNumber; string LPARID;
     string UniqueSystemID; sint32 send(string AlertingManagedElement); };
 )";
 
 class AlertSite {
+    typedef Pegasus::CIMInstance CIMInstance;
+    typedef velmar_embedded::ProviderType Type;
+
  public:
-    typedef std::vector<std::pair<const char*, const char*>> Properties;
+    velmar_embedded::Server server;
 
     /// With `stored` the server holds the model, else the library's cached providers do. Takes over
     /// the alert provider. Start the server when everything is there.
     AlertSite(velmar_remote::IndicationMethodProvider* alerts, bool stored) : _stored(stored) {
-        using velmar_embedded::ProviderType;
         server.compileMofText(NAMESPACE, ALERT_MOF);
-        server.registerProvider(
-            "Alerts", alerts,
-            {{"T_Alert", {NAMESPACE}, {ProviderType::Indication, ProviderType::Method}, {}}});
-        if (stored) {
+        server.registerProvider("Alerts", alerts,
+                                {{"T_Alert", {NAMESPACE}, {Type::Indication, Type::Method}, {}}});
+        if (stored)
             return;
-        }
         for (const char* name : {"QORP_CEC_CS", "QORP_LPAR_CS", "T_VIOS", "QOR_MAPAdminDomain",
-                                 "QOR_HWCtrlPoint", "QOR_PhysicalPackage", "T_Sensor"}) {
-            serve(name, new Things(name), {ProviderType::Instance});
-        }
+                                 "QOR_HWCtrlPoint", "QOR_PhysicalPackage", "T_Sensor"})
+            serve(name, new Things(name), {Type::Instance});
         const char* const links[][5] = {
             {"QOR_SystemComponent", "GroupComponent", "QOR_MAPAdminDomain", "PartComponent",
              "CIM_ManagedElement"},
             {"QOR_HostedDependency", "Antecedent", "QORP_CEC_CS", "Dependent", "QORP_LPAR_CS"},
             {"QOR_ComputerSystemPackage", "Antecedent", "QOR_PhysicalPackage", "Dependent",
              "QORP_ComputerSystem"}};
-        for (const auto& l : links) {
+        for (const auto& l : links)
             serve(l[0], new Links(l[0], l[1], l[2], l[3], l[4]),
-                  {ProviderType::Instance, ProviderType::Association});
-        }
+                  {Type::Instance, Type::Association});
     }
     ~AlertSite() { server.stop(); }
 
-    void element(const std::string& objectPath, const Properties& properties = Properties()) {
+    void element(const std::string& objectPath,
+                 const std::vector<std::pair<const char*, const char*>>& properties = {}) {
         CIMInstance instance = instanceAt(full(objectPath));
         const Pegasus::CIMKeyBinding key = instance.getPath().getKeyBindings()[0];
         add(instance, text(key.getName()).c_str(), Pegasus::CIMValue(key.getValue()));
-        for (const auto& p : properties) {
+        for (const auto& p : properties)
             add(instance, p.first, p.second);
-        }
         keep(instance);
     }
     void component(const std::string& domain, const std::string& part) {
@@ -110,42 +105,33 @@ class AlertSite {
         element("QOR_PhysicalPackage.Tag=\"box\"",
                 {{"VendorEquipmentType", "9117"}, {"Model", "MMC"}, {"SerialNumber", "06B4"}});
         for (const char* part : {"QOR_HWCtrlPoint.UUID=\"cp-1\"", "QORP_CEC_CS.Name=\"host\"",
-                                 "QORP_LPAR_CS.Name=\"part\""}) {
+                                 "QORP_LPAR_CS.Name=\"part\""})
             component("QOR_MAPAdminDomain.Name=\"hall\"", part);
-        }
         host("QORP_CEC_CS.Name=\"host\"", "QORP_LPAR_CS.Name=\"part\"");
         package("QOR_PhysicalPackage.Tag=\"box\"", "QORP_CEC_CS.Name=\"host\"");
     }
 
-    velmar_embedded::Server server;
-
  private:
-    typedef Pegasus::CIMInstance CIMInstance;
-
     template <class Provider>
-    void serve(const char* name, Provider* provider,
-               const std::vector<velmar_embedded::ProviderType>& types) {
+    void serve(const char* name, Provider* provider, const std::vector<Type>& types) {
         _insert[name] = [provider](const CIMInstance& i) { provider->_cache.insert(i); };
         server.registerProvider(name, provider, {{name, {NAMESPACE}, types, {}}});
     }
     void keep(const CIMInstance& instance) {
-        if (_stored) {
+        if (_stored)
             server.schema().createInstance(Pegasus::CIMNamespaceName(NAMESPACE), instance);
-        } else {
+        else
             _insert.at(text(instance.getClassName()))(instance);
-        }
     }
     void link(const char* name, const char* leftRole, const std::string& left,
               const char* rightRole, const std::string& right) {
-        const Pegasus::CIMValue ends[] = {Pegasus::CIMValue(path(full(left))),
-                                          Pegasus::CIMValue(path(full(right)))};
-        Pegasus::Array<Pegasus::CIMKeyBinding> keys;
-        keys.append(Pegasus::CIMKeyBinding(leftRole, ends[0]));
-        keys.append(Pegasus::CIMKeyBinding(rightRole, ends[1]));
         CIMInstance instance{Pegasus::CIMName(name)};
+        Pegasus::Array<Pegasus::CIMKeyBinding> keys;
+        for (const auto& [role, end] : {std::pair(leftRole, left), std::pair(rightRole, right)}) {
+            keys.append(Pegasus::CIMKeyBinding(role, Pegasus::CIMValue(path(full(end)))));
+            add(instance, role, Pegasus::CIMValue(path(full(end))));
+        }
         instance.setPath(Pegasus::CIMObjectPath("", NAMESPACE, name, keys));
-        add(instance, leftRole, ends[0]);
-        add(instance, rightRole, ends[1]);
         keep(instance);
     }
 

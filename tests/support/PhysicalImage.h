@@ -9,12 +9,11 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
 #include <map>
 #include <new>
+#include <numeric>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,10 +32,9 @@ class PhysicalImage {
           _file(memfd_create("physical memory", MFD_CLOEXEC)),
           _replaced(velmar_remote::memoryDevice),
           _outer(current) {
-        if (_file == -1 || ftruncate(_file, static_cast<off_t>(size)) != 0) {
+        if (_file == -1 || ftruncate(_file, static_cast<off_t>(size)) != 0)
             abort();
-        }
-        velmar_remote::memoryDevice = device();
+        velmar_remote::memoryDevice = {openFile, map, unmap, closeFile};
         current = this;
     }
     ~PhysicalImage() {
@@ -49,9 +47,8 @@ class PhysicalImage {
 
     void write(unsigned long address, const Bytes& bytes) {
         if (pwrite(_file, bytes.data(), bytes.size(), static_cast<off_t>(address)) !=
-            static_cast<ssize_t>(bytes.size())) {
+            static_cast<ssize_t>(bytes.size()))
             abort();
-        }
     }
     void refuse(unsigned long begin, unsigned long end) { _refused.emplace_back(begin, end); }
 
@@ -67,71 +64,57 @@ class PhysicalImage {
     std::vector<unsigned long> maps;  // the addresses of all mappings so far
     std::size_t throw_at_map = 0;     // the mapping, counted from 1, that has no memory
 
-    /// The system calls that lead to the current image.
-    static velmar_remote::MemoryDevice device() { return {open, mmap, munmap, close}; }
-
  private:
     // Unreadable pages around each mapping turn an access outside it into a fault.
     static constexpr std::size_t GUARD = 0x1000;
 
-    static int open(const char* path, int flags, ...) {
+    static int openFile(const char* path, int flags, ...) {
         PhysicalImage& image = *current;
-        if (path != std::string("/dev/mem") || flags != O_RDONLY || image._descriptor != -1) {
+        if (path != std::string("/dev/mem") || flags != O_RDONLY || image._descriptor != -1)
             ++image._wrong_calls;
-        }
-        if (image.present) {
+        if (image.present)
             image._descriptor = dup(image._file);
-        }
         return image._descriptor;
     }
 
-    static int close(int descriptor) {
-        PhysicalImage& image = *current;
-        if (descriptor == -1 || descriptor != image._descriptor) {
-            errno = EBADF;
+    static int closeFile(int descriptor) {
+        if (descriptor == -1 || descriptor != current->_descriptor)
             return -1;
-        }
-        image._descriptor = -1;
-        return ::close(descriptor);
+        current->_descriptor = -1;
+        return close(descriptor);
     }
 
-    static void* mmap(void*, std::size_t length, int protection, int flags, int descriptor,
-                      off_t offset) {
+    static void* map(void*, std::size_t length, int protection, int flags, int descriptor,
+                     off_t offset) {
         PhysicalImage& image = *current;
         const unsigned long begin = static_cast<unsigned long>(offset);
-        if (protection != PROT_READ || flags != MAP_SHARED || begin % 0x1000 != 0 || length == 0) {
+        if (protection != PROT_READ || flags != MAP_SHARED || begin % 0x1000 != 0 || length == 0)
             ++image._wrong_calls;
-        }
-        if (descriptor == -1 || descriptor != image._descriptor || begin > image._size ||
-            length > image._size - begin) {
+        bool refused = descriptor == -1 || descriptor != image._descriptor || begin > image._size ||
+                       length > image._size - begin;
+        for (const auto& [from, to] : image._refused)
+            refused |= begin < to && from < begin + length;
+        if (refused)
             return MAP_FAILED;
-        }
-        for (const auto& [from, to] : image._refused) {
-            if (begin < to && from < begin + length) {
-                return MAP_FAILED;
-            }
-        }
         image.maps.push_back(begin);
-        if (image.maps.size() == image.throw_at_map) {
+        if (image.maps.size() == image.throw_at_map)
             throw std::bad_alloc();
-        }
         char* reserved = static_cast<char*>(
-            ::mmap(nullptr, length + 2 * GUARD, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+            mmap(nullptr, length + 2 * GUARD, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
         void* memory =
-            ::mmap(reserved + GUARD, length, PROT_READ, MAP_SHARED | MAP_FIXED, descriptor, offset);
+            mmap(reserved + GUARD, length, PROT_READ, MAP_SHARED | MAP_FIXED, descriptor, offset);
         image._mapped[memory] = length;
         return memory;
     }
 
-    static int munmap(void* address, std::size_t length) {
-        PhysicalImage& image = *current;
-        const auto found = image._mapped.find(address);
-        if (found == image._mapped.end() || found->second != length) {
-            ++image._wrong_calls;
+    static int unmap(void* address, std::size_t length) {
+        const auto found = current->_mapped.find(address);
+        if (found == current->_mapped.end() || found->second != length) {
+            ++current->_wrong_calls;
             return -1;
         }
-        image._mapped.erase(found);
-        return ::munmap(static_cast<char*>(address) - GUARD, length + 2 * GUARD);
+        current->_mapped.erase(found);
+        return munmap(static_cast<char*>(address) - GUARD, length + 2 * GUARD);
     }
 
     static inline PhysicalImage* current = nullptr;
@@ -151,9 +134,8 @@ inline void append(Bytes& to, const Bytes& bytes) {
 }
 
 inline void append(Bytes& to, uint64_t value, int width) {
-    for (int i = 0; i < width; ++i) {
+    for (int i = 0; i < width; ++i)
         to.push_back(static_cast<uint8_t>(value >> 8 * i));
-    }
 }
 
 /// `body` is the formatted area after the 4-byte header.
@@ -162,10 +144,8 @@ inline Bytes structure(uint8_t type, uint16_t handle, const Bytes& body,
     Bytes bytes = {type, static_cast<uint8_t>(4 + body.size())};
     append(bytes, handle, 2);
     append(bytes, body);
-    for (const std::string& string : strings) {
-        bytes.insert(bytes.end(), string.begin(), string.end());
-        bytes.push_back(0);
-    }
+    for (const std::string& string : strings)
+        append(bytes, Bytes(string.c_str(), string.c_str() + string.size() + 1));
     bytes.insert(bytes.end(), strings.empty() ? 2 : 1, 0);
     return bytes;
 }
@@ -180,10 +160,9 @@ inline Bytes systemInformation(uint16_t handle, const Bytes& uuid) {
 
 /// Makes the sum of the bytes [begin, end) 0 by the byte at `at`.
 inline void balance(Bytes& bytes, std::size_t begin, std::size_t end, std::size_t at) {
-    bytes[at] = 0;
-    for (std::size_t i = begin; i < end; ++i) {
-        bytes[at] = static_cast<uint8_t>(bytes[at] - (i == at ? 0 : bytes[i]));
-    }
+    const uint8_t before = bytes[at];
+    bytes[at] = static_cast<uint8_t>(
+        before - std::accumulate(bytes.begin() + begin, bytes.begin() + end, 0));
 }
 
 inline Bytes dmiEntryPoint(uint8_t revision, std::size_t length, uint32_t address,

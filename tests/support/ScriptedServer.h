@@ -10,10 +10,14 @@
 #include <Pegasus/Provider/CIMOMHandle.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <numeric>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "server/Server.h"
@@ -36,16 +40,22 @@ class Count {
         std::unique_lock<std::mutex> guard(_lock);
         _changed.wait(guard, [&] { return _count >= count; });
     }
-    int value() const {
-        std::lock_guard<std::mutex> guard(_lock);
-        return _count;
-    }
+    int value() const { return _count; }
 
  private:
-    mutable std::mutex _lock;
+    std::mutex _lock;
     std::condition_variable _changed;
-    int _count = 0;
+    std::atomic<int> _count{0};
 };
+
+/// Runs the work on so many threads at once, each with its number.
+inline void inThreads(int count, const std::function<void(int)>& work) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; i++)
+        threads.emplace_back(work, i);
+    for (std::thread& thread : threads)
+        thread.join();
+}
 
 /// "ok", or what was thrown: code and message of a CIMException, else the message.
 inline std::string outcome(const std::function<void()>& call) {
@@ -59,108 +69,133 @@ inline std::string outcome(const std::function<void()>& call) {
     }
 }
 
-/// Every operation is a function of a test; one that is not set answers nothing.
+/// The code of the CIMException that the call throws; -1 without one.
+inline int code(const std::function<void()>& call) {
+    const std::string result = outcome(call);
+    return isdigit(result[0]) ? std::stoi(result) : -1;
+}
+
+inline CIMObjectPath pathOf(const CIMObjectPath& path) { return path; }
+template <class T>
+CIMObjectPath pathOf(const T& object) {
+    return object.getPath();
+}
+/// The sorted paths of objects, each with a blank after it.
+template <class T>
+std::string paths(const Array<T>& objects, bool sorted = true) {
+    std::vector<std::string> texts;
+    for (Uint32 i = 0; i < objects.size(); i++)
+        texts.push_back(text(pathOf(objects[i])) + " ");
+    if (sorted)
+        std::sort(texts.begin(), texts.end());
+    return std::accumulate(texts.begin(), texts.end(), std::string());
+}
+
+/// T_A.k="1" and the like, with key property k and n.
+inline CIMInstance item(const std::string& objectPath, Uint32 n = 0) {
+    CIMInstance instance = instanceAt(objectPath);
+    add(instance, "k", instance.getPath().getKeyBindings()[0].getValue());
+    add(instance, "n", CIMValue(n));
+    return instance;
+}
+
+/// Every operation is a function of a test. One that is not set answers nothing, but getInstance
+/// an item at the path asked for.
 class Scripted : public CIMInstanceProvider,
                  public CIMMethodProvider,
                  public CIMAssociationProvider {
+    typedef const OperationContext& Context;
+    typedef const CIMObjectPath& Path;
+    typedef const CIMPropertyList& List;
+    typedef const CIMName& Name;
+    typedef const String& Role;
+    typedef ObjectPathResponseHandler Paths;
+
  public:
     struct Call {  // the arguments that the operations share or have of their own
-        const OperationContext& context;
-        const CIMObjectPath& path;
+        CIMObjectPath path;
         CIMPropertyList list = CIMPropertyList();
         CIMInstance instance = CIMInstance();
         CIMName associationClass = CIMName();
         CIMName resultClass = CIMName();
         String role = String();
         String resultRole = String();
+        CIMName method = CIMName();
+        Array<CIMParamValue> in = Array<CIMParamValue>();
+
+        std::string key() const { return text(path.getKeyBindings()[0].getValue()); }
     };
     template <class Handler>
     using Operation = std::function<void(const Call&, Handler&)>;
 
-    std::function<void(CIMOMHandle&)> onInitialize;
-    std::function<void()> onTerminate, onDestroy;
-    Operation<InstanceResponseHandler> get, enumerate;
-    Operation<ObjectPathResponseHandler> names, create, associatorPaths, referencePaths;
+    std::function<void(CIMOMHandle&)> onInitialize = [](CIMOMHandle&) {};
+    std::function<void()> onTerminate = [] {}, onDestroy = [] {};
+    Operation<InstanceResponseHandler> enumerate;
+    Operation<InstanceResponseHandler> get = [](const Call& call, InstanceResponseHandler& h) {
+        h.deliver(item(text(call.path)));
+    };
+    Operation<Paths> names, create, associatorPaths, referencePaths;
     Operation<ResponseHandler> modify, remove;
     Operation<ObjectResponseHandler> associatorObjects, referenceObjects;
-    std::function<void(const Call&, const CIMName&, const Array<CIMParamValue>&,
-                       MethodResultResponseHandler&)>
-        invoke;
+    Operation<MethodResultResponseHandler> invoke;
+    bool completes = true;
     CIMOMHandle cimom;
 
-    ~Scripted() override {
-        if (onDestroy)
-            onDestroy();
-    }
+    ~Scripted() override { onDestroy(); }
     void initialize(CIMOMHandle& handle) override {
         cimom = handle;
-        if (onInitialize)
-            onInitialize(handle);
+        onInitialize(handle);
     }
     void terminate() override {
-        if (onTerminate)
-            onTerminate();
+        onTerminate();
         delete this;
     }
 
-    void getInstance(const OperationContext& c, const CIMObjectPath& p, Boolean, Boolean,
-                     const CIMPropertyList& list, InstanceResponseHandler& h) override {
-        run(get, {c, p, list}, h);
+    void getInstance(Context, Path p, Boolean, Boolean, List list,
+                     InstanceResponseHandler& h) override {
+        run(get, {p, list}, h);
     }
-    void enumerateInstances(const OperationContext& c, const CIMObjectPath& p, Boolean, Boolean,
-                            const CIMPropertyList& list, InstanceResponseHandler& h) override {
-        run(enumerate, {c, p, list}, h);
+    void enumerateInstances(Context, Path p, Boolean, Boolean, List list,
+                            InstanceResponseHandler& h) override {
+        run(enumerate, {p, list}, h);
     }
-    void enumerateInstanceNames(const OperationContext& c, const CIMObjectPath& p,
-                                ObjectPathResponseHandler& h) override {
-        run(names, {c, p}, h);
-    }
-    void modifyInstance(const OperationContext& c, const CIMObjectPath& p, const CIMInstance& i,
-                        Boolean, const CIMPropertyList& list, ResponseHandler& h) override {
-        run(modify, {c, p, list, i}, h);
-    }
-    void createInstance(const OperationContext& c, const CIMObjectPath& p, const CIMInstance& i,
-                        ObjectPathResponseHandler& h) override {
-        run(create, {c, p, CIMPropertyList(), i}, h);
-    }
-    void deleteInstance(const OperationContext& c, const CIMObjectPath& p,
+    void enumerateInstanceNames(Context, Path p, Paths& h) override { run(names, {p}, h); }
+    void modifyInstance(Context, Path p, const CIMInstance& i, Boolean, List list,
                         ResponseHandler& h) override {
-        run(remove, {c, p}, h);
+        run(modify, {p, list, i}, h);
     }
-    void invokeMethod(const OperationContext& c, const CIMObjectPath& p, const CIMName& name,
-                      const Array<CIMParamValue>& in, MethodResultResponseHandler& h) override {
-        if (invoke)
-            invoke({c, p}, name, in, h);
-        else
-            h.complete();
+    void createInstance(Context, Path p, const CIMInstance& i, Paths& h) override {
+        run(create, {p, CIMPropertyList(), i}, h);
     }
-    void associators(const OperationContext& c, const CIMObjectPath& p, const CIMName& a,
-                     const CIMName& r, const String& role, const String& resultRole, Boolean,
-                     Boolean, const CIMPropertyList& list, ObjectResponseHandler& h) override {
-        run(associatorObjects, {c, p, list, CIMInstance(), a, r, role, resultRole}, h);
+    void deleteInstance(Context, Path p, ResponseHandler& h) override { run(remove, {p}, h); }
+    void invokeMethod(Context, Path p, Name name, const Array<CIMParamValue>& in,
+                      MethodResultResponseHandler& h) override {
+        run(invoke, {p, {}, {}, {}, {}, {}, {}, name, in}, h);
     }
-    void associatorNames(const OperationContext& c, const CIMObjectPath& p, const CIMName& a,
-                         const CIMName& r, const String& role, const String& resultRole,
-                         ObjectPathResponseHandler& h) override {
-        run(associatorPaths, {c, p, CIMPropertyList(), CIMInstance(), a, r, role, resultRole}, h);
+    void associators(Context, Path p, Name a, Name r, Role role, Role resultRole, Boolean, Boolean,
+                     List list, ObjectResponseHandler& h) override {
+        run(associatorObjects, {p, list, {}, a, r, role, resultRole}, h);
     }
-    void references(const OperationContext& c, const CIMObjectPath& p, const CIMName& r,
-                    const String& role, Boolean, Boolean, const CIMPropertyList& list,
+    void associatorNames(Context, Path p, Name a, Name r, Role role, Role resultRole,
+                         Paths& h) override {
+        run(associatorPaths, {p, {}, {}, a, r, role, resultRole}, h);
+    }
+    void references(Context, Path p, Name r, Role role, Boolean, Boolean, List list,
                     ObjectResponseHandler& h) override {
-        run(referenceObjects, {c, p, list, CIMInstance(), CIMName(), r, role}, h);
+        run(referenceObjects, {p, list, {}, {}, r, role}, h);
     }
-    void referenceNames(const OperationContext& c, const CIMObjectPath& p, const CIMName& r,
-                        const String& role, ObjectPathResponseHandler& h) override {
-        run(referencePaths, {c, p, CIMPropertyList(), CIMInstance(), CIMName(), r, role}, h);
+    void referenceNames(Context, Path p, Name r, Role role, Paths& h) override {
+        run(referencePaths, {p, {}, {}, {}, r, role}, h);
     }
 
  private:
     template <class Handler>
-    static void run(const Operation<Handler>& operation, const Call& call, Handler& handler) {
+    void run(const Operation<Handler>& operation, const Call& call, Handler& handler) {
         handler.processing();
         if (operation)
             operation(call, handler);
-        handler.complete();
+        if (completes)
+            handler.complete();
     }
 };
 
@@ -192,7 +227,10 @@ class ScriptedServer : public ::testing::Test {
             [Association] class T_StoredLink { [Key] T_A REF Near; [Key] T_Far REF Far; };
         )");
     }
-
+    void start() {
+        server.start();
+        client.connectLocal();
+    }
     /// Registers a provider that the server deletes at its stop.
     Scripted* provide(const std::string& name, const std::vector<std::string>& classes,
                       const std::vector<ProviderType>& types = {ProviderType::Instance},
@@ -204,10 +242,6 @@ class ScriptedServer : public ::testing::Test {
         server.registerProvider(name, provider, capabilities);
         return provider;
     }
-    void start() {
-        server.start();
-        client.connectLocal();
-    }
     /// "//H/root/test:" before a local path.
     static std::string full(const std::string& localPath, const char* nameSpace = "root/test") {
         return "//" + text(System::getHostName()) + "/" + nameSpace + ":" + localPath;
@@ -215,15 +249,14 @@ class ScriptedServer : public ::testing::Test {
     CIMInstance get(const std::string& localPath) {
         return client.getInstance(ns, path(localPath));
     }
+    /// The same through a client of its own, for other threads and for providers.
+    CIMInstance getApart(const std::string& localPath, Uint32 timeout = 20000) {
+        CIMClient own;
+        own.connectLocal();
+        own.setTimeout(timeout);
+        return own.getInstance(ns, path(localPath));
+    }
 };
-
-/// T_A.k="1" and the like, with key property k and n.
-inline CIMInstance item(const std::string& objectPath, Uint32 n = 0) {
-    CIMInstance instance = instanceAt(objectPath);
-    add(instance, "k", instance.getPath().getKeyBindings()[0].getValue());
-    add(instance, "n", CIMValue(n));
-    return instance;
-}
 
 }  // namespace support
 
