@@ -1,8 +1,8 @@
 // Response handlers that keep what a provider delivers, for testing a provider without a server:
 // call the provider's operation with one of these and look at what it holds afterwards.
 //
-// Not locked: one handler belongs to one call. Uses documented Pegasus headers only, so it serves
-// tests built against a real OpenPegasus as well.
+// Not locked: one handler belongs to one call. Uses documented Pegasus headers only: copied into
+// a project, this file serves its tests against a real OpenPegasus too.
 #ifndef VELMAR_EMBEDDED_RECORDINGHANDLERS_H
 #define VELMAR_EMBEDDED_RECORDINGHANDLERS_H
 
