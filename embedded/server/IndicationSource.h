@@ -1,4 +1,6 @@
 // An indication provider as a source of indications: its subscriptions, its handler.
+//
+// Thread-safe.
 #ifndef VELMAR_EMBEDDED_INDICATION_SOURCE_H
 #define VELMAR_EMBEDDED_INDICATION_SOURCE_H
 

@@ -1,4 +1,6 @@
 // A registered provider: where its object comes from, and the object once it is loaded.
+//
+// Thread-safe.
 #ifndef VELMAR_EMBEDDED_PROVIDER_H
 #define VELMAR_EMBEDDED_PROVIDER_H
 

@@ -1,4 +1,6 @@
 // Registers provider libraries by the instances of the PG_ classes in root/PG_InterOp.
+//
+// Thread-safe.
 #ifndef VELMAR_EMBEDDED_REGISTRAR_H
 #define VELMAR_EMBEDDED_REGISTRAR_H
 

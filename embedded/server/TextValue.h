@@ -1,4 +1,6 @@
 // The typed value of a parameter that came as text.
+//
+// Keeps no state, thread-safe.
 #ifndef VELMAR_EMBEDDED_TEXT_VALUE_H
 #define VELMAR_EMBEDDED_TEXT_VALUE_H
 
