@@ -1,6 +1,6 @@
 // An indication provider as a source of indications: its subscriptions, its handler.
 //
-// Thread-safe.
+// Thread-safe, except stop.
 #ifndef VELMAR_EMBEDDED_INDICATION_SOURCE_H
 #define VELMAR_EMBEDDED_INDICATION_SOURCE_H
 

@@ -1,6 +1,6 @@
 // A registered provider: where its object comes from, and the object once it is loaded.
 //
-// Thread-safe.
+// Thread-safe, except Provider::terminate.
 #ifndef VELMAR_EMBEDDED_PROVIDER_H
 #define VELMAR_EMBEDDED_PROVIDER_H
 
