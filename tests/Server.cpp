@@ -147,7 +147,9 @@ TEST_F(Server, LoadsModulesByRegistration) {
          {"know the provider Unknown", TEST_MODULE_DIR "/libNoModule.so: cannot open"})
         EXPECT_NE(errors.find(reason), std::string::npos) << errors;
     server.stop();
-    EXPECT_EQ(dlopen(file, RTLD_NOW | RTLD_NOLOAD), nullptr) << "library still open";
+    if (TEST_SHARED) {  // the loader keeps a module that brings its own copy of the SDK
+        EXPECT_EQ(dlopen(file, RTLD_NOW | RTLD_NOLOAD), nullptr) << "library still open";
+    }
 }
 
 TEST_F(Server, RefusedRegistrations) {
