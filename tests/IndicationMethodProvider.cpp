@@ -231,8 +231,9 @@ TEST(IndicationMethodProvider, DisablingWaitsForItsOwnDeliveriesOnly) {
             goOn.get_future().wait();
             finished = true;
         }
+        void complete() override { early = !finished, completed = true; }
         std::promise<void> delivering, goOn;
-        std::atomic<bool> finished{false};
+        std::atomic<bool> finished{false}, early{false}, completed{false};
     } slow;
     Alerts busy("T_Alert", nullptr);
     busy.enableIndications(slow);
@@ -246,12 +247,18 @@ TEST(IndicationMethodProvider, DisablingWaitsForItsOwnDeliveriesOnly) {
         others.back()->enableIndications(handler);
         others.back()->disableIndications();  // would never return
     }
-    auto disabled = std::async(std::launch::async, [&] {
-        busy.disableIndications();
-        return slow.finished.load();
-    });
+    auto disabled = std::async(std::launch::async, [&] { busy.disableIndications(); });
+    while (__atomic_load_n(&busy._enabled, __ATOMIC_ACQUIRE)) {
+        std::this_thread::yield();
+    }
+    // One that did not wait would complete the handler now.
+    for (int i = 0; i < 10000 && !slow.completed; i++) {
+        std::this_thread::yield();
+    }
     slow.goOn.set_value();
-    EXPECT_TRUE(disabled.get());
+    disabled.get();
+    EXPECT_TRUE(slow.completed);
+    EXPECT_FALSE(slow.early);
     sender.join();
 }
 

@@ -275,6 +275,17 @@ TEST_F(AssociationProviderServed, ClassPathEnds) {
     EXPECT_EQ(server.arrived("getClass"), 1);
 }
 
+// The server completes the paths of what is delivered; those of another provider's cache must not
+// change by that.
+TEST_F(AssociationProviderServed, ClassPathEndsLeaveTheOtherProvidersInstancesAlone) {
+    things().insert(instanceAt(thing("bare")));
+    link(full(thing("z", "T_Part")), full("T_Thing"));
+    EXPECT_EQ(client.associators(NAMESPACE, path(thing("z", "T_Part"))).size(), 4u);
+    CIMInstance cached;
+    ASSERT_TRUE(things().lookup(path(thing("bare")), cached));
+    EXPECT_EQ(text(cached.getPath()), thing("bare"));
+}
+
 TEST_F(AssociationProviderServed, AssociatorsGiveAllPropertiesReferencesFillTheAskedOnes) {
     link(full(thing("a")), full(thing("b")));
     Array<CIMName> wanted;
