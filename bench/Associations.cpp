@@ -2,8 +2,8 @@
 // through the embedded server.
 #include <benchmark/benchmark.h>
 
+#include <velmar_kit/RecordingHandlers.h>
 #include "Common/Util.h"
-#include "server/RecordingHandlers.h"
 #include "support/LinkServer.h"
 
 using namespace Pegasus;
@@ -24,7 +24,7 @@ void AssociatorNames(benchmark::State& state) {
     fill(provider._cache, state.range(0));
     const CIMObjectPath hub = path(full(thing("hub")));
     for (auto _ : state) {
-        velmar_embedded::ObjectPathRecorder handler;
+        velmar_kit::ObjectPathRecorder handler;
         provider.associatorNames(OperationContext(), hub, CIMName(), CIMName(), "", "", handler);
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
@@ -34,7 +34,7 @@ void ReferenceNames(benchmark::State& state) {
     fill(provider._cache, state.range(0));
     const CIMObjectPath hub = path(full(thing("hub")));
     for (auto _ : state) {
-        velmar_embedded::ObjectPathRecorder handler;
+        velmar_kit::ObjectPathRecorder handler;
         provider.referenceNames(OperationContext(), hub, CIMName(), "", handler);
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
@@ -51,7 +51,7 @@ void ReferenceNamesTwoKeys(benchmark::State& state) {
     }
     const CIMObjectPath hub = path(twoKeys("hub"));
     for (auto _ : state) {
-        velmar_embedded::ObjectPathRecorder handler;
+        velmar_kit::ObjectPathRecorder handler;
         provider.referenceNames(OperationContext(), hub, CIMName(), "", handler);
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));

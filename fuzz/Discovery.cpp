@@ -8,7 +8,7 @@
 #include "support/PhysicalImage.h"
 
 using namespace velmar_remote;
-using namespace velmar_test;
+using namespace support;
 
 namespace {
 

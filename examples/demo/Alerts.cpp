@@ -7,8 +7,8 @@
 #include <mutex>
 #include <utility>
 
+#include <velmar_embedded/Server.h>
 #include "Sections.h"
-#include "server/Server.h"
 #include "site/SiteModel.h"
 
 using namespace Pegasus;

@@ -8,8 +8,8 @@
 #include <CLI/CLI.hpp>
 #include <exception>
 
+#include <velmar_embedded/Server.h>
 #include "Sections.h"
-#include "server/Server.h"
 #include "site/SiteModel.h"
 
 using namespace Pegasus;

@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
+#include <velmar_embedded/schema/Repository.h>
 #include "Common/IndicationMethodProvider.h"
 #include "Common/Util.h"
-#include "server/Schema.h"
 #include "support/LinkServer.h"
 
 namespace support {
@@ -61,20 +61,23 @@ class AlertSite {
         server.compileMofText(NAMESPACE, ALERT_MOF);
         server.registerProvider("Alerts", alerts,
                                 {{"T_Alert", {NAMESPACE}, {Type::Indication, Type::Method}, {}}});
-        if (stored)
+        if (stored) {
             return;
+        }
         for (const char* name : {"QORP_CEC_CS", "QORP_LPAR_CS", "T_VIOS", "QOR_MAPAdminDomain",
-                                 "QOR_HWCtrlPoint", "QOR_PhysicalPackage", "T_Sensor"})
+                                 "QOR_HWCtrlPoint", "QOR_PhysicalPackage", "T_Sensor"}) {
             serve(name, new Things(name), {Type::Instance});
+        }
         const char* const links[][5] = {
             {"QOR_SystemComponent", "GroupComponent", "QOR_MAPAdminDomain", "PartComponent",
              "CIM_ManagedElement"},
             {"QOR_HostedDependency", "Antecedent", "QORP_CEC_CS", "Dependent", "QORP_LPAR_CS"},
             {"QOR_ComputerSystemPackage", "Antecedent", "QOR_PhysicalPackage", "Dependent",
              "QORP_ComputerSystem"}};
-        for (const auto& l : links)
+        for (const auto& l : links) {
             serve(l[0], new Links(l[0], l[1], l[2], l[3], l[4]),
                   {Type::Instance, Type::Association});
+        }
     }
     ~AlertSite() { server.stop(); }
 
@@ -83,8 +86,9 @@ class AlertSite {
         CIMInstance instance = instanceAt(full(objectPath));
         const Pegasus::CIMKeyBinding key = instance.getPath().getKeyBindings()[0];
         add(instance, text(key.getName()).c_str(), Pegasus::CIMValue(key.getValue()));
-        for (const auto& p : properties)
+        for (const auto& p : properties) {
             add(instance, p.first, p.second);
+        }
         keep(instance);
     }
     void component(const std::string& domain, const std::string& part) {
@@ -105,8 +109,9 @@ class AlertSite {
         element("QOR_PhysicalPackage.Tag=\"box\"",
                 {{"VendorEquipmentType", "9117"}, {"Model", "MMC"}, {"SerialNumber", "06B4"}});
         for (const char* part : {"QOR_HWCtrlPoint.UUID=\"cp-1\"", "QORP_CEC_CS.Name=\"host\"",
-                                 "QORP_LPAR_CS.Name=\"part\""})
+                                 "QORP_LPAR_CS.Name=\"part\""}) {
             component("QOR_MAPAdminDomain.Name=\"hall\"", part);
+        }
         host("QORP_CEC_CS.Name=\"host\"", "QORP_LPAR_CS.Name=\"part\"");
         package("QOR_PhysicalPackage.Tag=\"box\"", "QORP_CEC_CS.Name=\"host\"");
     }
@@ -118,10 +123,11 @@ class AlertSite {
         server.registerProvider(name, provider, {{name, {NAMESPACE}, types, {}}});
     }
     void keep(const CIMInstance& instance) {
-        if (_stored)
-            server.schema().createInstance(Pegasus::CIMNamespaceName(NAMESPACE), instance);
-        else
+        if (_stored) {
+            server.repository().createInstance(Pegasus::CIMNamespaceName(NAMESPACE), instance);
+        } else {
             _insert.at(text(instance.getClassName()))(instance);
+        }
     }
     void link(const char* name, const char* leftRole, const std::string& left,
               const char* rightRole, const std::string& right) {

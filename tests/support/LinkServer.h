@@ -11,9 +11,9 @@
 #include <mutex>
 #include <string>
 
+#include <velmar_embedded/Server.h>
 #include "Common/InstanceAssociationProvider.h"
 #include "Common/InstanceMethodProvider.h"
-#include "server/Server.h"
 #include "support/Objects.h"
 
 namespace support {

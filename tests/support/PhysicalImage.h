@@ -20,7 +20,7 @@
 
 #include "Common/PMemInternal.h"
 
-namespace velmar_test {
+namespace support {
 
 using Bytes = std::vector<uint8_t>;
 
@@ -32,8 +32,9 @@ class PhysicalImage {
           _file(memfd_create("physical memory", MFD_CLOEXEC)),
           _replaced(velmar_remote::memoryDevice),
           _outer(current) {
-        if (_file == -1 || ftruncate(_file, static_cast<off_t>(size)) != 0)
+        if (_file == -1 || ftruncate(_file, static_cast<off_t>(size)) != 0) {
             abort();
+        }
         velmar_remote::memoryDevice = {openFile, map, unmap, closeFile};
         current = this;
     }
@@ -47,8 +48,9 @@ class PhysicalImage {
 
     void write(unsigned long address, const Bytes& bytes) {
         if (pwrite(_file, bytes.data(), bytes.size(), static_cast<off_t>(address)) !=
-            static_cast<ssize_t>(bytes.size()))
+            static_cast<ssize_t>(bytes.size())) {
             abort();
+        }
     }
     void refuse(unsigned long begin, unsigned long end) { _refused.emplace_back(begin, end); }
 
@@ -70,16 +72,19 @@ class PhysicalImage {
 
     static int openFile(const char* path, int flags, ...) {
         PhysicalImage& image = *current;
-        if (path != std::string("/dev/mem") || flags != O_RDONLY || image._descriptor != -1)
+        if (path != std::string("/dev/mem") || flags != O_RDONLY || image._descriptor != -1) {
             ++image._wrong_calls;
-        if (image.present)
+        }
+        if (image.present) {
             image._descriptor = dup(image._file);
+        }
         return image._descriptor;
     }
 
     static int closeFile(int descriptor) {
-        if (descriptor == -1 || descriptor != current->_descriptor)
+        if (descriptor == -1 || descriptor != current->_descriptor) {
             return -1;
+        }
         current->_descriptor = -1;
         return close(descriptor);
     }
@@ -88,17 +93,21 @@ class PhysicalImage {
                      off_t offset) {
         PhysicalImage& image = *current;
         const unsigned long begin = static_cast<unsigned long>(offset);
-        if (protection != PROT_READ || flags != MAP_SHARED || begin % 0x1000 != 0 || length == 0)
+        if (protection != PROT_READ || flags != MAP_SHARED || begin % 0x1000 != 0 || length == 0) {
             ++image._wrong_calls;
+        }
         bool refused = descriptor == -1 || descriptor != image._descriptor || begin > image._size ||
                        length > image._size - begin;
-        for (const auto& [from, to] : image._refused)
+        for (const auto& [from, to] : image._refused) {
             refused |= begin < to && from < begin + length;
-        if (refused)
+        }
+        if (refused) {
             return MAP_FAILED;
+        }
         image.maps.push_back(begin);
-        if (image.maps.size() == image.throw_at_map)
+        if (image.maps.size() == image.throw_at_map) {
             throw std::bad_alloc();
+        }
         char* reserved = static_cast<char*>(
             mmap(nullptr, length + 2 * GUARD, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
         void* memory =
@@ -134,8 +143,9 @@ inline void append(Bytes& to, const Bytes& bytes) {
 }
 
 inline void append(Bytes& to, uint64_t value, int width) {
-    for (int i = 0; i < width; ++i)
+    for (int i = 0; i < width; ++i) {
         to.push_back(static_cast<uint8_t>(value >> 8 * i));
+    }
 }
 
 /// `body` is the formatted area after the 4-byte header.
@@ -144,8 +154,9 @@ inline Bytes structure(uint8_t type, uint16_t handle, const Bytes& body,
     Bytes bytes = {type, static_cast<uint8_t>(4 + body.size())};
     append(bytes, handle, 2);
     append(bytes, body);
-    for (const std::string& string : strings)
+    for (const std::string& string : strings) {
         append(bytes, Bytes(string.c_str(), string.c_str() + string.size() + 1));
+    }
     bytes.insert(bytes.end(), strings.empty() ? 2 : 1, 0);
     return bytes;
 }
@@ -184,6 +195,6 @@ inline Bytes smEntryPoint(uint8_t major, uint8_t minor, std::size_t length, uint
     return bytes;
 }
 
-}  // namespace velmar_test
+}  // namespace support
 
 #endif

@@ -20,7 +20,7 @@
 #include <thread>
 #include <vector>
 
-#include "server/Server.h"
+#include <velmar_embedded/Server.h>
 #include "support/Objects.h"
 
 namespace support {
@@ -51,10 +51,12 @@ class Count {
 /// Runs the work on so many threads at once, each with its number.
 inline void inThreads(int count, const std::function<void(int)>& work) {
     std::vector<std::thread> threads;
-    for (int i = 0; i < count; i++)
+    for (int i = 0; i < count; i++) {
         threads.emplace_back(work, i);
-    for (std::thread& thread : threads)
+    }
+    for (std::thread& thread : threads) {
         thread.join();
+    }
 }
 
 /// "ok", or what was thrown: code and message of a CIMException, else the message.
@@ -84,10 +86,12 @@ CIMObjectPath pathOf(const T& object) {
 template <class T>
 std::string paths(const Array<T>& objects, bool sorted = true) {
     std::vector<std::string> texts;
-    for (Uint32 i = 0; i < objects.size(); i++)
+    for (Uint32 i = 0; i < objects.size(); i++) {
         texts.push_back(text(pathOf(objects[i])) + " ");
-    if (sorted)
+    }
+    if (sorted) {
         std::sort(texts.begin(), texts.end());
+    }
     return std::accumulate(texts.begin(), texts.end(), std::string());
 }
 
@@ -192,10 +196,12 @@ class Scripted : public CIMInstanceProvider,
     template <class Handler>
     void run(const Operation<Handler>& operation, const Call& call, Handler& handler) {
         handler.processing();
-        if (operation)
+        if (operation) {
             operation(call, handler);
-        if (completes)
+        }
+        if (completes) {
             handler.complete();
+        }
     }
 };
 
@@ -237,8 +243,9 @@ class ScriptedServer : public ::testing::Test {
                       const std::vector<std::string>& methods = {}) {
         auto* provider = new Scripted;
         std::vector<velmar_embedded::Capabilities> capabilities;
-        for (const std::string& name : classes)
+        for (const std::string& name : classes) {
             capabilities.push_back({name, {"root/test"}, types, methods});
+        }
         server.registerProvider(name, provider, capabilities);
         return provider;
     }

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "server/ClientConnection.h"
-#include "server/Request.h"
+#include "exchange/ClientConnection.h"
+#include "exchange/Request.h"
 
 using velmar_embedded::Answer;
 using velmar_embedded::Operation;
@@ -30,16 +30,18 @@ void CIMClient::setTimeout(Uint32 timeoutMilliseconds) {
 }
 
 void CIMClient::connect(const String& host, const Uint32, const String&, const String&) {
-    if (_connection->isConnected())
+    if (_connection->isConnected()) {
         throw AlreadyConnectedException();
+    }
     String message("Cannot connect to ");
     message.append(host).append(String(": the server has no network port, use connectLocal"));
     throw CannotConnectException(message);
 }
 
 void CIMClient::connectLocal() {
-    if (_connection->isConnected())
+    if (_connection->isConnected()) {
         throw AlreadyConnectedException();
+    }
     _connection->connectLocal();
 }
 

@@ -53,8 +53,9 @@ class Array {
     /// Out of range: IndexOutOfBoundsException. The non-const form separates a shared array first.
     T& operator[](Uint32 index);
     const T& operator[](Uint32 index) const {
-        if (index >= size())
+        if (index >= size()) {
             ArrayRep::outOfBounds();
+        }
         return items(_rep)[index];
     }
 

@@ -30,8 +30,9 @@ ArrayRep* Array<T>::create(Uint32 capacity) {
 
 template <class T>
 void Array<T>::release(ArrayRep* rep) {
-    if (!rep || rep->refs.fetch_sub(1, std::memory_order_acq_rel) != 1)
+    if (!rep || rep->refs.fetch_sub(1, std::memory_order_acq_rel) != 1) {
         return;
+    }
     std::destroy_n(items(rep), rep->size);
     ::operator delete(rep);
 }
@@ -45,15 +46,17 @@ Boolean Array<T>::unique() const {
 template <class T>
 void Array<T>::detach(Uint32 capacity) {
     const Boolean sole = unique();
-    if (sole && _rep->capacity >= capacity)
+    if (sole && _rep->capacity >= capacity) {
         return;
+    }
     Array<T> fresh;
     fresh._rep = create(std::max(capacity, size()));
     if (_rep) {
-        if (sole)
+        if (sole) {
             std::uninitialized_move_n(items(_rep), _rep->size, items(fresh._rep));
-        else
+        } else {
             std::uninitialized_copy_n(items(_rep), _rep->size, items(fresh._rep));
+        }
         fresh._rep->size = _rep->size;
     }
     swap(fresh);
@@ -63,11 +66,13 @@ void Array<T>::detach(Uint32 capacity) {
 template <class T>
 Uint32 Array<T>::capacityFor(Uint32 more) const {
     const Uint64 wanted = Uint64(size()) + more;
-    if (wanted > 0xFFFFFFFFULL)
+    if (wanted > 0xFFFFFFFFULL) {
         throw std::bad_alloc();
+    }
     const Uint64 have = getCapacity();
-    if (wanted <= have)
+    if (wanted <= have) {
         return Uint32(have);
+    }
     return Uint32(
         std::min<Uint64>(std::max<Uint64>(wanted, std::max<Uint64>(8, have * 2)), 0xFFFFFFFFULL));
 }
@@ -77,8 +82,9 @@ Array<T>::Array() : _rep(nullptr) {}
 
 template <class T>
 Array<T>::Array(const Array<T>& x) : _rep(x._rep) {
-    if (_rep)
+    if (_rep) {
         _rep->refs.fetch_add(1, std::memory_order_relaxed);
+    }
 }
 
 template <class T>
@@ -88,8 +94,9 @@ Array<T>::Array(Array<T>&& x) noexcept : _rep(x._rep) {
 
 template <class T>
 Array<T>::Array(Uint32 size) : Array() {
-    if (size == 0)
+    if (size == 0) {
         return;
+    }
     _rep = create(size);
     std::uninitialized_value_construct_n(items(_rep), size);
     _rep->size = size;
@@ -138,14 +145,16 @@ void Array<T>::clear() {
 
 template <class T>
 void Array<T>::reserveCapacity(Uint32 capacity) {
-    if (capacity > getCapacity())
+    if (capacity > getCapacity()) {
         detach(capacity);
+    }
 }
 
 template <class T>
 void Array<T>::grow(Uint32 size, const T& x) {
-    if (size == 0)
+    if (size == 0) {
         return;
+    }
     const T value(x);
     detach(capacityFor(size));
     std::uninitialized_fill_n(items(_rep) + _rep->size, size, value);
@@ -159,8 +168,9 @@ void Array<T>::swap(Array<T>& x) {
 
 template <class T>
 T& Array<T>::operator[](Uint32 index) {
-    if (index >= size())
+    if (index >= size()) {
         ArrayRep::outOfBounds();
+    }
     detach(0);
     return items(_rep)[index];
 }
@@ -179,12 +189,14 @@ void Array<T>::append(const T& x) {
 
 template <class T>
 void Array<T>::append(const T* x, Uint32 size) {
-    if (size == 0)
+    if (size == 0) {
         return;
+    }
     Array<T> old;
     if (_rep && !std::less<const T*>()(x, items(_rep)) &&
-        std::less<const T*>()(x, items(_rep) + _rep->size))
+        std::less<const T*>()(x, items(_rep) + _rep->size)) {
         old = *this;  // keeps the elements that `x` points to alive
+    }
     detach(capacityFor(size));
     std::uninitialized_copy_n(x, size, items(_rep) + _rep->size);
     _rep->size += size;
@@ -192,10 +204,11 @@ void Array<T>::append(const T* x, Uint32 size) {
 
 template <class T>
 void Array<T>::appendArray(const Array<T>& x) {
-    if (_rep)
+    if (_rep) {
         append(x.getData(), x.size());
-    else
+    } else {
         *this = x;
+    }
 }
 
 template <class T>
@@ -216,10 +229,12 @@ void Array<T>::insert(Uint32 index, const T& x) {
 template <class T>
 void Array<T>::insert(Uint32 index, const T* x, Uint32 size) {
     const Uint32 before = this->size();
-    if (index > before)
+    if (index > before) {
         ArrayRep::outOfBounds();
-    if (size == 0)
+    }
+    if (size == 0) {
         return;
+    }
     append(x, size);
     std::rotate(items(_rep) + index, items(_rep) + before, items(_rep) + _rep->size);
 }
@@ -232,11 +247,13 @@ void Array<T>::remove(Uint32 index) {
 template <class T>
 void Array<T>::remove(Uint32 index, Uint32 size) {
     const Uint32 before = this->size();
-    if (index > before)
+    if (index > before) {
         ArrayRep::outOfBounds();
+    }
     const Uint32 n = std::min(size, before - index);
-    if (n == 0)
+    if (n == 0) {
         return;
+    }
     detach(0);
     T* first = items(_rep) + index;
     std::move(first + n, items(_rep) + before, first);

@@ -1,6 +1,6 @@
 #include <Pegasus/Common/CIMClass.h>
 
-#include "Pegasus/Common/CIMReps.h"
+#include "model/CIMReps.h"
 
 namespace Pegasus {
 
@@ -8,8 +8,9 @@ namespace {
 
 const std::shared_ptr<ObjectRep>& classRep(const CIMConstObject& object) {
     const std::shared_ptr<ObjectRep>& rep = HandleAccess::rep(object);
-    if (!rep || !rep->isClass)
+    if (!rep || !rep->isClass) {
         throw DynamicCastFailedException();
+    }
     return rep;
 }
 
@@ -41,16 +42,20 @@ Uint32 CIMConstClass::getMethodCount() const { return initialized(_rep).methods.
 
 void CIMConstClass::getKeyNames(Array<CIMName>& keyNames) const {
     Array<CIMName> names;
-    for (const CIMProperty& property : initialized(_rep).properties)
-        if (isKey(property))
+    for (const CIMProperty& property : initialized(_rep).properties) {
+        if (isKey(property)) {
             names.append(property.getName());
+        }
+    }
     keyNames = names;
 }
 
 Boolean CIMConstClass::hasKeys() const {
-    for (const CIMProperty& property : initialized(_rep).properties)
-        if (isKey(property))
+    for (const CIMProperty& property : initialized(_rep).properties) {
+        if (isKey(property)) {
             return true;
+        }
+    }
     return false;
 }
 
@@ -58,18 +63,23 @@ CIMInstance CIMConstClass::buildInstance(Boolean includeQualifiers, Boolean incl
                                          const CIMPropertyList& propertyList) const {
     const ObjectRep& rep = initialized(_rep);
     CIMInstance instance(rep.path.getClassName());
-    if (includeQualifiers)
-        for (const CIMQualifier& qualifier : rep.qualifiers)
+    if (includeQualifiers) {
+        for (const CIMQualifier& qualifier : rep.qualifiers) {
             instance.addQualifier(qualifier.clone());
+        }
+    }
     for (const CIMProperty& declared : rep.properties) {
-        if (!propertyList.isNull() && !propertyList.contains(declared.getName()))
+        if (!propertyList.isNull() && !propertyList.contains(declared.getName())) {
             continue;
+        }
         CIMProperty property = declared.clone();
         property.setPropagated(false);
-        if (!includeClassOrigin)
+        if (!includeClassOrigin) {
             property.setClassOrigin(CIMName());
-        if (!includeQualifiers)
+        }
+        if (!includeQualifiers) {
             HandleAccess::rep(property)->qualifiers.clear();
+        }
         instance.addProperty(property);
     }
     return instance;

@@ -44,16 +44,20 @@ struct Fields {
         minute = usec / MINUTE % 60;
         second = usec / SECOND % 60;
         microsecond = usec % SECOND;
-        if (interval)
+        if (interval) {
             return;
+        }
         year = day * 400 / daysBefore(400);
-        while (daysBefore(year + 1) <= day)
+        while (daysBefore(year + 1) <= day) {
             year++;
-        while (daysBefore(year) > day)
+        }
+        while (daysBefore(year) > day) {
             year--;
+        }
         day -= daysBefore(year);
-        for (month = 1; day >= daysInMonth(year, month); month++)
+        for (month = 1; day >= daysInMonth(year, month); month++) {
             day -= daysInMonth(year, month);
+        }
         day++;
     }
 
@@ -61,8 +65,9 @@ struct Fields {
         Sint64 days = day;
         if (!interval) {
             days += daysBefore(year) - 1;
-            for (Sint64 m = 1; m < month; m++)
+            for (Sint64 m = 1; m < month; m++) {
                 days += daysInMonth(year, m);
+            }
         }
         return days * DAY + hour * HOUR + minute * MINUTE + second * SECOND + microsecond;
     }
@@ -70,56 +75,69 @@ struct Fields {
     // Sets the last `wildcards` digits to their lowest or highest values.
     void fill(Uint8 wildcards, bool interval, bool highest) {
         Sint64 unit = 1;
-        for (int i = 0; i < wildcards && i < 6; i++)
+        for (int i = 0; i < wildcards && i < 6; i++) {
             unit *= 10;
+        }
         microsecond = microsecond / unit * unit + (highest ? unit - 1 : 0);
-        if (wildcards >= 8)
+        if (wildcards >= 8) {
             second = highest ? 59 : 0;
-        if (wildcards >= 10)
+        }
+        if (wildcards >= 10) {
             minute = highest ? 59 : 0;
-        if (wildcards >= 12)
+        }
+        if (wildcards >= 12) {
             hour = highest ? 23 : 0;
+        }
         if (interval) {
-            if (wildcards == ALL_DIGITS)
+            if (wildcards == ALL_DIGITS) {
                 day = highest ? 99999999 : 0;
+            }
             return;
         }
-        if (wildcards == ALL_DIGITS)
+        if (wildcards == ALL_DIGITS) {
             year = highest ? 9999 : 0;
-        if (wildcards >= 16)
+        }
+        if (wildcards >= 16) {
             month = highest ? 12 : 1;
-        if (wildcards >= 14)
+        }
+        if (wildcards >= 14) {
             day = highest ? daysInMonth(year, month) : 1;
+        }
     }
 };
 
 // Reads `n` digits; wildcards read as `unknown`.
 Sint64 number(const char* p, int n, Sint64 unknown) {
-    if (*p == '*')
+    if (*p == '*') {
         return unknown;
+    }
     Sint64 value = 0;
-    for (; n > 0; --n, ++p)
+    for (; n > 0; --n, ++p) {
         value = value * 10 + (*p == '*' ? 0 : *p - '0');
+    }
     return value;
 }
 
 // Counts the trailing wildcards, if they and the rest have the shape of a datetime.
 Uint8 checkedWildcards(const std::string& s) {
     const bool interval = s.size() == 25 && s[21] == ':';
-    if (s.size() != 25 || s[14] != '.' || (!interval && s[21] != '+' && s[21] != '-'))
+    if (s.size() != 25 || s[14] != '.' || (!interval && s[21] != '+' && s[21] != '-')) {
         throw InvalidDateTimeFormatException();
+    }
     const std::string digits = s.substr(0, 14) + s.substr(15, 6);
     const std::size_t known = std::min(digits.find('*'), digits.size());
     if (digits.find_first_not_of("0123456789") < known ||
         digits.find_first_not_of('*', known) != std::string::npos ||
-        s.find_first_not_of(interval ? "0" : "0123456789", 22) != std::string::npos)
+        s.find_first_not_of(interval ? "0" : "0123456789", 22) != std::string::npos) {
         throw InvalidDateTimeFormatException();
+    }
     const Uint8 wildcards = Uint8(digits.size() - known);
     const bool wholeFields = wildcards <= 6 || wildcards == 8 || wildcards == 10 ||
                              wildcards == 12 || wildcards == ALL_DIGITS ||
                              (!interval && (wildcards == 14 || wildcards == 16));
-    if (!wholeFields)
+    if (!wholeFields) {
         throw InvalidDateTimeFormatException();
+    }
     return wildcards;
 }
 
@@ -173,8 +191,9 @@ void CIMDateTime::set(const String& str) {
     const bool dayExists =
         interval || (fields.month >= 1 && fields.month <= 12 && fields.day >= 1 &&
                      fields.day <= daysInMonth(fields.year, fields.month));
-    if (!dayExists || fields.hour > 23 || fields.minute > 59 || fields.second > 59)
+    if (!dayExists || fields.hour > 23 || fields.minute > 59 || fields.second > 59) {
         throw DateTimeOutOfRangeException(str);
+    }
     _usec = fields.toMicroseconds(interval);
     _sign = s[21];
     _offset = Sint16(number(&s[22], 3, 0) * (_sign == '-' ? -1 : 1));
@@ -184,10 +203,11 @@ void CIMDateTime::set(const String& str) {
 String CIMDateTime::toString() const {
     const Fields f(_usec, isInterval());
     char text[64];
-    if (isInterval())
+    if (isInterval()) {
         std::snprintf(text, sizeof(text), "%08lld", f.day);
-    else
+    } else {
         std::snprintf(text, sizeof(text), "%04lld%02lld%02lld", f.year, f.month, f.day);
+    }
     std::snprintf(text + 8, sizeof(text) - 8, "%02lld%02lld%02lld.%06lld%c%03d", f.hour, f.minute,
                   f.second, f.microsecond, _sign, std::abs(_offset));
     for (int left = _wildcards, i = 20; left > 0; --i) {
@@ -215,8 +235,9 @@ CIMDateTime CIMDateTime::getCurrentDateTime() {
 }
 
 Sint64 CIMDateTime::getDifference(CIMDateTime startTime, CIMDateTime finishTime) {
-    if (startTime.isInterval() != finishTime.isInterval())
+    if (startTime.isInterval() != finishTime.isInterval()) {
         throw TypeMismatchException();
+    }
     return finishTime.low() - startTime.low();
 }
 
@@ -227,22 +248,25 @@ Boolean CIMDateTime::isInterval() { return _sign == ':'; }
 Sint64 CIMDateTime::low() const { return _usec - _offset * MINUTE; }
 
 Sint64 CIMDateTime::high() const {
-    if (_wildcards == 0)
+    if (_wildcards == 0) {
         return low();
+    }
     Fields fields(_usec, isInterval());
     fields.fill(_wildcards, isInterval(), true);
     return fields.toMicroseconds(isInterval()) - _offset * MINUTE;
 }
 
 Uint64 CIMDateTime::toMicroSeconds() const {
-    if (low() < 0)
+    if (low() < 0) {
         throw DateTimeOutOfRangeException(toString());
+    }
     return Uint64(low());
 }
 
 CIMDateTime CIMDateTime::combined(const CIMDateTime& x, Sint64 sign) const {
-    if (!x.isInterval())
+    if (!x.isInterval()) {
         throw TypeMismatchException();
+    }
     CIMDateTime result(*this);
     result.assign(_usec + sign * x._usec, std::max(_wildcards, x._wildcards));
     return result;
@@ -252,8 +276,9 @@ CIMDateTime CIMDateTime::operator+(const CIMDateTime& x) const { return combined
 CIMDateTime& CIMDateTime::operator+=(const CIMDateTime& x) { return *this = *this + x; }
 
 CIMDateTime CIMDateTime::operator-(const CIMDateTime& x) const {
-    if (isInterval() || x.isInterval())
+    if (isInterval() || x.isInterval()) {
         return combined(x, -1);
+    }
     CIMDateTime result;
     result.assign(low() - x.low(), 0);
     return result;
@@ -262,10 +287,12 @@ CIMDateTime CIMDateTime::operator-(const CIMDateTime& x) const {
 CIMDateTime& CIMDateTime::operator-=(const CIMDateTime& x) { return *this = *this - x; }
 
 CIMDateTime CIMDateTime::operator*(Uint64 n) const {
-    if (!isInterval())
+    if (!isInterval()) {
         throw TypeMismatchException();
-    if (_usec != 0 && n > Uint64(MAX_INTERVAL / _usec))
+    }
+    if (_usec != 0 && n > Uint64(MAX_INTERVAL / _usec)) {
         throw DateTimeOutOfRangeException(toString());
+    }
     CIMDateTime result;
     result.assign(_usec * Sint64(_usec == 0 ? 0 : n), _wildcards);
     return result;
@@ -274,10 +301,12 @@ CIMDateTime CIMDateTime::operator*(Uint64 n) const {
 CIMDateTime& CIMDateTime::operator*=(Uint64 n) { return *this = *this * n; }
 
 CIMDateTime CIMDateTime::operator/(Uint64 n) const {
-    if (!isInterval())
+    if (!isInterval()) {
         throw TypeMismatchException();
-    if (n == 0)
+    }
+    if (n == 0) {
         throw Exception("division of an interval by zero");
+    }
     CIMDateTime result;
     result.assign(Sint64(Uint64(_usec) / n), _wildcards);
     return result;
@@ -286,22 +315,26 @@ CIMDateTime CIMDateTime::operator/(Uint64 n) const {
 CIMDateTime& CIMDateTime::operator/=(Uint64 n) { return *this = *this / n; }
 
 Uint64 CIMDateTime::operator/(const CIMDateTime& x) const {
-    if (!isInterval() || !x.isInterval())
+    if (!isInterval() || !x.isInterval()) {
         throw TypeMismatchException();
-    if (x._usec == 0)
+    }
+    if (x._usec == 0) {
         throw Exception("division by an interval of zero");
+    }
     return Uint64(_usec / x._usec);
 }
 
 Boolean CIMDateTime::equal(const CIMDateTime& x) const {
-    if (isInterval() != x.isInterval())
+    if (isInterval() != x.isInterval()) {
         throw TypeMismatchException();
+    }
     return low() == x.low() && high() == x.high();
 }
 
 Boolean CIMDateTime::operator<(const CIMDateTime& x) const {
-    if (isInterval() != x.isInterval())
+    if (isInterval() != x.isInterval()) {
         throw TypeMismatchException();
+    }
     return high() < x.low();
 }
 

@@ -22,10 +22,12 @@ String CIMFlavor::toString() const {
                     {TOINSTANCE, "ToInstance"}};
     String text;
     for (const auto& entry : keywords) {
-        if (!hasFlavor(entry.flavor))
+        if (!hasFlavor(entry.flavor)) {
             continue;
-        if (text.size() != 0)
+        }
+        if (text.size() != 0) {
             text.append(Char16(' '));
+        }
         text.append(entry.keyword);
     }
     return text;

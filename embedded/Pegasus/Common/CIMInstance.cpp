@@ -4,7 +4,7 @@
 
 #include <Pegasus/Common/InternalException.h>
 
-#include "Pegasus/Common/CIMReps.h"
+#include "model/CIMReps.h"
 
 namespace Pegasus {
 
@@ -12,8 +12,9 @@ namespace {
 
 const std::shared_ptr<ObjectRep>& instanceRep(const CIMConstObject& object) {
     const std::shared_ptr<ObjectRep>& rep = HandleAccess::rep(object);
-    if (!rep || rep->isClass)
+    if (!rep || rep->isClass) {
         throw DynamicCastFailedException();
+    }
     return rep;
 }
 
@@ -28,12 +29,14 @@ CIMObjectPath CIMConstInstance::buildPath(const CIMConstClass& cimClass) const {
     const ObjectRep& rep = initialized(_rep);
     Array<CIMKeyBinding> keys;
     for (const CIMProperty& declared : initialized(HandleAccess::rep(cimClass)).properties) {
-        if (!isKey(declared))
+        if (!isKey(declared)) {
             continue;
+        }
         const CIMName& name = declared.getName();
         const Uint32 index = rep.properties.find(name);
-        if (index == PEG_NOT_FOUND)
+        if (index == PEG_NOT_FOUND) {
             throw NoSuchProperty(name.getString());
+        }
         keys.append(CIMKeyBinding(name, rep.properties.at(index).getValue()));
     }
     return CIMObjectPath(String(), CIMNamespaceName(), rep.path.getClassName(), keys);
@@ -79,18 +82,21 @@ void CIMInstance::removeProperty(Uint32 index) { initialized(_rep).removePropert
 void CIMInstance::instanceFilter(Boolean includeQualifiers, Boolean includeClassOrigin,
                                  const CIMPropertyList& propertyList) {
     ObjectRep& rep = initialized(_rep);
-    if (!includeQualifiers)
+    if (!includeQualifiers) {
         rep.qualifiers.clear();
+    }
     for (Uint32 i = rep.properties.size(); i-- > 0;) {
         const CIMProperty& property = rep.properties.at(i);
         if (!propertyList.isNull() && !propertyList.contains(property.getName())) {
             rep.removeProperty(i);
             continue;
         }
-        if (!includeQualifiers)
+        if (!includeQualifiers) {
             HandleAccess::rep(property)->qualifiers.clear();
-        if (!includeClassOrigin)
+        }
+        if (!includeClassOrigin) {
             HandleAccess::rep(property)->classOrigin.clear();
+        }
     }
 }
 

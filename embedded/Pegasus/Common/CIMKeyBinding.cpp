@@ -6,16 +6,17 @@
 #include <charconv>
 #include <type_traits>
 
-#include "Pegasus/Common/CIMNumber.h"
-#include "Pegasus/Common/CIMPathParser.h"
+#include "model/CIMNumber.h"
+#include "model/CIMPathParser.h"
 
 namespace Pegasus {
 
 namespace {
 
 CIMKeyBinding::Type bindingType(const CIMValue& value) {
-    if (value.isArray())
+    if (value.isArray()) {
         throw TypeMismatchException();
+    }
     switch (value.getType()) {
         case CIMTYPE_BOOLEAN:
             return CIMKeyBinding::BOOLEAN;
@@ -35,8 +36,9 @@ CIMKeyBinding::Type bindingType(const CIMValue& value) {
 
 bool equalNumbers(const String& a, const String& b) {
     Uint64 u, v;
-    if (parseUnsigned(a, u) && parseUnsigned(b, v))
+    if (parseUnsigned(a, u) && parseUnsigned(b, v)) {
         return u == v;
+    }
     Sint64 s, t;
     return parseSigned(a, s) && parseSigned(b, t) && s == t;
 }
@@ -92,8 +94,9 @@ CIMKeyBinding::CIMKeyBinding(const CIMName& name, const CIMValue& value)
 
 Boolean CIMKeyBinding::equal(CIMValue value) {
     if (value.isArray() || value.isNull() || value.getType() == CIMTYPE_OBJECT ||
-        value.getType() == CIMTYPE_INSTANCE || bindingType(value) != _type)
+        value.getType() == CIMTYPE_INSTANCE || bindingType(value) != _type) {
         return false;
+    }
     switch (value.getType()) {
         case CIMTYPE_UINT8:
             return standsFor<Uint8>(_value, value);
@@ -127,10 +130,12 @@ Boolean CIMKeyBinding::equal(CIMValue value) {
 }
 
 Boolean operator==(const CIMKeyBinding& a, const CIMKeyBinding& b) {
-    if (a.getType() != b.getType() || a.getName() != b.getName())
+    if (a.getType() != b.getType() || a.getName() != b.getName()) {
         return false;
-    if (String::equal(a.getValue(), b.getValue()))
+    }
+    if (String::equal(a.getValue(), b.getValue())) {
         return true;
+    }
     switch (a.getType()) {
         case CIMKeyBinding::BOOLEAN:
             return String::equalNoCase(a.getValue(), b.getValue());

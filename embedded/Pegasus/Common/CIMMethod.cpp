@@ -1,6 +1,6 @@
 #include <Pegasus/Common/CIMMethod.h>
 
-#include "Pegasus/Common/CIMReps.h"
+#include "model/CIMReps.h"
 
 namespace Pegasus {
 

@@ -14,25 +14,29 @@ Boolean startsName(Uint16 c) {
 }
 
 Boolean legalName(const Char16* p, const Char16* end) {
-    if (p == end || !startsName(*p))
+    if (p == end || !startsName(*p)) {
         return false;
+    }
     while (++p != end) {
         const Uint16 c = *p;
-        if (!startsName(c) && !(c >= '0' && c <= '9'))
+        if (!startsName(c) && !(c >= '0' && c <= '9')) {
             return false;
+        }
     }
     return true;
 }
 
 const String& checkedName(const String& name) {
-    if (!CIMName::legal(name))
+    if (!CIMName::legal(name)) {
         throw InvalidNameException(name);
+    }
     return name;
 }
 
 String checkedNamespace(const String& name) {
-    if (!CIMNamespaceName::legal(name))
+    if (!CIMNamespaceName::legal(name)) {
         throw InvalidNamespaceNameException(name);
+    }
     return name[0] == '/' ? name.subString(1) : name;
 }
 
@@ -66,15 +70,19 @@ void CIMNamespaceName::clear() { _name.clear(); }
 Boolean CIMNamespaceName::legal(const String& name) {
     const Char16* p = name.getChar16Data();
     const Char16* const end = p + name.size();
-    if (p != end && *p == '/')
+    if (p != end && *p == '/') {
         ++p;
+    }
     for (const Char16* q = p;; ++q) {
-        if (q != end && *q != '/')
+        if (q != end && *q != '/') {
             continue;
-        if (!legalName(p, q))
+        }
+        if (!legalName(p, q)) {
             return false;
-        if (q == end)
+        }
+        if (q == end) {
             return true;
+        }
         p = q + 1;
     }
 }

@@ -1,7 +1,7 @@
 #include <Pegasus/Common/CIMObject.h>
 
-#include "Pegasus/Common/CIMReps.h"
-#include "Pegasus/Common/CIMXml.h"
+#include "model/CIMReps.h"
+#include "model/CIMXml.h"
 
 namespace Pegasus {
 
@@ -9,20 +9,23 @@ ObjectRep::ObjectRep(const CIMName& className, bool isClass)
     : isClass(isClass), path(String(), CIMNamespaceName(), notNull(className)) {}
 
 ObjectRep::~ObjectRep() {
-    for (const CIMProperty& property : properties)
+    for (const CIMProperty& property : properties) {
         HandleAccess::rep(property)->owners--;
+    }
 }
 
 void ObjectRep::setPath(const CIMObjectPath& newPath) {
-    if (notNull(newPath.getClassName()) != path.getClassName())
+    if (notNull(newPath.getClassName()) != path.getClassName()) {
         throw TypeMismatchException();
+    }
     path = newPath;
 }
 
 void ObjectRep::addProperty(const CIMProperty& property) {
     if (isClass && property.getType() == CIMTYPE_REFERENCE &&
-        property.getReferenceClassName().isNull())
+        property.getReferenceClassName().isNull()) {
         throw TypeMismatchException();
+    }
     properties.add(property, "property");
     HandleAccess::rep(property)->owners++;
 }
@@ -38,8 +41,9 @@ std::shared_ptr<ObjectRep> ObjectRep::clone() const {
     copy->superClassName = superClassName;
     copy->qualifiers = qualifiers.clone();
     copy->properties = properties.clone();
-    for (const CIMProperty& property : copy->properties)
+    for (const CIMProperty& property : copy->properties) {
         HandleAccess::rep(property)->owners++;
+    }
     copy->methods = methods.clone();
     return copy;
 }
@@ -53,12 +57,14 @@ bool ObjectRep::identical(const ObjectRep& object) const {
 
 bool hasTrueQualifier(const NamedList<CIMQualifier>& qualifiers, const CIMName& name) {
     const Uint32 index = qualifiers.find(name);
-    if (index == PEG_NOT_FOUND)
+    if (index == PEG_NOT_FOUND) {
         return false;
+    }
     const CIMValue& value = qualifiers.at(index).getValue();
     Boolean isTrue = false;
-    if (value.getType() == CIMTYPE_BOOLEAN && !value.isArray())
+    if (value.getType() == CIMTYPE_BOOLEAN && !value.isArray()) {
         value.get(isTrue);
+    }
     return isTrue;
 }
 

@@ -6,8 +6,8 @@
 #include <atomic>
 #include <vector>
 
-#include "Pegasus/Common/CIMNumber.h"
-#include "Pegasus/Common/CIMPathParser.h"
+#include "model/CIMNumber.h"
+#include "model/CIMPathParser.h"
 
 namespace Pegasus {
 
@@ -26,8 +26,9 @@ void appendEscaped(String& out, const String& text) {
     Uint32 done = 0;
     for (Uint32 i = 0; i < size; i++) {
         const Uint16 unit = data[i];
-        if (unit != '"' && unit != '\\')
+        if (unit != '"' && unit != '\\') {
             continue;
+        }
         out.append(data + done, i - done);
         out.append(Char16('\\'));
         done = i;
@@ -47,20 +48,24 @@ void settle(const Array<CIMKeyBinding>& bindings) {
     CIMKeyBinding* last = first + bindings.size();
     std::vector<std::pair<CIMKeyBinding*, String>> rebuilt;
     for (CIMKeyBinding* b = first; b != last; b++) {
-        if (b->getType() != CIMKeyBinding::REFERENCE)
+        if (b->getType() != CIMKeyBinding::REFERENCE) {
             continue;
+        }
         String text = CIMObjectPath(b->getValue()).toString();
-        if (text != b->getValue())
+        if (text != b->getValue()) {
             rebuilt.emplace_back(b, text);
+        }
     }
-    for (const auto& [binding, text] : rebuilt)
+    for (const auto& [binding, text] : rebuilt) {
         binding->setValue(text);
+    }
     sortBindings(bindings);
 }
 
 void checkHost(const String& host) {
-    if (host.size() != 0 && !PathParser::isHost(host.getChar16Data(), host.size()))
+    if (host.size() != 0 && !PathParser::isHost(host.getChar16Data(), host.size())) {
         throw MalformedObjectNameException(PathParser::withReason(host, "invalid hostname"));
+    }
 }
 
 // Hashes what is fed as one text: h = 5 * h + unit, letters in lower case on request.
@@ -70,8 +75,9 @@ class TextHash {
         const Char16* data = text.getChar16Data();
         for (Uint32 i = 0, n = text.size(); i < n; i++) {
             Uint16 unit = data[i];
-            if (ignoreCase && unit >= 'A' && unit <= 'Z')
+            if (ignoreCase && unit >= 'A' && unit <= 'Z') {
                 unit = Uint16(unit + ('a' - 'A'));
+            }
             add(unit);
         }
     }
@@ -127,28 +133,34 @@ void TextHash::add(const CIMKeyBinding& binding) {
 bool operator==(const PathParts& a, const PathParts& b) {
     const Uint32 n = a.keys.size();
     if (n != b.keys.size() || a.className != b.className || a.nameSpace != b.nameSpace ||
-        !String::equalNoCase(a.host, b.host))
+        !String::equalNoCase(a.host, b.host)) {
         return false;
-    if (a.keys.getData() == b.keys.getData())
+    }
+    if (a.keys.getData() == b.keys.getData()) {
         return true;
-    for (Uint32 i = 0; i < n; i++)
-        if (!(a.keys[i] == b.keys[i]))
+    }
+    for (Uint32 i = 0; i < n; i++) {
+        if (!(a.keys[i] == b.keys[i])) {
             return false;
+        }
+    }
     return true;
 }
 
 String PathParts::toString() const {
     String out;
     Uint32 size = host.size() + nameSpace.getString().size() + className.getString().size() + 4;
-    for (Uint32 i = 0, n = keys.size(); i < n; i++)
+    for (Uint32 i = 0, n = keys.size(); i < n; i++) {
         size += keys[i].getName().getString().size() + keys[i].getValue().size() + 8;
+    }
     out.reserveCapacity(size);
     if (host.size() != 0) {
         out.append(Char16('/')).append(Char16('/'));
         out.append(host).append(Char16('/'));
     }
-    if (host.size() != 0 || !nameSpace.isNull())
+    if (host.size() != 0 || !nameSpace.isNull()) {
         out.append(nameSpace.getString()).append(Char16(':'));
+    }
     out.append(className.getString());
     for (Uint32 i = 0, n = keys.size(); i < n; i++) {
         const CIMKeyBinding& key = keys[i];
@@ -156,11 +168,13 @@ String PathParts::toString() const {
             key.getType() == CIMKeyBinding::STRING || key.getType() == CIMKeyBinding::REFERENCE;
         out.append(Char16(i == 0 ? '.' : ','));
         out.append(key.getName().getString()).append(Char16('='));
-        if (quoted)
+        if (quoted) {
             out.append(Char16('"'));
+        }
         appendEscaped(out, key.getValue());
-        if (quoted)
+        if (quoted) {
             out.append(Char16('"'));
+        }
     }
     return out;
 }
@@ -168,8 +182,9 @@ String PathParts::toString() const {
 void sortBindings(const Array<CIMKeyBinding>& bindings) {
     CIMKeyBinding* first = const_cast<CIMKeyBinding*>(bindings.getData());
     CIMKeyBinding* last = first + bindings.size();
-    if (!std::is_sorted(first, last, lessName))
+    if (!std::is_sorted(first, last, lessName)) {
         std::stable_sort(first, last, lessName);
+    }
 }
 
 const CIMObjectPath::Rep& CIMObjectPath::rep() const {
@@ -191,13 +206,15 @@ CIMObjectPath::Rep& CIMObjectPath::own() {
 }
 
 void CIMObjectPath::release(Rep* rep) {
-    if (rep && rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1)
+    if (rep && rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
         delete rep;
+    }
 }
 
 CIMObjectPath::CIMObjectPath(const CIMObjectPath& path) : _rep(path._rep) {
-    if (_rep)
+    if (_rep) {
         _rep->refs.fetch_add(1, std::memory_order_relaxed);
+    }
 }
 
 CIMObjectPath::CIMObjectPath(const String& objectName) : CIMObjectPath() { set(objectName); }
@@ -236,8 +253,9 @@ void CIMObjectPath::set(const String& objectName) {
     const String text(objectName);
     const bool good = PathParser(text, parts).parse(reason);
     static_cast<PathParts&>(own()) = parts;
-    if (!good)
+    if (!good) {
         throw MalformedObjectNameException(PathParser::withReason(text, reason));
+    }
 }
 
 CIMObjectPath& CIMObjectPath::operator=(const String& objectName) {
@@ -249,8 +267,9 @@ const String& CIMObjectPath::getHost() const { return rep().host; }
 
 void CIMObjectPath::setHost(const String& host) {
     const String value(host);
-    if (value != System::getHostName())
+    if (value != System::getHostName()) {
         checkHost(value);
+    }
     own().host = value;
 }
 

@@ -1,6 +1,6 @@
 #include <Pegasus/Common/CIMParamValue.h>
 
-#include "Pegasus/Common/CIMReps.h"
+#include "model/CIMReps.h"
 
 namespace Pegasus {
 
@@ -22,8 +22,9 @@ CIMValue CIMParamValue::getValue() const { return initialized(_rep).value; }
 Boolean CIMParamValue::isTyped() const { return initialized(_rep).isTyped; }
 
 void CIMParamValue::setParameterName(String& parameterName) {
-    if (parameterName.size() == 0)
+    if (parameterName.size() == 0) {
         throw UninitializedObjectException();
+    }
     initialized(_rep).name = parameterName;
 }
 

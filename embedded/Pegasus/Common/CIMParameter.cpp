@@ -1,6 +1,6 @@
 #include <Pegasus/Common/CIMParameter.h>
 
-#include "Pegasus/Common/CIMReps.h"
+#include "model/CIMReps.h"
 
 namespace Pegasus {
 
@@ -44,8 +44,10 @@ CIMParameter CIMConstParameter::clone() const {
 CIMParameter::CIMParameter(const CIMName& name, CIMType type, Boolean isArray, Uint32 arraySize,
                            const CIMName& referenceClassName) {
     notNull(name);
-    if ((arraySize != 0 && !isArray) || (type != CIMTYPE_REFERENCE && !referenceClassName.isNull()))
+    if ((arraySize != 0 && !isArray) ||
+        (type != CIMTYPE_REFERENCE && !referenceClassName.isNull())) {
         throw TypeMismatchException();
+    }
     _rep = std::make_shared<Rep>(Rep{name, type, isArray, arraySize, referenceClassName});
 }
 

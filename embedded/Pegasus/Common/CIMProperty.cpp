@@ -1,6 +1,6 @@
 #include <Pegasus/Common/CIMProperty.h>
 
-#include "Pegasus/Common/CIMReps.h"
+#include "model/CIMReps.h"
 
 namespace Pegasus {
 
@@ -56,8 +56,9 @@ CIMProperty::CIMProperty(const CIMName& name, const CIMValue& value, Uint32 arra
     const bool isReference = value.getType() == CIMTYPE_REFERENCE;
     notNull(name);
     if ((isReference && value.isArray()) || (!isReference && !referenceClassName.isNull()) ||
-        (arraySize != 0 && arraySize != value.getArraySize()))
+        (arraySize != 0 && arraySize != value.getArraySize())) {
         throw TypeMismatchException();
+    }
     _rep = std::make_shared<Rep>();
     _rep->name = name;
     _rep->value = value;
@@ -69,15 +70,17 @@ CIMProperty::CIMProperty(const CIMName& name, const CIMValue& value, Uint32 arra
 
 void CIMProperty::setName(const CIMName& name) {
     Rep& rep = initialized(_rep);
-    if (rep.owners > 0 && rep.name != name)
+    if (rep.owners > 0 && rep.name != name) {
         throw Exception("a property cannot be renamed while it is in a class or an instance");
+    }
     rep.name = notNull(name);
 }
 
 void CIMProperty::setValue(const CIMValue& value) {
     Rep& rep = initialized(_rep);
-    if (!value.typeCompatible(rep.value))
+    if (!value.typeCompatible(rep.value)) {
         throw TypeMismatchException();
+    }
     rep.value = value;
 }
 

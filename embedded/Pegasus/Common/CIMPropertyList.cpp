@@ -6,9 +6,11 @@ namespace Pegasus {
 CIMPropertyList::CIMPropertyList(const Array<CIMName>& names) : _isNull(true) { set(names); }
 
 void CIMPropertyList::set(const Array<CIMName>& names) {
-    for (Uint32 i = 0; i < names.size(); i++)
-        if (names[i].isNull())
+    for (Uint32 i = 0; i < names.size(); i++) {
+        if (names[i].isNull()) {
             throw UninitializedObjectException();
+        }
+    }
     _names = names;
     _isNull = false;
 }
@@ -19,9 +21,11 @@ void CIMPropertyList::clear() {
 }
 
 Boolean CIMPropertyList::contains(const CIMName& name) const {
-    for (Uint32 i = 0; i < _names.size(); i++)
-        if (_names[i].equal(name))
+    for (Uint32 i = 0; i < _names.size(); i++) {
+        if (_names[i].equal(name)) {
             return true;
+        }
+    }
     return false;
 }
 

@@ -1,6 +1,6 @@
 #include <Pegasus/Common/CIMQualifier.h>
 
-#include "Pegasus/Common/CIMReps.h"
+#include "model/CIMReps.h"
 
 namespace Pegasus {
 
@@ -32,8 +32,9 @@ CIMQualifier::CIMQualifier(const CIMName& name, const CIMValue& value, const CIM
 
 void CIMQualifier::setValue(const CIMValue& value) {
     Rep& rep = initialized(_rep);
-    if (!value.typeCompatible(rep.value))
+    if (!value.typeCompatible(rep.value)) {
         throw TypeMismatchException();
+    }
     rep.value = value;
 }
 

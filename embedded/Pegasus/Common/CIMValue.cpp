@@ -7,7 +7,7 @@
 
 #include <type_traits>
 
-#include "Pegasus/Common/CIMNumber.h"
+#include "model/CIMNumber.h"
 
 namespace Pegasus {
 
@@ -57,66 +57,75 @@ constexpr bool isObject = std::is_same_v<T, CIMObject> || std::is_same_v<T, CIMI
 // What a value takes in and gives out: the same for value classes, a clone for handles.
 template <class T>
 T separate(const T& x) {
-    if constexpr (isObject<T>)
+    if constexpr (isObject<T>) {
         return x.clone();
-    else
+    } else {
         return x;
+    }
 }
 
 template <class T>
 Array<T> separate(const Array<T>& x) {
-    if constexpr (!isObject<T>)
+    if constexpr (!isObject<T>) {
         return x;
+    }
     Array<T> copy;
     copy.reserveCapacity(x.size());
-    for (Uint32 i = 0; i < x.size(); i++)
+    for (Uint32 i = 0; i < x.size(); i++) {
         copy.append(separate(x[i]));
+    }
     return copy;
 }
 
 template <class T>
 bool same(const T& a, const T& b) {
-    if constexpr (isObject<T>)
+    if constexpr (isObject<T>) {
         return a.identical(b);
-    else
+    } else {
         return a == b;
+    }
 }
 
 template <class T>
 bool same(const Array<T>& a, const Array<T>& b) {
-    if (a.size() != b.size())
+    if (a.size() != b.size()) {
         return false;
-    for (Uint32 i = 0; i < a.size(); i++)
-        if (!same(a[i], b[i]))
+    }
+    for (Uint32 i = 0; i < a.size(); i++) {
+        if (!same(a[i], b[i])) {
             return false;
+        }
+    }
     return true;
 }
 
 template <class T>
 String text(const T& x) {
-    if constexpr (std::is_same_v<T, Boolean>)
+    if constexpr (std::is_same_v<T, Boolean>) {
         return x ? "TRUE" : "FALSE";
-    else if constexpr (std::is_floating_point_v<T>)
+    } else if constexpr (std::is_floating_point_v<T>) {
         return numberText(Real64(x));
-    else if constexpr (std::is_integral_v<T> && std::is_signed_v<T>)
+    } else if constexpr (std::is_integral_v<T> && std::is_signed_v<T>) {
         return numberText(Sint64(x));
-    else if constexpr (std::is_integral_v<T>)
+    } else if constexpr (std::is_integral_v<T>) {
         return numberText(Uint64(x));
-    else if constexpr (std::is_same_v<T, Char16>)
+    } else if constexpr (std::is_same_v<T, Char16>) {
         return String(&x, 1);
-    else if constexpr (std::is_same_v<T, String>)
+    } else if constexpr (std::is_same_v<T, String>) {
         return x;
-    else if constexpr (std::is_same_v<T, CIMInstance>)
+    } else if constexpr (std::is_same_v<T, CIMInstance>) {
         return CIMObject(x).toString();
-    else
+    } else {
         return x.toString();
+    }
 }
 
 template <class T>
 String text(const Array<T>& x) {
     String out;
-    for (Uint32 i = 0; i < x.size(); i++)
+    for (Uint32 i = 0; i < x.size(); i++) {
         out.append(text(x[i])).append(Char16(' '));
+    }
     return out;
 }
 
@@ -140,18 +149,22 @@ void CIMValue::store(const Array<T>& x) {
 
 template <class T>
 void CIMValue::fetch(T& x) const {
-    if (_type != TypeOf<T>::value || _isArray)
+    if (_type != TypeOf<T>::value || _isArray) {
         throw TypeMismatchException();
-    if (_data)
+    }
+    if (_data) {
         x = separate(as<T>(_data));
+    }
 }
 
 template <class T>
 void CIMValue::fetch(Array<T>& x) const {
-    if (_type != TypeOf<T>::value || !_isArray)
+    if (_type != TypeOf<T>::value || !_isArray) {
         throw TypeMismatchException();
-    if (_data)
+    }
+    if (_data) {
         x = separate(as<Array<T>>(_data));
+    }
 }
 
 CIMValue::CIMValue() : _arraySize(0), _type(CIMTYPE_BOOLEAN), _isArray(false) {}
@@ -202,21 +215,25 @@ void CIMValue::setNullValue(CIMType type, Boolean isArray, Uint32 arraySize) {
 }
 
 Boolean CIMValue::equal(const CIMValue& x) const {
-    if (!typeCompatible(x) || isNull() != x.isNull())
+    if (!typeCompatible(x) || isNull() != x.isNull()) {
         return false;
-    if (isNull())
+    }
+    if (isNull()) {
         return true;
+    }
     return withType(_type, [&](auto* type) -> bool {
         typedef std::decay_t<decltype(*type)> T;
-        if (_isArray)
+        if (_isArray) {
             return same(as<Array<T>>(_data), as<Array<T>>(x._data));
+        }
         return same(as<T>(_data), as<T>(x._data));
     });
 }
 
 String CIMValue::toString() const {
-    if (isNull())
+    if (isNull()) {
         return String();
+    }
     return withType(_type, [&](auto* type) -> String {
         typedef std::decay_t<decltype(*type)> T;
         return _isArray ? text(as<Array<T>>(_data)) : text(as<T>(_data));

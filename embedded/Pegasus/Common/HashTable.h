@@ -24,8 +24,9 @@ struct HashFunc<String> {
     static Uint32 hash(const String& str) {
         const Char16* p = str.getChar16Data();
         Uint32 h = 0;
-        for (Uint32 n = str.size(); n != 0; --n)
+        for (Uint32 n = str.size(); n != 0; --n) {
             h = 5 * h + Uint16(*p++);
+        }
         return h;
     }
 };
@@ -92,10 +93,12 @@ class _HashTableIterator {
 
  private:
     void settle() {
-        while (_chain != _end && !*_chain)
+        while (_chain != _end && !*_chain) {
             ++_chain;
-        if (_chain != _end)
+        }
+        if (_chain != _end) {
             _entry = _chain->get();
+        }
     }
 
     const std::unique_ptr<Entry>* _chain;
@@ -140,8 +143,9 @@ class HashTable {
     /// False, and the old value stays, if the key is present.
     Boolean insert(const K& key, const V& value) {
         Link& end = find(key);
-        if (end)
+        if (end) {
             return false;
+        }
         end.reset(new Entry{key, value, nullptr});
         ++_size;
         return true;
@@ -150,23 +154,26 @@ class HashTable {
     /// False, and `value` unchanged, if the key is absent.
     Boolean lookup(const K& key, V& value) const {
         const Link& link = find(key);
-        if (!link)
+        if (!link) {
             return false;
+        }
         value = link->value;
         return true;
     }
     /// Sets `value` to the stored value, valid until the entry is removed.
     Boolean lookupReference(const K& key, V*& value) {
         Link& link = find(key);
-        if (!link)
+        if (!link) {
             return false;
+        }
         value = &link->value;
         return true;
     }
     Boolean remove(const K& key) {
         Link& link = find(key);
-        if (!link)
+        if (!link) {
             return false;
+        }
         const Link gone = std::move(link);  // `key` may live in it
         link = std::move(gone->next);
         --_size;
@@ -181,8 +188,9 @@ class HashTable {
     // The link that holds the key's entry, or the end of its chain.
     const Link& find(const K& key) const {
         const Link* link = &_chains[H::hash(key) % Uint32(_chains.size())];
-        while (*link && !E::equal((*link)->key, key))
+        while (*link && !E::equal((*link)->key, key)) {
             link = &(*link)->next;
+        }
         return *link;
     }
     Link& find(const K& key) {

@@ -21,8 +21,9 @@ void Mutex::init(int type) {
     pthread_mutexattr_settype(&attributes, type);
     const int error = pthread_mutex_init(&_mutex, &attributes);
     pthread_mutexattr_destroy(&attributes);
-    if (error)
+    if (error) {
         fail("cannot make a mutex", error);
+    }
 }
 
 Mutex::Mutex() { init(PTHREAD_MUTEX_RECURSIVE); }
@@ -31,8 +32,9 @@ Mutex::Mutex(NonRecursiveTag) { init(PTHREAD_MUTEX_ERRORCHECK); }
 Mutex::~Mutex() { pthread_mutex_destroy(&_mutex); }
 
 void Mutex::lock() {
-    if (const int error = pthread_mutex_lock(&_mutex))
+    if (const int error = pthread_mutex_lock(&_mutex)) {
         fail("cannot lock a mutex", error);
+    }
 }
 
 Boolean Mutex::try_lock() { return pthread_mutex_trylock(&_mutex) == 0; }
@@ -47,8 +49,9 @@ Boolean Mutex::timed_lock(Uint32 milliseconds) {
         until.tv_nsec -= 1000000000;
     }
     const int error = pthread_mutex_timedlock(&_mutex, &until);
-    if (error && error != ETIMEDOUT && error != EDEADLK)
+    if (error && error != ETIMEDOUT && error != EDEADLK) {
         fail("cannot lock a mutex", error);
+    }
     return error == 0;
 }
 

@@ -15,8 +15,9 @@ OperationContext::~OperationContext() = default;
 
 OperationContext& OperationContext::operator=(const OperationContext& context) {
     std::vector<Owner> copies;
-    for (const Owner& container : context._containers)
+    for (const Owner& container : context._containers) {
         copies.emplace_back(container->clone());
+    }
     _containers.swap(copies);
     return *this;
 }
@@ -31,8 +32,9 @@ std::vector<OperationContext::Owner>::const_iterator OperationContext::find(
 std::vector<OperationContext::Owner>::const_iterator OperationContext::existing(
     const String& containerName) const {
     const auto found = find(containerName);
-    if (found == _containers.end())
+    if (found == _containers.end()) {
         throw Exception("object not found: " + containerName);
+    }
     return found;
 }
 
@@ -52,8 +54,9 @@ void OperationContext::set(const Container& container) {
 }
 
 void OperationContext::insert(const Container& container) {
-    if (contains(container.getName()))
+    if (contains(container.getName())) {
         throw Exception("object already exists: " + container.getName());
+    }
     _containers.emplace_back(container.clone());
 }
 
@@ -66,8 +69,9 @@ namespace {
 template <class Derived>
 const Derived& cast(const OperationContext::Container& container) {
     const Derived* derived = dynamic_cast<const Derived*>(&container);
-    if (!derived)
+    if (!derived) {
         throw DynamicCastFailedException();
+    }
     return *derived;
 }
 

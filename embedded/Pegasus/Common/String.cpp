@@ -20,23 +20,27 @@ const Char16 noUnits[1] = {Char16()};
 Uint16 fold(Uint16 unit) { return unit >= 'A' && unit <= 'Z' ? Uint16(unit + 32) : unit; }
 
 Uint32 lengthOf(const Char16* str) {
-    if (!str)
+    if (!str) {
         throw NullPointer();
+    }
     Uint32 n = 0;
-    while (Uint16(str[n]) != 0)
+    while (Uint16(str[n]) != 0) {
         n++;
+    }
     return n;
 }
 
 std::size_t lengthOf(const char* str) {
-    if (!str)
+    if (!str) {
         throw NullPointer();
+    }
     return std::strlen(str);
 }
 
 void copyUnits(Char16* to, const Char16* from, Uint32 n) {
-    if (n != 0)
+    if (n != 0) {
         std::memmove(static_cast<void*>(to), from, n * sizeof(Char16));
+    }
 }
 
 [[noreturn]] void throwInvalidUtf8() { throw Exception("The text is not valid UTF-8"); }
@@ -46,16 +50,19 @@ Uint32 decodeSequence(const unsigned char*& p, const unsigned char* end) {
     const Uint32 lead = *p++;
     const int more = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
     static const Uint32 smallest[] = {0, 0x80, 0x800, 0x10000};
-    if (lead < 0xC2 || lead > 0xF4 || end - p < more)
+    if (lead < 0xC2 || lead > 0xF4 || end - p < more) {
         throwInvalidUtf8();
+    }
     Uint32 c = lead & (0x3Fu >> more);
     for (int i = 0; i < more; i++, p++) {
-        if ((*p & 0xC0) != 0x80)
+        if ((*p & 0xC0) != 0x80) {
             throwInvalidUtf8();
+        }
         c = c << 6 | (*p & 0x3F);
     }
-    if (c < smallest[more] || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF))
+    if (c < smallest[more] || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
         throwInvalidUtf8();
+    }
     return c;
 }
 
@@ -77,8 +84,9 @@ char* encodeCharacter(char* out, Uint32 c) {
 
 int compareUnits(const Char16* p, const Char16* q, Uint32 n) {
     for (Uint32 i = 0; i < n; i++) {
-        if (Uint16(p[i]) != Uint16(q[i]))
+        if (Uint16(p[i]) != Uint16(q[i])) {
             return int(Uint16(p[i])) - int(Uint16(q[i]));
+        }
     }
     return 0;
 }
@@ -124,8 +132,9 @@ String::Rep* String::create(Uint32 capacity) {
 }
 
 String::Rep* String::create(const Char16* str, Uint32 n) {
-    if (n == 0)
+    if (n == 0) {
         return nullptr;
+    }
     Rep* rep = create(n);
     copyUnits(rep->data(), str, n);
     rep->setSize(n);
@@ -133,12 +142,15 @@ String::Rep* String::create(const Char16* str, Uint32 n) {
 }
 
 String::Rep* String::decode(const char* str, std::size_t n) {
-    if (!str)
+    if (!str) {
         throw NullPointer();
-    if (n == 0)
+    }
+    if (n == 0) {
         return nullptr;
-    if (n >= PEG_NOT_FOUND)
+    }
+    if (n >= PEG_NOT_FOUND) {
         throw std::bad_alloc();
+    }
     String result;
     result._rep = create(Uint32(n));  // no character takes more units than bytes
     Char16* const first = result._rep->data();
@@ -163,38 +175,44 @@ String::Rep* String::decode(const char* str, std::size_t n) {
 }
 
 void String::release(Rep* rep) {
-    if (rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1)
+    if (rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
         ::operator delete(rep);
+    }
 }
 
 // Makes this string the only owner of storage for at least `capacity` units.
 void String::detach(Uint32 capacity) {
-    if (_rep && _rep->capacity >= capacity && _rep->refs.load(std::memory_order_acquire) == 1)
+    if (_rep && _rep->capacity >= capacity && _rep->refs.load(std::memory_order_acquire) == 1) {
         return;
+    }
     Rep* fresh = create(std::max(capacity, size()));
     copyUnits(fresh->data(), getChar16Data(), size());
     fresh->setSize(size());
-    if (_rep)
+    if (_rep) {
         release(_rep);
+    }
     _rep = fresh;
 }
 
 // ---- String: construction and assignment ----
 
 String::String(const String& str, Uint32 n) : String() {
-    if (n > str.size())
+    if (n > str.size()) {
         throw IndexOutOfBoundsException();
-    if (n == str.size())
+    }
+    if (n == str.size()) {
         assign(str);
-    else
+    } else {
         _rep = create(str.getChar16Data(), n);
+    }
 }
 
 String::String(const Char16* str) : _rep(create(str, lengthOf(str))) {}
 
 String::String(const Char16* str, Uint32 n) : String() {
-    if (!str)
+    if (!str) {
         throw NullPointer();
+    }
     _rep = create(str, n);
 }
 
@@ -216,14 +234,16 @@ String& String::assign(const char* str) { return *this = String(str); }
 String& String::assign(const char* str, Uint32 n) { return *this = String(str, n); }
 
 void String::clear() {
-    if (_rep)
+    if (_rep) {
         release(_rep);
+    }
     _rep = nullptr;
 }
 
 void String::reserveCapacity(Uint32 capacity) {
-    if (!_rep || capacity > _rep->capacity)
+    if (!_rep || capacity > _rep->capacity) {
         detach(capacity);
+    }
 }
 
 // ---- String: access ----
@@ -258,15 +278,17 @@ CString String::getCString() const {
 }
 
 Char16& String::operator[](Uint32 index) {
-    if (index > size())
+    if (index > size()) {
         throw IndexOutOfBoundsException();
+    }
     detach(0);
     return _rep->data()[index];
 }
 
 const Char16 String::operator[](Uint32 index) const {
-    if (index > size())
+    if (index > size()) {
         throw IndexOutOfBoundsException();
+    }
     return getChar16Data()[index];
 }
 
@@ -278,19 +300,23 @@ String& String::append(const Char16& c) {
 }
 
 String& String::append(const Char16* str, Uint32 n) {
-    if (!str)
+    if (!str) {
         throw NullPointer();
-    if (n == 0)
+    }
+    if (n == 0) {
         return *this;
+    }
     const Uint32 before = size();
-    if (n >= PEG_NOT_FOUND - before)
+    if (n >= PEG_NOT_FOUND - before) {
         throw std::bad_alloc();
+    }
     const Uint32 wanted = before + n;
     const String old(str >= getChar16Data() && str <= getChar16Data() + before ? *this : String());
-    if (!_rep || wanted > _rep->capacity)
+    if (!_rep || wanted > _rep->capacity) {
         detach(std::max(wanted, before + std::min(before, PEG_NOT_FOUND - 1 - before)));
-    else
+    } else {
         detach(wanted);
+    }
     copyUnits(_rep->data() + before, str, n);
     _rep->setSize(wanted);
     return *this;
@@ -302,11 +328,13 @@ String& String::append(const String& str) {
 
 void String::remove(Uint32 index, Uint32 size) {
     const Uint32 before = this->size();
-    if (index > before || (size != PEG_NOT_FOUND && size > before - index))
+    if (index > before || (size != PEG_NOT_FOUND && size > before - index)) {
         throw IndexOutOfBoundsException();
+    }
     const Uint32 n = std::min(size, before - index);
-    if (n == 0)
+    if (n == 0) {
         return;
+    }
     detach(0);
     Char16* const at = _rep->data() + index;
     copyUnits(at, at + n, before - index - n);
@@ -330,18 +358,21 @@ void String::appendPrintf(const char* format, ...) {
     const int n = std::vsnprintf(nullptr, 0, format, arguments);
     va_end(arguments);
     const std::unique_ptr<char[]> text(new char[std::size_t(std::max(n, 0)) + 1]);
-    if (n > 0)
+    if (n > 0) {
         std::vsnprintf(text.get(), std::size_t(n) + 1, format, again);
+    }
     va_end(again);
-    if (n > 0)
+    if (n > 0) {
         append(String(text.get(), Uint32(n)));
+    }
 }
 
 // ---- String: parts and comparison ----
 
 String String::subString(Uint32 index, Uint32 n) const {
-    if (index >= size())
+    if (index >= size()) {
         return String();
+    }
     const Uint32 length = std::min(n, size() - index);
     return length == size() ? *this : String(getChar16Data() + index, length);
 }
@@ -349,19 +380,22 @@ String String::subString(Uint32 index, Uint32 n) const {
 Uint32 String::find(Char16 c) const { return find(0, c); }
 
 Uint32 String::find(Uint32 index, Char16 c) const {
-    if (index > size())
+    if (index > size()) {
         throw IndexOutOfBoundsException();
+    }
     const Char16* const units = getChar16Data();
     for (Uint32 i = index; i < size(); i++) {
-        if (units[i] == c)
+        if (units[i] == c) {
             return i;
+        }
     }
     return PEG_NOT_FOUND;
 }
 
 Uint32 String::find(const String& s) const {
-    if (s.size() == 0)
+    if (s.size() == 0) {
         return PEG_NOT_FOUND;
+    }
     const Char16* const end = getChar16Data() + size();
     const Char16* const at =
         std::search(getChar16Data(), end, s.getChar16Data(), s.getChar16Data() + s.size());
@@ -371,8 +405,9 @@ Uint32 String::find(const String& s) const {
 Uint32 String::reverseFind(Char16 c) const {
     const Char16* const units = getChar16Data();
     for (Uint32 i = size(); i-- > 0;) {
-        if (units[i] == c)
+        if (units[i] == c) {
             return i;
+        }
     }
     return PEG_NOT_FOUND;
 }
@@ -388,35 +423,41 @@ int String::compare(const String& s1, const String& s2) {
 }
 
 int String::compareNoCase(const String& s1, const String& s2) {
-    if (s1._rep == s2._rep)
+    if (s1._rep == s2._rep) {
         return 0;
+    }
     const Char16 *p = s1.getChar16Data(), *q = s2.getChar16Data();
     const Uint32 n1 = s1.size(), n2 = s2.size();
     for (Uint32 i = 0; i < n1 && i < n2; i++) {
-        if (const int r = int(fold(p[i])) - int(fold(q[i])))
+        if (const int r = int(fold(p[i])) - int(fold(q[i]))) {
             return r;
+        }
     }
     return n1 < n2 ? -1 : n1 > n2 ? 1 : 0;
 }
 
 Boolean String::equal(const String& s1, const String& s2) {
-    if (s1._rep == s2._rep)
+    if (s1._rep == s2._rep) {
         return true;
+    }
     const Uint32 n = s1.size();
     return n == s2.size() &&
            std::memcmp(s1.getChar16Data(), s2.getChar16Data(), n * sizeof(Char16)) == 0;
 }
 
 Boolean String::equalNoCase(const String& s1, const String& s2) {
-    if (s1._rep == s2._rep)
+    if (s1._rep == s2._rep) {
         return true;
+    }
     const Uint32 n = s1.size();
-    if (n != s2.size())
+    if (n != s2.size()) {
         return false;
+    }
     const Char16 *p = s1.getChar16Data(), *q = s2.getChar16Data();
     for (Uint32 i = 0; i < n; i++) {
-        if (Uint16(p[i]) != Uint16(q[i]) && fold(p[i]) != fold(q[i]))
+        if (Uint16(p[i]) != Uint16(q[i]) && fold(p[i]) != fold(q[i])) {
             return false;
+        }
     }
     return true;
 }
@@ -430,10 +471,12 @@ Boolean operator==(const String& s1, const char* s2) {
     const Char16* const units = s1.getChar16Data();
     for (std::size_t i = 0; i < n; i++) {
         const unsigned char c = static_cast<unsigned char>(s2[i]);
-        if (c >= 0x80)
+        if (c >= 0x80) {
             return String::equal(s1, String(s2));
-        if (i >= s1.size() || Uint16(units[i]) != c)
+        }
+        if (i >= s1.size() || Uint16(units[i]) != c) {
             return false;
+        }
     }
     return n == s1.size();
 }
@@ -446,8 +489,9 @@ Boolean operator>(const String& s1, const String& s2) { return String::compare(s
 Boolean operator>=(const String& s1, const String& s2) { return String::compare(s1, s2) >= 0; }
 
 String operator+(const String& s1, const String& s2) {
-    if (s2.size() == 0)
+    if (s2.size() == 0) {
         return s1;
+    }
     String result;
     result.reserveCapacity(s1.size() + s2.size());
     result.append(s1.getChar16Data(), s1.size());

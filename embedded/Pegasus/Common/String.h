@@ -38,8 +38,9 @@ class PEGASUS_EXPORT String {
 
     constexpr String() noexcept : _rep(nullptr) {}
     String(const String& str) noexcept : _rep(str._rep) {
-        if (_rep)
+        if (_rep) {
             _rep->refs.fetch_add(1, std::memory_order_relaxed);
+        }
     }
     String(String&& str) noexcept : _rep(str._rep) { str._rep = nullptr; }
     /// The first `n` units; more than there are throws IndexOutOfBoundsException.
@@ -50,8 +51,9 @@ class PEGASUS_EXPORT String {
     /// `n` counts bytes.
     String(const char* str, Uint32 n);
     ~String() {
-        if (_rep)
+        if (_rep) {
             release(_rep);
+        }
     }
 
     String& operator=(const String& str) { return assign(str); }

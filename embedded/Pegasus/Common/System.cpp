@@ -27,8 +27,9 @@ struct Names {
     /// Keeps `found` unless there is a name already.
     String keep(String Names::*name, const String& found) {
         const std::lock_guard<std::mutex> guard(lock);
-        if ((this->*name).size() == 0)
+        if ((this->*name).size() == 0) {
             this->*name = found;
+        }
         return this->*name;
     }
 };
@@ -72,12 +73,14 @@ String System::getHostName() {
 String System::getFullyQualifiedHostName() {
     Names& all = names();
     String known = all.get(&Names::fullyQualified);
-    if (known.size() > 0)
+    if (known.size() > 0) {
         return known;
+    }
     const std::lock_guard<std::mutex> guard(all.resolving);
     known = all.get(&Names::fullyQualified);
-    if (known.size() > 0)
+    if (known.size() > 0) {
         return known;
+    }
     const String plain = systemHostName();
     const hostent* entry = gethostbyname(plain.getCString());
     return all.keep(&Names::fullyQualified, entry ? String(entry->h_name) : plain);

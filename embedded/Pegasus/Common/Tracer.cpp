@@ -96,10 +96,12 @@ Sink& sink() {
 
 bool Sink::open() {
     const int opened = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
-    if (opened < 0)
+    if (opened < 0) {
         return false;
-    if (fd >= 0)
+    }
+    if (fd >= 0) {
         close(fd);
+    }
     fd = opened;
     return true;
 }
@@ -109,8 +111,9 @@ void Sink::rollOver() {
         const std::string from = i == 1 ? path : path + "." + std::to_string(i - 1);
         std::rename(from.c_str(), (path + "." + std::to_string(i)).c_str());
     }
-    if (maxFiles == 0)
+    if (maxFiles == 0) {
         unlink(path.c_str());
+    }
     open();
 }
 
@@ -119,16 +122,19 @@ void Sink::write(const std::string& record) {
     if (facility == LOG_FACILITY) {
         syslog(LOG_DEBUG, "%s", record.c_str());
     } else if (facility == MEMORY_FACILITY) {
-        if (memory.size() > MEMORY_SIZE)
+        if (memory.size() > MEMORY_SIZE) {
             memory.erase(0, memory.find('\n', MEMORY_SIZE / 2) + 1);
+        }
         memory += record;
     } else if (fd >= 0) {
         struct stat status;
-        if (fstat(fd, &status) == 0 && status.st_size > 0 && Uint64(status.st_size) > maxSize)
+        if (fstat(fd, &status) == 0 && status.st_size > 0 && Uint64(status.st_size) > maxSize) {
             rollOver();
+        }
         // A record that does not fit on the disk is lost: tracing must not disturb its caller.
-        if (::write(fd, record.data(), record.size()) < 0)
+        if (::write(fd, record.data(), record.size()) < 0) {
             return;
+        }
     }
 }
 
@@ -154,13 +160,15 @@ Uint64 componentBits(const String& names, bool& known) {
         to = std::min(list.find(',', from), list.size());
         const std::size_t first = std::min(list.find_first_not_of(' ', from), to);
         std::size_t last = to;
-        while (last > first && list[last - 1] == ' ')
+        while (last > first && list[last - 1] == ' ') {
             --last;
+        }
         const std::string name = list.substr(first, last - first);
         Uint64 found = strcasecmp(name.c_str(), "ALL") == 0 ? ~Uint64(0) : 0;
         for (Uint32 i = 0; i < COMPONENTS; i++) {
-            if (strcasecmp(name.c_str(), Tracer::TRACE_COMPONENT_LIST[i]) == 0)
+            if (strcasecmp(name.c_str(), Tracer::TRACE_COMPONENT_LIST[i]) == 0) {
                 found |= Uint64(1) << i;
+            }
         }
         known = known && found != 0;
         bits |= found;
@@ -181,14 +189,16 @@ void Tracer::traceCString(const char* fileName, const Uint32 lineNum,
 }
 
 Uint32 Tracer::setTraceFile(const char* traceFile) {
-    if (!traceFile || !*traceFile)
+    if (!traceFile || !*traceFile) {
         return 1;
+    }
     Sink& out = sink();
     const std::lock_guard<std::mutex> guard(out.lock);
     const std::string before = out.path;
     out.path = traceFile;
-    if (out.open())
+    if (out.open()) {
         return 0;
+    }
     out.path = before;
     return 1;
 }
@@ -239,16 +249,18 @@ void Tracer::setMaxTraceFileNumber(const String& number) {
 
 void TraceCallFrame::invoke(const TraceComponentId component, const Uint32 level,
                             const char* format, ...) {
-    if (!Tracer::isTraceEnabled(component, level))
+    if (!Tracer::isTraceEnabled(component, level)) {
         return;
+    }
     va_list arguments, again;
     va_start(arguments, format);
     va_copy(again, arguments);
     const int n = std::vsnprintf(nullptr, 0, format, arguments);
     va_end(arguments);
     std::vector<char> text(std::size_t(n < 0 ? 0 : n) + 1, '\0');
-    if (n > 0)
+    if (n > 0) {
         std::vsnprintf(text.data(), text.size(), format, again);
+    }
     va_end(again);
     Tracer::traceCString(file, line, component, text.data());
 }

@@ -74,12 +74,14 @@ class PEGASUS_EXPORT Tracer {
                            TraceComponentId component, const char* method) {
         token.component = component;
         token.method = method;
-        if (isTraceEnabled(component, LEVEL5))
+        if (isTraceEnabled(component, LEVEL5)) {
             writeMethod("Entering method ", token, file, line);
+        }
     }
     static void traceExit(TracerToken& token, const char* file, size_t line) {
-        if (isTraceEnabled(token.component, LEVEL5))
+        if (isTraceEnabled(token.component, LEVEL5)) {
             writeMethod("Exiting method ", token, file, line);
+        }
     }
     /// Writes whatever the level is; a percent sign has no meaning.
     static void traceCString(const char* fileName, const Uint32 lineNum,

@@ -2,12 +2,11 @@
 
 #include <utility>
 
-#include "server/Channel.h"
-#include "server/Request.h"
+#include "exchange/ClientConnection.h"
 
 using velmar_embedded::Answer;
 using velmar_embedded::Channel;
-using velmar_embedded::ClientChannel;
+using velmar_embedded::HandleConnection;
 using velmar_embedded::Operation;
 using velmar_embedded::Request;
 
@@ -24,7 +23,7 @@ Answer exchange(std::shared_ptr<Channel> channel, const OperationContext& contex
 
 }  // namespace
 
-CIMOMHandle::CIMOMHandle() : _channel(std::make_shared<ClientChannel>()) {}
+CIMOMHandle::CIMOMHandle() : _channel(std::make_shared<HandleConnection>()) {}
 
 CIMOMHandle::CIMOMHandle(std::shared_ptr<Channel> channel) : _channel(std::move(channel)) {}
 

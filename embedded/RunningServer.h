@@ -1,0 +1,61 @@
+// The server behind the facade: its rooms, put together, and their start and end.
+//
+// Thread-safe.
+#ifndef VELMAR_EMBEDDED_RUNNINGSERVER_H
+#define VELMAR_EMBEDDED_RUNNINGSERVER_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "exchange/LocalServer.h"
+#include "indications/Subscriptions.h"
+#include "providers/Problems.h"
+#include "providers/RegistrationReader.h"
+#include "providers/Registry.h"
+#include "requests/Admission.h"
+#include "requests/WorkerPool.h"
+#include "schema/Repository.h"
+
+namespace velmar_embedded {
+
+class RunningServer : public LocalServer, public std::enable_shared_from_this<RunningServer> {
+ public:
+    RunningServer();
+    ~RunningServer() override;
+    RunningServer(const RunningServer&) = delete;
+    RunningServer& operator=(const RunningServer&) = delete;
+
+    /// As for Server.
+    void start();
+    void stop();
+    std::string subscribe(const std::string& query, const std::vector<std::string>& nameSpaces,
+                          IndicationQueue::Deliver subscriber, size_t capacity);
+    void unsubscribe(const std::string& id);
+
+    std::shared_ptr<Pending> submit(std::shared_ptr<const Request> request) override;
+
+    /// The handle for a provider's initialize.
+    Pegasus::CIMOMHandle makeHandle(const std::string& providerName);
+
+    Repository& repository() { return _repository; }
+    Registry& registry() { return _registry; }
+    RegistrationReader& registrationReader() { return _registrationReader; }
+    Subscriptions& subscriptions() { return _subscriptions; }
+    Problems& problems() { return _problems; }
+    Services& services() { return _services; }
+
+ private:
+    Repository _repository;
+    Registry _registry;
+    RegistrationReader _registrationReader;
+    Problems _problems;
+    WorkerPool _workers;
+    Services _services;
+    Admission _admission;
+    Subscriptions _subscriptions;
+};
+
+}  // namespace velmar_embedded
+
+#endif

@@ -1,0 +1,119 @@
+#include "Server.h"
+
+#include <Pegasus/Common/Exception.h>
+
+#include <stdexcept>
+#include <utility>
+
+#include "RunningServer.h"
+
+using namespace Pegasus;
+
+namespace velmar_embedded {
+
+struct Server::Impl {
+    std::shared_ptr<RunningServer> server = std::make_shared<RunningServer>();
+
+    // Runs a compilation into a namespace and registers what it brought.
+    template <class Compile>
+    void compile(const std::string& file, const std::string& nameSpace, Compile compile) {
+        try {
+            compile(CIMNamespaceName(nameSpace.c_str()));
+            server->registrationReader().readInstances();
+        } catch (const RegistrationError& e) {
+            throw MofError(file, 0, e.what());
+        } catch (const InvalidNamespaceNameException& e) {
+            throw MofError(file, 0, std::string(e.getMessage().getCString()));
+        }
+    }
+
+    void registerProvider(const std::string& name, ProviderFactory create,
+                          const std::vector<Capabilities>& capabilities) {
+        auto provider = server->registry().addProvider(
+            name, std::move(create),
+            [server = server.get(), name] { return server->makeHandle(name); });
+        for (const Capabilities& served : capabilities) {
+            server->registry().addCapabilities(provider, served);
+        }
+    }
+};
+
+Server::Server() : _impl(std::make_unique<Impl>()) {}
+
+Server::~Server() { stop(); }
+
+void Server::compileMof(const std::string& nameSpace, const std::string& file) {
+    _impl->compile(file, nameSpace, [&](const CIMNamespaceName& into) {
+        velmar_embedded::compileMof(repository(), into, file);
+    });
+}
+
+void Server::compileMofText(const std::string& nameSpace, const std::string& text,
+                            const std::string& name) {
+    _impl->compile(name, nameSpace, [&](const CIMNamespaceName& into) {
+        velmar_embedded::compileMofText(repository(), into, text, name);
+    });
+}
+
+void Server::addProviderDirectory(const std::string& directory) {
+    _impl->server->registrationReader().addDirectory(directory);
+}
+
+void Server::registerProvider(const std::string& name, CIMProvider* provider,
+                              const std::vector<Capabilities>& capabilities) {
+    // The owner deletes the object if no request ever asks for it.
+    auto owner = std::make_shared<std::unique_ptr<CIMProvider>>(provider);
+    registerProvider(
+        name, [owner] { return owner->release(); }, capabilities);
+}
+
+void Server::registerProvider(const std::string& name, std::function<CIMProvider*()> create,
+                              const std::vector<Capabilities>& capabilities) {
+    auto checked = [name, create = std::move(create)] {
+        CIMProvider* provider = create();
+        if (!provider) {
+            throw std::runtime_error("there is no object of provider " + name);
+        }
+        return provider;
+    };
+    _impl->registerProvider(name, checked, capabilities);
+}
+
+void Server::start() { _impl->server->start(); }
+
+void Server::stop() { _impl->server->stop(); }
+
+std::string Server::subscribe(const std::string& query,
+                              const std::vector<std::string>& sourceNameSpaces,
+                              std::function<void(const CIMInstance&)> subscriber,
+                              size_t queueCapacity) {
+    return _impl->server->subscribe(query, sourceNameSpaces, std::move(subscriber), queueCapacity);
+}
+
+void Server::unsubscribe(const std::string& id) { _impl->server->unsubscribe(id); }
+
+void Server::drain() { _impl->server->subscriptions().drain(); }
+
+IndicationCounts Server::indicationCounts() const {
+    return _impl->server->subscriptions().counts();
+}
+
+IndicationCounts Server::indicationCounts(const std::string& id) const {
+    return _impl->server->subscriptions().counts(id);
+}
+
+Repository& Server::repository() { return _impl->server->repository(); }
+
+void Server::observeCalls(std::function<void(const ProviderCall&)> observer) {
+    _impl->server->services().observeCall = std::move(observer);
+}
+
+void Server::observeArrivals(std::function<void(const Arrival&)> observer) {
+    _impl->server->services().observeArrival = std::move(observer);
+}
+
+void Server::observeProblems(std::function<void(const std::string&)> observer) {
+    _impl->server->problems().observe(std::move(observer));
+}
+
+}  // namespace velmar_embedded

@@ -1,0 +1,49 @@
+// The plain types that the embedded CIM server shares with its users.
+#ifndef VELMAR_EMBEDDED_SERVERTYPES_H
+#define VELMAR_EMBEDDED_SERVERTYPES_H
+
+#include <Pegasus/Common/CIMObjectPath.h>
+#include <stdint.h>
+
+#include <string>
+#include <vector>
+
+namespace velmar_embedded {
+
+/// Provider types, with the numbers of PG_ProviderCapabilities.ProviderType.
+enum class ProviderType { Instance = 2, Association = 3, Indication = 4, Method = 5 };
+
+/// What a provider serves: one PG_ProviderCapabilities instance.
+struct Capabilities {
+    std::string className;
+    std::vector<std::string> nameSpaces;
+    std::vector<ProviderType> types;
+    std::vector<std::string> supportedMethods;  ///< empty: all methods
+};
+
+/// One call that the server makes on a provider, as an observer sees it before the call.
+struct ProviderCall {
+    std::string operation;        ///< "getInstance", "associators", "invokeMethod", ...
+    std::string provider;         ///< the registered provider name
+    Pegasus::CIMObjectPath path;  ///< the path given to the provider
+    bool fromHandle;              ///< an upcall through a CIMOMHandle, not a client's request
+};
+
+/// One request as it arrives, before it is routed, whoever serves it (classes included).
+struct Arrival {
+    std::string operation;        ///< "getClass", "enumerateClasses", "getInstance", ...
+    Pegasus::CIMObjectPath path;  ///< class or instance, as the caller gave it
+    bool fromHandle;
+};
+
+/// What became of the indications that providers delivered.
+struct IndicationCounts {
+    uint64_t delivered = 0;   ///< handed to the subscriber
+    uint64_t overflowed = 0;  ///< dropped because the subscription's queue was full
+    uint64_t unmatched = 0;   ///< not of the filter's class or of its namespaces, or without one
+    uint64_t discarded = 0;   ///< not yet handed over when the subscription ended
+};
+
+}  // namespace velmar_embedded
+
+#endif

@@ -1,0 +1,18 @@
+// The way that the requests of a CIMClient, or of a CIMOMHandle and its copies, take to a server.
+#ifndef VELMAR_EMBEDDED_EXCHANGE_CHANNEL_H
+#define VELMAR_EMBEDDED_EXCHANGE_CHANNEL_H
+
+#include "exchange/Request.h"
+
+namespace velmar_embedded {
+
+class Channel {
+ public:
+    virtual ~Channel() = default;
+    /// Waits for its turn and for the answer. Throws what the request failed with.
+    virtual Answer exchange(Request request) = 0;
+};
+
+}  // namespace velmar_embedded
+
+#endif

@@ -1,0 +1,53 @@
+// A client's connection: requests and answers go through it as copies, as through a socket.
+#ifndef VELMAR_EMBEDDED_EXCHANGE_CLIENTCONNECTION_H
+#define VELMAR_EMBEDDED_EXCHANGE_CLIENTCONNECTION_H
+
+#include <Pegasus/Common/Config.h>
+
+#include <memory>
+#include <mutex>
+
+#include "exchange/Channel.h"
+#include "exchange/LocalServer.h"
+
+namespace velmar_embedded {
+
+/// The user that this process runs as.
+Pegasus::String userName();
+
+/// Not thread-safe: one request at a time.
+class ClientConnection : public Channel {
+ public:
+    bool isConnected() const { return _server != nullptr; }
+    /// Throws CannotConnectException without a started server.
+    void connectLocal();
+    void disconnect() { _server.reset(); }
+
+    Pegasus::Uint32 timeout() const { return _timeout; }
+    /// Milliseconds.
+    void setTimeout(Pegasus::Uint32 timeout) { _timeout = timeout; }
+
+    /// The answer is made on this thread, from what the provider delivered, after the operation
+    /// has returned: whoever edits a delivered instance meanwhile races with it. Throws
+    /// NotConnectedException, ConnectionTimeoutException, CIMException, CIMClientXmlException.
+    Answer exchange(Request request) override;
+
+ private:
+    std::shared_ptr<LocalServer> _server;
+    Pegasus::Uint32 _timeout = 20000;
+};
+
+/// What a CIMOMHandle of the provider's own making uses: a client that connects at the first
+/// upcall, and anew after its server has stopped. Thread-safe.
+class HandleConnection : public Channel {
+ public:
+    Answer exchange(Request request) override;
+
+ private:
+    std::mutex _lock;
+    ClientConnection _connection;
+};
+
+}  // namespace velmar_embedded
+
+#endif

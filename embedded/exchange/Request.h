@@ -1,0 +1,144 @@
+// What travels between a caller and the dispatcher: a request, its answer, or its failure.
+//
+// Plain data. A request belongs to its caller until it is submitted and is only read afterwards;
+// an answer is written by the worker and handed over whole.
+#ifndef VELMAR_EMBEDDED_EXCHANGE_REQUEST_H
+#define VELMAR_EMBEDDED_EXCHANGE_REQUEST_H
+
+#include <Pegasus/Common/CIMClass.h>
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMName.h>
+#include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/CIMParamValue.h>
+#include <Pegasus/Common/CIMPropertyList.h>
+#include <Pegasus/Common/CIMValue.h>
+#include <Pegasus/Common/Exception.h>
+#include <Pegasus/Common/OperationContext.h>
+
+#include <optional>
+
+namespace velmar_embedded {
+
+enum class Operation {
+    GetClass,
+    EnumerateClasses,
+    EnumerateClassNames,
+    CreateClass,
+    DeleteClass,
+    GetInstance,
+    EnumerateInstances,
+    EnumerateInstanceNames,
+    CreateInstance,
+    ModifyInstance,
+    DeleteInstance,
+    Associators,
+    AssociatorNames,
+    References,
+    ReferenceNames,
+    InvokeMethod
+};
+
+/// "getClass", "enumerateInstances", ...
+const char* operationName(Operation operation);
+
+struct Request {
+    /// A request about a class.
+    Request(Operation which, const Pegasus::CIMNamespaceName& in, const Pegasus::CIMName& className)
+        : Request(which, in, Pegasus::CIMObjectPath(Pegasus::String(), {}, className)) {}
+    Request(Operation which, const Pegasus::CIMNamespaceName& in,
+            const Pegasus::CIMObjectPath& about)
+        : operation(which), nameSpace(in), path(about) {}
+
+    // Each sets what its name says and returns the request.
+    Request& inheritance(bool deep, bool local) {
+        deepInheritance = deep;
+        localOnly = local;
+        return *this;
+    }
+    Request& contents(bool qualifiers, bool classOrigin,
+                      const Pegasus::CIMPropertyList& properties = Pegasus::CIMPropertyList()) {
+        includeQualifiers = qualifiers;
+        includeClassOrigin = classOrigin;
+        propertyList = properties;
+        return *this;
+    }
+    Request& association(const Pegasus::CIMName& by, const Pegasus::CIMName& result,
+                         const Pegasus::String& nearRole, const Pegasus::String& farRole) {
+        associationClass = by;
+        resultClass = result;
+        role = nearRole;
+        resultRole = farRole;
+        return *this;
+    }
+    Request& object(const Pegasus::CIMInstance& newOrModified) {
+        instance = newOrModified;
+        return *this;
+    }
+    Request& method(const Pegasus::CIMName& name,
+                    const Pegasus::Array<Pegasus::CIMParamValue>& inParameters) {
+        methodName = name;
+        parameters = inParameters;
+        return *this;
+    }
+
+    Operation operation;
+    Pegasus::CIMNamespaceName nameSpace;
+    Pegasus::CIMObjectPath path;  ///< class or instance, as the caller gave it
+    bool fromHandle = false;      ///< an in-memory upcall, not a client's request
+    Pegasus::OperationContext context;
+
+    bool deepInheritance = true;
+    bool localOnly = false;
+    bool includeQualifiers = false;
+    bool includeClassOrigin = false;
+    Pegasus::CIMPropertyList propertyList;
+
+    Pegasus::CIMName associationClass;  ///< null for references, which name it as result class
+    Pegasus::CIMName resultClass;
+    Pegasus::String role;
+    Pegasus::String resultRole;
+
+    Pegasus::CIMInstance instance;
+    Pegasus::CIMClass cimClass;
+    Pegasus::CIMName methodName;
+    Pegasus::Array<Pegasus::CIMParamValue> parameters;
+};
+
+/// Handles as the provider delivered them.
+struct Answer {
+    Pegasus::Array<Pegasus::CIMClass> classes;
+    Pegasus::Array<Pegasus::CIMName> names;
+    Pegasus::Array<Pegasus::CIMInstance> instances;
+    Pegasus::Array<Pegasus::CIMObjectPath> paths;
+    Pegasus::Array<Pegasus::CIMObject> objects;
+    Pegasus::CIMValue returnValue;
+    Pegasus::Array<Pegasus::CIMParamValue> parameters;
+    /// The list that a client's answer is cut down to.
+    Pegasus::CIMPropertyList propertyList;
+};
+
+/// An error as it leaves an operation: every exception becomes a code and a text.
+struct Failure {
+    Pegasus::CIMStatusCode code;
+    Pegasus::String message;
+
+    /// Of the exception being handled; call it in a catch block.
+    static Failure ofCurrentException();
+    Pegasus::CIMException exception() const { return Pegasus::CIMException(code, message); }
+};
+
+/// Runs `work`, whatever it throws.
+template <class Work>
+std::optional<Failure> failureOf(Work&& work) {
+    try {
+        work();
+        return std::nullopt;
+    } catch (...) {
+        return Failure::ofCurrentException();
+    }
+}
+
+}  // namespace velmar_embedded
+
+#endif

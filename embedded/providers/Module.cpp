@@ -1,0 +1,64 @@
+#include "providers/Module.h"
+
+#include <Pegasus/Common/Exception.h>
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <utility>
+
+using namespace Pegasus;
+
+namespace velmar_embedded {
+
+namespace {
+
+CIMException failed(const std::string& reason) {
+    return CIMException(CIM_ERR_FAILED, String(reason.c_str()));
+}
+
+}  // namespace
+
+Module::Module(std::string location, std::function<std::vector<std::string>()> directories)
+    : _location(std::move(location)), _directories(std::move(directories)) {}
+
+Module::~Module() {
+    if (_library) {
+        dlclose(_library);
+    }
+}
+
+void Module::open() {
+    _file = "lib" + _location + ".so";
+    const std::string base = _file;
+    for (const std::string& directory : _directories()) {
+        _file = directory + "/" + base;
+        if (access(_file.c_str(), F_OK) == 0) {
+            break;
+        }
+    }
+    _library = dlopen(_file.c_str(), RTLD_NOW);
+    if (!_library) {
+        throw failed(dlerror());
+    }
+}
+
+CIMProvider* Module::createProvider(const std::string& name) {
+    CIMProvider* (*create)(const String&) = nullptr;
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        if (!_library) {
+            open();
+        }
+        create = reinterpret_cast<decltype(create)>(dlsym(_library, "PegasusCreateProvider"));
+        if (!create) {
+            throw failed(dlerror());
+        }
+    }
+    CIMProvider* provider = create(String(name.c_str()));
+    if (!provider) {
+        throw failed(_file + ": PegasusCreateProvider does not know the provider " + name);
+    }
+    return provider;
+}
+
+}  // namespace velmar_embedded

@@ -1,0 +1,206 @@
+#include "providers/RegistrationReader.h"
+
+#include <Pegasus/Common/CIMProperty.h>
+#include <Pegasus/Common/CIMValue.h>
+
+#include "exchange/Request.h"
+#include "schema/Mof.h"
+
+using namespace Pegasus;
+
+namespace velmar_embedded {
+
+namespace {
+
+const char* const interopNamespace = "root/PG_InterOp";
+
+const char* const registrationClasses = R"(
+Qualifier Abstract : boolean = false, Scope(class, association, indication),
+    Flavor(Restricted);
+Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride, ToSubclass);
+Qualifier Description : string = null, Scope(any), Flavor(Translatable);
+Qualifier In : boolean = true, Scope(parameter), Flavor(DisableOverride, ToSubclass);
+Qualifier Indication : boolean = false, Scope(class, indication),
+    Flavor(DisableOverride, ToSubclass);
+Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
+Qualifier Out : boolean = false, Scope(parameter), Flavor(DisableOverride, ToSubclass);
+Qualifier Override : string = null, Scope(property, method, reference), Flavor(Restricted);
+
+class PG_ProviderModule {
+    [Key] string Name;
+    string Vendor;
+    string Version;
+    string InterfaceType;
+    string InterfaceVersion;
+    string Location;
+};
+class PG_Provider {
+    [Key] string ProviderModuleName;
+    [Key] string Name;
+};
+class PG_ProviderCapabilities {
+    [Key] string ProviderModuleName;
+    [Key] string ProviderName;
+    [Key] string CapabilityID;
+    string ClassName;
+    string Namespaces[];
+    uint16 ProviderType[];
+    string SupportedProperties[];
+    string SupportedMethods[];
+};
+)";
+
+std::string textOf(const String& text) { return std::string(text.getCString()); }
+
+std::string quoted(const std::string& text) { return "\"" + text + "\""; }
+
+}  // namespace
+
+// The properties of a registration instance, with errors that name it.
+class RegistrationReader::Reader {
+ public:
+    explicit Reader(const CIMInstance& instance) : _instance(instance) {}
+
+    std::string path() const { return textOf(_instance.getPath().toString()); }
+
+    [[noreturn]] void fail(const std::string& property, const std::string& reason) const {
+        throw RegistrationError("instance " + path() + ": " + property + ": " + reason);
+    }
+
+    std::string text(const char* property) const {
+        String text;
+        value(property).get(text);
+        return textOf(text);
+    }
+
+    template <class T>
+    Array<T> list(const char* property, bool required) const {
+        Array<T> items;
+        value(property, required).get(items);
+        if (required && items.size() == 0) {
+            fail(property, "is empty");
+        }
+        return items;
+    }
+
+ private:
+    CIMValue value(const char* property, bool required = true) const {
+        // The class declares them all, so a stored instance has them all.
+        CIMConstProperty found = _instance.getProperty(_instance.findProperty(CIMName(property)));
+        if (required && found.getValue().isNull()) {
+            fail(property, "has no value");
+        }
+        return found.getValue();
+    }
+
+    const CIMConstInstance _instance;
+};
+
+RegistrationReader::RegistrationReader(Repository& repository, Registry& registry,
+                                       MakeHandle makeHandle)
+    : _repository(repository), _registry(registry), _makeHandle(std::move(makeHandle)) {
+    _repository.createNamespace(CIMNamespaceName("root"));
+    compileMofText(_repository, CIMNamespaceName(interopNamespace), registrationClasses,
+                   "registration classes");
+}
+
+void RegistrationReader::addDirectory(const std::string& directory) {
+    std::lock_guard<std::mutex> guard(_directoriesLock);
+    _directories.push_back(directory);
+}
+
+std::vector<std::string> RegistrationReader::directories() const {
+    std::lock_guard<std::mutex> guard(_directoriesLock);
+    return _directories;
+}
+
+void RegistrationReader::readInstances() {
+    std::lock_guard<std::mutex> guard(_lock);
+    readClass("PG_ProviderModule", &RegistrationReader::readModule);
+    readClass("PG_Provider", &RegistrationReader::readProvider);
+    readClass("PG_ProviderCapabilities", &RegistrationReader::readCapabilities);
+}
+
+void RegistrationReader::readClass(const char* className,
+                                   void (RegistrationReader::*read)(const Reader&)) {
+    const CIMNamespaceName interop(interopNamespace);
+    Array<CIMInstance> instances = _repository.instances(interop, CIMName(className));
+    for (Uint32 i = 0; i < instances.size(); i++) {
+        const Reader reader(instances[i]);
+        if (_known.count(reader.path())) {
+            continue;
+        }
+        try {
+            (this->*read)(reader);
+        } catch (const RegistrationError&) {
+            _repository.deleteInstance(interop, instances[i].getPath());
+            throw;
+        }
+        _known.insert(reader.path());
+    }
+}
+
+void RegistrationReader::readModule(const Reader& instance) {
+    for (const char* property : {"Vendor", "Version", "InterfaceVersion"}) {
+        instance.text(property);
+    }
+    if (instance.text("InterfaceType") != "C++Default") {
+        instance.fail("InterfaceType",
+                      quoted(instance.text("InterfaceType")) + " is not \"C++Default\"");
+    }
+    _modules[instance.text("Name")] =
+        std::make_shared<Module>(instance.text("Location"), [this] { return directories(); });
+}
+
+void RegistrationReader::readProvider(const Reader& instance) {
+    const std::string moduleName = instance.text("ProviderModuleName");
+    const std::string name = instance.text("Name");
+    auto module = _modules.find(moduleName);
+    if (module == _modules.end()) {
+        instance.fail("ProviderModuleName", "no PG_ProviderModule " + quoted(moduleName));
+    }
+    auto create = [library = module->second, name] { return library->createProvider(name); };
+    _providers[{moduleName, name}] =
+        _registry.addProvider(name, create, [this, name] { return _makeHandle(name); });
+}
+
+void RegistrationReader::readCapabilities(const Reader& instance) {
+    const std::string moduleName = instance.text("ProviderModuleName");
+    const std::string name = instance.text("ProviderName");
+    auto provider = _providers.find({moduleName, name});
+    if (provider == _providers.end()) {
+        instance.fail("ProviderName",
+                      "no PG_Provider " + quoted(name) + " of module " + quoted(moduleName));
+    }
+    Capabilities capabilities;
+    capabilities.className = instance.text("ClassName");
+    const Array<String> nameSpaces = instance.list<String>("Namespaces", true);
+    for (Uint32 i = 0; i < nameSpaces.size(); i++) {
+        capabilities.nameSpaces.push_back(textOf(nameSpaces[i]));
+    }
+    const Array<Uint16> types = instance.list<Uint16>("ProviderType", true);
+    for (Uint32 i = 0; i < types.size(); i++) {
+        if (types[i] < 2 || types[i] > 5) {
+            instance.fail("ProviderType",
+                          std::to_string(types[i]) +
+                              " is none of 2 instance, 3 association, 4 indication, 5 method");
+        }
+        capabilities.types.push_back(static_cast<ProviderType>(types[i]));
+    }
+    const Array<String> methods = instance.list<String>("SupportedMethods", false);
+    for (Uint32 i = 0; i < methods.size(); i++) {
+        capabilities.supportedMethods.push_back(textOf(methods[i]));
+    }
+    auto failure = failureOf([&] { _registry.addCapabilities(provider->second, capabilities); });
+    if (failure) {
+        instance.fail("ClassName", textOf(failure->message));
+    }
+}
+
+void RegistrationReader::closeModules() {
+    std::lock_guard<std::mutex> guard(_lock);
+    _providers.clear();
+    _modules.clear();
+}
+
+}  // namespace velmar_embedded

@@ -1,0 +1,61 @@
+// Registers provider libraries by the instances of the PG_ classes in root/PG_InterOp.
+//
+// Thread-safe.
+#ifndef VELMAR_EMBEDDED_PROVIDERS_REGISTRATIONREADER_H
+#define VELMAR_EMBEDDED_PROVIDERS_REGISTRATIONREADER_H
+
+#include <Pegasus/Provider/CIMOMHandle.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "providers/Module.h"
+#include "providers/Registry.h"
+#include "schema/Repository.h"
+
+namespace velmar_embedded {
+
+/// Thread-safe.
+class RegistrationReader {
+ public:
+    using MakeHandle = std::function<Pegasus::CIMOMHandle(const std::string& providerName)>;
+
+    /// Declares the namespaces root and root/PG_InterOp, the latter with the registration classes.
+    RegistrationReader(Repository& repository, Registry& registry, MakeHandle makeHandle);
+
+    /// Libraries are searched in the directories in the order of these calls.
+    void addDirectory(const std::string& directory);
+    /// Registers what is new in the schema. An instance that cannot be is removed from it and
+    /// named in the RegistrationError.
+    void readInstances();
+    /// Closes the libraries; their providers must have gone from the registry.
+    void closeModules();
+
+ private:
+    class Reader;
+    void readClass(const char* className, void (RegistrationReader::*read)(const Reader&));
+    void readModule(const Reader& instance);
+    void readProvider(const Reader& instance);
+    void readCapabilities(const Reader& instance);
+    std::vector<std::string> directories() const;
+
+    Repository& _repository;
+    Registry& _registry;
+    const MakeHandle _makeHandle;
+    std::mutex _lock;
+    std::set<std::string> _known;  // paths of the instances that were read
+    std::map<std::string, std::shared_ptr<Module>> _modules;
+    std::map<std::pair<std::string, std::string>, std::shared_ptr<LoadedProvider>> _providers;
+    mutable std::mutex _directoriesLock;
+    std::vector<std::string> _directories;
+};
+
+}  // namespace velmar_embedded
+
+#endif

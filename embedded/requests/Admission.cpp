@@ -1,0 +1,88 @@
+#include "requests/Admission.h"
+
+#include <optional>
+#include <utility>
+
+using namespace Pegasus;
+
+namespace velmar_embedded {
+
+bool Admission::open() {
+    std::lock_guard<std::mutex> guard(_lock);
+    if (_state != State::Prepared) {
+        return false;
+    }
+    _state = State::Running;
+    return true;
+}
+
+bool Admission::close() {
+    std::unique_lock<std::mutex> guard(_lock);
+    if (_state != State::Running) {
+        return false;
+    }
+    _state = State::Draining;
+    _left.wait(guard, [this] { return _running == 0; });
+    _state = State::Stopped;
+    return true;
+}
+
+bool Admission::enter(bool fromHandle) {
+    std::lock_guard<std::mutex> guard(_lock);
+    if (_state != State::Running && !(_state == State::Draining && fromHandle && _running > 0)) {
+        return false;
+    }
+    _running++;
+    return true;
+}
+
+void Admission::leave() {
+    std::lock_guard<std::mutex> guard(_lock);
+    if (--_running == 0) {
+        _left.notify_all();
+    }
+}
+
+std::shared_ptr<Pending> Admission::submit(std::shared_ptr<const Request> request,
+                                           Gate::Chain chain) {
+    if (_services.observeArrival) {
+        _services.observeArrival(
+            {operationName(request->operation), request->path, request->fromHandle});
+    }
+    return run(request->fromHandle, chain, [this, request] { return serve(_services, *request); });
+}
+
+std::shared_ptr<Pending> Admission::run(bool fromHandle, Gate::Chain chain,
+                                        std::function<Answer()> work) {
+    if (!enter(fromHandle)) {
+        throw CIMException(CIM_ERR_SERVER_IS_SHUTTING_DOWN,
+                           String("the server is shutting down or was stopped"));
+    }
+    auto pending = std::make_shared<Pending>();
+    try {
+        _services.workers.run([this, pending, chain, work = std::move(work)] {
+            Gate::Scope scope(chain);
+            Answer answer;
+            auto failure = failureOf([&] { answer = work(); });
+            pending->finish(std::move(answer), std::move(failure));
+            leave();
+        });
+    } catch (const std::exception& e) {
+        leave();
+        throw Failure::ofCurrentException().exception();
+    }
+    return pending;
+}
+
+void Admission::complete(const std::function<void()>& work) {
+    const std::shared_ptr<Pending> pending = run(false, Gate::chain(), [&work] {
+        work();
+        return Answer();
+    });
+    pending->wait(std::nullopt);
+    if (pending->failure()) {
+        throw pending->failure()->exception();
+    }
+}
+
+}  // namespace velmar_embedded

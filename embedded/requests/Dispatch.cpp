@@ -1,0 +1,65 @@
+#include "requests/Dispatch.h"
+
+#include <Pegasus/Common/System.h>
+
+#include <optional>
+
+using namespace Pegasus;
+
+namespace velmar_embedded {
+
+Answer serve(Services& services, const Request& request) {
+    switch (request.operation) {
+        case Operation::GetClass:
+        case Operation::EnumerateClasses:
+        case Operation::EnumerateClassNames:
+        case Operation::CreateClass:
+        case Operation::DeleteClass:
+            return serveClass(services, request);
+        case Operation::Associators:
+        case Operation::AssociatorNames:
+        case Operation::References:
+        case Operation::ReferenceNames:
+            return serveAssociation(services, request);
+        case Operation::InvokeMethod:
+            return serveMethod(services, request);
+        default:
+            return serveInstance(services, request);
+    }
+}
+
+void requireClass(const Services& services, const CIMNamespaceName& nameSpace,
+                  const CIMName& className, CIMStatusCode code) {
+    if (!services.repository.hasNamespace(nameSpace)) {
+        throw CIMException(CIM_ERR_INVALID_NAMESPACE, nameSpace.getString());
+    }
+    if (!services.repository.hasClass(nameSpace, className)) {
+        throw CIMException(code, className.getString());
+    }
+}
+
+CIMObjectPath providerPath(const Request& request, const CIMName& className,
+                           const Array<CIMKeyBinding>& keys) {
+    CIMObjectPath path(String(), request.nameSpace, className, keys);
+    path.setHost(System::getHostName());  // accepts host names that the constructor refuses
+    return path;
+}
+
+void fanOut(Services& services, std::vector<std::function<void()>> tasks) {
+    std::vector<std::optional<Failure>> failures(tasks.size());
+    const Gate::Chain chain = Gate::chain();
+    for (size_t i = 0; i < tasks.size(); i++) {
+        tasks[i] = [&failure = failures[i], &chain, task = std::move(tasks[i])] {
+            Gate::Scope scope(chain);
+            failure = failureOf(task);
+        };
+    }
+    services.workers.runAll(tasks);
+    for (const std::optional<Failure>& failure : failures) {
+        if (failure) {
+            throw failure->exception();
+        }
+    }
+}
+
+}  // namespace velmar_embedded

@@ -1,0 +1,70 @@
+// Serves requests on worker threads: routes them to providers and to the schema.
+//
+// The functions are thread-safe and throw what goes wrong; the worker turns that into a Failure.
+#ifndef VELMAR_EMBEDDED_REQUESTS_DISPATCH_H
+#define VELMAR_EMBEDDED_REQUESTS_DISPATCH_H
+
+#include <Pegasus/Common/CIMObjectPath.h>
+
+#include <functional>
+#include <vector>
+
+#include "ServerTypes.h"
+#include "exchange/Request.h"
+#include "providers/Problems.h"
+#include "providers/Registry.h"
+#include "requests/WorkerPool.h"
+#include "schema/Repository.h"
+
+namespace velmar_embedded {
+
+/// What serving needs of the server.
+struct Services {
+    Repository& repository;
+    Registry& registry;
+    WorkerPool& workers;
+    Problems& problems;
+    std::function<void(const ProviderCall&)> observeCall;  ///< set before the first request
+    std::function<void(const Arrival&)> observeArrival;    ///< the same
+};
+
+Answer serve(Services& services, const Request& request);
+
+// What `serve` chooses from.
+Answer serveClass(Services& services, const Request& request);
+Answer serveInstance(Services& services, const Request& request);
+Answer serveMethod(Services& services, const Request& request);
+Answer serveAssociation(Services& services, const Request& request);
+
+/// Throws CIMException: 3 for an unknown namespace, `code` with the class name for an unknown
+/// class.
+void requireClass(const Services& services, const Pegasus::CIMNamespaceName& nameSpace,
+                  const Pegasus::CIMName& className, Pegasus::CIMStatusCode code);
+
+/// The path that a provider gets: this host, the request's namespace, and the keys given.
+Pegasus::CIMObjectPath providerPath(
+    const Request& request, const Pegasus::CIMName& className,
+    const Pegasus::Array<Pegasus::CIMKeyBinding>& keys = Pegasus::Array<Pegasus::CIMKeyBinding>());
+
+/// The class as the request's flags and property list want it; its path holds the name alone.
+Pegasus::CIMClass classFor(const Services& services, const Request& request,
+                           const Pegasus::CIMName& className);
+
+/// Runs the tasks in parallel on workers and throws the failure of the first that failed.
+void fanOut(Services& services, std::vector<std::function<void()>> tasks);
+
+/// Calls an operation of a provider's interface, which is loaded first.
+template <class Interface, class Call>
+void callProvider(Services& services, LoadedProvider& provider, const Request& request,
+                  const Pegasus::CIMObjectPath& path, Call&& call) {
+    const char* operation = operationName(request.operation);
+    Interface& object = provider.load<Interface>(operation);
+    if (services.observeCall) {
+        services.observeCall({operation, provider.name(), path, request.fromHandle});
+    }
+    call(object);
+}
+
+}  // namespace velmar_embedded
+
+#endif

@@ -1,0 +1,178 @@
+// The instance operations: to the provider registered for exactly the class, else to the schema;
+// the enumerations to all subclasses too.
+#include <Pegasus/Provider/CIMInstanceProvider.h>
+
+#include "requests/Collectors.h"
+#include "requests/Dispatch.h"
+
+using namespace Pegasus;
+
+namespace velmar_embedded {
+
+namespace {
+
+Answer getInstance(Services& services, const Request& request, LoadedProvider* provider,
+                   const CIMObjectPath& path) {
+    Answer answer;
+    answer.propertyList = request.propertyList;
+    if (!provider) {
+        CIMInstance instance = services.repository.getInstance(request.nameSpace, request.path);
+        instance.instanceFilter(true, true, request.propertyList);
+        answer.instances.append(instance);
+        return answer;
+    }
+    InstanceCollector handler(true);
+    callProvider<CIMInstanceProvider>(services, *provider, request, path, [&](auto& object) {
+        object.getInstance(request.context, path, request.includeQualifiers,
+                           request.includeClassOrigin, request.propertyList, handler);
+    });
+    answer.instances = handler.items();
+    return answer;
+}
+
+Answer createInstance(Services& services, const Request& request, LoadedProvider* provider,
+                      const CIMObjectPath& path) {
+    Answer answer;
+    if (!provider) {
+        answer.paths.append(
+            services.repository.createInstance(request.nameSpace, request.instance));
+        return answer;
+    }
+    PathCollector handler(true);
+    callProvider<CIMInstanceProvider>(services, *provider, request, path, [&](auto& object) {
+        object.createInstance(request.context, path, request.instance, handler);
+    });
+    answer.paths = handler.items();
+    return answer;
+}
+
+Answer modifyInstance(Services& services, const Request& request, LoadedProvider* provider,
+                      const CIMObjectPath& path) {
+    if (!provider) {
+        CIMInstance changes = request.instance.clone();
+        changes.instanceFilter(true, true, request.propertyList);
+        services.repository.modifyInstance(request.nameSpace, changes);
+        return Answer();
+    }
+    Acknowledgement handler;
+    callProvider<CIMInstanceProvider>(services, *provider, request, path, [&](auto& object) {
+        object.modifyInstance(request.context, path, request.instance, request.includeQualifiers,
+                              request.propertyList, handler);
+    });
+    return Answer();
+}
+
+Answer deleteInstance(Services& services, const Request& request, LoadedProvider* provider,
+                      const CIMObjectPath& path) {
+    if (!provider) {
+        services.repository.deleteInstance(request.nameSpace, request.path);
+        return Answer();
+    }
+    Acknowledgement handler;
+    callProvider<CIMInstanceProvider>(services, *provider, request, path, [&](auto& object) {
+        object.deleteInstance(request.context, path, handler);
+    });
+    return Answer();
+}
+
+// Without deep inheritance the instances of subclasses are cut down to the class asked for.
+CIMPropertyList enumerationList(const Services& services, const Request& request) {
+    if (request.operation != Operation::EnumerateInstances || request.deepInheritance ||
+        !request.propertyList.isNull()) {
+        return request.propertyList;
+    }
+    const CIMClass cimClass =
+        services.repository.getClass(request.nameSpace, request.path.getClassName());
+    Array<CIMName> names;
+    for (Uint32 i = 0; i < cimClass.getPropertyCount(); i++) {
+        names.append(cimClass.getProperty(i).getName());
+    }
+    return CIMPropertyList(names);
+}
+
+// What the schema stores of one class.
+void enumerateStored(const Services& services, const Request& request, const CIMName& className,
+                     Answer& answer) {
+    Array<CIMInstance> stored = services.repository.instances(request.nameSpace, className);
+    for (Uint32 i = 0; i < stored.size(); i++) {
+        if (request.operation == Operation::EnumerateInstanceNames) {
+            answer.paths.append(stored[i].getPath());
+        } else {
+            stored[i].instanceFilter(true, true, answer.propertyList);
+            answer.instances.append(stored[i]);
+        }
+    }
+}
+
+// What a provider has of one class.
+void enumerateProvided(Services& services, LoadedProvider& provider, const Request& request,
+                       const CIMName& className, Answer& answer) {
+    const CIMObjectPath path = providerPath(request, className);
+    if (request.operation == Operation::EnumerateInstanceNames) {
+        PathCollector handler;
+        callProvider<CIMInstanceProvider>(services, provider, request, path, [&](auto& object) {
+            object.enumerateInstanceNames(request.context, path, handler);
+        });
+        answer.paths = handler.items();
+        return;
+    }
+    InstanceCollector handler;
+    callProvider<CIMInstanceProvider>(services, provider, request, path, [&](auto& object) {
+        object.enumerateInstances(request.context, path, request.includeQualifiers,
+                                  request.includeClassOrigin, answer.propertyList, handler);
+    });
+    answer.instances = handler.items();
+}
+
+Answer enumerate(Services& services, const Request& request) {
+    Array<CIMName> classes =
+        services.repository.subclassNames(request.nameSpace, request.path.getClassName(), true);
+    classes.prepend(request.path.getClassName());
+    Answer whole;
+    whole.propertyList = enumerationList(services, request);
+    std::vector<Answer> parts(classes.size(), whole);
+    std::vector<std::function<void()>> calls;
+    for (Uint32 i = 0; i < classes.size(); i++) {
+        LoadedProvider* provider =
+            services.registry.find(request.nameSpace, classes[i], ProviderType::Instance);
+        if (!provider) {
+            enumerateStored(services, request, classes[i], parts[i]);
+        } else {
+            calls.push_back([&, provider, className = classes[i], &part = parts[i]] {
+                enumerateProvided(services, *provider, request, className, part);
+            });
+        }
+    }
+    fanOut(services, std::move(calls));
+    for (const Answer& part : parts) {
+        whole.instances.appendArray(part.instances);
+        whole.paths.appendArray(part.paths);
+    }
+    return whole;
+}
+
+}  // namespace
+
+Answer serveInstance(Services& services, const Request& request) {
+    const CIMName& className = request.path.getClassName();
+    requireClass(services, request.nameSpace, className, CIM_ERR_INVALID_CLASS);
+    if (request.operation == Operation::EnumerateInstances ||
+        request.operation == Operation::EnumerateInstanceNames) {
+        return enumerate(services, request);
+    }
+    LoadedProvider* provider =
+        services.registry.find(request.nameSpace, className, ProviderType::Instance);
+    const CIMObjectPath path = providerPath(request, className, request.path.getKeyBindings());
+    switch (request.operation) {
+        case Operation::GetInstance:
+            return getInstance(services, request, provider, path);
+        case Operation::CreateInstance:
+            return createInstance(services, request, provider, path);
+        case Operation::ModifyInstance:
+            return modifyInstance(services, request, provider, path);
+        default:
+            return deleteInstance(services, request, provider, path);
+    }
+}
+
+}  // namespace velmar_embedded

@@ -1,0 +1,29 @@
+#include "requests/ServerChannel.h"
+
+#include <optional>
+#include <utility>
+
+using namespace Pegasus;
+
+namespace velmar_embedded {
+
+ServerChannel::ServerChannel(std::weak_ptr<Admission> server, const std::string& providerName)
+    : _server(std::move(server)), _gate("the CIMOMHandle of provider \"" + providerName + "\"") {}
+
+Answer ServerChannel::exchange(Request request) {
+    const std::shared_ptr<Admission> server = _server.lock();
+    if (!server) {
+        throw CIMException(CIM_ERR_SERVER_IS_SHUTTING_DOWN, String("the server was stopped"));
+    }
+    request.fromHandle = true;
+    Gate::Pass pass(_gate, operationName(request.operation));
+    const std::shared_ptr<Pending> pending =
+        server->submit(std::make_shared<const Request>(std::move(request)), pass.chain());
+    pending->wait(std::nullopt);
+    if (pending->failure()) {
+        throw pending->failure()->exception();
+    }
+    return std::move(pending->answer());
+}
+
+}  // namespace velmar_embedded

@@ -1,0 +1,29 @@
+// The channel of a CIMOMHandle that the server gave to a provider: in memory, nothing is copied,
+// one upcall at a time.
+//
+// Thread-safe.
+#ifndef VELMAR_EMBEDDED_REQUESTS_SERVERCHANNEL_H
+#define VELMAR_EMBEDDED_REQUESTS_SERVERCHANNEL_H
+
+#include <memory>
+#include <string>
+
+#include "exchange/Channel.h"
+#include "providers/Gate.h"
+#include "requests/Admission.h"
+
+namespace velmar_embedded {
+
+class ServerChannel : public Channel {
+ public:
+    ServerChannel(std::weak_ptr<Admission> server, const std::string& providerName);
+    Answer exchange(Request request) override;
+
+ private:
+    const std::weak_ptr<Admission> _server;
+    Gate _gate;
+};
+
+}  // namespace velmar_embedded
+
+#endif

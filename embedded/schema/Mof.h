@@ -1,0 +1,45 @@
+// Compiles MOF (DMTF DSP0004/DSP0221) into a Repository: qualifier declarations, classes,
+// instances,
+// `#pragma include` and `#pragma namespace`. The subset is the one that a provider's schema and
+// registration files need.
+//
+// Not thread-safe by itself; concurrent compilations into one Repository are.
+#ifndef VELMAR_EMBEDDED_SCHEMA_MOF_H
+#define VELMAR_EMBEDDED_SCHEMA_MOF_H
+
+#include <Pegasus/Common/CIMName.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "Repository.h"
+
+namespace velmar_embedded {
+
+/// What a MOF file has wrong; what() is "FILE:LINE: reason" with the offending text in the reason.
+class MofError : public std::runtime_error {
+ public:
+    MofError(const std::string& file, unsigned line, const std::string& reason);
+    const std::string& file() const { return _file; }
+    unsigned line() const { return _line; }
+    const std::string& reason() const { return _reason; }
+
+ private:
+    std::string _file;
+    unsigned _line;
+    std::string _reason;
+};
+
+/// Compiles `file` into `nameSpace` of `schema`, creating the namespace if it does not exist.
+/// Declarations before an error stay, as with a real server's compiler. Throws MofError, also for
+/// a file that cannot be read (line 0).
+void compileMof(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
+                const std::string& file);
+
+/// The same for text in memory; `name` stands for the file in errors and is the base of includes.
+void compileMofText(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
+                    const std::string& text, const std::string& name);
+
+}  // namespace velmar_embedded
+
+#endif

@@ -1,0 +1,245 @@
+#include "schema/MofParser.h"
+
+#include <Pegasus/Common/CIMFlavor.h>
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace velmar_embedded {
+
+using namespace Pegasus;
+
+MofParser::MofParser(Repository& repository, MofAliases& aliases, const CIMNamespaceName& nameSpace,
+                     const std::string& text, Include include)
+    : _repository(repository),
+      _aliases(aliases),
+      _nameSpace(nameSpace),
+      _lexer(text),
+      _include(std::move(include)) {}
+
+void MofParser::run() {
+    advance();
+    while (_token.kind != MofToken::End) {
+        guarded(_token.line, [&] { declaration(); });
+    }
+}
+
+void MofParser::failExpected(const std::string& what) const {
+    throw MofFault(_token.line, "syntax error at " + _token.shown() + ": expected " + what);
+}
+
+bool MofParser::accept(char punctuation) {
+    if (!_token.is(punctuation)) {
+        return false;
+    }
+    advance();
+    return true;
+}
+
+void MofParser::require(char punctuation) const {
+    if (!_token.is(punctuation)) {
+        failExpected(std::string(1, punctuation));
+    }
+}
+
+void MofParser::expect(char punctuation) {
+    require(punctuation);
+    advance();
+}
+
+void MofParser::expect(const char* word) {
+    if (!_token.is(word)) {
+        failExpected(word);
+    }
+    advance();
+}
+
+MofToken MofParser::identifier(const char* what) {
+    if (_token.kind != MofToken::Identifier) {
+        failExpected(what);
+    }
+    MofToken token = std::move(_token);
+    advance();
+    return token;
+}
+
+MofToken MofParser::literal() {
+    const bool word = _token.kind == MofToken::Identifier;
+    if (_token.kind == MofToken::End || _token.kind == MofToken::Punctuation ||
+        (word && !_token.is("true") && !_token.is("false") && !_token.is("null"))) {
+        failExpected("a value");
+    }
+    MofToken token = std::move(_token);
+    advance();
+    for (; token.kind == MofToken::String && _token.kind == MofToken::String; advance()) {
+        token.text += ' ' + _token.text;
+        token.value.append(_token.value);
+    }
+    return token;
+}
+
+MofValue MofParser::value() {
+    MofValue value;
+    value.line = _token.line;
+    value.isArray = accept('{');
+    if (!value.isArray) {
+        value.literals.push_back(literal());
+    } else if (!accept('}')) {
+        do {
+            value.literals.push_back(literal());
+        } while (accept(','));
+        expect('}');
+    }
+    return value;
+}
+
+void MofParser::declaration() {
+    if (_token.is('#')) {
+        return pragma();
+    }
+    if (_token.is("qualifier")) {
+        return qualifierDeclaration();
+    }
+    const Qualifiers list = qualifiers();
+    if (_token.is("class")) {
+        classDeclaration(list);
+    } else if (_token.is("instance")) {
+        instanceDeclaration(list);
+    } else {
+        failExpected("class, instance, qualifier or #pragma");
+    }
+}
+
+// A declaration takes effect before the token behind its end is read, so that a mistake there
+// leaves it in place.
+void MofParser::pragma() {
+    expect('#');
+    expect("pragma");
+    const MofToken name = identifier("a pragma's name");
+    expect('(');
+    if (_token.kind != MofToken::String) {
+        failExpected("a string");
+    }
+    const MofToken argument = literal();
+    require(')');
+    if (name.is("include")) {
+        _include(static_cast<const char*>(argument.value.getCString()), name.line, _nameSpace);
+    } else if (name.is("namespace")) {
+        _nameSpace = guarded(argument.line, [&] { return CIMNamespaceName(argument.value); });
+        _repository.createNamespace(_nameSpace);
+    }  // others (locale, source, ...) say nothing that matters here
+    advance();
+}
+
+void MofParser::qualifierDeclaration() {
+    advance();
+    QualifierDeclaration result;
+    result.flavor = CIMFlavor(CIMFlavor::DEFAULTS);
+    const MofToken name = identifier("a qualifier name");
+    result.name = CIMName(name.text.c_str());
+    expect(':');
+    const MofToken typeName = identifier("a type");
+    CIMType type;
+    if (!findType(typeName, type)) {
+        throw MofFault(typeName.line, "unknown type " + typeName.text);
+    }
+    Declarator array;
+    arraySuffix(array);
+    result.defaultValue = accept('=') ? convert(value(), type, array.isArray, _aliases)
+                                      : CIMValue(type, array.isArray);
+    while (accept(',')) {
+        const MofToken part = identifier("Scope or Flavor");
+        expect('(');
+        if (part.is("scope")) {
+            scope();
+        } else if (part.is("flavor")) {
+            do {
+                if (!acceptFlavor(result.flavor)) {
+                    failExpected("a flavor");
+                }
+            } while (accept(','));
+        } else {
+            throw MofFault(part.line, "expected Scope or Flavor instead of " + part.text);
+        }
+        expect(')');
+    }
+    require(';');
+    _repository.declareQualifier(_nameSpace, result);
+    advance();
+}
+
+// Where a qualifier may stand is not enforced, but a misspelt scope is no scope.
+void MofParser::scope() {
+    static const char* const names[] = {"any",       "association", "class",     "indication",
+                                        "instance",  "method",      "parameter", "property",
+                                        "qualifier", "reference",   "schema"};
+    do {
+        if (std::none_of(std::begin(names), std::end(names),
+                         [&](const char* name) { return _token.is(name); })) {
+            failExpected("a scope");
+        }
+        advance();
+    } while (accept(','));
+}
+
+bool MofParser::acceptFlavor(CIMFlavor& flavor) {
+    bool overridable = !flavor.hasFlavor(CIMFlavor::DISABLEOVERRIDE);
+    bool toSubclass = !flavor.hasFlavor(CIMFlavor::RESTRICTED);
+    bool toInstance = flavor.hasFlavor(CIMFlavor::TOINSTANCE);
+    if (_token.is("enableoverride") || _token.is("disableoverride")) {
+        overridable = _token.is("enableoverride");
+    } else if (_token.is("tosubclass") || _token.is("restricted")) {
+        toSubclass = _token.is("tosubclass");
+    } else if (_token.is("toinstance")) {
+        toInstance = true;
+    } else if (!_token.is("translatable")) {
+        return false;
+    }
+    advance();
+    flavor = (overridable ? CIMFlavor::OVERRIDABLE : CIMFlavor::DISABLEOVERRIDE) +
+             (toSubclass ? CIMFlavor::TOSUBCLASS : CIMFlavor::RESTRICTED);
+    if (toInstance) {
+        flavor.addFlavor(CIMFlavor::TOINSTANCE);
+    }
+    return true;
+}
+
+CIMQualifier MofParser::qualifier() {
+    const MofToken name = identifier("a qualifier");
+    QualifierDeclaration declared;
+    if (!_repository.findQualifier(_nameSpace, CIMName(name.text.c_str()), declared)) {
+        throw MofFault(name.line, "Could not find declaration for Qualifier named " + name.text);
+    }
+    CIMValue result = declared.defaultValue;
+    if (_token.is('{')) {
+        result = convert(value(), result.getType(), result.isArray(), _aliases);
+    } else if (accept('(')) {
+        result = convert(value(), result.getType(), result.isArray(), _aliases);
+        expect(')');
+    } else if (result.getType() == CIMTYPE_BOOLEAN && !result.isArray()) {
+        result = CIMValue(Boolean(true));
+    }
+    CIMFlavor flavor = declared.flavor;
+    if (accept(':')) {
+        if (!acceptFlavor(flavor)) {
+            failExpected("a flavor");
+        }
+        while (acceptFlavor(flavor)) {
+        }
+    }
+    return CIMQualifier(declared.name, result, flavor);
+}
+
+MofParser::Qualifiers MofParser::qualifiers() {
+    Qualifiers result;
+    if (accept('[')) {
+        do {
+            result.push_back(qualifier());
+        } while (accept(','));
+        expect(']');
+    }
+    return result;
+}
+
+}  // namespace velmar_embedded

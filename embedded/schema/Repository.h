@@ -1,0 +1,106 @@
+// The object store of the embedded CIM server: per namespace the qualifier declarations, the
+// classes with their inheritance resolved, and the instances that no provider serves.
+//
+// Thread-safe: any operation may be called on any thread; what is returned is a deep copy that
+// shares nothing with the store. Errors are CIMExceptions with the code and the plain message that
+// a real server's repository gives (unknown class: the class name; unknown namespace: its name).
+#ifndef VELMAR_EMBEDDED_SCHEMA_REPOSITORY_H
+#define VELMAR_EMBEDDED_SCHEMA_REPOSITORY_H
+
+#include <Pegasus/Common/CIMClass.h>
+#include <Pegasus/Common/CIMFlavor.h>
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMObjectPath.h>
+
+#include <map>
+#include <memory>
+#include <shared_mutex>
+#include <string>
+
+namespace velmar_embedded {
+
+/// A qualifier declaration, as MOF gives it.
+struct QualifierDeclaration {
+    Pegasus::CIMName name;
+    Pegasus::CIMValue defaultValue;  ///< typed; null when the declaration gives none
+    Pegasus::CIMFlavor flavor;
+};
+
+class Repository {
+ public:
+    Repository();
+    ~Repository();
+    Repository(const Repository&) = delete;
+    Repository& operator=(const Repository&) = delete;
+
+    bool hasNamespace(const Pegasus::CIMNamespaceName& nameSpace) const;
+    /// Quiet when the namespace exists already.
+    void createNamespace(const Pegasus::CIMNamespaceName& nameSpace);
+
+    /// Replaces an earlier declaration of the name.
+    void declareQualifier(const Pegasus::CIMNamespaceName& nameSpace,
+                          const QualifierDeclaration& declaration);
+    /// False when the namespace has no declaration of that name; `declaration` is then unchanged.
+    /// 3.
+    bool findQualifier(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& name,
+                       QualifierDeclaration& declaration) const;
+
+    /// Stores the class with the features of its superclass before its own, propagated flags and
+    /// class origins set. 3 unknown namespace, 10 unknown superclass, 11 class exists.
+    void createClass(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMClass& cimClass);
+    /// 3 unknown namespace, 6 unknown class, 8 it has subclasses, 9 it has stored instances.
+    void deleteClass(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className);
+    /// The whole class, inherited features, qualifiers and class origins included. 3, 6.
+    Pegasus::CIMClass getClass(const Pegasus::CIMNamespaceName& nameSpace,
+                               const Pegasus::CIMName& className) const;
+    /// False for an unknown class or namespace.
+    bool hasClass(const Pegasus::CIMNamespaceName& nameSpace,
+                  const Pegasus::CIMName& className) const;
+    /// The same; without copying the class.
+    bool isAssociation(const Pegasus::CIMNamespaceName& nameSpace,
+                       const Pegasus::CIMName& className) const;
+    /// Names in declared spelling, each parent before its children, without the class itself; a
+    /// null name stands for the root of the tree. 3 unknown namespace, 5 unknown class.
+    Pegasus::Array<Pegasus::CIMName> subclassNames(const Pegasus::CIMNamespaceName& nameSpace,
+                                                   const Pegasus::CIMName& className,
+                                                   bool deep) const;
+    /// The class itself (in declared spelling) and its superclasses, nearest first. 3, 5.
+    Pegasus::Array<Pegasus::CIMName> lineage(const Pegasus::CIMNamespaceName& nameSpace,
+                                             const Pegasus::CIMName& className) const;
+
+    /// Stores a copy, with the class's defaults for what it leaves out and a path (class and keys)
+    /// built from its key properties; returns that path. 3, 5 unknown class, 11 exists,
+    /// 4 with a message for properties that the class does not have or types that do not fit.
+    Pegasus::CIMObjectPath createInstance(const Pegasus::CIMNamespaceName& nameSpace,
+                                          const Pegasus::CIMInstance& instance);
+    /// The stored instance at a path (host and namespace of the path are not looked at); its own
+    /// path holds class and keys. 3, 5 unknown class, 6 no such instance.
+    Pegasus::CIMInstance getInstance(const Pegasus::CIMNamespaceName& nameSpace,
+                                     const Pegasus::CIMObjectPath& path) const;
+    /// Stored instances of exactly this class, in the order of their creation. 3, 5.
+    Pegasus::Array<Pegasus::CIMInstance> instances(const Pegasus::CIMNamespaceName& nameSpace,
+                                                   const Pegasus::CIMName& className) const;
+    /// Sets the properties that `instance` has on the stored one at its path. 3, 5, 6, and 4 as for
+    /// createInstance or for a key that would change.
+    void modifyInstance(const Pegasus::CIMNamespaceName& nameSpace,
+                        const Pegasus::CIMInstance& instance);
+    /// 3, 5, 6.
+    void deleteInstance(const Pegasus::CIMNamespaceName& nameSpace,
+                        const Pegasus::CIMObjectPath& path);
+
+ private:
+    struct NameSpace;
+    struct Less {  // namespaces compare without regard to case
+        bool operator()(const Pegasus::String& a, const Pegasus::String& b) const {
+            return Pegasus::String::compareNoCase(a, b) < 0;
+        }
+    };
+    NameSpace& find(const Pegasus::CIMNamespaceName& nameSpace) const;
+
+    mutable std::shared_mutex _lock;
+    std::map<Pegasus::String, std::unique_ptr<NameSpace>, Less> _nameSpaces;
+};
+
+}  // namespace velmar_embedded
+
+#endif

@@ -1,0 +1,91 @@
+// Response handlers that keep what a provider delivers, for testing a provider without a server:
+// call the provider's operation with one of these and look at what it holds afterwards.
+//
+// Not locked: one handler belongs to one call. Uses documented Pegasus headers only: copied into
+// a project, this file serves its tests against a real OpenPegasus too.
+#ifndef VELMAR_KIT_RECORDINGHANDLERS_H
+#define VELMAR_KIT_RECORDINGHANDLERS_H
+
+#include <Pegasus/Common/CIMIndication.h>
+#include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Common/CIMParamValue.h>
+#include <Pegasus/Common/ResponseHandler.h>
+
+#include <string>
+#include <vector>
+
+namespace velmar_kit {
+
+/// The part all recorders share: `calls` names the handler calls in order, separated by blanks; the
+/// array form of a delivery of n objects reads "deliver[n]".
+template <class Handler>
+class RecorderBase : public Handler {
+ public:
+    void processing() override { note("processing"); }
+    void complete() override { note("complete"); }
+
+    std::string calls;
+
+ protected:
+    void note(const std::string& call) { calls += (calls.empty() ? "" : " ") + call; }
+};
+
+/// Keeps the delivered handles: what a provider edits afterwards shows.
+template <class Handler, class T>
+class Recorder : public RecorderBase<Handler> {
+ public:
+    void deliver(const T& object) override {
+        this->note("deliver");
+        delivered.push_back(object);
+    }
+    void deliver(const Pegasus::Array<T>& objects) override {
+        this->note("deliver[" + std::to_string(objects.size()) + "]");
+        for (Pegasus::Uint32 i = 0; i < objects.size(); i++) {
+            delivered.push_back(objects[i]);
+        }
+    }
+
+    std::vector<T> delivered;
+};
+
+typedef Recorder<Pegasus::InstanceResponseHandler, Pegasus::CIMInstance> InstanceRecorder;
+typedef Recorder<Pegasus::ObjectPathResponseHandler, Pegasus::CIMObjectPath> ObjectPathRecorder;
+typedef Recorder<Pegasus::ObjectResponseHandler, Pegasus::CIMObject> ObjectRecorder;
+typedef RecorderBase<Pegasus::ResponseHandler> PlainRecorder;
+
+class MethodResultRecorder : public RecorderBase<Pegasus::MethodResultResponseHandler> {
+ public:
+    void deliver(const Pegasus::CIMValue& value) override {
+        note("deliver");
+        returnValue = value;
+    }
+    void deliverParamValue(const Pegasus::CIMParamValue& value) override {
+        note("param");
+        outParameters.append(value);
+    }
+    void deliverParamValue(const Pegasus::Array<Pegasus::CIMParamValue>& values) override {
+        note("param[" + std::to_string(values.size()) + "]");
+        outParameters.appendArray(values);
+    }
+
+    Pegasus::CIMValue returnValue;  ///< null when none was delivered
+    Pegasus::Array<Pegasus::CIMParamValue> outParameters;
+};
+
+class IndicationRecorder
+    : public Recorder<Pegasus::IndicationResponseHandler, Pegasus::CIMIndication> {
+ public:
+    using Recorder::deliver;
+    void deliver(const Pegasus::OperationContext&,
+                 const Pegasus::CIMIndication& indication) override {
+        deliver(indication);
+    }
+    void deliver(const Pegasus::OperationContext&,
+                 const Pegasus::Array<Pegasus::CIMIndication>& indications) override {
+        deliver(indications);
+    }
+};
+
+}  // namespace velmar_kit
+
+#endif

@@ -1,6 +1,0 @@
-#include <server/Server.h>
-
-int main() {
-    velmar_embedded::Server server;
-    server.start();
-}

@@ -1,0 +1,6 @@
+#include <velmar_embedded/Server.h>
+
+int main() {
+    velmar_embedded::Server server;
+    server.start();
+}
