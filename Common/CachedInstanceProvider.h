@@ -34,50 +34,48 @@ class CachedInstanceProvider : public Pegasus::CIMInstanceProvider {
     CachedInstanceProvider();
     /// `CIMClassName` is the CIM class that this provider serves.
     explicit CachedInstanceProvider(const Pegasus::String& CIMClassName);
-    virtual ~CachedInstanceProvider();
+    ~CachedInstanceProvider() override;
 
     /// Keeps a copy of the handle and forbids unloading the provider when it is idle.
-    virtual void initialize(Pegasus::CIMOMHandle& cimom);
+    void initialize(Pegasus::CIMOMHandle& cimom) override;
     /// Deletes this object.
-    virtual void terminate();
+    void terminate() override;
 
     /// Delivers the cached instance after fillProperties. Throws CIMException 6 with an empty
     /// message for a path that is not cached.
-    virtual void getInstance(const Pegasus::OperationContext& context,
-                             const Pegasus::CIMObjectPath& instanceReference,
-                             const Boolean includeQualifiers, const Boolean includeClassOrigin,
-                             const Pegasus::CIMPropertyList& propertyList,
-                             Pegasus::InstanceResponseHandler& handler);
+    void getInstance(const Pegasus::OperationContext& context,
+                     const Pegasus::CIMObjectPath& instanceReference,
+                     const Boolean includeQualifiers, const Boolean includeClassOrigin,
+                     const Pegasus::CIMPropertyList& propertyList,
+                     Pegasus::InstanceResponseHandler& handler) override;
     /// Delivers every cached instance after fillProperties, whatever class is asked for.
-    virtual void enumerateInstances(const Pegasus::OperationContext& context,
-                                    const Pegasus::CIMObjectPath& classReference,
-                                    const Boolean includeQualifiers,
-                                    const Boolean includeClassOrigin,
-                                    const Pegasus::CIMPropertyList& propertyList,
-                                    Pegasus::InstanceResponseHandler& handler);
+    void enumerateInstances(const Pegasus::OperationContext& context,
+                            const Pegasus::CIMObjectPath& classReference,
+                            const Boolean includeQualifiers, const Boolean includeClassOrigin,
+                            const Pegasus::CIMPropertyList& propertyList,
+                            Pegasus::InstanceResponseHandler& handler) override;
     /// Delivers every cache key: a path without host and namespace.
-    virtual void enumerateInstanceNames(const Pegasus::OperationContext& context,
-                                        const Pegasus::CIMObjectPath& classReference,
-                                        Pegasus::ObjectPathResponseHandler& handler);
+    void enumerateInstanceNames(const Pegasus::OperationContext& context,
+                                const Pegasus::CIMObjectPath& classReference,
+                                Pegasus::ObjectPathResponseHandler& handler) override;
     /// Throws CIMException 7; a derived provider may override it.
-    virtual void modifyInstance(const Pegasus::OperationContext& context,
-                                const Pegasus::CIMObjectPath& instanceReference,
-                                const Pegasus::CIMInstance& instanceObject,
-                                const Boolean includeQualifiers,
-                                const Pegasus::CIMPropertyList& propertyList,
-                                Pegasus::ResponseHandler& handler);
+    void modifyInstance(const Pegasus::OperationContext& context,
+                        const Pegasus::CIMObjectPath& instanceReference,
+                        const Pegasus::CIMInstance& instanceObject, const Boolean includeQualifiers,
+                        const Pegasus::CIMPropertyList& propertyList,
+                        Pegasus::ResponseHandler& handler) override;
     /// Caches a deep copy whose path is built from the class's key properties, and delivers that
     /// path with local host and "root/velmar_remote". A key that is cached already stays, without
     /// error. Fetches the class through a local client connection, whose exceptions pass through.
-    virtual void createInstance(const Pegasus::OperationContext& context,
-                                const Pegasus::CIMObjectPath& instanceReference,
-                                const Pegasus::CIMInstance& instanceObject,
-                                Pegasus::ObjectPathResponseHandler& handler);
+    void createInstance(const Pegasus::OperationContext& context,
+                        const Pegasus::CIMObjectPath& instanceReference,
+                        const Pegasus::CIMInstance& instanceObject,
+                        Pegasus::ObjectPathResponseHandler& handler) override;
     /// Removes the instance from the cache, with the cascade of InstanceCache::remove. Quiet when
     /// it is not cached.
-    virtual void deleteInstance(const Pegasus::OperationContext& context,
-                                const Pegasus::CIMObjectPath& instanceReference,
-                                Pegasus::ResponseHandler& handler);
+    void deleteInstance(const Pegasus::OperationContext& context,
+                        const Pegasus::CIMObjectPath& instanceReference,
+                        Pegasus::ResponseHandler& handler) override;
 
  protected:
     /// Hook: sets or refreshes properties of instances about to be handed out, in place (it puts no

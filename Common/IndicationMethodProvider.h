@@ -35,45 +35,45 @@ class IndicationMethodProvider : public Pegasus::CIMIndicationProvider,
     /// `numSubscriptions` (may be null) counts subscriptions, possibly of several providers; its
     /// creator owns it, keeps it alive and reads it with an atomic load.
     IndicationMethodProvider(const Pegasus::String& CIMClassName, Uint32* numSubscriptions);
-    virtual ~IndicationMethodProvider();
+    ~IndicationMethodProvider() override;
 
     /// Keeps a copy of the handle and forbids unloading the provider.
-    virtual void initialize(Pegasus::CIMOMHandle& cimom);
+    void initialize(Pegasus::CIMOMHandle& cimom) override;
     /// Deletes this object.
-    virtual void terminate();
+    void terminate() override;
 
     /// Stores the address of the handler, which stays the CIM server's, and enables.
-    virtual void enableIndications(Pegasus::IndicationResponseHandler& handler);
+    void enableIndications(Pegasus::IndicationResponseHandler& handler) override;
     /// Disables, waits for running deliveries, then completes the stored handler, if there is one.
-    virtual void disableIndications();
+    void disableIndications() override;
     /// Adds 1 to the subscription counter; enables nothing.
-    virtual void createSubscription(const Pegasus::OperationContext& context,
-                                    const Pegasus::CIMObjectPath& subscriptionName,
-                                    const Pegasus::Array<Pegasus::CIMObjectPath>& classNames,
-                                    const Pegasus::CIMPropertyList& propertyList,
-                                    const Uint16 repeatNotificationPolicy);
+    void createSubscription(const Pegasus::OperationContext& context,
+                            const Pegasus::CIMObjectPath& subscriptionName,
+                            const Pegasus::Array<Pegasus::CIMObjectPath>& classNames,
+                            const Pegasus::CIMPropertyList& propertyList,
+                            const Uint16 repeatNotificationPolicy) override;
     /// Does nothing.
-    virtual void modifySubscription(const Pegasus::OperationContext& context,
-                                    const Pegasus::CIMObjectPath& subscriptionName,
-                                    const Pegasus::Array<Pegasus::CIMObjectPath>& classNames,
-                                    const Pegasus::CIMPropertyList& propertyList,
-                                    const Uint16 repeatNotificationPolicy);
+    void modifySubscription(const Pegasus::OperationContext& context,
+                            const Pegasus::CIMObjectPath& subscriptionName,
+                            const Pegasus::Array<Pegasus::CIMObjectPath>& classNames,
+                            const Pegasus::CIMPropertyList& propertyList,
+                            const Uint16 repeatNotificationPolicy) override;
     /// Subtracts 1 from the subscription counter (0 stays 0) and disables this object when it is
     /// then 0.
-    virtual void deleteSubscription(const Pegasus::OperationContext& context,
-                                    const Pegasus::CIMObjectPath& subscriptionName,
-                                    const Pegasus::Array<Pegasus::CIMObjectPath>& classNames);
+    void deleteSubscription(const Pegasus::OperationContext& context,
+                            const Pegasus::CIMObjectPath& subscriptionName,
+                            const Pegasus::Array<Pegasus::CIMObjectPath>& classNames) override;
 
     /// Serves "send" (case ignored; any other name: CIMException 17 with the name). Returns sint32
     /// 0 while disabled; else 1, and only then builds and delivers the indication. An exception
     /// on the way replaces the caller's 1 (status 4 for a system in no domain, 6 for a partition
     /// that cannot be found, 1 for what is no CIMException); the identifier taken is not used
     /// again.
-    virtual void invokeMethod(const Pegasus::OperationContext& context,
-                              const Pegasus::CIMObjectPath& objectReference,
-                              const Pegasus::CIMName& methodName,
-                              const Pegasus::Array<Pegasus::CIMParamValue>& inParameters,
-                              Pegasus::MethodResultResponseHandler& handler);
+    void invokeMethod(const Pegasus::OperationContext& context,
+                      const Pegasus::CIMObjectPath& objectReference,
+                      const Pegasus::CIMName& methodName,
+                      const Pegasus::Array<Pegasus::CIMParamValue>& inParameters,
+                      Pegasus::MethodResultResponseHandler& handler) override;
 
  protected:
     /// Hook: adds properties to the indication; false drops it. The default adds the alerting

@@ -34,7 +34,7 @@ class InstanceAssociationProvider : public CachedInstanceProvider,
                                 const Pegasus::String& leftClassName,
                                 const Pegasus::String& rightPropertyName,
                                 const Pegasus::String& rightClassName);
-    virtual ~InstanceAssociationProvider();
+    ~InstanceAssociationProvider() override;
 
     // In all four, a role that names neither reference property (letter case counts) throws
     // CIMException 4, "invalid role" or "invalid resultRole"; an empty role fits both. Duplicates
@@ -43,33 +43,31 @@ class InstanceAssociationProvider : public CachedInstanceProvider,
     /// Delivers the far ends' instances: those of a keyed end through a client connection of its
     /// own, those of a class-path end one by one. A far end that no longer exists gives nothing.
     /// `associationClass` is not looked at, `propertyList` is not passed on.
-    virtual void associators(const Pegasus::OperationContext& context,
-                             const Pegasus::CIMObjectPath& objectName,
-                             const Pegasus::CIMName& associationClass,
-                             const Pegasus::CIMName& resultClass, const Pegasus::String& role,
-                             const Pegasus::String& resultRole, Boolean includeQualifiers,
-                             Boolean includeClassOrigin,
-                             const Pegasus::CIMPropertyList& propertyList,
-                             Pegasus::ObjectResponseHandler& handler);
+    void associators(const Pegasus::OperationContext& context,
+                     const Pegasus::CIMObjectPath& objectName,
+                     const Pegasus::CIMName& associationClass, const Pegasus::CIMName& resultClass,
+                     const Pegasus::String& role, const Pegasus::String& resultRole,
+                     Boolean includeQualifiers, Boolean includeClassOrigin,
+                     const Pegasus::CIMPropertyList& propertyList,
+                     Pegasus::ObjectResponseHandler& handler) override;
     /// Delivers the far ends' paths, exactly as the associations hold them.
-    virtual void associatorNames(const Pegasus::OperationContext& context,
-                                 const Pegasus::CIMObjectPath& objectName,
-                                 const Pegasus::CIMName& associationClass,
-                                 const Pegasus::CIMName& resultClass, const Pegasus::String& role,
-                                 const Pegasus::String& resultRole,
-                                 Pegasus::ObjectPathResponseHandler& handler);
+    void associatorNames(const Pegasus::OperationContext& context,
+                         const Pegasus::CIMObjectPath& objectName,
+                         const Pegasus::CIMName& associationClass,
+                         const Pegasus::CIMName& resultClass, const Pegasus::String& role,
+                         const Pegasus::String& resultRole,
+                         Pegasus::ObjectPathResponseHandler& handler) override;
     /// Delivers the matching association instances after fillProperties.
-    virtual void references(const Pegasus::OperationContext& context,
-                            const Pegasus::CIMObjectPath& objectName,
-                            const Pegasus::CIMName& resultClass, const Pegasus::String& role,
-                            Boolean includeQualifiers, Boolean includeClassOrigin,
-                            const Pegasus::CIMPropertyList& propertyList,
-                            Pegasus::ObjectResponseHandler& handler);
+    void references(const Pegasus::OperationContext& context,
+                    const Pegasus::CIMObjectPath& objectName, const Pegasus::CIMName& resultClass,
+                    const Pegasus::String& role, Boolean includeQualifiers,
+                    Boolean includeClassOrigin, const Pegasus::CIMPropertyList& propertyList,
+                    Pegasus::ObjectResponseHandler& handler) override;
     /// Delivers the matching association instances' paths, as the cache holds them.
-    virtual void referenceNames(const Pegasus::OperationContext& context,
-                                const Pegasus::CIMObjectPath& objectName,
-                                const Pegasus::CIMName& resultClass, const Pegasus::String& role,
-                                Pegasus::ObjectPathResponseHandler& handler);
+    void referenceNames(const Pegasus::OperationContext& context,
+                        const Pegasus::CIMObjectPath& objectName,
+                        const Pegasus::CIMName& resultClass, const Pegasus::String& role,
+                        Pegasus::ObjectPathResponseHandler& handler) override;
 
  protected:
     Pegasus::String _leftClassName;

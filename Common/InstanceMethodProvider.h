@@ -18,16 +18,16 @@ class InstanceMethodProvider : public CachedInstanceProvider, public Pegasus::CI
     /// Leaves `_CIMClassName` empty; the derived class sets it before requests arrive.
     InstanceMethodProvider();
     explicit InstanceMethodProvider(const Pegasus::String& CIMClassName);
-    virtual ~InstanceMethodProvider();
+    ~InstanceMethodProvider() override;
 
     /// Calls callMethod on the cached instance after fillProperties, or, for a path that is not
     /// cached, on a placeholder without properties that has the requested path. Delivers the return
     /// value unless it is null, then the out-parameters if there are any.
-    virtual void invokeMethod(const Pegasus::OperationContext& context,
-                              const Pegasus::CIMObjectPath& instanceReference,
-                              const Pegasus::CIMName& methodName,
-                              const Pegasus::Array<Pegasus::CIMParamValue>& inParameters,
-                              Pegasus::MethodResultResponseHandler& handler);
+    void invokeMethod(const Pegasus::OperationContext& context,
+                      const Pegasus::CIMObjectPath& instanceReference,
+                      const Pegasus::CIMName& methodName,
+                      const Pegasus::Array<Pegasus::CIMParamValue>& inParameters,
+                      Pegasus::MethodResultResponseHandler& handler) override;
 
  protected:
     /// Hook: runs the method and returns its value (null: none); `outParameters` arrives empty.

@@ -1,6 +1,7 @@
 # One place for the flags that every target of the project gets.
 add_library(velmar_flags INTERFACE)
-target_compile_options(velmar_flags INTERFACE -Wall -Wextra)
+target_compile_options(velmar_flags INTERFACE -Wall -Wextra -Wshadow -Wsuggest-override
+                       -Wnon-virtual-dtor -Woverloaded-virtual)
 if(VELMAR_WERROR)
     target_compile_options(velmar_flags INTERFACE -Werror)
 endif()

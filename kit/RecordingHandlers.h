@@ -34,6 +34,7 @@ class RecorderBase : public Handler {
 template <class Handler, class T>
 class Recorder : public RecorderBase<Handler> {
  public:
+    using Handler::deliver;
     void deliver(const T& object) override {
         this->note("deliver");
         delivered.push_back(object);

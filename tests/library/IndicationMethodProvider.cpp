@@ -182,7 +182,7 @@ TEST(IndicationMethodProvider, DisablingWithoutHandlerOnlyDisables) {
 TEST(IndicationMethodProvider, NoDeliveryOutlivesDisabling) {
     struct Mortal : IndicationRecorder {
         using IndicationRecorder::deliver;
-        explicit Mortal(std::atomic<int>& total) : total(total) {}
+        explicit Mortal(std::atomic<int>& counted) : total(counted) {}
         void deliver(const CIMIndication&) override {
             EXPECT_TRUE(alive);
             total++;

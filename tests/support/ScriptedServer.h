@@ -243,8 +243,8 @@ class ScriptedServer : public ::testing::Test {
                       const std::vector<std::string>& methods = {}) {
         auto* provider = new Scripted;
         std::vector<velmar_embedded::Capabilities> capabilities;
-        for (const std::string& name : classes) {
-            capabilities.push_back({name, {"root/test"}, types, methods});
+        for (const std::string& className : classes) {
+            capabilities.push_back({className, {"root/test"}, types, methods});
         }
         server.registerProvider(name, provider, capabilities);
         return provider;

@@ -5,8 +5,8 @@
 
 namespace Pegasus {
 
-ObjectRep::ObjectRep(const CIMName& className, bool isClass)
-    : isClass(isClass), path(String(), CIMNamespaceName(), notNull(className)) {}
+ObjectRep::ObjectRep(const CIMName& className, bool ofClass)
+    : isClass(ofClass), path(String(), CIMNamespaceName(), notNull(className)) {}
 
 ObjectRep::~ObjectRep() {
     for (const CIMProperty& property : properties) {

@@ -125,7 +125,7 @@ class PEGASUS_EXPORT TraceCallFrame {
  public:
     const char* file;
     Uint32 line;
-    TraceCallFrame(const char* file, Uint32 line) : file(file), line(line) {}
+    TraceCallFrame(const char* fileName, Uint32 lineNumber) : file(fileName), line(lineNumber) {}
     /// Formats as printf does and writes if the level is on for the component.
     void invoke(const TraceComponentId component, const Uint32 level, const char* format, ...)
         PEGASUS_FORMAT(4, 5);
