@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A stopwatch that writes what it measured into the CIM server's trace.
 //
 // Not locked: one object belongs to one thread at a time.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Base class of instance providers that answer the CIM server from an InstanceCache.
 //
 // A provider library derives from it, fills `_cache`, and may override the array form of

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Fixed-width names of the CIM side, declared once for the whole library.
 #ifndef VELMAR_REMOTE_COMMON_CONFIG_H
 #define VELMAR_REMOTE_COMMON_CONFIG_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Base class of alert-indication providers: one object serves one indication class, both as its
 // indication provider and as the provider of its method "send".
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
 #include "InstanceAssociationProvider.h"
 
 #include <Pegasus/Client/CIMClient.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Base class of a provider of one two-ended association class, whose instances it keeps in its
 // cache and from which it answers the four association operations.
 //

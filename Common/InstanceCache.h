@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A thread-safe store of CIM instances, keyed by object path without host and namespace.
 //
 // Thread-safe: any operation may be called on any thread at any time. One lock guards the table and

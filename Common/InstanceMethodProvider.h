@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Base class of cache-backed instance providers whose class also has extrinsic methods.
 //
 // A provider library derives from it and overrides callMethod. Thread-safe as

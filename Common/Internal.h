@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // What the sources of this folder share and users never see (not installed): the CIM namespace,
 // the trace component and the guard that writes method entry and exit records.
 #ifndef VELMAR_REMOTE_COMMON_INTERNAL_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Read-only access to the machine's physical address space through "/dev/mem".
 //
 // Call open, then any number of search and read, then close. All objects share one descriptor for

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The system calls behind PMem, for tests that put an image file in place of the device (not
 // installed).
 #ifndef VELMAR_REMOTE_COMMON_PMEMINTERNAL_H

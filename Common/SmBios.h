@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The firmware's SMBIOS structure table (DSP0134) in parsed form.
 //
 // Plain values: different objects may be used from different threads at once, and one object by

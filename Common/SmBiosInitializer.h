@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Finds the firmware's SMBIOS structure table in physical memory when the library is loaded.
 //
 // Runs once, in the thread that loads the library; other uses must not run at the same time.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
 #include "Util.h"
 
 #include <Pegasus/Client/CIMClient.h>

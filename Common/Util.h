@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Free functions over the CIM object model: paths, keys, properties, method parameters, the class
 // hierarchy, association instances, grouping of systems, alerts, and small string and host helpers.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A 16-byte identifier with a fixed text form, and the machine's own.
 //
 // Plain values: different objects may be used from different threads at once, and one object by

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Alerts from sendIndication to a subscriber, and what each hop of their way costs: the call of
 // "send" while nobody subscribes, enrichment from the model without delivery, the whole way. About
 // a partition (ten upcalls) or a sensor (four).

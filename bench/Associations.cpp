@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The association operations, without a server where none is asked (time per association), and
 // through the embedded server.
 #include <benchmark/benchmark.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Grouping 1,000 systems by their hardware control points, through the embedded server.
 #include <benchmark/benchmark.h>
 

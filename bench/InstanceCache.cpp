@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The instance cache beside the bare table that it stands on (with ready-made keys) and a plain
 // std::unordered_map from path text; and what a lookup is made of.
 #include "Common/InstanceCache.h"

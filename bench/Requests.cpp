@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Requests of clients through the embedded server to a cached provider with 100 instances.
 #include <benchmark/benchmark.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Parsing, discovery and look-up of the firmware's table. Parsing is one pass: the time per byte
 // stays the same from a small table to the largest.
 #include <benchmark/benchmark.h>

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: The velmar_remote authors
+# SPDX-License-Identifier: MIT
+#
 # Installation: libraries, headers, the CMake package and a pkg-config file.
 include(CMakePackageConfigHelpers)
 set(_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/velmar_remote")

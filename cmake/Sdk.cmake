@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: The velmar_remote authors
+# SPDX-License-Identifier: MIT
+#
 # Chooses the CIM server SDK behind the Pegasus/... include paths: the embedded CIM server, or a real
 # OpenPegasus given by PEGASUS_ROOT and PEGASUS_HOME.
 if(PEGASUS_ROOT OR PEGASUS_HOME)

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: The velmar_remote authors
+# SPDX-License-Identifier: MIT
+#
 # One place for the flags that every target of the project gets.
 add_library(velmar_flags INTERFACE)
 target_compile_options(velmar_flags INTERFACE -Wall -Wextra -Wshadow -Wsuggest-override

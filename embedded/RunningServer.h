@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The server behind the facade: its rooms, put together, and their start and end.
 //
 // Thread-safe.

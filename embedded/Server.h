@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The embedded CIM server: a development and test server in the process of its user. It compiles
 // MOF, loads provider libraries by their registration, and answers CIMClient and CIMOMHandle.
 //

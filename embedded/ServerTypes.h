@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The plain types that the embedded CIM server shares with its users.
 #ifndef VELMAR_EMBEDDED_SERVERTYPES_H
 #define VELMAR_EMBEDDED_SERVERTYPES_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Discovery over an image of physical memory with refused ranges, both made from the input.
 //
 // The input is a list of orders, each a code byte and its operands; see apply.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Runs a fuzz target over every file of the folders given, without a fuzzer.
 #include <cstdint>
 #include <cstdio>

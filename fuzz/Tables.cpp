@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Parses arbitrary bytes as a structure table and calls every accessor, up to and past its bounds.
 #include <algorithm>
 #include <cstdlib>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Response handlers that keep what a provider delivers, for testing a provider without a server:
 // call the provider's operation with one of these and look at what it holds afterwards.
 //

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: The velmar_remote authors
+# SPDX-License-Identifier: MIT
+#
 # shellcheck shell=bash
 # Sourced by the commands of this folder: the repository's root, and the installation of Debian
 # packages that a command lacks.

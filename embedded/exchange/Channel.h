@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The way that the requests of a CIMClient, or of a CIMOMHandle and its copies, take to a server.
 #ifndef VELMAR_EMBEDDED_EXCHANGE_CHANNEL_H
 #define VELMAR_EMBEDDED_EXCHANGE_CHANNEL_H

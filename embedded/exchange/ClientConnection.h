@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A client's connection: requests and answers go through it as copies, as through a socket.
 #ifndef VELMAR_EMBEDDED_EXCHANGE_CLIENTCONNECTION_H
 #define VELMAR_EMBEDDED_EXCHANGE_CLIENTCONNECTION_H

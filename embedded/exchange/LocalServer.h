@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The CIM server of this process as clients and handles see it: something that takes requests.
 //
 // Thread-safe.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // What travels between a caller and the dispatcher: a request, its answer, or its failure.
 //
 // Plain data. A request belongs to its caller until it is submitted and is only read afterwards;

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // What is on its way to one subscriber: a bounded queue, emptied on worker threads, one indication
 // at a time and in the order of their coming.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // An indication provider as a source of indications: its subscriptions, its handler.
 #ifndef VELMAR_EMBEDDED_INDICATIONS_INDICATIONSOURCE_H
 #define VELMAR_EMBEDDED_INDICATIONS_INDICATIONSOURCE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A filter, its subscriber, and the providers that serve it.
 #ifndef VELMAR_EMBEDDED_INDICATIONS_SUBSCRIPTION_H
 #define VELMAR_EMBEDDED_INDICATIONS_SUBSCRIPTION_H

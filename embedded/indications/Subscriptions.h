@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Who wants which indications, and the indication providers that are enabled for it.
 //
 // Thread-safe. The operations of providers run on the threads that call the functions here: the

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Numbers as the keys of object paths write them: decimal without leading zeros, or `0x`
 // hexadecimal, 64 bits.
 #ifndef VELMAR_EMBEDDED_MODEL_CIMNUMBER_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The contents of an object path, and the parser of its text form. Parsing does not throw: a text
 // that may or may not be a path (any quoted key) is tried, and trying has to be cheap.
 #ifndef VELMAR_EMBEDDED_MODEL_CIMPATHPARSER_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // What the handles of qualifiers, properties, methods, parameters, classes and instances refer to.
 #ifndef VELMAR_EMBEDDED_MODEL_CIMREPS_H
 #define VELMAR_EMBEDDED_MODEL_CIMREPS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
 #include "model/CIMXml.h"
 
 #include <type_traits>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Objects as CIM-XML elements (DSP0201), without declarations and white space.
 #ifndef VELMAR_EMBEDDED_MODEL_CIMXML_H
 #define VELMAR_EMBEDDED_MODEL_CIMXML_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
 #include "providers/Gate.h"
 
 #include <Pegasus/Common/Exception.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A lock that a request holds while it waits for other requests: the channel of a CIMOMHandle
 // during an upcall, a provider while it is initialized.
 //

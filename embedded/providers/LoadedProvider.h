@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A registered provider: where its object comes from, and the object once it is loaded.
 //
 // Thread-safe, except LoadedProvider::terminate.

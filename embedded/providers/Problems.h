@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Where what no caller hears of is told: why a provider was not loaded, why a subscription came to
 // nothing, what was dropped.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
 #include "providers/RegistrationReader.h"
 
 #include <Pegasus/Common/CIMProperty.h>

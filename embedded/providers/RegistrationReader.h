@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Registers provider libraries by the instances of the PG_ classes in root/PG_InterOp.
 //
 // Thread-safe.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Which provider serves what: the registrations of the server.
 //
 // Thread-safe; found providers stay valid until clear.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Admits requests while the server runs, gives each a worker, and hands its outcome over.
 //
 // Thread-safe.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The response handlers that the server gives to a provider's operation. They keep the delivered
 // handles and check what a provider may deliver; a result counts once complete was called.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Serves requests on worker threads: routes them to providers and to the schema.
 //
 // The functions are thread-safe and throw what goes wrong; the worker turns that into a Failure.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The association operations: about an instance, to the provider of every association class that
 // counts, and to the stored associations; about a class, to the schema alone.
 #include <Pegasus/Common/System.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The class operations: all answered by the schema.
 #include "requests/Dispatch.h"
 

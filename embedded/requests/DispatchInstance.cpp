@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The instance operations: to the provider registered for exactly the class, else to the schema;
 // the enumerations to all subclasses too.
 #include <Pegasus/Provider/CIMInstanceProvider.h>

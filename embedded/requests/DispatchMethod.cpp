@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // invokeMethod: to the provider registered for exactly the class and the method.
 #include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The typed value of a parameter that came as text.
 //
 // Keeps no state, thread-safe.

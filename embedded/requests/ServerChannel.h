@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The channel of a CIMOMHandle that the server gave to a provider: in memory, nothing is copied,
 // one upcall at a time.
 //

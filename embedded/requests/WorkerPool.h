@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Threads that run the requests: one for each task that waits, so that tasks which wait for other
 // tasks never starve them. Idle threads are used again; none ends before the pool.
 //

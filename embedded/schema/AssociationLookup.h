@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // What the schema knows of associations: which classes link an object, the stored instances of
 // them, and the links between classes.
 //

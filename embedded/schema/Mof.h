@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Compiles MOF (DMTF DSP0004/DSP0221) into a Repository: qualifier declarations, classes,
 // instances,
 // `#pragma include` and `#pragma namespace`. The subset is the one that a provider's schema and

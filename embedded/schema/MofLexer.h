@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Splits MOF text into tokens (DMTF DSP0004, annex A). Comments and blanks are dropped here; what a
 // keyword is depends on the place, so the parser decides that.
 //

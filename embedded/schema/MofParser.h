@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The grammar of MOF (DMTF DSP0004, annex A): reads declarations and puts them into a Repository
 // one by one, so that a declaration can use those before it and stays when a later one is wrong.
 //

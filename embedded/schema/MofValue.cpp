@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
 #include "schema/MofValue.h"
 
 #include <Pegasus/Common/CIMDateTime.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Values as MOF writes them, and their conversion to the type that the declaration asks for.
 //
 // Thread-safe: pure functions.

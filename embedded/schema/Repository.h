@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The object store of the embedded CIM server: per namespace the qualifier declarations, the
 // classes with their inheritance resolved, and the instances that no provider serves.
 //

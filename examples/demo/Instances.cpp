@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
 #include <Common/Util.h>
 #include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Provider/CIMOMHandle.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // What the demo shows: sections with a table of steps, and what was expected but did not happen.
 //
 // One thread only.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The sections of the demo. Each makes requests to the started server as any client would, and
 // compares the answers with the inventory.
 #ifndef DEMO_SECTIONS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Serves the systems of a site from the embedded CIM server and shows, as a client, what it
 // answers.
 #include <Common/Util.h>

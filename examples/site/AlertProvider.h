@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Turns calls of "send" (see velmar_remote::sendIndication) into alerts of class QOR_SiteAlert.
 #ifndef SITE_ALERTPROVIDER_H
 #define SITE_ALERTPROVIDER_H

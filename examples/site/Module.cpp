@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The module's way in: makes the provider objects that SiteRegistration.mof names.
 #include <Common/CachedInstanceProvider.h>
 #include <Common/InstanceAssociationProvider.h>

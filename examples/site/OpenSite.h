@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The site that all providers of this module serve.
 #ifndef SITE_OPENSITE_H
 #define SITE_OPENSITE_H

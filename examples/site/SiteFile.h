@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The inventory of a site, read from a JSON file: admin domains with their control points and
 // hosting systems, and the partitions of each system.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The CIM instances of a site: classes, properties and paths as SiteSchema.mof declares them.
 //
 // All functions are free of state. The instances are new ones: nothing is shared between calls.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Providers of the systems of a site, one class each for hosting systems and for partitions.
 //
 // Thread-safe as the server demands: it calls every operation on any number of threads at once.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Which association providers are asked, with which arguments, and what stored associations and
 // the schema answer.
 #include <numeric>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Instances, objects, classes and their parts: sharing, cloning and the rules of their members.
 #include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Common/CIMFlavor.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Upcalls: their results and errors, the one at a time of a handle, and the ones that would never
 // return.
 #include <Pegasus/Provider/CIMOMHandle.h>

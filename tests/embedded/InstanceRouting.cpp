@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Where instance and class operations go, what a provider gets, and what a client gets back.
 #include <atomic>
 #include <stdexcept>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Where invokeMethod goes, what a provider gets, and what comes back.
 #include "support/ScriptedServer.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Operation contexts, their containers, and what a response handler of one's own has to implement.
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/OperationContext.h>

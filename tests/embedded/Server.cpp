@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Life cycle of server and providers, loading and registration, threads, shutdown.
 #include <velmar_embedded/Server.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // How the server drives indication providers and hands their indications to subscribers.
 #include <Pegasus/Common/CIMIndication.h>
 #include <Pegasus/Provider/CIMIndicationProvider.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The provider against recording handlers, without a server: enrichment is overridden.
 #include "Common/IndicationMethodProvider.h"
 

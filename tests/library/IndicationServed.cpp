@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Alerts on their whole way: sendIndication, "send" at the provider, enrichment from the model,
 // delivery to subscribers.
 #include <gtest/gtest.h>

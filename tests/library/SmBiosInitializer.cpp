@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
 #include "Common/SmBiosInitializer.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Helpers that need no server: object model, property moves, strings.
 #include "Common/Util.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Helpers that ask the CIM server: class hierarchy, grouping by control point, raising alerts.
 #include <Pegasus/Common/Exception.h>
 #include <gtest/gtest.h>

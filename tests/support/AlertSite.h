@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // An embedded server with the model that alerts are enriched from (systems, partitions, domains,
 // control points, packages, and sensors, which are no systems) and an alert class T_Alert.
 #ifndef VELMAR_TESTS_SUPPORT_ALERTSITE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A LinkServer with admin domains, their hardware control points and the systems in them.
 #ifndef VELMAR_TESTS_SUPPORT_COMPONENTSERVER_H
 #define VELMAR_TESTS_SUPPORT_COMPONENTSERVER_H

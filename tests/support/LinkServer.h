@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // An embedded server with one cached class (T_Thing, with a subclass T_Part) and one association
 // class between things (T_Link), whose providers live in the test process.
 #ifndef VELMAR_TESTS_SUPPORT_LINKSERVER_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Short ways to make CIM objects, shared by the tests.
 #ifndef VELMAR_TESTS_SUPPORT_OBJECTS_H
 #define VELMAR_TESTS_SUPPORT_OBJECTS_H

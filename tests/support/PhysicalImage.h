@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // An image of physical memory in place of "/dev/mem", with ranges that its kernel refuses to map,
 // and the SMBIOS bytes that firmware would publish in it.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // An embedded server whose providers do what a test tells them, and short names for outcomes.
 #ifndef VELMAR_TESTS_SUPPORT_SCRIPTEDSERVER_H
 #define VELMAR_TESTS_SUPPORT_SCRIPTEDSERVER_H

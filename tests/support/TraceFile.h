@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Turns the tracer on for component 36 at every level and reads back what was written.
 #ifndef VELMAR_TESTS_SUPPORT_TRACEFILE_H
 #define VELMAR_TESTS_SUPPORT_TRACEFILE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The example's providers without a server: made, driven and ended as a server does it, with
 // handlers that record what is delivered.
 #include <Common/Util.h>

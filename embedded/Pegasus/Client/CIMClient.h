@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A client of the server that runs in this process.
 //
 // One request at a time: use one client per thread. Results are copies that share nothing with the

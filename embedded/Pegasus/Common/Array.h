@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A growing sequence of elements.
 //
 // Value class: copies share their elements until one of the arrays changes; elements that are

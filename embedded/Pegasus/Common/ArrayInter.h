@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The element types without an object model class of their own; part of Array.h.
 #ifndef Pegasus_Array_h_inter
 #error "include <Pegasus/Common/Array.h> instead of ArrayInter.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The definitions of Array<T>, for element types that are not ready-made.
 #ifndef Pegasus_ArrayInternal_h
 #define Pegasus_ArrayInternal_h

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
 #include <Pegasus/Common/CIMClass.h>
 
 #include "model/CIMReps.h"

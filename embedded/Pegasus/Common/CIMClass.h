@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A class of a schema.
 //
 // Handle class: copies, and objects made from it, share one object. A default-constructed handle

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Time stamps and intervals (DSP0004 datetime).
 //
 // Value class; distinct objects may be used on distinct threads.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // How a qualifier is inherited (DSP0004): a set of flags. Value class.
 #ifndef Pegasus_CIMFlavor_h
 #define Pegasus_CIMFlavor_h

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // An instance of a class.
 //
 // Handle class: copies, and objects made from it, share one object. A default-constructed handle

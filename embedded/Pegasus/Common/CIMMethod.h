@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A method of a class.
 //
 // Handle class: copies share one object, also with the class it was added to. A

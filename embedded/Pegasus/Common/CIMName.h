@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Names of classes, properties, methods and so on, and names of namespaces.
 //
 // Value classes that hold either null or a legal name. Thread-safety as for String.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A class or an instance, whichever it is; and the members that classes and instances share.
 //
 // Handle class: copies, and the CIMInstance or CIMClass it was made from, share one object. A

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Names of CIM objects: key bindings, and object paths with their text form
 // `[//host/][namespace:]class[.key=value{,key=value}]` (DSP0004).
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A named value in a method call.
 //
 // Handle class: copies share one object. A default-constructed handle is uninitialized: everything

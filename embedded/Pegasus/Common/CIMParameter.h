@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A parameter of a method, as a class declares it.
 //
 // Handle class: copies share one object, also with the method it was added to. A

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A property of a class or instance.
 //
 // Handle class: copies share one object, also with the class or instance it was added to. A

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The properties that an operation is about: null stands for all, an empty list for none.
 //
 // Value class. Not synchronized: one object may be read by several threads, or written by one.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A qualifier of a class, instance, property, method or parameter.
 //
 // Handle class: copies share one object. A default-constructed handle is uninitialized: everything

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The status codes of CIM operations (DSP0200, DSP0223).
 #ifndef Pegasus_CIMStatusCode_h
 #define Pegasus_CIMStatusCode_h

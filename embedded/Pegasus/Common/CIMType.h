@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The CIM data types.
 #ifndef Pegasus_CIMType_h
 #define Pegasus_CIMType_h

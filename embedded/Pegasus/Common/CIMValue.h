@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A typed CIM value: null, a scalar or an array of one of the CIM types.
 //
 // Value class with cheap copies; objects and instances are cloned on their way in and out. Not

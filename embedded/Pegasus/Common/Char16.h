@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // One UTF-16 code unit.
 #ifndef Pegasus_Char16_h
 #define Pegasus_Char16_h

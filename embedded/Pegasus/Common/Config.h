@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Fixed-width types and the macros every other header builds on.
 #ifndef Pegasus_Config_h
 #define Pegasus_Config_h

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The exceptions of the object model. All derive directly from Exception, none from
 // std::exception.
 #ifndef Pegasus_Exception_h

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A hash table with a fixed number of chains.
 //
 // Not thread-safe. Copies are separate tables. Iteration visits the chains in order and each

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Exceptions that callers meet only as Exception.
 #ifndef Pegasus_InternalException_h
 #define Pegasus_InternalException_h

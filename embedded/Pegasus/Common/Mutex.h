@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Mutual exclusion between threads.
 #ifndef Pegasus_Mutex_h
 #define Pegasus_Mutex_h

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // What accompanies an operation: named containers with the caller's identity, languages, ...
 //
 // Value classes: containers are copied in, and with the context. Not synchronized: one object may

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Where a provider delivers the results of an operation. A handler of one's own implements the
 // pure virtual members, nothing else.
 //

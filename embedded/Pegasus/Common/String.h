@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Text as UTF-16 code units with an explicit length, and its UTF-8 copy for C functions.
 //
 // Value classes: copies share their units until one of them changes. Distinct strings may be used

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The clock, the names of this host and the process. Thread-safe.
 #ifndef Pegasus_System_h
 #define Pegasus_System_h

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A time in seconds and microseconds.
 #ifndef Pegasus_TimeValue_h
 #define Pegasus_TimeValue_h

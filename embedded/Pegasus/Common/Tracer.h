@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The trace: records of what a component does, written to a file for those who look for a fault.
 //
 // Thread-safe. Off until components and a level are set; a call then costs two relaxed loads.

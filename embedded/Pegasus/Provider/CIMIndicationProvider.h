@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The interface of a provider that raises indications.
 //
 // The handler given to enableIndications may be used from any thread until disableIndications has

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The interface of a provider that serves the instances of its classes.
 //
 // The operations run on worker threads, any number at once on one object. Paths come with the

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The interface of a provider that serves the methods of its classes. Threads, paths and
 // exceptions are those of CIMInstanceProvider.
 #ifndef Pegasus_CIMMethodProvider_h

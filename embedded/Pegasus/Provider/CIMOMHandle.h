@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The way into the server for a provider: upcalls with the operations of a client.
 //
 // A handle class: copies use the same channel, and upcalls through one channel run one at a time.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The base of every provider interface: the life cycle that the server drives.
 //
 // initialize runs alone, before any other call, with a handle that the provider may copy and keep

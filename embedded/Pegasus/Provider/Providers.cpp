@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Constructors and destructors out of line, so that vtables and type information exist once and a
 // cast from CIMProvider works across provider libraries.
 #include <Pegasus/Provider/CIMAssociationProvider.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // A provider module as a real one is built: knows one provider name, serves one instance.
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Debian's dmidecode as a second reader of the same physical memory.
 #ifndef VELMAR_TESTS_FIRMWARE_DMIDECODE_H
 #define VELMAR_TESTS_FIRMWARE_DMIDECODE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // The only program of a virtual machine: prints what the library found in the machine's real
 // physical memory, a line for each fact, and ends the machine.
 #include <fcntl.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Boots virtual machines with real firmware and a kernel that guards its memory, and checks what
 // the guest prints on its serial console.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
 // Loads the Fans module into the embedded server by its registration and counts the fans.
 // Usage: consumer MODULE_DIRECTORY
 #include <Pegasus/Client/CIMClient.h>
