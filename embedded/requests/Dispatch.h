@@ -39,8 +39,8 @@ Answer serveInstance(Services& services, const Request& request);
 Answer serveMethod(Services& services, const Request& request);
 Answer serveAssociation(Services& services, const Request& request);
 
-/// Throws CIMException: 3 for an unknown namespace, `code` with the class name for an unknown
-/// class.
+/// Throws CIMException: CIM_ERR_INVALID_NAMESPACE for an unknown namespace, `code` with the class
+/// name for an unknown class.
 void requireClass(const Services& services, const Pegasus::CIMNamespaceName& nameSpace,
                   const Pegasus::CIMName& className, Pegasus::CIMStatusCode code);
 
