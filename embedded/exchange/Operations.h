@@ -145,12 +145,13 @@ class Operations {
     }
 
  private:
-    Answer exchange(Request request) const {
+    Answer exchange(Request& request) const {
         if (_context) {
             request.context = *_context;
         }
         return _channel->exchange(std::move(request));
     }
+    Answer exchange(Request&& request) const { return exchange(request); }
 
     const std::shared_ptr<Channel> _channel;
     const Pegasus::OperationContext* const _context;

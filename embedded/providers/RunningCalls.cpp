@@ -3,6 +3,8 @@
 
 #include "providers/RunningCalls.h"
 
+#include <utility>
+
 #include "model/Utf8.h"
 
 namespace velmar_embedded {
@@ -15,18 +17,20 @@ RunningCalls::Scope::Scope(RunningCalls& calls, const Purpose& purpose, const st
                            const Request* request)
     : _calls(calls), _purpose(purpose), _who(who), _request(request) {
     std::lock_guard<std::mutex> guard(_calls._lock);
-    _place = _calls._running.insert(_calls._running.end(), this);
+    _older = std::exchange(_calls._newest, this);
+    (_older ? _older->_newer : _calls._oldest) = this;
 }
 
 RunningCalls::Scope::~Scope() {
     std::lock_guard<std::mutex> guard(_calls._lock);
-    _calls._running.erase(_place);
+    (_older ? _older->_newer : _calls._oldest) = _newer;
+    (_newer ? _newer->_older : _calls._newest) = _older;
 }
 
 std::string RunningCalls::text(const Request* request) const {
     std::string all;
     std::lock_guard<std::mutex> guard(_lock);
-    for (const Scope* call : _running) {
+    for (const Scope* call = _oldest; call; call = call->_newer) {
         if (!request || call->_request == request) {
             all += (all.empty() ? "" : ", ") + call->_purpose.text() + " in " + call->_who;
         }

@@ -9,7 +9,6 @@
 
 #include <Pegasus/Common/CIMName.h>
 
-#include <list>
 #include <mutex>
 #include <string>
 
@@ -44,7 +43,8 @@ class RunningCalls {
         const Purpose _purpose;
         const std::string& _who;
         const Request* const _request;
-        std::list<const Scope*>::iterator _place;
+        Scope* _older;  // the calls as a list
+        Scope* _newer = nullptr;
     };
 
     /// The running calls, all or those for one request: "getInstance of T_A in provider \"P\"" and
@@ -53,7 +53,8 @@ class RunningCalls {
 
  private:
     mutable std::mutex _lock;
-    std::list<const Scope*> _running;
+    Scope* _oldest = nullptr;
+    Scope* _newest = nullptr;
 };
 
 }  // namespace velmar_embedded

@@ -85,6 +85,4 @@ CIMParameter CIMMethod::getParameter(Uint32 index) {
     return initialized(_rep).parameters.at(index);
 }
 
-void CIMMethod::removeParameter(Uint32 index) { initialized(_rep).parameters.remove(index); }
-
 }  // namespace Pegasus

@@ -77,8 +77,6 @@ class PEGASUS_EXPORT CIMMethod : public CIMConstMethod {
     CIMMethod& addParameter(const CIMParameter& parameter);
     using CIMConstMethod::getParameter;
     CIMParameter getParameter(Uint32 index);
-    /// Throws IndexOutOfBoundsException.
-    void removeParameter(Uint32 index);
 };
 
 extern template class Array<CIMMethod>;

@@ -54,8 +54,6 @@ CIMParameter::CIMParameter(const CIMName& name, CIMType type, Boolean isArray, U
     _rep = std::make_shared<Rep>(Rep{name, type, isArray, arraySize, referenceClassName});
 }
 
-void CIMParameter::setName(const CIMName& name) { initialized(_rep).name = notNull(name); }
-
 CIMParameter& CIMParameter::addQualifier(const CIMQualifier& qualifier) {
     initialized(_rep).qualifiers.add(qualifier, "qualifier");
     return *this;

@@ -58,8 +58,6 @@ class PEGASUS_EXPORT CIMParameter : public CIMConstParameter {
     CIMParameter(const CIMName& name, CIMType type, Boolean isArray = false, Uint32 arraySize = 0,
                  const CIMName& referenceClassName = CIMName());
 
-    void setName(const CIMName& name);
-
     /// Throws AlreadyExistsException.
     CIMParameter& addQualifier(const CIMQualifier& qualifier);
     using CIMConstParameter::getQualifier;
