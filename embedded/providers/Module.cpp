@@ -9,6 +9,8 @@
 
 #include <utility>
 
+#include "providers/ModuleKind.h"
+
 using namespace Pegasus;
 
 namespace velmar_embedded {
@@ -38,6 +40,10 @@ void Module::open() {
         if (access(_file.c_str(), F_OK) == 0) {
             break;
         }
+    }
+    const std::string reason = reasonAgainstModule(_file);
+    if (!reason.empty()) {
+        throw failed(reason);
     }
     _library = dlopen(_file.c_str(), RTLD_NOW);
     if (!_library) {
