@@ -20,9 +20,9 @@ endfunction()
 # for want of a library; an error where the part was asked for.
 function(velmar_part_is_missing variable part library package)
     if("${${variable}}" STREQUAL "AUTO")
-        message(STATUS "Not built: ${part}, which needs ${library} (Debian: apt-get install ${package})")
+        message(STATUS "Not built: ${part}, for want of ${library} (Debian: apt-get install ${package})")
     else()
-        message(FATAL_ERROR "${variable} is on, and ${library} is not installed, which ${part} needs; "
-                            "install it (Debian: apt-get install ${package}) or set ${variable}=OFF")
+        message(FATAL_ERROR "${variable} asks for ${part}, for which ${library} is missing; install it "
+                            "(Debian: apt-get install ${package}) or set ${variable}=OFF")
     endif()
 endfunction()

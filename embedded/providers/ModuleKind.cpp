@@ -5,37 +5,32 @@
 
 #include <link.h>
 
-#include <algorithm>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <vector>
 
 namespace velmar_embedded {
 
 namespace {
 
-// An ELF file of this machine's kind. Whatever lies outside of the file reads as zeros or as an
-// empty text: a broken file is the loader's to refuse.
+// An ELF file of this machine's kind. What cannot be read is zeros and empty texts: a broken file
+// is the loader's to refuse.
 class ElfFile {
  public:
-    explicit ElfFile(const std::string& file) {
-        std::ifstream in(file, std::ios::binary);
-        _bytes.assign(std::istreambuf_iterator<char>(in), {});
-        _bytes.push_back('\0');  // ends every text
+    explicit ElfFile(const std::string& file) : _in(file, std::ios::binary) {
+        _header = at<ElfW(Ehdr)>(0);
+        if (std::memcmp(_header.e_ident, ELFMAG, SELFMAG) != 0) {
+            _header = {};  // no segments
+        }
     }
 
     // The names of the libraries that it needs.
-    std::vector<std::string> needed() const {
+    std::vector<std::string> needed() {
         std::vector<std::string> names;
-        const auto header = at<ElfW(Ehdr)>(0);
-        if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) {
-            return names;
-        }
-        for (unsigned i = 0; i < header.e_phnum; i++) {
-            const auto segment = at<ElfW(Phdr)>(header.e_phoff + i * sizeof(ElfW(Phdr)));
+        for (unsigned i = 0; i < _header.e_phnum; i++) {
+            const auto segment = at<ElfW(Phdr)>(_header.e_phoff + i * sizeof(ElfW(Phdr)));
             if (segment.p_type == PT_DYNAMIC) {
-                readDynamic(header, segment, names);
+                readDynamic(segment, names);
             }
         }
         return names;
@@ -43,48 +38,59 @@ class ElfFile {
 
  private:
     template <class T>
-    T at(std::size_t offset) const {
+    T at(std::size_t offset) {
         T value = {};
-        if (offset < _bytes.size() && _bytes.size() - offset >= sizeof(T)) {
-            std::memcpy(&value, &_bytes[offset], sizeof(T));
+        seek(offset);
+        if (!_in.read(reinterpret_cast<char*>(&value), sizeof value)) {
+            value = {};
         }
         return value;
     }
 
-    void readDynamic(const ElfW(Ehdr) & header, const ElfW(Phdr) & segment,
-                     std::vector<std::string>& names) const {
+    std::string textAt(std::size_t offset) {
+        std::string text;
+        seek(offset);
+        std::getline(_in, text, '\0');
+        return text;
+    }
+
+    void seek(std::size_t offset) {
+        _in.clear();
+        _in.seekg(static_cast<std::streamoff>(offset));
+    }
+
+    void readDynamic(const ElfW(Phdr) & segment, std::vector<std::string>& names) {
         std::vector<std::size_t> offsets;
         std::size_t texts = 0;
-        for (std::size_t i = 0; i < segment.p_filesz / sizeof(ElfW(Dyn)); i++) {
-            const auto entry = at<ElfW(Dyn)>(segment.p_offset + i * sizeof(ElfW(Dyn)));
+        for (std::size_t offset = 0; offset < segment.p_filesz; offset += sizeof(ElfW(Dyn))) {
+            const auto entry = at<ElfW(Dyn)>(segment.p_offset + offset);
             if (entry.d_tag == DT_NULL) {
                 break;
             } else if (entry.d_tag == DT_NEEDED) {
                 offsets.push_back(entry.d_un.d_val);
             } else if (entry.d_tag == DT_STRTAB) {
-                texts = offsetOf(header, entry.d_un.d_ptr);
+                texts = offsetOf(entry.d_un.d_ptr);
             }
         }
         for (const std::size_t offset : offsets) {
-            if (texts + offset < _bytes.size()) {
-                names.emplace_back(&_bytes[texts + offset]);
-            }
+            names.push_back(textAt(texts + offset));
         }
     }
 
     // Where in the file the byte lies that is loaded at `address`.
-    std::size_t offsetOf(const ElfW(Ehdr) & header, ElfW(Addr) address) const {
-        for (unsigned i = 0; i < header.e_phnum; i++) {
-            const auto segment = at<ElfW(Phdr)>(header.e_phoff + i * sizeof(ElfW(Phdr)));
+    std::size_t offsetOf(ElfW(Addr) address) {
+        for (unsigned i = 0; i < _header.e_phnum; i++) {
+            const auto segment = at<ElfW(Phdr)>(_header.e_phoff + i * sizeof(ElfW(Phdr)));
             if (segment.p_type == PT_LOAD && address >= segment.p_vaddr &&
                 address - segment.p_vaddr < segment.p_filesz) {
                 return segment.p_offset + (address - segment.p_vaddr);
             }
         }
-        return _bytes.size();
+        return 0;
     }
 
-    std::vector<char> _bytes;
+    std::ifstream _in;
+    ElfW(Ehdr) _header;
 };
 
 }  // namespace
