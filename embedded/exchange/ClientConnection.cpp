@@ -50,7 +50,7 @@ void copyContents(Request& request) {
         parameters.append(request.parameters[i].clone());
     }
     request.parameters = parameters;
-    static const String user = userName();
+    static const String& user = *new String(userName());  // lives on for what runs at exit
     request.context = OperationContext();
     request.context.insert(IdentityContainer(user));
 }

@@ -29,7 +29,8 @@ CIMException refused(CIMStatusCode code, const std::string& reason) {
 }
 
 CIMName classOf(const std::string& query) {
-    static const std::regex form("\\s*select\\s+\\*\\s+from\\s+(\\w+)\\s*", std::regex::icase);
+    static const std::regex& form =  // lives on for what runs at exit
+        *new std::regex("\\s*select\\s+\\*\\s+from\\s+(\\w+)\\s*", std::regex::icase);
     std::smatch parts;
     if (!std::regex_match(query, parts, form) || !CIMName::legal(String(parts.str(1).c_str()))) {
         throw refused(CIM_ERR_INVALID_QUERY,

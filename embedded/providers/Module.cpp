@@ -9,6 +9,8 @@
 
 #include <utility>
 
+#include "providers/ModuleKind.h"
+
 using namespace Pegasus;
 
 namespace velmar_embedded {
@@ -36,6 +38,10 @@ void Module::open() {
     for (const std::string& directory : _directories()) {
         _file = directory + "/" + name;
         if (access(_file.c_str(), F_OK) == 0) {
+            const std::string reason = reasonAgainstModule(_file);
+            if (!reason.empty()) {
+                throw failed(reason);
+            }
             _library = dlopen(_file.c_str(), RTLD_NOW);
             if (!_library) {
                 throw failed(dlerror());

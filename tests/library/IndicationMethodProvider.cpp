@@ -293,3 +293,80 @@ TEST(IndicationMethodProvider, ConcurrentSendsNeverShareAnIdentifier) {
     }
     EXPECT_EQ(identifiers.size(), 1600u);
 }
+
+// Whoever a "send" calls may disable or terminate the provider. The sanitizers see what is touched
+// afterwards.
+TEST(IndicationMethodProvider, IsDisabledOrTerminatedInsideASend) {
+    struct Subscribers : IndicationRecorder {
+        using IndicationRecorder::deliver;
+        void deliver(const CIMIndication& indication) override {
+            IndicationRecorder::deliver(indication);
+            delivering();
+        }
+        std::function<void()> delivering = [] {};
+    };
+    struct Caller : MethodResultRecorder {
+        using MethodResultRecorder::deliver;
+        void processing() override { MethodResultRecorder::processing(), at(0); }
+        void deliver(const CIMValue& value) override {
+            MethodResultRecorder::deliver(value), at(1);
+        }
+        void complete() override { MethodResultRecorder::complete(), at(2); }
+        std::function<void(int)> at;
+    };
+    for (int place = 0; place < 5; place++) {
+        for (const bool terminates : {false, true}) {
+            Alerts* const alerts = new Alerts("T_Alert", nullptr);
+            Subscribers subscribers;
+            Caller caller;
+            const auto act = [&](int here) {
+                if (here == place) {
+                    terminates ? alerts->terminate() : alerts->disableIndications();
+                }
+            };
+            caller.at = act;
+            alerts->generate = [&](CIMInstance&, const Array<CIMParamValue>&) {
+                act(3);
+                return true;
+            };
+            subscribers.delivering = [&] { act(4); };
+            alerts->enableIndications(subscribers);
+            alerts->invokeMethod(OperationContext(), CIMObjectPath(), "send",
+                                 Array<CIMParamValue>(), caller);
+            EXPECT_EQ(caller.calls, "processing deliver complete");
+            EXPECT_EQ(text(caller.returnValue.toString()), place == 0 ? "0" : "1");
+            EXPECT_EQ(subscribers.delivered.size(), place == 4 ? 1u : 0u);
+            if (!terminates) {
+                alerts->terminate();
+            }
+        }
+    }
+}
+
+// Two threads, each inside a delivery of one provider, disable the other one: neither can wait.
+TEST(IndicationMethodProvider, DisablingCrosswiseInsideDeliveriesEnds) {
+    struct Meeting : IndicationRecorder {
+        using IndicationRecorder::deliver;
+        void deliver(const CIMIndication&) override {
+            (*inside)++;
+            while (*inside < 2) {
+                std::this_thread::yield();
+            }
+            other->disableIndications();
+        }
+        std::atomic<int>* inside;
+        Alerts* other;
+    } first, second;
+    for (int round = 0; round < 20; round++) {
+        std::atomic<int> inside{0};
+        Alerts one("T_Alert", nullptr), two("T_Alert", nullptr);
+        first.inside = second.inside = &inside;
+        first.other = &two;
+        second.other = &one;
+        one.enableIndications(first);
+        two.enableIndications(second);
+        std::thread sender([&] { one.send(); });
+        two.send();
+        sender.join();
+    }
+}

@@ -272,3 +272,16 @@ TEST_F(InstanceCacheCascade, LockIsFreeWhileTheServerWorks) {
     goOn.set_value();
     remover.join();
 }
+
+TEST(InstanceCache, ManyChainsWantTheStoredLetterCase) {
+    for (const Uint32 chains : {0u, 1u, 32u, 1000u, 4096u}) {
+        InstanceCache cache(chains);
+        cache.setIsAP();
+        for (int i = 0; i < 200; i++) {
+            cache.insert(makeThing(std::to_string(i)));
+        }
+        CIMInstance found;
+        EXPECT_TRUE(cache.lookup(path(thing("77")), found)) << chains;
+        EXPECT_EQ(cache.contains(path("t_thing.NAME=\"77\"")), chains <= 32) << chains;
+    }
+}

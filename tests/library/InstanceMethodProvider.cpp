@@ -77,6 +77,12 @@ TEST_F(InstanceMethodProviderTest, UncachedPathGetsAPlaceholder) {
     EXPECT_THROW(call(thing("b", "T_Part")), TypeMismatchException);
 }
 
+TEST_F(InstanceMethodProviderTest, CachedInstanceOfASubclassIsCalled) {
+    provider._cache.insert(makeThing("b", "T_Part"));
+    call(thing("b", "T_Part"));
+    EXPECT_EQ(provider.seen, full(thing("b", "T_Part")) + " [Name,Filled] Touch/1/0");
+}
+
 TEST_F(InstanceMethodProviderTest, RefusesByDefault) {
     provider.refuse = true;
     try {

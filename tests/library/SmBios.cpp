@@ -134,10 +134,10 @@ TEST(SmBios, PrintersBracketEachElement) {
     char text[] = "two words";
     char none[] = "";
     std::ostringstream os;
-    os << std::vector<char*>{text, none} << "|" << std::vector<uint16_t>{0, 65535} << "|"
+    os << std::vector<char*>{text, nullptr, none} << "|" << std::vector<uint16_t>{0, 65535} << "|"
        << std::vector<uint8_t>{65, 255} << "|" << std::hex << std::vector<uint8_t>{255}
        << std::vector<uint16_t>{} << "|";
-    EXPECT_EQ(os.str(), "<two words><>|<0><65535>|<65><255>|<ff>|");
+    EXPECT_EQ(os.str(), "<two words><><>|<0><65535>|<65><255>|<ff>|");
 }
 
 }  // namespace

@@ -80,6 +80,8 @@ TEST(Uuid, SystemUuidIsThatOfTheFirstSystemInformation) {
     const Bytes less(least.begin(), least.end() - 1);
     Bytes cut = systemInformation(1, counting());
     cut.resize(0x10);
+    Bytes almost = systemInformation(1, counting());
+    almost.resize(0x17);
     const struct {
         Bytes image;
         const char* uuid;
@@ -92,6 +94,7 @@ TEST(Uuid, SystemUuidIsThatOfTheFirstSystemInformation) {
         {structure(1, 0, less), NO_UUID},
         {structure(1, 0, {0, 0, 0, 0}), NO_UUID},
         {cut, NO_UUID},
+        {almost, NO_UUID},
     };
     const SmBios machine = velmar_remote::_smbios;
     for (const auto& c : cases) {

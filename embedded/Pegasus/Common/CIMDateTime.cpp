@@ -24,10 +24,10 @@ const Sint64 MAX_INTERVAL = 100000000 * DAY - 1;
 
 const Uint8 ALL_DIGITS = 20;  // yyyymmddhhmmssmmmmmm or ddddddddhhmmssmmmmmm
 
-bool isLeap(Sint64 year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
+constexpr bool isLeap(Sint64 year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
 
 // Days from the start of year 0 (a leap year) to the start of `year`.
-Sint64 daysBefore(Sint64 year) {
+constexpr Sint64 daysBefore(Sint64 year) {
     return 365 * year + (year + 3) / 4 - (year + 99) / 100 + (year + 399) / 400;
 }
 
@@ -36,7 +36,7 @@ Sint64 daysInMonth(Sint64 year, Sint64 month) {
     return days[month - 1] + (month == 2 && isLeap(year) ? 1 : 0);
 }
 
-const Sint64 MAX_TIME_STAMP = daysBefore(10000) * DAY - 1;
+constexpr Sint64 MAX_TIME_STAMP = daysBefore(10000) * DAY - 1;
 
 // The digits of a value as numbers. An interval has its days in `day`, year and month stay 0.
 struct Fields {
