@@ -112,7 +112,7 @@ TEST_F(Reports, InitializeAndTerminateThatFail) {
 
 TEST_F(Reports, ErrorsAreNotMarkedTwice) {
     provide("P", {"T_A"})->get = [this](const auto& call, auto& handler) {
-        if (call.key() == "2") {
+        if (text(call.path) == full("T_A.k=\"2\"")) {
             throw CIMException(CIM_ERR_FAILED, "deep");
         }
         handler.deliver(getApart("T_A.k=\"2\""));
