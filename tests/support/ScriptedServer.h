@@ -6,8 +6,10 @@
 #define VELMAR_TESTS_SUPPORT_SCRIPTEDSERVER_H
 
 #include <Pegasus/Client/CIMClient.h>
+#include <Pegasus/Common/CIMIndication.h>
 #include <Pegasus/Common/System.h>
 #include <Pegasus/Provider/CIMAssociationProvider.h>
+#include <Pegasus/Provider/CIMIndicationProvider.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>
 #include <Pegasus/Provider/CIMOMHandle.h>
@@ -205,6 +207,54 @@ class Scripted : public CIMInstanceProvider,
         }
         if (completes) {
             handler.complete();
+        }
+    }
+};
+
+/// An indication provider that says what the server does with it: "initialize", "create" and
+/// "delete" for subscriptions, "enable", "disable", "terminate".
+class Alerts : public CIMIndicationProvider {
+    typedef const OperationContext& Context;
+    typedef const CIMObjectPath& Path;
+    typedef const Array<CIMObjectPath>& Classes;
+    typedef const CIMPropertyList& List;
+
+ public:
+    std::function<void(const std::string&)> onCall = [](const std::string&) {};
+    std::atomic<IndicationResponseHandler*> handler{nullptr};
+    // Of the last subscription.
+    OperationContext context;
+    CIMObjectPath subscription;
+    std::string classNames;
+
+    void initialize(CIMOMHandle&) override { onCall("initialize"); }
+    void terminate() override {
+        onCall("terminate");
+        delete this;
+    }
+    void enableIndications(IndicationResponseHandler& given) override {
+        handler = &given;
+        onCall("enable");
+    }
+    void disableIndications() override { onCall("disable"); }
+    void createSubscription(Context with, Path path, Classes classes, List list,
+                            const Uint16) override {
+        onCall(list.isNull() ? "create" : "create with a list");
+        context = with;
+        subscription = path;
+        classNames = paths(classes, false);
+    }
+    void modifySubscription(Context, Path, Classes, List, const Uint16) override {}
+    void deleteSubscription(Context, Path path, Classes classes) override {
+        const bool last = path == subscription && paths(classes, false) == classNames;
+        onCall(last ? "delete" : "delete-other");
+    }
+    /// Delivers indications of this class, one for each text.
+    void alert(const std::string& classPath, const std::vector<const char*>& notes = {""}) {
+        for (const char* note : notes) {
+            CIMInstance indication = instanceAt(classPath);
+            add(indication, "Note", note);
+            handler.load()->deliver(indication);
         }
     }
 };
