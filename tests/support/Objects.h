@@ -15,6 +15,8 @@
 #include <functional>
 #include <ostream>
 #include <string>
+#include <thread>
+#include <vector>
 
 // GoogleTest prints values of these types in its messages.
 namespace Pegasus {
@@ -43,6 +45,17 @@ inline std::string outcome(const std::function<void()>& call) {
         return text(e.getMessage());
     } catch (const std::exception& e) {
         return e.what();
+    }
+}
+
+/// Runs the work on so many threads at once, each with its number.
+inline void inThreads(int count, const std::function<void(int)>& work) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; i++) {
+        threads.emplace_back(work, i);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
     }
 }
 

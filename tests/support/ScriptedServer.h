@@ -61,17 +61,6 @@ class Count {
     std::atomic<int> _count{0};
 };
 
-/// Runs the work on so many threads at once, each with its number.
-inline void inThreads(int count, const std::function<void(int)>& work) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; i++) {
-        threads.emplace_back(work, i);
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
-
 /// The code of the CIMException that the call throws; -1 without an exception.
 inline int code(const std::function<void()>& call) {
     try {
