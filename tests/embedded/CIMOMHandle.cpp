@@ -45,10 +45,10 @@ TEST_F(Handle, UpcallsIntoTheirOwnProviderFail) {
         inInitialize = outcome([&] { cimom.enumerateInstanceNames(none, ns, "T_Link"); });
     };
     start();
-    EXPECT_EQ(outcome([&] { get("T_A.k=\"1\""); }),
+    EXPECT_EQ(outcome([&] { get(A1); }),
               "1 CIM_ERR_FAILED: getInstance would never return: the CIMOMHandle of provider"
               " \"Self\" is busy with getInstance, which waits for this call in turn");
-    EXPECT_EQ(outcome([&] { get("T_Far.k=\"1\""); }),
+    EXPECT_EQ(outcome([&] { get(FAR1); }),
               "1 CIM_ERR_FAILED: getClass would never return: the CIMOMHandle of provider"
               " \"Caller\" is busy with enumerateInstances, which waits for this call in turn");
     client.enumerateInstances(ns, "T_Link");
@@ -72,9 +72,7 @@ TEST_F(Handle, CrosswiseUpcallsFail) {
     provide("End", {"T_D"});
     start();
     std::string outcomes[2];
-    inThreads(2, [&](int i) {
-        outcomes[i] = outcome([&] { getApart(i ? "T_B.k=\"1\"" : "T_A.k=\"1\""); });
-    });
+    inThreads(2, [&](int i) { outcomes[i] = outcome([&] { getApart(i ? B1 : A1); }); });
     // The one that would close the circle fails; that frees the other's way.
     EXPECT_EQ((outcomes[0] == "ok") + (outcomes[1] == "ok"), 1);
     EXPECT_NE((outcomes[0] + outcomes[1]).find("would never return: the CIMOMHandle of"),
@@ -85,18 +83,18 @@ TEST_F(Handle, ClientsBreakTheCircle) {
     Scripted* self = provide("Self", {"T_A"});
     self->get = [&](const Call& call, auto& handler) {
         const bool inner = text(call.path).find('2') != std::string::npos;
-        handler.deliver(inner ? item("T_A.k=\"2\"") : getThrough(self->cimom, "T_B.k=\"1\""));
+        handler.deliver(inner ? item("T_A.k=\"2\"") : getThrough(self->cimom, B1));
     };
     std::atomic<bool> again{false};
     provide("Other", {"T_B"})->get = [&](auto&, auto& handler) {
         handler.deliver(getApart("T_A.k=\"2\""));
         // A request that needs the busy handle just waits: a client gives up in time.
         if (!again.exchange(true)) {
-            EXPECT_THROW(getApart("T_A.k=\"1\"", 1), ConnectionTimeoutException);
+            EXPECT_THROW(getApart(A1, 1), ConnectionTimeoutException);
         }
     };
     start();
-    EXPECT_EQ(property(get("T_A.k=\"1\""), "k"), "2");
+    EXPECT_EQ(property(get(A1), "k"), "2");
     server.stop();  // the request that timed out still uses this test's variables
 }
 

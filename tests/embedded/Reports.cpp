@@ -70,7 +70,7 @@ TEST_F(Reports, InitializeAndTerminateThatFail) {
     const std::unique_ptr<Scripted> kept(good);
     start();
     const char* const heard = "1 CIM_ERR_FAILED: provider initialization failed";
-    EXPECT_EQ(outcome([&] { get("T_A.k=\"1\""); }), heard);
+    EXPECT_EQ(outcome([&] { get(A1); }), heard);
     EXPECT_EQ(take(),
               "provider \"Once\": initialize for getInstance of T_A failed: std::runtime_error: no"
               " device\nprovider \"Once\": terminate failed: int: Unknown error.\n");
@@ -79,7 +79,7 @@ TEST_F(Reports, InitializeAndTerminateThatFail) {
     EXPECT_EQ(take().find("provider \"Once\": cannot be made anew for enumerateInstances of T_A "
                           "after its initialize failed: std::runtime_error: the object"),
               0u);
-    get("T_B.k=\"1\"");
+    get(B1);
     server.stop();
     EXPECT_EQ(take(),
               "provider \"Good\": terminate failed: Pegasus::CIMException: CIM_ERR_NOT_FOUND:"
@@ -94,7 +94,7 @@ TEST_F(Reports, ErrorsAreNotMarkedTwice) {
         handler.deliver(getApart("T_A.k=\"2\""));
     };
     start();
-    EXPECT_EQ(outcome([&] { get("T_A.k=\"1\""); }), "1 CIM_ERR_FAILED: deep");
+    EXPECT_EQ(outcome([&] { get(A1); }), "1 CIM_ERR_FAILED: deep");
 }
 
 TEST_F(Reports, ClientsThatWaitInVain) {
@@ -136,7 +136,7 @@ TEST_F(Reports, StopSaysWhatItWaitsFor) {
     start();
     server.subscribe(query, {"root/test"}, [&](const CIMInstance&) { mayEnd.waitFor(3); });
     alerts->alert(alertPath);
-    std::thread slow([&] { EXPECT_EQ(outcome([&] { getApart("T_A.k=\"1\""); }), "ok"); });
+    std::thread slow([&] { EXPECT_EQ(outcome([&] { getApart(A1); }), "ok"); });
     begun.waitFor(1);
     std::thread stopping([&] { server.stop(); });
     for (const char* waited :
@@ -171,7 +171,7 @@ TEST_F(Reports, ObserversRunOnAThreadOfTheirOwnAndMayCallTheServer) {
             mayGoOn.up();
             server.drain();
             server.unsubscribe(id);
-            outcomes += outcome([&] { getApart("T_A.k=\"1\""); }) + " ";
+            outcomes += outcome([&] { getApart(A1); }) + " ";
             EXPECT_THROW(server.stop(), std::logic_error);
             throw std::runtime_error("an observer's fault stays with it");
         }
@@ -254,14 +254,14 @@ TEST_F(Reports, CirclesThroughClientsEnd) {
         CIMClient own;
         own.connectLocal();
         own.enumerateInstances(ns, "T_B");
-        handler.deliver(item("T_A.k=\"1\""));
+        handler.deliver(item(A1));
     };
     provide("Second", {"T_B"});
     provide("Third", {"T_C"})->enumerate = [&](const auto&, auto&) {
-        CIMOMHandle().getInstance(none, ns, path("T_A.k=\"1\""), false, false, false, {});
+        CIMOMHandle().getInstance(none, ns, path(A1), false, false, false, {});
     };
     start();
-    const std::string error = outcome([&] { get("T_A.k=\"1\""); });
+    const std::string error = outcome([&] { get(A1); });
     EXPECT_EQ(error,
               "1 CIM_ERR_FAILED: getInstance of T_A in provider \"First\" is nested 101 requests"
               " deep: its providers ask each other, or themselves, without end");

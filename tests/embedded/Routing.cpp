@@ -90,7 +90,6 @@ std::string answer(const Ask& ask) {
 
 class Routing : public ScriptedServer {
  protected:
-    const std::string a = "T_A.k=\"1\"", b = "T_B.k=\"1\"", far = "T_Far.k=\"1\"";
     const CIMPropertyList all;
     CIMOMHandle cimom;
 
@@ -164,8 +163,8 @@ TEST_F(Routing, WhatProvidersAreGivenAndCallersGet) {
     calls();
 
     const CIMPropertyList list = listOf({"N", "x"}), key = listOf({"K"});
-    const CIMObjectPath one = path("//elsewhere/root/other:" + a);
-    const std::string given = full(a), there = text(kept.getPath()), whole = there + "* k n@T_A*";
+    const CIMObjectPath one = path("//elsewhere/root/other:" + A1);
+    const std::string given = full(A1), there = text(kept.getPath()), whole = there + "* k n@T_A*";
     const std::string farther = full("T_Far.k=\"9\""), here = "T_A.k=\"9\"";
     ask("I.getInstance " + given + " qualifiers [N; x; ]", "T_A* n*", whole, BOTH(getInstance), one,
         true, true, false, list);
@@ -174,7 +173,7 @@ TEST_F(Routing, WhatProvidersAreGivenAndCallersGet) {
     ask("I.enumerateInstanceNames " + full("T_A"), here + "; ", there + "; ",
         BOTH(enumerateInstanceNames), "T_A");
     ask("I.modifyInstance " + given + " qualifiers [N; x; ] {T_A.k=\"1\" k n}", "", "",
-        BOTH(modifyInstance), item(a), true, list);
+        BOTH(modifyInstance), item(A1), true, list);
     ask("I.deleteInstance " + given, "", "", BOTH(deleteInstance), one);
     ask("L.associators " + given + " T_Link T_Far no Far qualifiers [N; x; ]", farther + " n; ",
         farther + " k n; ", BOTH(associators), one, "t_link", "T_Far", "no", "Far", true, false,
@@ -190,21 +189,21 @@ TEST_F(Routing, WhatProvidersAreGivenAndCallersGet) {
     ask("M.invokeMethod " + given + " undeclared (Small:string=7; )", "7", "7", BOTH(invokeMethod),
         one, "undeclared", in, std::ref(out));
     // A client sends no path of a new instance, and neither shows the other's place.
-    const CIMInstance created = item("//e/root/z:" + a);
+    const CIMInstance created = item("//e/root/z:" + A1);
     EXPECT_EQ(answer([&] { return client.createInstance(ns, created); }), here);
     EXPECT_EQ(calls(), "I.createInstance " + full("T_A") + " {T_A k n}\n");
     EXPECT_EQ(answer([&] { return cimom.createInstance(none, ns, created); }), there);
-    EXPECT_EQ(calls(), "I.createInstance " + given + " {//e/root/z:" + a + " k n}\n");
+    EXPECT_EQ(calls(), "I.createInstance " + given + " {//e/root/z:" + A1 + " k n}\n");
     client.modifyInstance(ns, created);
-    EXPECT_EQ(calls(), "I.modifyInstance " + given + " qualifiers {" + a + " k n}\n");
+    EXPECT_EQ(calls(), "I.modifyInstance " + given + " qualifiers {" + A1 + " k n}\n");
 
     // Stored instances are cut down to the list for both, classes are the same for both.
-    client.createInstance(ns, item(far, 1));
-    client.modifyInstance(ns, item(far, 2), false, key);
-    EXPECT_EQ(property(get(far), "n"), "1");
-    ask("", "T_Far k", far + " k@T_Far", BOTH(getInstance), path(far), true, false, false, key);
-    ask("", far + " k; ", far + " k@T_Far; ", BOTH(enumerateInstances), "T_Far", true, true, false,
-        false, key);
+    client.createInstance(ns, item(FAR1, 1));
+    client.modifyInstance(ns, item(FAR1, 2), false, key);
+    EXPECT_EQ(property(get(FAR1), "n"), "1");
+    ask("", "T_Far k", FAR1 + " k@T_Far", BOTH(getInstance), path(FAR1), true, false, false, key);
+    ask("", FAR1 + " k; ", FAR1 + " k@T_Far; ", BOTH(enumerateInstances), "T_Far", true, true,
+        false, false, key);
     const std::string inherited = " k@T_A^* n@T_A^ s@T_A^ extra@T_B",
                       b1 = "T_B" + inherited + " Do@T_A^*", c1 = "T_C" + inherited + "^ Do@T_A^*; ";
     ask("", b1, b1, BOTH(getClass), "t_b", false, true, true, all);
@@ -220,7 +219,7 @@ TEST_F(Routing, WhatProvidersAreGivenAndCallersGet) {
 }
 
 TEST_F(Routing, ClientsShareNothingWithProviders) {
-    CIMInstance kept = item(a, 1), received, sent = item(a, 1);
+    CIMInstance kept = item(A1, 1), received, sent = item(A1, 1);
     Array<CIMParamValue> in(1, CIMParamValue("p", CIMValue(true))), out, given;
     Scripted* provider = provide("P", {"T_A"}, {ProviderType::Instance, ProviderType::Method});
     provider->get = [&](auto&, auto& handler) {
@@ -237,7 +236,7 @@ TEST_F(Routing, ClientsShareNothingWithProviders) {
         handler.deliverParamValue(given);
     };
     start();
-    CIMInstance got = get(a);
+    CIMInstance got = get(A1);
     EXPECT_EQ(property(got, "n"), "2");
     got.getProperty(1).setValue(CIMValue(Uint32(7)));
     EXPECT_EQ(property(kept, "n"), "2");
@@ -248,7 +247,7 @@ TEST_F(Routing, ClientsShareNothingWithProviders) {
     out[0].setIsTyped(true);
     EXPECT_TRUE(in[0].isTyped() && !given[0].isTyped());
     // A handle gives and gets the objects themselves.
-    provider->cimom.getInstance(none, ns, path(a), true, false, false, {}).setPath(path("T_A"));
+    provider->cimom.getInstance(none, ns, path(A1), true, false, false, {}).setPath(path("T_A"));
     EXPECT_EQ(text(kept.getPath()), "T_A");
     provider->cimom.invokeMethod(none, ns, path("T_A"), "Do", in, out);
     EXPECT_EQ(said(out), "p:boolean=TRUE; ");
@@ -278,7 +277,7 @@ TEST_F(Routing, EnumerationsReachEverySubclass) {
     start();
     client.createInstance(ns, item("T_D.k=\"d\""));
     EXPECT_EQ(paths(client.enumerateInstanceNames(ns, "T_A")),
-              a + " " + b + " T_C.k=\"1\" T_D.k=\"d\" ");
+              A1 + " " + B1 + " T_C.k=\"1\" T_D.k=\"d\" ");
     fail = true;
     EXPECT_EQ(outcome([&] { client.enumerateInstanceNames(ns, "T_A"); }),
               "2 CIM_ERR_ACCESS_DENIED: sorry");
@@ -295,7 +294,7 @@ TEST_F(Routing, EnumerationsReachEverySubclass) {
         std::string found =
             said(client.enumerateInstances(ns, "T_A", c.deep, true, false, false, c.list));
         found += calls();
-        for (const std::string& part : {b + c.b + ";", "T_D.k=\"d\"" + c.d + ";",
+        for (const std::string& part : {B1 + c.b + ";", "T_D.k=\"d\"" + c.d + ";",
                                         "Q.enumerateInstances " + full("T_B") + c.asked + "\n"}) {
             EXPECT_NE(found.find(part), std::string::npos) << part << " in " << found;
         }
@@ -305,7 +304,7 @@ TEST_F(Routing, EnumerationsReachEverySubclass) {
 // What a provider does in getInstance, and what its client sees.
 TEST_F(Routing, DeliveriesAndExceptions) {
     using Handler = InstanceResponseHandler;
-    const CIMInstance one = item(a);
+    const CIMInstance one = item(A1);
     const std::string failed = "1 CIM_ERR_FAILED: ",
                       empty = failed + "The object is not initialized.";
     const std::pair<std::string, std::function<void(Handler&)>> cases[] = {
@@ -323,7 +322,7 @@ TEST_F(Routing, DeliveriesAndExceptions) {
     start();
     for (const auto& [expected, behave] : cases) {
         provider->get = [behave = behave](auto&, auto& handler) { behave(handler); };
-        EXPECT_EQ(outcome([&] { get(a); }), expected);
+        EXPECT_EQ(outcome([&] { get(A1); }), expected);
     }
     Array<CIMParamValue> out;
     const auto create = [&] { client.createInstance(ns, one); };
@@ -345,7 +344,7 @@ TEST_F(Routing, DeliveriesAndExceptions) {
     provider->names = provider->create = [](const Call& call, auto& h) { h.deliver(call.path); };
     EXPECT_EQ(answer(invoke), "null ");
     EXPECT_EQ(client.enumerateInstanceNames(ns, "T_A").size(), 0u);
-    EXPECT_THROW(get(a), CIMClientXmlException);
+    EXPECT_THROW(get(A1), CIMClientXmlException);
     EXPECT_THROW(create(), CIMClientXmlException);
     provider->invoke = [](auto&, auto& handler) { handler.deliver(CIMValue()); };
     EXPECT_EQ(answer(invoke), empty);
@@ -400,7 +399,7 @@ TEST_F(Routing, Errors) {
         return [&, object, method] { client.invokeMethod(ns, path(object), method, {}, out); };
     };
     const CIMName any;
-    const CIMObjectPath one = path(a), no = path("T_No.k=\"1\"");
+    const CIMObjectPath one = path(A1), no = path("T_No.k=\"1\"");
     const std::string parameter = "4 CIM_ERR_INVALID_PARAMETER",
                       missing = "16 CIM_ERR_METHOD_NOT_AVAILABLE: Do";
     const std::pair<std::string, std::function<void()>> errors[] = {
@@ -432,14 +431,14 @@ TEST_F(Routing, AssociationProvidersThatCount) {
         std::string object;
         CIMName association;
         std::vector<const char*> asked;
-    } cases[] = {{a, {}, {"T_Link", "T_SubLink"}},  // T_BLink links a subclass only
-                 {b, {}, {"T_BLink", "T_Link", "T_SubLink"}},
-                 {far, {}, {"T_BLink", "T_Link", "T_SubLink"}},
-                 {b, "t_link", {"T_Link", "T_SubLink"}},
-                 {b, "T_BLink", {"T_BLink"}},
-                 {a, "T_BLink", {}},
-                 {a, "T_Far", {}},  // no association
-                 {"T_A", {}, {}}};  // about the class: the schema knows
+    } cases[] = {{A1, {}, {"T_Link", "T_SubLink"}},  // T_BLink links a subclass only
+                 {B1, {}, {"T_BLink", "T_Link", "T_SubLink"}},
+                 {FAR1, {}, {"T_BLink", "T_Link", "T_SubLink"}},
+                 {B1, "t_link", {"T_Link", "T_SubLink"}},
+                 {B1, "T_BLink", {"T_BLink"}},
+                 {A1, "T_BLink", {}},
+                 {A1, "T_Far", {}},  // no association
+                 {"T_A", {}, {}}};   // about the class: the schema knows
     for (const auto& c : cases) {
         std::string names, objects;
         for (const char* association : c.asked) {
@@ -452,15 +451,15 @@ TEST_F(Routing, AssociationProvidersThatCount) {
         EXPECT_EQ(calls(), objects);
     }
     // What a path lacks is completed, in the delivered object itself.
-    const std::string places[][2] = {{"//h/root/PG_InterOp:" + far, "//h/root/PG_InterOp:" + far},
-                                     {far, full(far)},
-                                     {"root/no:" + far, full(far, "root/no")}};
+    const std::string places[][2] = {{"//h/root/PG_InterOp:" + FAR1, "//h/root/PG_InterOp:" + FAR1},
+                                     {FAR1, full(FAR1)},
+                                     {"root/no:" + FAR1, full(FAR1, "root/no")}};
     for (const auto& [place, whole] : places) {
         const CIMObject object(item(place));
         provider->linkObjects = [&](auto&, auto& handler) { handler.deliver(object); };
         provider->linkPaths = [&](auto&, auto& handler) { handler.deliver(object.getPath()); };
-        EXPECT_EQ(paths(client.referenceNames(ns, path(a), "T_SubLink")), whole + " ");
-        EXPECT_EQ(outcome([&] { client.references(ns, path(a), "T_SubLink"); }),
+        EXPECT_EQ(paths(client.referenceNames(ns, path(A1), "T_SubLink")), whole + " ");
+        EXPECT_EQ(outcome([&] { client.references(ns, path(A1), "T_SubLink"); }),
                   place[0] == 'r' ? "3 CIM_ERR_INVALID_NAMESPACE: root/no" : "ok");
         EXPECT_EQ(text(object.getPath()), whole);
     }
@@ -471,7 +470,7 @@ TEST_F(Routing, AssociationProvidersThatCount) {
         CIMClient own;
         own.connectLocal();
         for (int i = 0; i < 20; i++) {
-            EXPECT_EQ(paths(own.references(ns, path(a), "T_SubLink")), full("T_Link.k=\"1\" "));
+            EXPECT_EQ(paths(own.references(ns, path(A1), "T_SubLink")), full("T_Link.k=\"1\" "));
             const std::string name = "T_" + std::to_string(t) + "_" + std::to_string(i);
             own.createClass(ns, CIMClass(CIMName(name.c_str()), "T_D"));
             own.createInstance(ns, item("T_D.k=\"" + name + "\""));
@@ -486,31 +485,31 @@ TEST_F(Routing, AssociationProvidersThatCount) {
 TEST_F(Routing, StoredAssociationsAndClassLinks) {
     start();
     const std::string far2 = "T_Far.k=\"2\"";
-    const std::string stored[][3] = {{"T_StoredLink", "root/test:" + b, far},
-                                     {"T_StoredLink", full(b), far2},
-                                     {"T_BLink", b, far},
-                                     {"T_StoredLink", "root/other:" + b, "T_Far.k=\"3\""},
-                                     {"T_StoredLink", "//h/root/test:" + b, "T_Far.k=\"4\""}};
+    const std::string stored[][3] = {{"T_StoredLink", "root/test:" + B1, FAR1},
+                                     {"T_StoredLink", full(B1), far2},
+                                     {"T_BLink", B1, FAR1},
+                                     {"T_StoredLink", "root/other:" + B1, "T_Far.k=\"3\""},
+                                     {"T_StoredLink", "//h/root/test:" + B1, "T_Far.k=\"4\""}};
     for (const auto& [association, near, end] : stored) {
         CIMInstance link{CIMName(association.c_str())};
         add(link, "Near", CIMValue(path(near)));
         add(link, "Far", CIMValue(path(end)));
         client.createInstance(ns, link);
     }
-    client.createInstance(ns, item(far));
+    client.createInstance(ns, item(FAR1));
     const CIMName any;
-    const std::string one = full(far) + " ", two = full(far2) + " ";
+    const std::string one = full(FAR1) + " ", two = full(far2) + " ";
     const struct {
         std::string object;
         CIMName association, result;
         const char *role, *resultRole;
         std::string associators;
-    } cases[] = {{b, any, any, "", "", one + one + two},
-                 {b, "T_StoredLink", "T_Far", "near", "FAR", one + two},
-                 {b, any, "T_A", "", "", ""},
-                 {b, any, any, "Far", "", ""},
-                 {b, any, any, "", "Near", ""},
-                 {far, "T_BLink", "T_A", "", "", full(b) + " "},
+    } cases[] = {{B1, any, any, "", "", one + one + two},
+                 {B1, "T_StoredLink", "T_Far", "near", "FAR", one + two},
+                 {B1, any, "T_A", "", "", ""},
+                 {B1, any, any, "Far", "", ""},
+                 {B1, any, any, "", "Near", ""},
+                 {FAR1, "T_BLink", "T_A", "", "", full(B1) + " "},
                  {"T_A", any, any, "", "", full("T_Far") + " "},
                  {"T_A", any, any, "Far", "", ""},
                  {"T_Far", any, any, "", "", full("T_A") + " " + full("T_B") + " "},
@@ -522,14 +521,14 @@ TEST_F(Routing, StoredAssociationsAndClassLinks) {
             << c.object << c.role << c.resultRole;
     }
     const CIMPropertyList n = listOf({"n"}), near = listOf({"Near"});
-    EXPECT_EQ(said(client.associators(ns, path(b), "T_BLink", any, "", "", false, false, n)),
-              full(far) + " n; ");
-    EXPECT_EQ(outcome([&] { client.associators(ns, path(b)); }), "6 CIM_ERR_NOT_FOUND: " + far2);
-    EXPECT_EQ(client.references(ns, path(b)).size(), 3u);
-    EXPECT_EQ(client.referenceNames(ns, path(far), any, "Far").size(), 2u);
+    EXPECT_EQ(said(client.associators(ns, path(B1), "T_BLink", any, "", "", false, false, n)),
+              full(FAR1) + " n; ");
+    EXPECT_EQ(outcome([&] { client.associators(ns, path(B1)); }), "6 CIM_ERR_NOT_FOUND: " + far2);
+    EXPECT_EQ(client.references(ns, path(B1)).size(), 3u);
+    EXPECT_EQ(client.referenceNames(ns, path(FAR1), any, "Far").size(), 2u);
     const std::string link = full("T_BLink.Far=\"T_Far.k=\\\"1\\\"\",Near=\"T_B.k=\\\"1\\\"\"");
-    EXPECT_EQ(said(client.referenceNames(ns, path(far), "T_BLink")), link + "; ");
-    EXPECT_EQ(said(client.references(ns, path(far), "T_BLink", "", false, false, near)),
+    EXPECT_EQ(said(client.referenceNames(ns, path(FAR1), "T_BLink")), link + "; ");
+    EXPECT_EQ(said(client.references(ns, path(FAR1), "T_BLink", "", false, false, near)),
               link + " Near; ");
     EXPECT_EQ(said(client.references(ns, path("T_A"), "t_link", "", false, true)),
               full("T_Link") + " Near@T_Link Far@T_Link; " + full("T_SubLink") +
