@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "indications/IndicationQueue.h"
 #include "support/ScriptedServer.h"
 
 using namespace support;
@@ -299,6 +300,18 @@ TEST_F(Subscriptions, StoredOnesAreCreatedBeforeAnythingIsEnabled) {
     EXPECT_EQ(take(), "A.disable A.terminate ");
     EXPECT_EQ(seen.size(), 202u) << "what was delivered before the end is handed over";
     EXPECT_EQ(code([&] { subscribe(alertQuery); }), CIM_ERR_SERVER_IS_SHUTTING_DOWN);
+}
+
+// An indication may be on its way to a queue that is closed meanwhile.
+TEST(IndicationQueue, TakesNothingOnceItIsClosed) {
+    velmar_embedded::WorkerPool workers;
+    const auto fail = [](const auto&) { ADD_FAILURE(); };
+    const auto queue =
+        std::make_shared<velmar_embedded::IndicationQueue>(workers, "queue", 1, fail, fail);
+    queue->close();
+    queue->push(CIMInstance("T_Alert"));
+    workers.stop();
+    EXPECT_EQ(queue->counts().discarded, 0u);
 }
 
 }  // namespace
