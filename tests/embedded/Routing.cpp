@@ -199,8 +199,9 @@ TEST_F(Routing, WhatProvidersAreGivenAndCallersGet) {
 
     // Stored instances are cut down to the list for both, classes are the same for both.
     client.createInstance(ns, item(FAR1, 1));
-    client.modifyInstance(ns, item(FAR1, 2), false, key);
-    EXPECT_EQ(property(get(FAR1), "n"), "1");
+    const CIMInstance change = item(FAR1, 2);
+    cimom.modifyInstance(none, ns, change, false, key);
+    EXPECT_EQ(property(get(FAR1), "n") + property(change, "n"), "12");
     ask("", "T_Far k", FAR1 + " k@T_Far", BOTH(getInstance), path(FAR1), true, false, false, key);
     ask("", FAR1 + " k; ", FAR1 + " k@T_Far; ", BOTH(enumerateInstances), "T_Far", true, true,
         false, false, key);
@@ -370,7 +371,10 @@ TEST_F(Routing, UntypedParametersGetTheDeclaredType) {
                  {"Peer", String("T_A.k=\"1\""), "reference=T_A.k=\"1\""},
                  {"Numbers", Array<Uint8>(2, 7), "sint64=7 7 "},
                  {"Text", Array<Char16>(1, 'x'), "char16=x "},
+                 {"Ratio", String("1.5"), "real32=1.5000000000000000e+00"},
                  {"no name", String("7"), "string=7"},
+                 {"Ratio", String("1.5x"), ""},
+                 {"Letter", String("xy"), ""},
                  {"Small", String("256"), ""},
                  {"Small", Sint8(-1), ""},
                  {"Flags", Array<String>(1, "maybe"), ""},
@@ -463,8 +467,9 @@ TEST_F(Routing, AssociationProvidersThatCount) {
                   place[0] == 'r' ? "3 CIM_ERR_INVALID_NAMESPACE: root/no" : "ok");
         EXPECT_EQ(text(object.getPath()), whole);
     }
-    // One object is delivered to many at once, who share the repository as well.
+    // One object is delivered to many at once, who share the repository and a handle as well.
     const CIMInstance kept = item("T_Link.k=\"1\"");
+    CIMOMHandle outside;
     provider->linkObjects = [&](auto&, auto& handler) { handler.deliver(CIMObject(kept)); };
     inThreads(4, [&](int t) {
         CIMClient own;
@@ -475,7 +480,7 @@ TEST_F(Routing, AssociationProvidersThatCount) {
             own.createClass(ns, CIMClass(CIMName(name.c_str()), "T_D"));
             own.createInstance(ns, item("T_D.k=\"" + name + "\""));
             own.modifyInstance(ns, item("T_D.k=\"" + name + "\"", 2));
-            own.enumerateInstances(ns, "T_D");
+            outside.enumerateInstances(none, ns, "T_D", true, true, false, false, {});
             own.deleteInstance(ns, path("T_D.k=\"" + name + "\""));
         }
     });
@@ -483,6 +488,9 @@ TEST_F(Routing, AssociationProvidersThatCount) {
 }
 
 TEST_F(Routing, StoredAssociationsAndClassLinks) {
+    server.compileMofText("root/test",
+                          "[Association] class T_Self { [Key] T_C REF One; [Key] T_C REF Two;"
+                          " T_A REF Three; };");
     start();
     const std::string far2 = "T_Far.k=\"2\"";
     const std::string stored[][3] = {{"T_StoredLink", "root/test:" + B1, FAR1},
@@ -510,7 +518,7 @@ TEST_F(Routing, StoredAssociationsAndClassLinks) {
                  {B1, any, any, "Far", "", ""},
                  {B1, any, any, "", "Near", ""},
                  {FAR1, "T_BLink", "T_A", "", "", full(B1) + " "},
-                 {"T_A", any, any, "", "", full("T_Far") + " "},
+                 {"T_A", any, any, "", "", full("T_C") + " " + full("T_Far") + " "},
                  {"T_A", any, any, "Far", "", ""},
                  {"T_Far", any, any, "", "", full("T_A") + " " + full("T_B") + " "},
                  {"T_Far", any, "T_B", "", "", full("T_B") + " "}};
@@ -533,6 +541,14 @@ TEST_F(Routing, StoredAssociationsAndClassLinks) {
     EXPECT_EQ(said(client.references(ns, path("T_A"), "t_link", "", false, true)),
               full("T_Link") + " Near@T_Link Far@T_Link; " + full("T_SubLink") +
                   " Near@T_Link^ Far@T_Link^; ");
+    // An object that is linked to itself.
+    const std::string c = "T_C.k=\"1\"";
+    CIMInstance self{CIMName("T_Self")};
+    add(self, "One", CIMValue(path(c)));
+    add(self, "Two", CIMValue(path(c)));
+    client.createInstance(ns, self);
+    EXPECT_EQ(client.references(ns, path(c)).size(), 1u);
+    EXPECT_EQ(paths(client.associatorNames(ns, path(c))), full(c) + " " + full(c) + " ");
 }
 
 }  // namespace

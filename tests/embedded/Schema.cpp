@@ -148,14 +148,15 @@ TEST_F(Schema, ClassesAndWhatTheyInherit) {
     EXPECT_FALSE(repository.hasClass(ns, "K"));
 
     // Made by a program: the declaration tells a qualifier's flavor; a value may have another size.
-    CIMProperty pair("Pair", Array<Uint8>(2, 1), 2);
+    CIMProperty pair("Pair", Array<Uint8>(2, 1), 2, CIMName(), "Elsewhere", true);
     pair.setValue(Array<Uint8>(3, 1));
     pair.addQualifier(CIMQualifier("Values", Array<String>()));
     CIMClass upper("Upper");
     upper.addQualifier(CIMQualifier("abstract", true)).addQualifier(CIMQualifier("New", true));
     repository.createClass(ns, upper.addProperty(pair));
     repository.createClass(ns, CIMClass("Lower", "Upper"));
-    EXPECT_EQ(shown(repository.getClass(ns, "Lower")),
+    EXPECT_EQ(shown(repository.getClass(ns, "Upper")) + shown(repository.getClass(ns, "Lower")),
+              "abstract(TRUE) New(TRUE) Upper\nValues() uint8 Pair[2]=1 1 1  Upper\n"
               "New(TRUE) Lower\nuint8 Pair[2]=1 1 1  ^Upper\n");
 }
 

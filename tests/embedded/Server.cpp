@@ -38,6 +38,8 @@ TEST_F(Server, LifeCycle) {
     velmar_embedded::Server second;
     EXPECT_THROW(second.start(), std::logic_error);
     EXPECT_EQ(calls, "");
+    second.stop();  // leaves the started one alone
+    CIMClient().connectLocal();
     get(A1);
     get("T_A.k=\"2\"");
     server.stop();

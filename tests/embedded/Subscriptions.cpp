@@ -112,6 +112,8 @@ TEST_F(Subscriptions, ProvidersAreDrivenByTheFirstAndTheLast) {
     EXPECT_NE(order.find("B.initialize B.create B.enable"), std::string::npos) << order;
     EXPECT_EQ(b->classNames,
               full("T_Base", "root/Test") + " " + full("T_Base", "root/other") + " ");
+    EXPECT_EQ(a->classNames, full("T_Alert", "root/Test") + " " + full("T_SubAlert", "root/Test") +
+                                 " " + full("T_Alert", "root/other") + " ");
     server.unsubscribe(first);
     EXPECT_EQ(take(), "A.delete-other ");
     EXPECT_EQ(outcome([&] { server.unsubscribe(first); }), "6 subscription " + first);
@@ -230,25 +232,32 @@ TEST_F(Subscriptions, SlowSubscriberLosesTheNewestVisibly) {
     EXPECT_EQ(show(server.indicationCounts(id)), "6/4/0/0");
 }
 
-TEST_F(Subscriptions, UnsubscribingWaitsForARunningSubscriberAndDiscardsTheRest) {
+TEST_F(Subscriptions, DrainingAndUnsubscribingWaitForARunningSubscriber) {
     Alerts* a = alerts("A");
     start();
-    Count begun, returned;
-    bool finished = false;
-    const auto take2 = [&](const CIMInstance&) {
-        begun.up();
-        EXPECT_FALSE(returned.reaches(1));
-        finished = true;
-    };
-    const std::string id = server.subscribe(alertQuery, {"root/test"}, take2);
-    a->alert(alertPath);
-    begun.waitFor(1);
-    a->alert(alertPath);
-    server.unsubscribe(id);
-    returned.up();
-    EXPECT_TRUE(finished);
-    EXPECT_EQ(show(server.indicationCounts()), "1/0/0/1");
-    // Whoever waits for the rest meanwhile returns.
+    for (const bool drains : {true, false}) {
+        Count begun, returned;
+        bool finished = false;
+        const std::string id = server.subscribe(alertQuery, {"root/test"}, [&](const CIMInstance&) {
+            begun.up();
+            EXPECT_FALSE(returned.reaches(1));
+            finished = true;
+        });
+        a->alert(alertPath);
+        begun.waitFor(1);
+        if (drains) {
+            server.drain();
+        } else {
+            a->alert(alertPath, {"is discarded"});
+            server.unsubscribe(id);
+        }
+        returned.up();
+        EXPECT_TRUE(finished);
+        if (drains) {
+            server.unsubscribe(id);
+        }
+    }
+    EXPECT_EQ(show(server.indicationCounts()), "2/0/0/1");
 }
 
 TEST_F(Subscriptions, SubscribersEndSubscriptions) {

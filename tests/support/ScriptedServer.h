@@ -268,7 +268,8 @@ class ScriptedServer : public ::testing::Test {
             Qualifier Description : string = null, Scope(any);
             class T_A { [Key, Description("d")] string k; uint32 n; string s;
                         [Description("m")] uint32 Do([Description("p")] uint8 Small,
-                            string Text, boolean Flags[], T_A REF Peer, sint64 Numbers[]); };
+                            string Text, boolean Flags[], T_A REF Peer, sint64 Numbers[],
+                            real32 Ratio, char16 Letter); };
             class T_B : T_A { string extra; };
             class T_C : T_B { };
             class T_D : T_A { string note = "none"; };
