@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: MIT
 //
 // Problems that no caller hears of: what is reported, on which thread, and what callers hear.
-#include <Pegasus/Provider/CIMIndicationProvider.h>
-
 #include <atomic>
 #include <condition_variable>
 #include <memory>
@@ -19,31 +17,9 @@ using velmar_embedded::MofError;
 
 namespace {
 
-/// An indication provider that does what a test tells it.
-struct Source : CIMIndicationProvider {
-    std::atomic<IndicationResponseHandler*> handler{nullptr};
-    std::function<void()> onCreate = [] {}, onDisable = [] {};
-
-    void initialize(CIMOMHandle&) override {}
-    void terminate() override { delete this; }
-    void enableIndications(IndicationResponseHandler& given) override { handler = &given; }
-    void disableIndications() override { onDisable(); }
-    void createSubscription(const OperationContext&, const CIMObjectPath&,
-                            const Array<CIMObjectPath>&, const CIMPropertyList&,
-                            const Uint16) override {
-        onCreate();
-    }
-    void modifySubscription(const OperationContext&, const CIMObjectPath&,
-                            const Array<CIMObjectPath>&, const CIMPropertyList&,
-                            const Uint16) override {}
-    void deleteSubscription(const OperationContext&, const CIMObjectPath&,
-                            const Array<CIMObjectPath>&) override {}
-    void alert() { handler.load()->deliver(instanceAt("root/test:T_Alert")); }
-};
-
 class Reports : public ScriptedServer {
  protected:
-    const char* const query = "SELECT * FROM T_Alert";
+    const char *const query = "SELECT * FROM T_Alert", *const alertPath = "root/test:T_Alert";
     std::function<void(const std::string&)> onProblem = [](const std::string&) {};
 
     Reports() {
@@ -68,8 +44,8 @@ class Reports : public ScriptedServer {
         std::unique_lock<std::mutex> guard(_lock);
         _told.wait(guard, [&] { return _problems.find(text) != std::string::npos; });
     }
-    Source* source(const std::string& name) {
-        auto* provider = new Source;
+    Alerts* source(const std::string& name) {
+        auto* provider = new Alerts;
         server.registerProvider(name, provider,
                                 {{"T_Alert", {"root/test"}, {ProviderType::Indication}, {}}});
         return provider;
@@ -94,7 +70,7 @@ TEST_F(Reports, InitializeAndTerminateThatFail) {
     const std::unique_ptr<Scripted> kept(good);
     start();
     const char* const heard = "1 CIM_ERR_FAILED: provider initialization failed";
-    EXPECT_EQ(outcome([&] { get("T_A.k=\"1\""); }), heard);
+    EXPECT_EQ(outcome([&] { get(A1); }), heard);
     EXPECT_EQ(take(),
               "provider \"Once\": initialize for getInstance of T_A failed: std::runtime_error: no"
               " device\nprovider \"Once\": terminate failed: int: Unknown error.\n");
@@ -103,7 +79,7 @@ TEST_F(Reports, InitializeAndTerminateThatFail) {
     EXPECT_EQ(take().find("provider \"Once\": cannot be made anew for enumerateInstances of T_A "
                           "after its initialize failed: std::runtime_error: the object"),
               0u);
-    get("T_B.k=\"1\"");
+    get(B1);
     server.stop();
     EXPECT_EQ(take(),
               "provider \"Good\": terminate failed: Pegasus::CIMException: CIM_ERR_NOT_FOUND:"
@@ -112,13 +88,13 @@ TEST_F(Reports, InitializeAndTerminateThatFail) {
 
 TEST_F(Reports, ErrorsAreNotMarkedTwice) {
     provide("P", {"T_A"})->get = [this](const auto& call, auto& handler) {
-        if (call.key() == "2") {
+        if (text(call.path) == full("T_A.k=\"2\"")) {
             throw CIMException(CIM_ERR_FAILED, "deep");
         }
         handler.deliver(getApart("T_A.k=\"2\""));
     };
     start();
-    EXPECT_EQ(outcome([&] { get("T_A.k=\"1\""); }), "1 CIM_ERR_FAILED: deep");
+    EXPECT_EQ(outcome([&] { get(A1); }), "1 CIM_ERR_FAILED: deep");
 }
 
 TEST_F(Reports, ClientsThatWaitInVain) {
@@ -172,12 +148,12 @@ TEST_F(Reports, StopSaysWhatItWaitsFor) {
         handler.deliver(item(text(call.path)));
     };
     provider->onTerminate = [&] { mayEnd.waitFor(4); };
-    Source* alerts = source("S");
-    alerts->onDisable = [&] { mayEnd.waitFor(2); };
+    Alerts* alerts = source("S");
+    alerts->onCall = [&](const std::string& call) { mayEnd.waitFor(call == "disable" ? 2 : 0); };
     start();
     server.subscribe(query, {"root/test"}, [&](const CIMInstance&) { mayEnd.waitFor(3); });
-    alerts->alert();
-    std::thread first([&] { EXPECT_EQ(outcome([&] { getApart("T_A.k=\"1\""); }), "ok"); });
+    alerts->alert(alertPath);
+    std::thread first([&] { EXPECT_EQ(outcome([&] { getApart(A1); }), "ok"); });
     begun.waitFor(1);
     get("T_A.k=\"quick\"");
     std::thread second([&] { EXPECT_EQ(outcome([&] { getApart("T_B.k=\"2\""); }), "ok"); });
@@ -197,7 +173,7 @@ TEST_F(Reports, StopSaysWhatItWaitsFor) {
 }
 
 TEST_F(Reports, ObserversRunOnAThreadOfTheirOwnAndMayCallTheServer) {
-    Source* alerts = source("S");
+    Alerts* alerts = source("S");
     Count mayGoOn;
     std::thread::id teller;
     std::string outcomes;
@@ -206,14 +182,18 @@ TEST_F(Reports, ObserversRunOnAThreadOfTheirOwnAndMayCallTheServer) {
         query, {"root/test"}, [&](const CIMInstance&) { mayGoOn.waitFor(1); }, 1);
     // Disabling waits for the delivery, as a provider's should; the observer waits for both.
     std::mutex delivering;
-    alerts->onDisable = [&] { std::lock_guard<std::mutex> guard(delivering); };
+    alerts->onCall = [&](const std::string& call) {
+        if (call == "disable") {
+            std::lock_guard<std::mutex> guard(delivering);
+        }
+    };
     onProblem = [&](const std::string& problem) {
         teller = std::this_thread::get_id();
         if (problem.find("new ones are dropped") != std::string::npos) {
             mayGoOn.up();
             server.drain();
             server.unsubscribe(id);
-            outcomes += outcome([&] { getApart("T_A.k=\"1\""); }) + " ";
+            outcomes += outcome([&] { getApart(A1); }) + " ";
             EXPECT_THROW(server.stop(), std::logic_error);
             throw std::runtime_error("an observer's fault stays with it");
         }
@@ -221,7 +201,7 @@ TEST_F(Reports, ObserversRunOnAThreadOfTheirOwnAndMayCallTheServer) {
     {
         std::lock_guard<std::mutex> guard(delivering);
         for (int i = 0; i < 3; i++) {  // one is handed over, one waits, one is dropped
-            alerts->alert();
+            alerts->alert(alertPath);
         }
         EXPECT_EQ(outcomes, "");
     }
@@ -232,31 +212,31 @@ TEST_F(Reports, ObserversRunOnAThreadOfTheirOwnAndMayCallTheServer) {
 }
 
 TEST_F(Reports, DeliveriesAfterDisabling) {
-    Source* alerts = source("S");
+    Alerts* alerts = source("S");
     start();
     server.unsubscribe(subscribe());
     IndicationResponseHandler* const before = alerts->handler;
     subscribe();
     EXPECT_NE(before, alerts->handler) << "each enabling brings a handler of its own";
     for (int i = 0; i < 2; i++) {
-        before->deliver(instanceAt("root/test:T_Alert"));
+        before->deliver(instanceAt(alertPath));
     }
     EXPECT_EQ(take(),
               "provider \"S\": an indication was delivered after disableIndications had"
               " returned, which ends a real server's process\n");
-    alerts->alert();
+    alerts->alert(alertPath);
     server.drain();
     EXPECT_EQ(server.indicationCounts().delivered, 1u);
     EXPECT_EQ(server.indicationCounts().unmatched, 2u);
 }
 
 TEST_F(Reports, DeliveriesDuringDisabling) {
-    Source* alerts = source("S");
+    Alerts* alerts = source("S");
     start();
     server.unsubscribe(subscribe());
     std::atomic<bool> over{false};
     std::thread delivering([&] {
-        const Array<CIMIndication> many(100, instanceAt("root/test:T_Alert"));
+        const Array<CIMIndication> many(100, instanceAt(alertPath));
         while (!over) {
             alerts->handler.load()->deliver(many);
         }
@@ -272,7 +252,11 @@ TEST_F(Reports, DeliveriesDuringDisabling) {
 }
 
 TEST_F(Reports, RefusedSubscriptions) {
-    source("A")->onCreate = [] { throw std::invalid_argument("policy"); };
+    source("A")->onCall = [](const std::string& call) {
+        if (call == "create") {
+            throw std::invalid_argument("policy");
+        }
+    };
     server.subscribe("SELECT * FROM T_A", {"root/test"}, [](const CIMInstance&) {});
     start();
     EXPECT_EQ(outcome([&] { subscribe(); }), "7 No providers accepted the subscription.");
@@ -294,14 +278,14 @@ TEST_F(Reports, CirclesThroughClientsEnd) {
         CIMClient own;
         own.connectLocal();
         own.enumerateInstances(ns, "T_B");
-        handler.deliver(item("T_A.k=\"1\""));
+        handler.deliver(item(A1));
     };
     provide("Second", {"T_B"});
     provide("Third", {"T_C"})->enumerate = [&](const auto&, auto&) {
-        CIMOMHandle().getInstance(none, ns, path("T_A.k=\"1\""), false, false, false, {});
+        CIMOMHandle().getInstance(none, ns, path(A1), false, false, false, {});
     };
     start();
-    const std::string error = outcome([&] { get("T_A.k=\"1\""); });
+    const std::string error = outcome([&] { get(A1); });
     EXPECT_EQ(error,
               "1 CIM_ERR_FAILED: getInstance of T_A in provider \"First\" is nested 101 requests"
               " deep: its providers ask each other, or themselves, without end");

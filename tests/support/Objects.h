@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// Short ways to make CIM objects, shared by the tests.
+// Short ways to make CIM objects and to say what came of them, shared by the tests.
 #ifndef VELMAR_TESTS_SUPPORT_OBJECTS_H
 #define VELMAR_TESTS_SUPPORT_OBJECTS_H
 
@@ -9,9 +9,14 @@
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/CIMValue.h>
+#include <Pegasus/Common/Exception.h>
 
+#include <exception>
+#include <functional>
 #include <ostream>
 #include <string>
+#include <thread>
+#include <vector>
 
 // GoogleTest prints values of these types in its messages.
 namespace Pegasus {
@@ -28,6 +33,31 @@ using Pegasus::Uint32;  // PEG_NOT_FOUND needs the name
 inline std::string text(const Pegasus::String& s) { return (const char*)s.getCString(); }
 inline std::string text(const Pegasus::CIMObjectPath& path) { return text(path.toString()); }
 inline std::string text(const Pegasus::CIMName& name) { return text(name.getString()); }
+
+/// "ok", or what was thrown: code and message of a CIMException, else the message.
+inline std::string outcome(const std::function<void()>& call) {
+    try {
+        call();
+        return "ok";
+    } catch (const Pegasus::CIMException& e) {
+        return std::to_string(e.getCode()) + " " + text(e.getMessage());
+    } catch (const Pegasus::Exception& e) {
+        return text(e.getMessage());
+    } catch (const std::exception& e) {
+        return e.what();
+    }
+}
+
+/// Runs the work on so many threads at once, each with its number.
+inline void inThreads(int count, const std::function<void(int)>& work) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; i++) {
+        threads.emplace_back(work, i);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
 
 inline Pegasus::CIMObjectPath path(const std::string& s) {
     return Pegasus::CIMObjectPath(Pegasus::String(s.c_str()));

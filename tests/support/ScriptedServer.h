@@ -1,13 +1,15 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// An embedded server whose providers do what a test tells them, and short names for outcomes.
+// An embedded server whose providers do what a test tells them.
 #ifndef VELMAR_TESTS_SUPPORT_SCRIPTEDSERVER_H
 #define VELMAR_TESTS_SUPPORT_SCRIPTEDSERVER_H
 
 #include <Pegasus/Client/CIMClient.h>
+#include <Pegasus/Common/CIMIndication.h>
 #include <Pegasus/Common/System.h>
 #include <Pegasus/Provider/CIMAssociationProvider.h>
+#include <Pegasus/Provider/CIMIndicationProvider.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>
 #include <Pegasus/Provider/CIMOMHandle.h>
@@ -15,6 +17,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -24,12 +27,16 @@
 #include <vector>
 
 #include <velmar_embedded/Server.h>
+#include <velmar_embedded/exchange/Request.h>
 #include "support/Objects.h"
 
 namespace support {
 
 using namespace Pegasus;
 using velmar_embedded::ProviderType;
+
+/// Instances of the classes that every ScriptedServer has.
+const std::string A1 = "T_A.k=\"1\"", B1 = "T_B.k=\"1\"", FAR1 = "T_Far.k=\"1\"";
 
 /// What threads wait for: a count that is reached.
 class Count {
@@ -43,6 +50,12 @@ class Count {
         std::unique_lock<std::mutex> guard(_lock);
         _changed.wait(guard, [&] { return _count >= count; });
     }
+    /// For a count that must not be reached: whether it is, within a moment.
+    bool reaches(int count) {
+        std::unique_lock<std::mutex> guard(_lock);
+        return _changed.wait_for(guard, std::chrono::milliseconds(50),
+                                 [&] { return _count >= count; });
+    }
     int value() const { return _count; }
 
  private:
@@ -51,33 +64,14 @@ class Count {
     std::atomic<int> _count{0};
 };
 
-/// Runs the work on so many threads at once, each with its number.
-inline void inThreads(int count, const std::function<void(int)>& work) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; i++) {
-        threads.emplace_back(work, i);
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
-
-/// "ok", or what was thrown: code and message of a CIMException, else the message.
-inline std::string outcome(const std::function<void()>& call) {
+/// The code of the CIMException that the call throws; -1 without an exception.
+inline int code(const std::function<void()>& call) {
     try {
         call();
-        return "ok";
     } catch (const CIMException& e) {
-        return std::to_string(e.getCode()) + " " + text(e.getMessage());
-    } catch (const Exception& e) {
-        return text(e.getMessage());
+        return e.getCode();
     }
-}
-
-/// The code of the CIMException that the call throws; -1 without one.
-inline int code(const std::function<void()>& call) {
-    const std::string result = outcome(call);
-    return isdigit(result[0]) ? std::stoi(result) : -1;
+    return -1;
 }
 
 inline CIMObjectPath pathOf(const CIMObjectPath& path) { return path; }
@@ -106,6 +100,10 @@ inline CIMInstance item(const std::string& objectPath, Uint32 n = 0) {
     return instance;
 }
 
+/// What a provider was called with, apart from its namespace. For references the association class
+/// is that of the call.
+typedef velmar_embedded::Request Call;
+
 /// Every operation is a function of a test. One that is not set answers nothing, but getInstance
 /// an item at the path asked for.
 class Scripted : public CIMInstanceProvider,
@@ -113,38 +111,28 @@ class Scripted : public CIMInstanceProvider,
                  public CIMAssociationProvider {
     typedef const OperationContext& Context;
     typedef const CIMObjectPath& Path;
+    typedef const CIMInstance& Instance;
     typedef const CIMPropertyList& List;
     typedef const CIMName& Name;
     typedef const String& Role;
+    typedef Boolean Flag;
+    typedef InstanceResponseHandler Instances;
     typedef ObjectPathResponseHandler Paths;
+    typedef ObjectResponseHandler Objects;
+    typedef MethodResultResponseHandler Results;
+    typedef velmar_embedded::Operation Is;
+    template <class Handler>
+    using Answer = std::function<void(const Call&, Handler&)>;
 
  public:
-    struct Call {  // the arguments that the operations share or have of their own
-        CIMObjectPath path;
-        CIMPropertyList list = CIMPropertyList();
-        CIMInstance instance = CIMInstance();
-        CIMName associationClass = CIMName();
-        CIMName resultClass = CIMName();
-        String role = String();
-        String resultRole = String();
-        CIMName method = CIMName();
-        Array<CIMParamValue> in = Array<CIMParamValue>();
-
-        std::string key() const { return text(path.getKeyBindings()[0].getValue()); }
-    };
-    template <class Handler>
-    using Operation = std::function<void(const Call&, Handler&)>;
-
     std::function<void(CIMOMHandle&)> onInitialize = [](CIMOMHandle&) {};
     std::function<void()> onTerminate = [] {}, onDestroy = [] {};
-    Operation<InstanceResponseHandler> enumerate;
-    Operation<InstanceResponseHandler> get = [](const Call& call, InstanceResponseHandler& h) {
-        h.deliver(item(text(call.path)));
-    };
-    Operation<Paths> names, create, associatorPaths, referencePaths;
-    Operation<ResponseHandler> modify, remove;
-    Operation<ObjectResponseHandler> associatorObjects, referenceObjects;
-    Operation<MethodResultResponseHandler> invoke;
+    std::function<void(const Call&)> onCall = [](const Call&) {};
+    Answer<Instances> get = [](const Call& c, Instances& h) { h.deliver(item(text(c.path))); };
+    Answer<Instances> enumerate;
+    Answer<Paths> names, create, linkPaths;  // those of associators and of references
+    Answer<Objects> linkObjects;
+    Answer<Results> invoke;
     bool completes = true;
     CIMOMHandle cimom;
 
@@ -158,52 +146,107 @@ class Scripted : public CIMInstanceProvider,
         delete this;
     }
 
-    void getInstance(Context, Path p, Boolean, Boolean, List list,
-                     InstanceResponseHandler& h) override {
-        run(get, {p, list}, h);
+    void getInstance(Context c, Path p, Flag q, Flag o, List l, Instances& h) override {
+        run(get, c, Call(Is::GetInstance, {}, p).contents(q, o, l), h);
     }
-    void enumerateInstances(Context, Path p, Boolean, Boolean, List list,
-                            InstanceResponseHandler& h) override {
-        run(enumerate, {p, list}, h);
+    void enumerateInstances(Context c, Path p, Flag q, Flag o, List l, Instances& h) override {
+        run(enumerate, c, Call(Is::EnumerateInstances, {}, p).contents(q, o, l), h);
     }
-    void enumerateInstanceNames(Context, Path p, Paths& h) override { run(names, {p}, h); }
-    void modifyInstance(Context, Path p, const CIMInstance& i, Boolean, List list,
+    void enumerateInstanceNames(Context c, Path p, Paths& h) override {
+        run(names, c, Call(Is::EnumerateInstanceNames, {}, p), h);
+    }
+    void modifyInstance(Context c, Path p, Instance i, Flag q, List l,
                         ResponseHandler& h) override {
-        run(modify, {p, list, i}, h);
+        run(_nothing, c, Call(Is::ModifyInstance, {}, p).contents(q, false, l).object(i), h);
     }
-    void createInstance(Context, Path p, const CIMInstance& i, Paths& h) override {
-        run(create, {p, CIMPropertyList(), i}, h);
+    void createInstance(Context c, Path p, Instance i, Paths& h) override {
+        run(create, c, Call(Is::CreateInstance, {}, p).object(i), h);
     }
-    void deleteInstance(Context, Path p, ResponseHandler& h) override { run(remove, {p}, h); }
-    void invokeMethod(Context, Path p, Name name, const Array<CIMParamValue>& in,
-                      MethodResultResponseHandler& h) override {
-        run(invoke, {p, {}, {}, {}, {}, {}, {}, name, in}, h);
+    void deleteInstance(Context c, Path p, ResponseHandler& h) override {
+        run(_nothing, c, Call(Is::DeleteInstance, {}, p), h);
     }
-    void associators(Context, Path p, Name a, Name r, Role role, Role resultRole, Boolean, Boolean,
-                     List list, ObjectResponseHandler& h) override {
-        run(associatorObjects, {p, list, {}, a, r, role, resultRole}, h);
+    void invokeMethod(Context c, Path p, Name name, const Array<CIMParamValue>& in,
+                      Results& h) override {
+        run(invoke, c, Call(Is::InvokeMethod, {}, p).method(name, in), h);
     }
-    void associatorNames(Context, Path p, Name a, Name r, Role role, Role resultRole,
-                         Paths& h) override {
-        run(associatorPaths, {p, {}, {}, a, r, role, resultRole}, h);
+    void associators(Context c, Path p, Name a, Name r, Role n, Role f, Flag q, Flag o, List l,
+                     Objects& h) override {
+        run(linkObjects, c, Call(Is::Associators, {}, p).association(a, r, n, f).contents(q, o, l),
+            h);
     }
-    void references(Context, Path p, Name r, Role role, Boolean, Boolean, List list,
-                    ObjectResponseHandler& h) override {
-        run(referenceObjects, {p, list, {}, {}, r, role}, h);
+    void associatorNames(Context c, Path p, Name a, Name r, Role n, Role f, Paths& h) override {
+        run(linkPaths, c, Call(Is::AssociatorNames, {}, p).association(a, r, n, f), h);
     }
-    void referenceNames(Context, Path p, Name r, Role role, Paths& h) override {
-        run(referencePaths, {p, {}, {}, {}, r, role}, h);
+    void references(Context c, Path p, Name a, Role n, Flag q, Flag o, List l,
+                    Objects& h) override {
+        run(linkObjects, c, Call(Is::References, {}, p).association(a, {}, n, {}).contents(q, o, l),
+            h);
+    }
+    void referenceNames(Context c, Path p, Name a, Role n, Paths& h) override {
+        run(linkPaths, c, Call(Is::ReferenceNames, {}, p).association(a, {}, n, {}), h);
     }
 
  private:
+    Answer<ResponseHandler> _nothing;
+
     template <class Handler>
-    void run(const Operation<Handler>& operation, const Call& call, Handler& handler) {
+    void run(const Answer<Handler>& operation, Context context, Call call, Handler& handler) {
+        call.context = context;
+        onCall(call);
         handler.processing();
         if (operation) {
             operation(call, handler);
         }
         if (completes) {
             handler.complete();
+        }
+    }
+};
+
+/// An indication provider that says what the server does with it: "initialize", "create" and
+/// "delete" for subscriptions, "enable", "disable", "terminate".
+class Alerts : public CIMIndicationProvider {
+    typedef const OperationContext& Context;
+    typedef const CIMObjectPath& Path;
+    typedef const Array<CIMObjectPath>& Classes;
+    typedef const CIMPropertyList& List;
+
+ public:
+    std::function<void(const std::string&)> onCall = [](const std::string&) {};
+    std::atomic<IndicationResponseHandler*> handler{nullptr};
+    // Of the last subscription.
+    OperationContext context;
+    CIMObjectPath subscription;
+    std::string classNames;
+
+    void initialize(CIMOMHandle&) override { onCall("initialize"); }
+    void terminate() override {
+        onCall("terminate");
+        delete this;
+    }
+    void enableIndications(IndicationResponseHandler& given) override {
+        handler = &given;
+        onCall("enable");
+    }
+    void disableIndications() override { onCall("disable"); }
+    void createSubscription(Context with, Path path, Classes classes, List list,
+                            const Uint16) override {
+        onCall(list.isNull() ? "create" : "create with a list");
+        context = with;
+        subscription = path;
+        classNames = paths(classes, false);
+    }
+    void modifySubscription(Context, Path, Classes, List, const Uint16) override {}
+    void deleteSubscription(Context, Path path, Classes classes) override {
+        const bool last = path == subscription && paths(classes, false) == classNames;
+        onCall(last ? "delete" : "delete-other");
+    }
+    /// Delivers indications of this class, one for each text.
+    void alert(const std::string& classPath, const std::vector<const char*>& notes = {""}) {
+        for (const char* note : notes) {
+            CIMInstance indication = instanceAt(classPath);
+            add(indication, "Note", note);
+            handler.load()->deliver(indication);
         }
     }
 };
@@ -224,8 +267,9 @@ class ScriptedServer : public ::testing::Test {
                 Flavor(DisableOverride, ToSubclass);
             Qualifier Description : string = null, Scope(any);
             class T_A { [Key, Description("d")] string k; uint32 n; string s;
-                        uint32 Do(uint8 Small, string Text, boolean Flags[], T_A REF Peer,
-                                  sint64 Numbers[]); };
+                        [Description("m")] uint32 Do([Description("p")] uint8 Small,
+                            string Text, boolean Flags[], T_A REF Peer, sint64 Numbers[],
+                            real32 Ratio, char16 Letter); };
             class T_B : T_A { string extra; };
             class T_C : T_B { };
             class T_D : T_A { string note = "none"; };

@@ -1,0 +1,330 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// MOF and what is stored of it: inheritance, values, mistakes, stored instances.
+#include <Pegasus/Common/CIMClass.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <vector>
+
+#include <velmar_embedded/schema/Mof.h>
+#include <velmar_embedded/schema/Repository.h>
+#include "support/Objects.h"
+
+using namespace Pegasus;
+using namespace support;
+
+namespace {
+
+const char* const DECLARATIONS = R"(
+Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride, ToSubclass);
+Qualifier Abstract : boolean = false, Scope(class, association, indication), Flavor(Restricted);
+Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
+Qualifier In : boolean = true, Scope(parameter);
+Qualifier Out : boolean = false, Scope(parameter);
+Qualifier Description : string = null, Scope(any), Flavor(Translatable, ToInstance);
+Qualifier Values : string[], Scope(property), Flavor(EnableOverride, Restricted);
+Qualifier MaxLen : uint32 = 10, Scope(property), Flavor(ToSubclass);
+[Abstract, Description("b")]
+class B {
+    [Key, Description("id")] string Name;
+    [Values {"1", "2" "3"}, MaxLen, Description] uint32 Num = 0x1f;
+    string Notes[];
+    [Description("run"), Values {}] uint32 Run([In(false), Out] sint8 How, B REF Who[]);
+};
+class M : b { boolean Extra = true; [Description("mine")] string NAME = "default";
+    [Description("again")] uint32 RUN(); };
+class O : B {};
+class L : M {};
+class K : O {};
+/* an association, with keywords in odd case */
+[Association, Description ("one, " "two\n" // and
+                           "three")]
+CLASS A as $A { [KEY] b ref Left; [key : EnableOverride ToInstance] B REF Right;
+    sint8 Fixed[3] = {-1, 0, +1}; [Values {}] real64 R = -1.5e-3; boolean Nothing(); };
+class A2 : A {};
+class V {
+    [Key] string Id = "v";
+    boolean Flag; uint8 U8; sint8 S8; uint64 U64; real64 R64; char16 C; string S; datetime D;
+    B REF R; string A[]; uint16 N[4];
+};)";
+
+std::string shown(const CIMValue& value) {
+    return value.isNull() ? "null" : text(value.toString());
+}
+template <class Element>
+std::string qualifiers(const Element& element) {
+    std::string all;
+    for (Uint32 i = 0; i < element.getQualifierCount(); i++) {
+        const CIMConstQualifier one = element.getQualifier(i);
+        all += text(one.getName()) + "(" + shown(one.getValue()) + ") ";
+    }
+    return all;
+}
+/// A property or method, with its origin at the end, after ^ if it is inherited.
+template <class Feature>
+std::string shown(const Feature& feature, const std::string& contents) {
+    return qualifiers(feature) + cimTypeToString(feature.getType()) + " " +
+           text(feature.getName()) + contents + (feature.getPropagated() ? " ^" : " ") +
+           text(feature.getClassOrigin()) + "\n";
+}
+std::string shown(const CIMConstObject& object) {
+    std::string all = qualifiers(object) + text(object.getPath()) + "\n";
+    for (Uint32 i = 0; i < object.getPropertyCount(); i++) {
+        const CIMConstProperty one = object.getProperty(i);
+        all += shown(one, (one.isArray() ? "[" + std::to_string(one.getArraySize()) + "]=" : "=") +
+                              shown(one.getValue()) + text(one.getReferenceClassName()));
+    }
+    for (Uint32 i = 0; object.isClass() && i < CIMConstClass(object).getMethodCount(); i++) {
+        const CIMConstMethod one = CIMConstClass(object).getMethod(i);
+        std::string parameters;
+        for (Uint32 j = 0; j < one.getParameterCount(); j++) {
+            const CIMConstParameter each = one.getParameter(j);
+            parameters += qualifiers(each) + text(each.getReferenceClassName()) + " " +
+                          text(each.getName()) + (each.isArray() ? "[]; " : "; ");
+        }
+        all += shown(one, "(" + parameters + ")");
+    }
+    return all;
+}
+std::string shown(const Array<CIMName>& names) {
+    std::string all;
+    for (Uint32 i = 0; i < names.size(); i++) {
+        all += text(names[i]) + " ";
+    }
+    return all;
+}
+
+class Schema : public testing::Test {
+ protected:
+    const CIMNamespaceName ns{"root/test"};
+    velmar_embedded::Repository repository;
+
+    Schema() { EXPECT_EQ(compile(DECLARATIONS), "ok"); }
+    std::string compile(const std::string& mof) {
+        return outcome([&] { velmar_embedded::compileMofText(repository, ns, mof, "mof"); });
+    }
+    CIMInstance o(const std::string& name) {
+        return CIMInstance("o").addProperty(CIMProperty("name", String(name.c_str())));
+    }
+};
+
+TEST_F(Schema, ClassesAndWhatTheyInherit) {
+    const std::pair<const char*, const char*> classes[] = {
+        {"B",
+         "Abstract(TRUE) Description(b) B\n"
+         "Key(TRUE) Description(id) string Name=null B\n"
+         "Values(1 23 ) MaxLen(10) Description(null) uint32 Num=31 B\n"
+         "string Notes[0]=null B\n"
+         "Description(run) Values() uint32 Run(In(FALSE) Out(TRUE)  How; B Who[]; ) B\n"},
+        {"l",
+         "Description(b) L\n"
+         "Description(mine) Key(TRUE) string NAME=default ^M\n"
+         "MaxLen(10) Description(null) uint32 Num=31 ^B\n"
+         "string Notes[0]=null ^B\n"
+         "boolean Extra=TRUE ^M\n"
+         "Description(again) uint32 RUN() ^M\n"},
+        {"A2",
+         "Association(TRUE) Description(one, two\nthree) A2\n"
+         "Key(TRUE) reference Left=nullb ^A\n"
+         "Key(TRUE) reference Right=nullB ^A\n"
+         "sint8 Fixed[3]=-1 0 1  ^A\n"
+         "real64 R=-1.5000000000000000e-03 ^A\n"
+         "boolean Nothing() ^A\n"},
+    };
+    for (const auto& [name, expected] : classes) {
+        EXPECT_EQ(shown(repository.getClass("ROOT/Test", name)), expected);
+    }
+    const CIMConstClass a = repository.getClass(ns, "A");
+    const CIMFlavor flavor = a.getProperty(1).getQualifier(0).getFlavor();
+    EXPECT_EQ(text(flavor.toString()), "EnableOverride ToSubclass ToInstance");
+    EXPECT_EQ(shown(repository.subclassNames(ns, CIMName(), false)), "B A V ");
+    EXPECT_EQ(shown(repository.subclassNames(ns, "b", true)), "M O L K ");
+    EXPECT_EQ(shown(repository.lineage(ns, "l")), "L M B ");
+    repository.deleteClass(ns, "K");
+    EXPECT_EQ(shown(repository.subclassNames(ns, "O", false)), "");
+    EXPECT_FALSE(repository.hasClass(ns, "K"));
+
+    // Made by a program: the declaration tells a qualifier's flavor; a value may have another size.
+    CIMProperty pair("Pair", Array<Uint8>(2, 1), 2, CIMName(), "Elsewhere", true);
+    pair.setValue(Array<Uint8>(3, 1));
+    pair.addQualifier(CIMQualifier("Values", Array<String>()));
+    CIMClass upper("Upper");
+    upper.addQualifier(CIMQualifier("abstract", true)).addQualifier(CIMQualifier("New", true));
+    repository.createClass(ns, upper.addProperty(pair));
+    repository.createClass(ns, CIMClass("Lower", "Upper"));
+    EXPECT_EQ(shown(repository.getClass(ns, "Upper")) + shown(repository.getClass(ns, "Lower")),
+              "abstract(TRUE) New(TRUE) Upper\nValues() uint8 Pair[2]=1 1 1  Upper\n"
+              "New(TRUE) Lower\nuint8 Pair[2]=1 1 1  ^Upper\n");
+}
+
+TEST_F(Schema, ValuesAndMistakes) {
+    const struct {
+        const char *property, *literal, *outcome;  // the value's text or the mistake
+    } values[] = {
+        {"Flag", "TRUE", "TRUE"},
+        {"Flag", "1", "the value 1 is no boolean"},
+        {"U8", "-1", "the value -1 is out of range for uint8"},
+        {"U8", "101b", "5"},
+        {"U8", "12abc", "the value 12abc is no uint8"},
+        {"S8", "128", "the value 128 is out of range for sint8"},
+        {"S8", "-128", "-128"},
+        {"S8", "+017", "15"},
+        {"U64", "0XffffFFFFffffFFFF", "18446744073709551615"},
+        {"R64", "+.25E+1", "2.5000000000000000e+00"},
+        {"C", "'ab'", "the value 'ab' is no char16"},
+        {"A", "{\"a\", NULL}", "the value NULL is no string"},
+        {"A", "{}", ""},
+        {"A", "NULL", "(null)"},
+        {"A", "\"a\"", "a list in { } is needed for an array of string"},
+        {"N", "{2, /**/ 5}", "2 5 "},
+        {"D", "\"now\"", "the value \"now\" is no datetime"},
+        {"R", "\"B.N=\"", "the value \"B.N=\" is no reference"},
+        {"S", R"("a\"\\\n" "//\x41\x20AC\53")", "a\"\\\n//A\xE2\x82\xAC+"},
+    };
+    for (const auto& v : values) {
+        const std::string id = "\"" + std::to_string(&v - values) + "\"", name = v.property;
+        std::string result =
+            compile("instance of V { Id = " + id + "; " + name + " =\n" + v.literal + "; };");
+        if (result == "ok") {
+            result =
+                "mof:2: " + property(repository.getInstance(ns, path("V.Id=" + id)), v.property);
+        }
+        EXPECT_EQ(result.find(std::string("mof:2: ") + v.outcome), 0u)
+            << name << v.literal << result;
+    }
+    const char* const mistakes[][2] = {
+        {"class X {\n string S = \"abc\n; };", "2: unterminated string \"abc"},
+        {"\n/* class X {\n};", "2: unterminated comment"},
+        {"class X {\n/* \n */ string S = \"\\q\"; };", "3: unknown escape \\q"},
+        {"class X { string S = \"\xff\"; };", "1: a literal is not UTF-8"},
+        {"class X { string S; }\nclass Y {};", "2: syntax error at class: expected ;"},
+        {"class X { uint8 A[0]; };", "1: syntax error at 0: expected an array size"},
+        {"class X { text S; };", "1: unknown type text"},
+        {"Qualifier Q : boolean, Scope(all);", "1: syntax error at all: expected a scope"},
+        {"class X { B REF M(); };", "1: the method M returns a reference"},
+        {"class X { B REF R[]; };", "1: the property R is an array of references"},
+        {"\nclass X : Missing {\n};", "2: CIM_ERR_INVALID_SUPERCLASS: Missing"},
+        {"class X {\n[Key,\nNoSuch] string S; };", "3: Could not find declaration for Qualifier"},
+        {"class X { string S;\nuint8 s; };", "2: already exists: property \"s\""},
+        {"instance of O {\nNom = \"n\"; };", "2: the class O has no property Nom"},
+        {"instance of O {};\n\ninstance of\nO\n{};", "3: CIM_ERR_ALREADY_EXISTS: O.Name=\"\""},
+        {"instance of V {\nR = $nobody; };", "2: unknown alias $nobody"},
+        {"instance of V as $a {};\ninstance of V as $A {};", "2: the alias $A is used twice"},
+    };
+    for (const auto& [mof, mistake] : mistakes) {
+        EXPECT_EQ(compile(mof).find(std::string("mof:") + mistake), 0u) << compile(mof);
+    }
+    EXPECT_NE(compile("class Early {}; /* class Late {};"), "ok");
+    EXPECT_TRUE(repository.hasClass(ns, "Early")) << "what comes before a mistake stays";
+    const std::string second = "#pragma locale (\"en_US\")\n#pragma namespace (\"root/second\")\n";
+    EXPECT_NE(compile(second + "class X { [Key] string S; };"), "ok")
+        << "an unknown qualifier there";
+    EXPECT_EQ(compile(second + "class X { string S; };"), "ok");
+    EXPECT_TRUE(!repository.hasClass(ns, "X") && repository.hasClass("root/second", "X"));
+}
+
+TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
+    namespace fs = std::filesystem;
+    std::string at = testing::TempDir() + "mofXXXXXX";
+    ASSERT_NE(mkdtemp(at.data()), nullptr);
+    fs::create_directory(at + "/sub");
+    const char* const files[][2] = {
+        {"/good.mof",
+         "\xEF\xBB\xBF#pragma include (\"sub/outer.mof\")\ninstance of X { R = $b; };"},
+        {"/sub/outer.mof", "#pragma include (\"inner.mof\")\n#pragma namespace (\"root/x\")\n"},
+        {"/sub/inner.mof", "class X { [Key] O REF R; };\ninstance of O as $B { Name = \"b\"; };"},
+        {"/main.mof", "\n#pragma include (\"sub/bad.mof\")"},
+        {"/sub/bad.mof", "\n\nclass X"},
+        {"/user.mof", "\n#pragma include (\"absent.mof\")"},
+        {"/ring.mof", "#pragma include (\"sub/ring.mof\")"},
+        {"/sub/ring.mof", "\n#pragma include (\"../ring.mof\")"},
+        {"/twice.mof", "#pragma include (\"ok.mof\")\n#pragma include (\"ok.mof\")"},
+        {"/ok.mof", ""}};
+    for (const auto& [name, mof] : files) {
+        std::ofstream(at + name) << mof;
+    }
+    const std::string outcomes[][2] = {
+        {"/good.mof", "ok"},
+        {"/twice.mof", "ok"},
+        {"/main.mof", at + "/sub/bad.mof:3: syntax error at end of file: expected {"},
+        {"/absent.mof", at + "/absent.mof:0: cannot read the file"},
+        {"/sub", at + "/sub:0: cannot read the file"},
+        {"/user.mof", at + "/user.mof:2: cannot read the included file " + at + "/absent.mof"},
+        {"/ring.mof", at + "/sub/ring.mof:2: the file " + at + "/sub/../ring.mof includes itself"}};
+    for (const auto& [name, expected] : outcomes) {
+        EXPECT_EQ(outcome([&, &file = name] { compileMof(repository, ns, at + file); }), expected);
+    }
+    // An alias outlives its file, a change of namespace ends with it.
+    EXPECT_EQ(repository.instances(ns, "X").size(), 1u);
+    fs::remove_all(at);
+}
+
+TEST_F(Schema, StoredInstances) {
+    CIMInstance given = o("one");
+    given.setPath(path("//elsewhere/root/x:o.name=\"two\""));
+    given.addQualifier(CIMQualifier("Description", String("q")));
+    EXPECT_EQ(text(repository.createInstance(ns, given)), "O.Name=\"one\"");
+    given.getProperty(0).setValue(CIMValue(String("edited")));
+    const std::string stored =
+        "Description(q) O.Name=\"one\"\nstring Name=one ^B\nuint32 Num=31 ^B\nstring Notes[0]=null "
+        "^B\n";
+    const CIMObjectPath one = path("//h/root/other:O.NAME=\"one\"");
+    CIMInstance got = repository.getInstance(ns, one);
+    EXPECT_EQ(shown(CIMObject(got)), stored);
+    got.getProperty(1).setValue(Uint32(8));  // of a copy
+    repository.instances(ns, "O")[0].getProperty(1).setValue(Uint32(9));
+    EXPECT_EQ(shown(CIMObject(repository.getInstance(ns, one))), stored);
+    repository.modifyInstance(ns, got);
+    EXPECT_TRUE(repository.instances(ns, "o")[0].identical(got));
+    for (const char* id : {"c", "a", "b"}) {
+        repository.createInstance(ns, o(id));
+    }
+    repository.deleteInstance(ns, path("O.Name=\"a\""));
+    repository.createInstance(ns, o("a"));
+    std::string order;
+    for (Uint32 i = 0; i < 4; i++) {
+        order += property(repository.instances(ns, "O")[i], "Name") + " ";
+    }
+    EXPECT_EQ(order, "one c b a ");
+}
+
+TEST_F(Schema, Errors) {
+    const CIMObjectPath x = repository.createInstance(ns, o("x")), absent = path("O.Name=\"y\"");
+    const auto with = [&](const char* name, const CIMValue& value) {
+        return o("y").addProperty(CIMProperty(CIMName(name), value));
+    };
+    CIMInstance renamed = o("y"), partly = o("x");
+    renamed.setPath(x);
+    partly.setPath(x);
+    partly.addProperty(CIMProperty("Num", Uint32(1))).addProperty(CIMProperty("Notes", true));
+    repository.createInstance(ns, CIMInstance("L"));
+    const std::pair<const char*, std::function<void()>> cases[] = {
+        {"3 root/none", [&] { repository.createClass("root/none", CIMClass("C")); }},
+        {"10 C", [&] { repository.createClass(ns, CIMClass("D", "C")); }},
+        {"11 l", [&] { repository.createClass(ns, CIMClass("l")); }},
+        {"6 C", [&] { repository.getClass(ns, "C"); }},
+        {"8 M", [&] { repository.deleteClass(ns, "M"); }},
+        {"9 L", [&] { repository.deleteClass(ns, "L"); }},
+        {"5 C", [&] { repository.subclassNames(ns, "C", true); }},
+        {"5 C", [&] { repository.createInstance(ns, CIMInstance("C")); }},
+        {"11 O.Name=\"x\"", [&] { repository.createInstance(ns, o("x")); }},
+        {"4 O.No: no such property", [&] { repository.createInstance(ns, with("No", true)); }},
+        {"4 O.num: wrong type boolean", [&] { repository.createInstance(ns, with("num", true)); }},
+        {"4 O.Notes: wrong type string",
+         [&] { repository.createInstance(ns, with("Notes", String())); }},
+        {"6 O.Name=\"y\"", [&] { repository.getInstance(ns, absent); }},
+        {"4 O.Name=\"x\": keys cannot change", [&] { repository.modifyInstance(ns, renamed); }},
+        {"4 O.Notes: wrong type boolean", [&] { repository.modifyInstance(ns, partly); }},
+        {"6 O.Name=\"y\"", [&] { repository.deleteInstance(ns, absent); }},
+    };
+    for (const auto& [error, action] : cases) {
+        EXPECT_EQ(outcome(action), error);
+    }
+    ASSERT_EQ(repository.instances(ns, "O").size(), 1u);
+    EXPECT_EQ(property(repository.getInstance(ns, x), "Num"), "31");
+}
+
+}  // namespace
