@@ -54,7 +54,7 @@ class AssociationProvider : public ::testing::Test {
 class Spellings {
  public:
     std::string path() {
-        static const char* const places[] = {"", "//h/root/x:", "//H/ROOT/x:"};
+        static const char* const places[] = {"", "//h.d/root/x:", "//H.D/ROOT/x:"};
         static const char* const classes[] = {"T_Thing", "t_thing", "T_Part"};
         static const char* const values[] = {R"("a")",
                                              R"("A")",
