@@ -34,8 +34,16 @@ class Alerts : public velmar_remote::IndicationMethodProvider {
     std::function<Boolean(CIMInstance&)> generate = [](CIMInstance&) { return true; };
 
     /// What the caller of "send" gets: the return value, or the exception that leaves.
-    std::string send(const char* method = "send") {
-        MethodResultRecorder handler;
+    std::string send(
+        const char* method = "send", std::function<void()> answered = [] {}) {
+        struct Caller : MethodResultRecorder {
+            void complete() override {
+                MethodResultRecorder::complete();
+                answered();
+            }
+            std::function<void()> answered;
+        } handler;
+        handler.answered = std::move(answered);
         const std::string result = outcome([&] {
             invokeMethod(callersContext(), CIMObjectPath(), method,
                          Array<CIMParamValue>(1, CIMParamValue("X", CIMValue(true))), handler);
@@ -290,8 +298,9 @@ TEST(IndicationMethodProvider, DisablingWaitsForItsOwnDeliveriesOnly) {
     sender.join();
 }
 
-// The thread that disables or ends the object may be inside its enrichment or one of its
-// deliveries. It must not wait for itself, and what goes on afterwards must not need the object.
+// The thread that disables or ends the object may be inside a "send" of it: in the caller's
+// handler, in enrichment or in a delivery. It must not wait for itself, and what goes on afterwards
+// must not need the object.
 TEST(IndicationMethodProvider, EndsInsideItsOwnWork) {
     struct Ending : IndicationRecorder {
         using IndicationRecorder::deliver;
@@ -301,13 +310,15 @@ TEST(IndicationMethodProvider, EndsInsideItsOwnWork) {
         }
         std::function<void()> end = [] {};
     };
-    const char* const cases[][3] = {{"enrichment", "disable", "complete"},
-                                    {"delivery", "disable", "deliver complete"},
+    const char* const cases[][3] = {{"answer", "disable", "complete"},
+                                    {"answer", "terminate", ""},
+                                    {"enrichment", "disable", "complete"},
                                     {"enrichment", "terminate", ""},
-                                    {"delivery", "terminate", "deliver"},
                                     {"enrichment", "disable, terminate", "complete"},
-                                    {"delivery", "disable, terminate", "deliver complete"},
-                                    {"enrichment", "disable, enable", "complete deliver"}};
+                                    {"enrichment", "disable, enable", "complete deliver"},
+                                    {"delivery", "disable", "deliver complete"},
+                                    {"delivery", "terminate", "deliver"},
+                                    {"delivery", "disable, terminate", "deliver complete"}};
     for (const auto& [place, how, calls] : cases) {
         SCOPED_TRACE(std::string(how) + " in " + place);
         const std::string steps = how;
@@ -325,21 +336,39 @@ TEST(IndicationMethodProvider, EndsInsideItsOwnWork) {
                 alerts->terminate();
             }
         };
-        if (place[0] == 'e') {
-            alerts->generate = [end](CIMInstance&) {
-                end();
-                return true;
-            };
-        } else {
-            handler.end = end;
-        }
-        EXPECT_EQ(alerts->send(), SENT);
+        const std::function<void()> nothing = [] {};
+        handler.end = place[0] == 'd' ? end : nothing;
+        alerts->generate = [act = place[0] == 'e' ? end : nothing](CIMInstance&) {
+            act();
+            return true;
+        };
+        EXPECT_EQ(alerts->send("send", place[0] == 'a' ? end : nothing), SENT);
         EXPECT_EQ(handler.calls, calls);
         if (steps.find("terminate") == std::string::npos) {
             alerts->disableIndications();  // nothing is running any more
             alerts->terminate();
         }
     }
+}
+
+// Two deliveries that disable, each while the other is running, must not wait for each other.
+TEST(IndicationMethodProvider, DisabledInTwoDeliveriesAtOnce) {
+    Alerts alerts("T_Alert", nullptr);
+    struct Both : IndicationRecorder {
+        using IndicationRecorder::deliver;
+        void deliver(const CIMIndication&) override {
+            inside.up();
+            inside.waitFor(2);
+            owner->disableIndications();
+        }
+        void complete() override {}
+        Count inside;
+        Alerts* owner;
+    } handler;
+    handler.owner = &alerts;
+    alerts.enableIndications(handler);
+    inThreads(2, [&](int) { EXPECT_EQ(alerts.send(), SENT); });
+    EXPECT_FALSE(alerts._enabled);
 }
 
 }  // namespace

@@ -6,7 +6,8 @@
 #include <Pegasus/Common/Exception.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <iterator>
+#include <mutex>
 #include <random>
 #include <vector>
 
@@ -45,45 +46,50 @@ class AssociationProvider : public ::testing::Test {
     }
     FakeServer server;
     const OperationContext context = callersContext();
-    Links* const provider = new Links("T_Link", "Left", "T_Thing", "Right", "T_Thing");
+    Links* const provider = new Links("T_Link", "Left", "T_Thing", "Right", "T_Thing", 100);
 };
 
 // ---- Which links refer to an object, and what is at their other end ----------------------------
 
-/// Paths of few objects in many spellings: equal and nearly equal ones meet often.
+/// Paths in many spellings, out of few values at a time, each beside its like: equal and nearly
+/// equal paths meet often.
 class Spellings {
  public:
+    void takeOtherValues() { _first = _random(); }
     std::string path() {
-        static const char* const places[] = {"", "//h.d/root/x:", "//H.D/ROOT/x:"};
-        static const char* const classes[] = {"T_Thing", "t_thing", "T_Part"};
-        static const char* const values[] = {R"("a")",
+        static const char* const places[] = {"", "", "//h.d/root/x:", "//H.D/ROOT/x:"};
+        static const char* const classes[] = {"T_Thing", "T_Thing", "t_thing", "T_Part"};
+        static const char* const values[] = {R"("")",
+                                             R"("a")",
                                              R"("A")",
+                                             R"("a,l=1")",
                                              R"("a\"b")",
                                              R"("a\\b")",
                                              R"("a\\\"b")",
-                                             R"("")",
-                                             "TRUE",
-                                             "true",
-                                             "FALSE",
+                                             R"("x.k=\"a")",
+                                             R"("k=16")",
+                                             R"("16")",
                                              "16",
                                              "0x10",
                                              "0X10",
-                                             "-5",
                                              "17",
-                                             R"("16")",
+                                             "-5",
+                                             "TRUE",
+                                             "true",
                                              R"("TRUE")",
+                                             "FALSE",
                                              R"("T_Part.k=16")",
                                              R"("T_Part.k=0x10")",
                                              R"("t_part.K=16")",
                                              R"("//h/root/y:T_Part.k=\"a\"")",
-                                             R"("//H/root/y:T_Part.k=\"a\"")",
-                                             R"("a,l=1")",
-                                             R"("k=16")",
-                                             R"("x.k=\"a")"};
-        const std::string object = std::string(pick(places)) + pick(classes);
-        return oneIn(8)
-                   ? object
-                   : object + (oneIn(4) ? ".K=" : ".k=") + pick(values) + (oneIn(4) ? ",A=1" : "");
+                                             R"("//H/root/y:T_Part.k=\"a\"")"};
+        std::string object = std::string(pick(places)) + pick(classes);
+        if (!oneIn(8)) {
+            object += oneIn(6) ? ".K=" : ".k=";
+            object += values[(_first + _random() % 5) % std::size(values)];
+            object += oneIn(6) ? ",A=1" : "";
+        }
+        return object;
     }
     /// A reference, or a string that holds a path's text.
     CIMKeyBinding key(const char* name) {
@@ -106,6 +112,7 @@ class Spellings {
         return choices[_random() % N];
     }
     std::mt19937 _random{20240229};
+    size_t _first = 0;
 };
 
 struct Question {
@@ -149,8 +156,9 @@ TEST_F(AssociationProvider, AnswersWhatALiteralReadingOfBothEndsGives) {
     };
     Spellings spellings;
     Uint32 results = 0;
-    for (int round = 0; round < 100; round++) {
+    for (int round = 0; round < 60; round++) {
         provider->_cache.clear();
+        spellings.takeOtherValues();
         for (int i = 0; i < 16; i++) {
             Array<CIMKeyBinding> keys;
             keys.append(spellings.key(spellings.oneIn(2) ? "Left" : "LEFT"));
@@ -183,7 +191,7 @@ TEST_F(AssociationProvider, AnswersWhatALiteralReadingOfBothEndsGives) {
             ASSERT_EQ(joined(links.delivered), joined(expected));
         }
     }
-    EXPECT_GT(results, 800u) << "the comparison is about something";
+    EXPECT_GT(results, 600u) << "the comparison is about something";
 }
 
 // ---- How answers are found and delivered ------------------------------------------------------
@@ -220,6 +228,8 @@ class Delivery : public AssociationProvider {
         }
         add(instances[1], "First", "");
     }
+    const std::string ASKED_FOR_THINGS =
+        "enumerateClasses T_Thing qualifiers origins\ngetClass T_Thing qualifiers origins\n";
     Array<CIMInstance> instances;
     Array<CIMObjectPath> paths;
 };
@@ -241,21 +251,23 @@ TEST_F(Delivery, KeyedEndsOneByOneThroughAClient) {
 }
 
 TEST_F(Delivery, ClassPathEndsThroughTheHandle) {
-    link(thing("a"), full("T_Part"));
+    link(thing("a"), "root/else:T_Part");
     EXPECT_EQ(objects(true, false),
               "processing deliver deliver deliver deliver complete: T_Thing.Name=\"x\"[Size] "
               "T_Thing.Name=\"b\"[Size,First] T_Thing.Name=\"b\"[Size] T_Thing.Name=\"c\"[Size] \n"
               "enumerateInstances T_Part shallow qualifiers\n");
     EXPECT_EQ(names("T_Thing"),
               "processing deliver[4] complete: T_Thing.Name=\"x\" T_Thing.Name=\"b\" "
-              "T_Thing.Name=\"b\" T_Thing.Name=\"c\" \n"
-              "enumerateClasses T_Thing qualifiers origins\ngetClass T_Thing qualifiers origins\n"
-              "enumerateInstanceNames T_Part\n");
+              "T_Thing.Name=\"b\" T_Thing.Name=\"c\" \n" +
+                  ASKED_FOR_THINGS + "enumerateInstanceNames T_Part\n");
     instances.clear();
     paths.clear();
     EXPECT_EQ(objects(false, true),
               "processing complete: \nenumerateInstances T_Part shallow origins\n");
     EXPECT_EQ(names(), "processing complete: \nenumerateInstanceNames T_Part\n");
+    provider->_cache.clear();
+    link("root/else:T_Thing", thing("b"));
+    EXPECT_EQ(names(), "processing deliver complete: T_Thing.Name=\"b\" \n" + ASKED_FOR_THINGS);
 }
 
 // The server writes a missing host or namespace into what is delivered, so a handle that others are
@@ -359,64 +371,56 @@ TEST_F(AssociationProvider, EndsThatAreMissingAreSkippedThoseThatAreNoPathFail) 
 
 // ---- Through a server --------------------------------------------------------------------------
 
-/// Things a, b and c.
-class AssociationServed : public ::testing::Test {
- protected:
-    AssociationServed() {
-        for (const char* name : {"a", "b", "c"}) {
-            server.things->_cache.insert(makeThing(name));
-        }
-    }
-    std::string names(const std::string& object) {
-        return paths(client.associatorNames(NAMESPACE, path(object)));
-    }
+// Clients link things of their own to one hub, walk, and delete half of them again, while the hook
+// completes what is read in the way that its header recommends: once, in a copy, under a mutex. All
+// look at all links meanwhile, one without host and namespace included. Under the thread sanitizer
+// this also shows that what a client is given shares nothing with a cache.
+TEST(AssociationServed, FourClientsKeepLinksAndThingsInStep) {
     LinkServer server;
-    Client client;
-};
-
-TEST_F(AssociationServed, CreatedThroughTheServerAndDeletedWithTheirInstance) {
-    client.getInstance(NAMESPACE, path(thing("a")));  // initializes the provider
-    for (const auto& [left, right] : {std::pair("a", "b"), std::pair("b", "c")}) {
-        createAssociation(server.things->_cimom, OperationContext(), "T_Link", "Left",
-                          path(full(thing(left))), "Right", path(full(thing(right))));
-    }
-    EXPECT_EQ(names(thing("b")), full(thing("a")) + " " + full(thing("c")) + " ");
-    EXPECT_EQ(paths(client.associators(NAMESPACE, path(thing("b")))), names(thing("b")));
-    server.forget();
-    client.deleteInstance(NAMESPACE, path(thing("a")));
-    EXPECT_EQ(server.arrived("referenceNames"), 1);  // the deleted link cascades no further
-    EXPECT_EQ(server.arrived("deleteInstance"), 2);
-    EXPECT_EQ(names(thing("b")), full(thing("c")) + " ");
-    deleteAssociatedInstances(server.things->_cimom, OperationContext(), path(full(thing("b"))),
-                              "T_Link");
-    EXPECT_EQ(paths(client.enumerateInstanceNames(NAMESPACE, "T_Thing")), thing("b") + " ");
-    EXPECT_EQ(client.enumerateInstanceNames(NAMESPACE, "T_Link").size(), 0u);
-}
-
-// Each client links things of its own to one hub, walks, and deletes half of them again; all look
-// at all links meanwhile, those without host and namespace included.
-TEST_F(AssociationServed, FourClientsKeepLinksAndThingsInStep) {
-    server.links->_cache.insert(makeLink(full(thing("a")), full(thing("b"))));
-    CIMInstance bare = makeLink(full(thing("a")), full(thing("c")));
+    std::mutex filling;
+    server.things->fill = [&](const OperationContext&, Array<CIMInstance>& instances,
+                              const CIMPropertyList&) {
+        const std::lock_guard<std::mutex> lock(filling);
+        for (Uint32 i = 0; i < instances.size(); i++) {
+            if (needsProperty(instances[i], "Note", CIMPropertyList(), false)) {
+                CIMInstance edited = instances[i].clone();
+                add(edited, "Note", "filled");
+                server.things->_cache.replace(edited);
+            }
+        }
+    };
+    server.things->_cache.insert(makeThing("hub"));
+    CIMInstance bare = makeLink(full(thing("hub")), full(thing("hub")));
     bare.setPath(localize(bare.getPath()));
     server.links->_cache.insert(bare);
+    server.forget();
     inThreads(4, [&](int t) {
         Client own;
         for (int i = 0; i < 8; i++) {
             const std::string name = std::to_string(t) + "-" + std::to_string(i);
             CIMInstance mine("T_Thing");
             add(mine, "Name", name.c_str());
-            own.createInstance(NAMESPACE, mine);
-            own.createInstance(NAMESPACE, makeLink(full(thing("a")), full(thing(name))));
-            EXPECT_EQ(own.associatorNames(NAMESPACE, path(thing(name))).size(), 1u);
-            EXPECT_GE(own.references(NAMESPACE, path(thing("a"))).size(), 3u);
+            EXPECT_EQ(text(own.createInstance(NAMESPACE, mine)), thing(name));
+            CIMInstance got = own.getInstance(NAMESPACE, path(thing(name)));
+            EXPECT_EQ(property(got, "Name"), name);
+            add(got, "Mine", "edited");
+            createAssociation(server.things->_cimom, OperationContext(), "T_Link", "Left",
+                              path(full(thing("hub"))), "Right", path(full(thing(name))));
+            EXPECT_EQ(paths(own.associators(NAMESPACE, path(thing(name)))),
+                      full(thing("hub")) + " ");
+            EXPECT_GE(own.references(NAMESPACE, path(thing("hub"))).size(), 2u);
+            EXPECT_GE(own.enumerateInstances(NAMESPACE, "T_Thing").size(), 2u);
             if (i % 2) {
                 own.deleteInstance(NAMESPACE, path(thing(name)));
                 EXPECT_EQ(own.associatorNames(NAMESPACE, path(thing(name))).size(), 0u);
             }
         }
     });
-    EXPECT_EQ(client.associators(NAMESPACE, path(thing("a"))).size(), 2u + 4 * 4);
+    EXPECT_EQ(server.arrived("referenceNames"), 16) << "deleted links cascade no further";
+    EXPECT_EQ(server.arrived("deleteInstance"), 2 * 16);
+    deleteAssociatedInstances(server.things->_cimom, OperationContext(), path(full(thing("hub"))),
+                              "T_Link");
+    EXPECT_EQ(Client().enumerateInstanceNames(NAMESPACE, "T_Thing").size(), 0u);
 }
 
 }  // namespace

@@ -86,16 +86,16 @@ TEST_F(Cache, FirstInsertWinsReplaceSwapsRemoveForgets) {
     EXPECT_EQ(markAt(cache, "A.k=1"), "(absent)");
     CIMInstance first = marked("A.k=1", "first");
     Array<CIMInstance> given(1, first);
-    given.append(marked("A.k=3", "three"));
     given.append(marked("A.k=1", "second"));
+    given.append(marked("A.k=3", "three"));
     cache.insert(given);
     add(first, "Later", "");
     CIMInstance found;
     cache.lookup(path("A.k=1"), found);
     EXPECT_EQ(propertyNames(found), "Mark,Later") << "handles share their contents";
     EXPECT_EQ(markAt(cache, "A.k=1"), "first");
-    given[0] = marked("//h/root/x:A.k=1", "third");
-    given[1] = marked("A.k=2", "unknown");
+    given[0] = marked("A.k=2", "unknown");
+    given[1] = marked("//h/root/x:A.k=1", "third");
     given.remove(2);
     cache.replace(given);
     EXPECT_EQ(markAt(cache, "A.k=1"), "third");
@@ -119,6 +119,29 @@ TEST_F(Cache, EmptyCacheLeavesOutputsAlone) {
     EXPECT_TRUE(cache.getInstances(instances));
     EXPECT_TRUE(cache.getPaths(keys));
     EXPECT_EQ(paths(instances) + paths(keys), "A.k=2 A.k=2 ");  // replaced, not appended to
+}
+
+// Which chain an entry is in shows in the order of the keys, chain by chain.
+TEST(Chains, AsManyAsAskedForInPowersOfTwo) {
+    const auto expectChains = [](InstanceCache&& of, Uint32 chains) {
+        for (int i = 0; i < 300; i++) {
+            of.insert(instanceAt("A.k=\"" + std::to_string(i) + "\""));
+        }
+        Array<CIMObjectPath> keys;
+        of.getPaths(keys);
+        std::vector<Uint32> used;
+        for (Uint32 i = 0; i < keys.size(); i++) {
+            used.push_back(velmar_remote::PathHashFunc::hash(keys[i]) % chains);
+        }
+        EXPECT_TRUE(std::is_sorted(used.begin(), used.end())) << chains;
+    };
+    expectChains(InstanceCache(), 32);
+    expectChains(InstanceCache(0), 32);
+    expectChains(InstanceCache(33), 64);
+    expectChains(InstanceCache(1000), 1024);
+    expectChains(Open<velmar_remote::CachedInstanceProvider>("T_Thing", 1000)._cache, 1024);
+    expectChains(Things("T_Thing", 1000)._cache, 1024);
+    expectChains(Links("T_Link", "Left", "T_Thing", "Right", "T_Thing", 1000)._cache, 1024);
 }
 
 // A record is written before its change is made: what fails for want of memory has changed nothing.
@@ -147,28 +170,33 @@ TEST_F(Cache, WhatFailsHasNotBeenStored) {
     EXPECT_GT(failures, 10);
 }
 
-// Every thread owns some keys, which it inserts, replaces and removes, and reads everything: what
-// it owns must be there, and a thread's view of its own keys must never be another's.
+// Every thread owns some keys, which it inserts, replaces and removes, and now and then reads
+// everything: what it owns must be there, and its own keys must never be another's.
 TEST_F(Cache, EightThreads) {
     inThreads(8, [&](int t) {
         const std::string key = "A.r=\"root/x:B.t=" + std::to_string(t) + "\",k=";
-        for (int round = 0; round < 200; round++) {
-            const std::string mine = key + std::to_string(round % 5);
-            cache.insert(marked(mine, "inserted"));
-            EXPECT_EQ(markAt(cache, mine), "inserted");
-            cache.replace(marked(mine, "replaced"));
-            EXPECT_EQ(markAt(cache, mine), "replaced");
-            Array<CIMInstance> all;
-            cache.getInstances(all);
-            Array<CIMObjectPath> keys;
-            cache.getPaths(keys);
-            for (Uint32 i = 0; i < keys.size(); i++) {
-                CIMInstance found;
-                cache.lookup(keys[i], found);
-            }
-            cache.remove(path(mine));
-            EXPECT_FALSE(cache.contains(path(mine)));
+        std::vector<CIMInstance> older, newer;
+        for (int k = 0; k < 20; k++) {
+            older.push_back(marked(key + std::to_string(k), "inserted"));
+            newer.push_back(marked(key + std::to_string(k), "replaced"));
         }
+        int wrong = 0;
+        for (int round = 0; round < 1000; round++) {
+            const CIMObjectPath& mine = older[round % 20].getPath();
+            CIMInstance found;
+            cache.insert(older[round % 20]);
+            wrong += !cache.lookup(mine, found) || property(found, "Mark") != "inserted";
+            cache.replace(newer[round % 20]);
+            wrong += !cache.lookup(mine, found) || property(found, "Mark") != "replaced";
+            Array<CIMInstance> all;
+            Array<CIMObjectPath> keys;
+            if (round % 10 == 0) {
+                wrong += !cache.getInstances(all) || !cache.getPaths(keys);
+            }
+            cache.remove(mine);
+            wrong += cache.contains(mine);
+        }
+        EXPECT_EQ(wrong, 0);
     });
     EXPECT_EQ(sortedPaths(cache), "");
 }
