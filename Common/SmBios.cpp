@@ -14,7 +14,11 @@ namespace velmar_remote {
 
 // Before every ordinary static initialiser of whatever links this, which may already ask for the
 // table, and after _empty, wherever the linker puts the two: priorities order across objects.
-__attribute__((init_priority(102))) SmBios _smbios = SmBiosInitializer();
+//
+// Inline for the guard that comes with it: where a program and the modules it loads each carry a
+// copy of the static library, all copies' initialisers meet one object, and only the first one
+// makes it and registers its destruction.
+__attribute__((init_priority(102))) inline SmBios _smbios = SmBiosInitializer();
 
 namespace {
 

@@ -12,9 +12,9 @@
 
 namespace velmar_remote {
 
-// Built before the process-wide table, whose discovery reads it; see _smbios.
+// Built before the process-wide table, whose discovery reads it; see _smbios, also for inline.
 extern const std::vector<uint8_t> _empty;
-__attribute__((init_priority(101))) const std::vector<uint8_t> _empty;
+__attribute__((init_priority(101))) inline const std::vector<uint8_t> _empty;
 
 namespace {
 

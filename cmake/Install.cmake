@@ -1,58 +1,88 @@
 # SPDX-FileCopyrightText: The velmar_remote authors
 # SPDX-License-Identifier: MIT
 #
-# Installation: libraries, headers, the CMake package and a pkg-config file.
+# Installation: libraries, headers, the CMake package and a pkg-config file, in components. The
+# builds for the two kinds of server share headers and the package's entry; everything else has
+# names of its own, so that both fit into one prefix.
 include(CMakePackageConfigHelpers)
 set(_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/velmar_remote")
+set(_include_dir "${CMAKE_INSTALL_INCLUDEDIR}/velmar_remote")
+set(_export velmar_remote-${VELMAR_SERVER}-targets)
 
-# Private headers of Common/ stay private.
-file(GLOB _public_headers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/Common/*.h")
-list(FILTER _public_headers EXCLUDE REGEX "Internal\\.h$")
-install(FILES ${_public_headers} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/velmar_remote/Common")
-install(TARGETS velmar_remote EXPORT velmar_remoteTargets
-        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+# velmar_install(TARGET RUNTIME_COMPONENT DEVELOPMENT_COMPONENT [PUBLIC_HEADER_DIRECTORY])
+function(velmar_install target runtime development)
+    install(TARGETS ${target} EXPORT ${_export}
+            RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT ${runtime}
+            LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${runtime}
+                NAMELINK_COMPONENT ${development}
+            ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${development}
+            PUBLIC_HEADER DESTINATION "${_include_dir}/Common" COMPONENT ${development})
+endfunction()
 
-install(TARGETS velmar_kit EXPORT velmar_remoteTargets)
-install(FILES "${PROJECT_SOURCE_DIR}/kit/RecordingHandlers.h"
-        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/velmar_remote/kit/velmar_kit")
+# velmar_install_headers(COMPONENT FOLDER DESTINATION HEADER...): keeps the headers' folders.
+function(velmar_install_headers component folder destination)
+    foreach(_header IN LISTS ARGN)
+        get_filename_component(_folder "${_header}" DIRECTORY)
+        install(FILES "${PROJECT_SOURCE_DIR}/${folder}/${_header}" COMPONENT ${component}
+                DESTINATION "${_include_dir}/${destination}/${_folder}")
+    endforeach()
+endfunction()
 
-if(VELMAR_REAL_PEGASUS)
-    set(VELMAR_PC_CFLAGS "-isystem ${PEGASUS_ROOT}/src -DPEGASUS_PLATFORM_${PEGASUS_PLATFORM}")
-    set(VELMAR_PC_LIBS "-L${PEGASUS_HOME}/lib -lpegclient -lpegprovider -lpegcommon")
-else()
-    install(TARGETS velmar_embedded EXPORT velmar_remoteTargets
-            LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-            ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-            RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
-    install(DIRECTORY "${PROJECT_SOURCE_DIR}/embedded/Pegasus"
-            DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/velmar_remote/embedded"
-            FILES_MATCHING PATTERN "*.h")
-    install(FILES "${PROJECT_SOURCE_DIR}/embedded/Server.h"
-                  "${PROJECT_SOURCE_DIR}/embedded/ServerTypes.h"
-            DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/velmar_remote/embedded/velmar_embedded")
-    install(FILES "${PROJECT_SOURCE_DIR}/embedded/schema/Repository.h"
-                  "${PROJECT_SOURCE_DIR}/embedded/schema/Mof.h"
-            DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/velmar_remote/embedded/velmar_embedded/schema")
-    set(VELMAR_PC_CFLAGS "-I\${includedir}/velmar_remote/embedded")
-    set(VELMAR_PC_LIBS "-lvelmar_embedded -lpthread -ldl")
-    if(NOT BUILD_SHARED_LIBS)
-        string(APPEND VELMAR_PC_LIBS " -rdynamic")
+velmar_install(velmar_remote velmar_remote_runtime velmar_remote_development)
+velmar_install(velmar_kit velmar_remote_kit velmar_remote_kit)
+get_target_property(_headers velmar_kit VELMAR_HEADERS)
+velmar_install_headers(velmar_remote_kit kit kit/velmar_kit ${_headers})
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+        COMPONENT velmar_remote_runtime)
+if(NOT VELMAR_REAL_PEGASUS)
+    velmar_install(velmar_embedded velmar_remote_runtime velmar_remote_embedded)
+    if(BUILD_SHARED_LIBS)
+        velmar_install(velmar_embedded_guard velmar_remote_runtime velmar_remote_runtime)
     endif()
+    get_target_property(_headers velmar_embedded VELMAR_PEGASUS_HEADERS)
+    velmar_install_headers(velmar_remote_embedded embedded/Pegasus embedded/Pegasus ${_headers})
+    get_target_property(_headers velmar_embedded VELMAR_HEADERS)
+    velmar_install_headers(velmar_remote_embedded embedded embedded/velmar_embedded ${_headers})
+endif()
+if(TARGET velmar)
+    set_target_properties(velmar PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+    install(TARGETS velmar DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT velmar_remote_cli)
 endif()
 
-install(EXPORT velmar_remoteTargets NAMESPACE velmar_remote:: DESTINATION "${_package_dir}")
+install(EXPORT ${_export} NAMESPACE velmar_remote:: DESTINATION "${_package_dir}"
+        COMPONENT velmar_remote_development)
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/velmar_remoteConfig.cmake.in"
     "${PROJECT_BINARY_DIR}/velmar_remoteConfig.cmake" INSTALL_DESTINATION "${_package_dir}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/velmar_remoteConfigVersion.cmake"
                                  COMPATIBILITY SameMinorVersion)
+configure_file("${PROJECT_SOURCE_DIR}/cmake/velmar_remote-server.cmake.in"
+               "${PROJECT_BINARY_DIR}/velmar_remote-${VELMAR_SERVER}.cmake" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/velmar_remoteConfig.cmake"
               "${PROJECT_BINARY_DIR}/velmar_remoteConfigVersion.cmake"
-        DESTINATION "${_package_dir}")
-# The file finds the installation from where it lies, wherever --prefix has put it.
+              "${PROJECT_BINARY_DIR}/velmar_remote-${VELMAR_SERVER}.cmake"
+        DESTINATION "${_package_dir}" COMPONENT velmar_remote_development)
+
+# The pkg-config file has the name of the library. It finds the installation from where it lies,
+# wherever --prefix has put it.
+get_target_property(VELMAR_PC_NAME velmar_remote OUTPUT_NAME)
+set(VELMAR_PC_LIBS_PRIVATE "")
+if(VELMAR_REAL_PEGASUS)
+    set(VELMAR_PC_NAME velmar_remote)
+    set(VELMAR_PC_CFLAGS "-isystem ${PEGASUS_ROOT}/src -DPEGASUS_PLATFORM_${PEGASUS_PLATFORM}")
+    set(VELMAR_PC_LIBS "-L${PEGASUS_HOME}/lib -lpegclient -lpegprovider -lpegcommon")
+else()
+    set(VELMAR_PC_CFLAGS "-I\${includedir}/velmar_remote/embedded")
+    set(VELMAR_PC_LIBS "-lvelmar_embedded")
+    if(BUILD_SHARED_LIBS)
+        set(VELMAR_PC_LIBS_PRIVATE "-lpthread -ldl")
+    else()
+        string(APPEND VELMAR_PC_LIBS " -lpthread -ldl -rdynamic -Wl,--defsym="
+               velmar_remote_this_module_was_built_for_the_embedded_CIM_server=1)
+    endif()
+endif()
 file(RELATIVE_PATH VELMAR_PC_PREFIX "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig"
      "${CMAKE_INSTALL_PREFIX}")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/velmar_remote.pc.in"
-               "${PROJECT_BINARY_DIR}/velmar_remote.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/velmar_remote.pc"
-        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+               "${PROJECT_BINARY_DIR}/${VELMAR_PC_NAME}.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/${VELMAR_PC_NAME}.pc"
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT velmar_remote_development)

@@ -3,10 +3,19 @@
 #
 # Chooses the CIM server SDK behind the Pegasus/... include paths: the embedded CIM server, or a real
 # OpenPegasus given by PEGASUS_ROOT and PEGASUS_HOME.
+# The two builds differ in every type that crosses a function call, so nothing of the one may be taken
+# for the other's: VELMAR_SERVER, the kind's name, is part of the names of what is installed.
 if(PEGASUS_ROOT OR PEGASUS_HOME)
     set(VELMAR_REAL_PEGASUS TRUE)
+    set(VELMAR_SERVER pegasus)
 else()
     set(VELMAR_REAL_PEGASUS FALSE)
+    set(VELMAR_SERVER embedded)
+endif()
+if(DEFINED VELMAR_REMOTE_SERVER AND NOT VELMAR_REMOTE_SERVER STREQUAL VELMAR_SERVER)
+    message(FATAL_ERROR "VELMAR_REMOTE_SERVER=${VELMAR_REMOTE_SERVER} does not fit this build, which is "
+                        "for ${VELMAR_SERVER}; PEGASUS_ROOT and PEGASUS_HOME build for a real "
+                        "OpenPegasus, without them it is the embedded CIM server")
 endif()
 
 if(NOT VELMAR_REAL_PEGASUS)

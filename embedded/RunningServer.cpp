@@ -3,7 +3,12 @@
 
 #include "RunningServer.h"
 
+#include <algorithm>
+#include <condition_variable>
+#include <mutex>
 #include <stdexcept>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 #include "requests/ServerChannel.h"
@@ -12,10 +17,62 @@ using namespace Pegasus;
 
 namespace velmar_embedded {
 
+namespace {
+
+// Reports, as long as it lives, what a slow stop waits for: each time that it is something else.
+class StopWatch {
+ public:
+    StopWatch(std::chrono::milliseconds patience, Problems& problems, const RunningCalls& running)
+        : _patience(std::max(patience, std::chrono::milliseconds(1))),
+          _problems(problems),
+          _running(running) {
+        try {
+            _thread = std::thread(&StopWatch::watch, this);
+        } catch (const std::system_error&) {  // no thread to be had: stop unwatched
+        }
+    }
+    ~StopWatch() {
+        {
+            std::lock_guard<std::mutex> guard(_lock);
+            _over = true;
+            _changed.notify_all();
+        }
+        if (_thread.joinable()) {
+            _thread.join();
+        }
+    }
+    StopWatch(const StopWatch&) = delete;
+    StopWatch& operator=(const StopWatch&) = delete;
+
+ private:
+    void watch() {
+        std::string reported;
+        std::unique_lock<std::mutex> guard(_lock);
+        while (!_changed.wait_for(guard, _patience, [this] { return _over; })) {
+            const std::string waited = _running.text();
+            if (!waited.empty() && waited != reported) {
+                _problems.report("stop waits for " + waited);
+                reported = waited;
+            }
+        }
+    }
+
+    const std::chrono::milliseconds _patience;
+    Problems& _problems;
+    const RunningCalls& _running;
+    std::mutex _lock;
+    std::condition_variable _changed;
+    bool _over = false;
+    std::thread _thread;
+};
+
+}  // namespace
+
 RunningServer::RunningServer()
-    : _registrationReader(_repository, _registry,
+    : _registry(_problems, _running),
+      _registrationReader(_repository, _registry,
                           [this](const std::string& name) { return makeHandle(name); }),
-      _services{_repository, _registry, _workers, _problems, nullptr, nullptr},
+      _services{_repository, _registry, _workers, _problems, _running, nullptr, nullptr},
       _admission(_services),
       _subscriptions(_services) {}
 
@@ -33,18 +90,35 @@ void RunningServer::start() {
 }
 
 void RunningServer::stop() {
+    if (_problems.inObserver()) {
+        throw std::logic_error(
+            "an observer of problems cannot stop the server, which waits for it");
+    }
     withdraw(*this);
     if (!_admission.close()) {
         return;
     }
-    _subscriptions.stop();
-    _workers.stop();
-    _registry.clear();
-    _registrationReader.closeModules();
+    {
+        const StopWatch watch(_patience, _problems, _running);
+        _admission.waitForLast();
+        _subscriptions.stop();
+        _workers.stop();
+        _registry.clear();
+        _registrationReader.closeModules();
+    }
+    _problems.stop();
 }
 
 std::shared_ptr<Pending> RunningServer::submit(std::shared_ptr<const Request> request) {
     return _admission.submit(std::move(request), nullptr);
+}
+
+void RunningServer::noteTimeout(const Request& request, Uint32 milliseconds) {
+    const Purpose purpose{operationName(request.operation), &request.path.getClassName()};
+    const std::string running = _running.text(&request);
+    _problems.report(
+        "a client waited " + std::to_string(milliseconds) + " ms for " + purpose.text() +
+        " in vain: " + (running.empty() ? "no provider is at it" : "still at " + running));
 }
 
 std::string RunningServer::subscribe(const std::string& query,

@@ -7,6 +7,7 @@
 #ifndef VELMAR_EMBEDDED_RUNNINGSERVER_H
 #define VELMAR_EMBEDDED_RUNNINGSERVER_H
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@
 #include "providers/Problems.h"
 #include "providers/RegistrationReader.h"
 #include "providers/Registry.h"
+#include "providers/RunningCalls.h"
 #include "requests/Admission.h"
 #include "requests/WorkerPool.h"
 #include "schema/Repository.h"
@@ -30,6 +32,7 @@ class RunningServer : public LocalServer, public std::enable_shared_from_this<Ru
     RunningServer& operator=(const RunningServer&) = delete;
 
     /// As for Server.
+    void setStopPatience(std::chrono::milliseconds patience) { _patience = patience; }
     void start();
     void stop();
     std::string subscribe(const std::string& query, const std::vector<std::string>& nameSpaces,
@@ -37,6 +40,7 @@ class RunningServer : public LocalServer, public std::enable_shared_from_this<Ru
     void unsubscribe(const std::string& id);
 
     std::shared_ptr<Pending> submit(std::shared_ptr<const Request> request) override;
+    void noteTimeout(const Request& request, Pegasus::Uint32 milliseconds) override;
 
     /// The handle for a provider's initialize.
     Pegasus::CIMOMHandle makeHandle(const std::string& providerName);
@@ -49,10 +53,12 @@ class RunningServer : public LocalServer, public std::enable_shared_from_this<Ru
     Services& services() { return _services; }
 
  private:
+    std::chrono::milliseconds _patience{5000};
+    Problems _problems;
+    RunningCalls _running;
     Repository _repository;
     Registry _registry;
     RegistrationReader _registrationReader;
-    Problems _problems;
     WorkerPool _workers;
     Services _services;
     Admission _admission;

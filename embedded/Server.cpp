@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "RunningServer.h"
+#include "model/Utf8.h"
 
 using namespace Pegasus;
 
@@ -20,14 +21,16 @@ struct Server::Impl {
     // Runs a compilation into a namespace and registers what it brought.
     template <class Compile>
     void compile(const std::string& file, const std::string& nameSpace, Compile compile) {
+        RegistrationReader& reader = server->registrationReader();
+        const auto stored = [&](const CIMNamespaceName& in, const CIMObjectPath& path,
+                                const std::string& from,
+                                unsigned line) { reader.note(in, path, from, line); };
         try {
-            compile(CIMNamespaceName(nameSpace.c_str()));
-            server->registrationReader().readInstances();
-        } catch (const RegistrationError& e) {
-            throw MofError(file, 0, e.what());
+            compile(CIMNamespaceName(nameSpace.c_str()), stored);
         } catch (const InvalidNamespaceNameException& e) {
-            throw MofError(file, 0, std::string(e.getMessage().getCString()));
+            throw MofError(file, 0, utf8(e.getMessage()));
         }
+        reader.readInstances();
     }
 
     void registerProvider(const std::string& name, ProviderFactory create,
@@ -46,15 +49,15 @@ Server::Server() : _impl(std::make_unique<Impl>()) {}
 Server::~Server() { stop(); }
 
 void Server::compileMof(const std::string& nameSpace, const std::string& file) {
-    _impl->compile(file, nameSpace, [&](const CIMNamespaceName& into) {
-        velmar_embedded::compileMof(repository(), into, file);
+    _impl->compile(file, nameSpace, [&](const CIMNamespaceName& into, const MofObserver& stored) {
+        velmar_embedded::compileMof(repository(), into, file, stored);
     });
 }
 
 void Server::compileMofText(const std::string& nameSpace, const std::string& text,
                             const std::string& name) {
-    _impl->compile(name, nameSpace, [&](const CIMNamespaceName& into) {
-        velmar_embedded::compileMofText(repository(), into, text, name);
+    _impl->compile(name, nameSpace, [&](const CIMNamespaceName& into, const MofObserver& stored) {
+        velmar_embedded::compileMofText(repository(), into, text, name, stored);
     });
 }
 
@@ -66,8 +69,15 @@ void Server::registerProvider(const std::string& name, CIMProvider* provider,
                               const std::vector<Capabilities>& capabilities) {
     // The owner deletes the object if no request ever asks for it.
     auto owner = std::make_shared<std::unique_ptr<CIMProvider>>(provider);
-    registerProvider(
-        name, [owner] { return owner->release(); }, capabilities);
+    auto release = [owner] {
+        if (!*owner) {
+            throw std::runtime_error(
+                "the object that was registered is gone; a function that "
+                "makes objects could be registered instead");
+        }
+        return owner->release();
+    };
+    registerProvider(name, release, capabilities);
 }
 
 void Server::registerProvider(const std::string& name, std::function<CIMProvider*()> create,
@@ -85,6 +95,10 @@ void Server::registerProvider(const std::string& name, std::function<CIMProvider
 void Server::start() { _impl->server->start(); }
 
 void Server::stop() { _impl->server->stop(); }
+
+void Server::setStopPatience(std::chrono::milliseconds patience) {
+    _impl->server->setStopPatience(patience);
+}
 
 std::string Server::subscribe(const std::string& query,
                               const std::vector<std::string>& sourceNameSpaces,

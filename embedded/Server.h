@@ -15,6 +15,7 @@
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Provider/CIMProvider.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -57,9 +58,12 @@ class Server {
     /// one is started, or when this one was stopped before: a server is started once.
     void start();
     /// Refuses new requests, waits for running operations, disables indications, hands over what
-    /// is queued, terminates the providers and closes their libraries. Quiet when not started. Not
-    /// in a subscriber.
+    /// is queued, terminates the providers, closes their libraries and tells the remaining
+    /// problems. Quiet when not started. Not in a subscriber; throws std::logic_error in an
+    /// observer of problems.
     void stop();
+    /// How long stop waits before it reports as problems what for; 5 s unless set before stop.
+    void setStopPatience(std::chrono::milliseconds patience);
 
     /// Subscribes to the indications of a class and its subclasses that come from the source
     /// namespaces; returns the id of the subscription. The indication providers registered for
@@ -83,8 +87,9 @@ class Server {
     /// the return, and none is running, unless this is called inside a subscriber, which it does
     /// not wait for. Throws CIMException (CIM_ERR_NOT_FOUND).
     void unsubscribe(const std::string& id);
-    /// Waits until what was delivered before has been handed to the subscribers. Throws
-    /// std::logic_error in a subscriber.
+    /// Waits until what was delivered before has been handed to the subscribers, and the problems
+    /// reported before have been told (not in an observer of problems, which does not wait for
+    /// itself). Throws std::logic_error in a subscriber.
     void drain();
     /// Of all subscriptions since start, the ended ones included. An indication counts once for
     /// each subscription that its provider had accepted, as unmatched if there was none.
@@ -98,8 +103,11 @@ class Server {
     void observeCalls(std::function<void(const ProviderCall&)> observer);
     /// Called on the caller's thread for every request that arrives; set before start.
     void observeArrivals(std::function<void(const Arrival&)> observer);
-    /// Called, on any thread, with what no caller hears of: a full queue, a subscriber that throws,
-    /// a provider that refuses a subscription. Set before start; otherwise it goes to stderr.
+    /// Called with what no caller hears of, one problem at a time, in their order, on a thread of
+    /// its own (from where all but stop may be called): why an initialize or a terminate failed, a
+    /// provider that refuses a subscription or delivers after it was disabled, a full queue, a
+    /// subscriber that throws, a client that has waited in vain, what a slow stop waits for. Set
+    /// before start; without one, and after stop, they go to stderr.
     void observeProblems(std::function<void(const std::string&)> observer);
 
  private:

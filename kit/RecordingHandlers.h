@@ -4,8 +4,13 @@
 // Response handlers that keep what a provider delivers, for testing a provider without a server:
 // call the provider's operation with one of these and look at what it holds afterwards.
 //
-// Not locked: one handler belongs to one call. Uses documented Pegasus headers only: copied into
-// a project, this file serves its tests against a real OpenPegasus too.
+// Not locked: one handler belongs to one call, and an IndicationRecorder to one thread that raises
+// indications. What is delivered is kept as handles, which share their objects with the provider.
+// Nothing is checked: an exception out of an operation reaches the test, what was delivered before
+// it stays.
+//
+// Uses documented Pegasus headers only: copied into a project, this file serves its tests against a
+// real OpenPegasus too.
 #ifndef VELMAR_KIT_RECORDINGHANDLERS_H
 #define VELMAR_KIT_RECORDINGHANDLERS_H
 
@@ -33,7 +38,7 @@ class RecorderBase : public Handler {
     void note(const std::string& call) { calls += (calls.empty() ? "" : " ") + call; }
 };
 
-/// Keeps the delivered handles: what a provider edits afterwards shows.
+/// Keeps the delivered handles, in their order: what a provider edits afterwards shows.
 template <class Handler, class T>
 class Recorder : public RecorderBase<Handler> {
  public:
@@ -52,11 +57,16 @@ class Recorder : public RecorderBase<Handler> {
     std::vector<T> delivered;
 };
 
+/// For getInstance and enumerateInstances.
 typedef Recorder<Pegasus::InstanceResponseHandler, Pegasus::CIMInstance> InstanceRecorder;
+/// For createInstance and every operation that delivers names.
 typedef Recorder<Pegasus::ObjectPathResponseHandler, Pegasus::CIMObjectPath> ObjectPathRecorder;
+/// For associators and references.
 typedef Recorder<Pegasus::ObjectResponseHandler, Pegasus::CIMObject> ObjectRecorder;
+/// For modifyInstance and deleteInstance, which deliver nothing.
 typedef RecorderBase<Pegasus::ResponseHandler> PlainRecorder;
 
+/// For invokeMethod. A second return value replaces the first.
 class MethodResultRecorder : public RecorderBase<Pegasus::MethodResultResponseHandler> {
  public:
     void deliver(const Pegasus::CIMValue& value) override {
@@ -76,6 +86,8 @@ class MethodResultRecorder : public RecorderBase<Pegasus::MethodResultResponseHa
     Pegasus::Array<Pegasus::CIMParamValue> outParameters;
 };
 
+/// For enableIndications. It must live until disableIndications has returned; the contexts of the
+/// deliveries are not kept.
 class IndicationRecorder
     : public Recorder<Pegasus::IndicationResponseHandler, Pegasus::CIMIndication> {
  public:

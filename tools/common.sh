@@ -39,19 +39,30 @@ install_packages() {
     rm -f "$log"
 }
 
-BUILD_PACKAGES=(g++ cmake ninja-build pkg-config nlohmann-json3-dev libfmt-dev libcli11-dev)
-TEST_PACKAGES=(libgtest-dev)
-BENCH_PACKAGES=(libbenchmark-dev)
+# shellcheck disable=SC2034  # used by those that source this
+{
+    BUILD_PACKAGES=(g++ cmake ninja-build pkg-config nlohmann-json3-dev libfmt-dev libcli11-dev)
+    TEST_PACKAGES=(libgtest-dev)
+    BENCH_PACKAGES=(libbenchmark-dev)
+}
 
-# build PRESET [TARGET...] : configures and builds quietly; the whole output on failure.
+# build PRESET [-DOPTION=VALUE ...] [TARGET ...] : configures and builds quietly; the whole output on
+# failure.
 build() {
-    local preset=$1 log
+    local preset=$1 log argument options=() targets=()
     shift
+    for argument in "$@"; do
+        case $argument in
+            -D*) options+=("$argument") ;;
+            *) targets+=("$argument") ;;
+        esac
+    done
+    [ ${#targets[@]} -eq 0 ] || targets=(--target "${targets[@]}")
     mkdir -p build
     log="build/$preset.log"
     echo "building ($preset), output in $log" >&2
-    if ! { cmake --preset "$preset" ${CONFIGURE_ARGS:-} &&
-           cmake --build --preset "$preset" ${*:+--target "$@"}; } >"$log" 2>&1; then
+    if ! { cmake --preset "$preset" "${options[@]}" &&
+           cmake --build --preset "$preset" "${targets[@]}"; } >"$log" 2>&1; then
         tail -n 60 "$log" >&2
         return 1
     fi

@@ -50,17 +50,13 @@ void copyContents(Request& request) {
         parameters.append(request.parameters[i].clone());
     }
     request.parameters = parameters;
-    static const String user = userName();
+    static const String& user = *new String(userName());  // lives on for what runs at exit
     request.context = OperationContext();
     request.context.insert(IdentityContainer(user));
 }
 
-CIMException clientError(CIMStatusCode code, const String& text) {
-    String message(cimStatusCodeToString(code));
-    if (text.size() > 0) {
-        message.append(String(": ")).append(text);
-    }
-    return CIMException(code, message);
+CIMException clientError(const Failure& failure) {
+    return CIMException(failure.code, failure.codedMessage());
 }
 
 [[noreturn]] void malformedAnswer(const Request& request) {
@@ -120,7 +116,7 @@ std::shared_ptr<Pending> submitFor(LocalServer& server,
     try {
         return server.submit(request);
     } catch (const CIMException& e) {
-        throw clientError(e.getCode(), e.getMessage());
+        throw clientError({e.getCode(), e.getMessage()});
     }
 }
 
@@ -142,10 +138,11 @@ Answer ClientConnection::exchange(Request request) {
     const auto sent = std::make_shared<const Request>(std::move(request));
     const std::shared_ptr<Pending> pending = submitFor(*_server, sent);
     if (!pending->wait(std::chrono::milliseconds(_timeout))) {
+        _server->noteTimeout(*sent, _timeout);
         throw ConnectionTimeoutException();
     }
     if (pending->failure()) {
-        throw clientError(pending->failure()->code, pending->failure()->message);
+        throw clientError(*pending->failure());
     }
     return transmitted(*sent, std::move(pending->answer()));
 }

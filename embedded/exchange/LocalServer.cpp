@@ -9,8 +9,16 @@ namespace velmar_embedded {
 
 namespace {
 
-std::mutex startedLock;
-std::weak_ptr<LocalServer> startedServer;
+struct Started {
+    std::mutex lock;
+    std::weak_ptr<LocalServer> server;
+};
+
+// Lives until the process ends: a server may be destroyed by a static destructor.
+Started& theStarted() {
+    static Started& only = *new Started;
+    return only;
+}
 
 }  // namespace
 
@@ -33,23 +41,26 @@ bool Pending::wait(std::optional<std::chrono::milliseconds> time) {
 }
 
 std::shared_ptr<LocalServer> LocalServer::started() {
-    std::lock_guard<std::mutex> guard(startedLock);
-    return startedServer.lock();
+    Started& started = theStarted();
+    std::lock_guard<std::mutex> guard(started.lock);
+    return started.server.lock();
 }
 
 bool LocalServer::announce(const std::shared_ptr<LocalServer>& server) {
-    std::lock_guard<std::mutex> guard(startedLock);
-    if (startedServer.lock()) {
+    Started& started = theStarted();
+    std::lock_guard<std::mutex> guard(started.lock);
+    if (started.server.lock()) {
         return false;
     }
-    startedServer = server;
+    started.server = server;
     return true;
 }
 
 void LocalServer::withdraw(const LocalServer& server) {
-    std::lock_guard<std::mutex> guard(startedLock);
-    if (startedServer.lock().get() == &server) {
-        startedServer.reset();
+    Started& started = theStarted();
+    std::lock_guard<std::mutex> guard(started.lock);
+    if (started.server.lock().get() == &server) {
+        started.server.reset();
     }
 }
 

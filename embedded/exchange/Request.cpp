@@ -3,8 +3,14 @@
 
 #include "exchange/Request.h"
 
+#include <cxxabi.h>
+#include <stdlib.h>
+
 #include <exception>
-#include <string>
+#include <memory>
+#include <typeinfo>
+
+#include "model/Utf8.h"
 
 using namespace Pegasus;
 
@@ -50,6 +56,29 @@ Failure Failure::ofCurrentException() {
     } catch (...) {
         return {CIM_ERR_FAILED, String("Unknown error.")};
     }
+}
+
+String Failure::codedMessage() const {
+    const String name(cimStatusCodeToString(code));
+    if (message.size() == 0 || message == name || message.find(name + ": ") == 0) {
+        return message.size() == 0 ? name : message;
+    }
+    return name + ": " + message;
+}
+
+std::string describeCurrentException() {
+    std::string description = "an unknown exception";
+    if (const std::type_info* type = abi::__cxa_current_exception_type()) {
+        int status = 0;
+        const std::unique_ptr<char, decltype(&free)> name(
+            abi::__cxa_demangle(type->name(), nullptr, nullptr, &status), &free);
+        description = name ? name.get() : type->name();
+    }
+    const Failure failure = Failure::ofCurrentException();
+    // An exception of another class has no code, which shows as this one.
+    const bool coded = failure.code != CIM_ERR_FAILED;
+    const std::string text = utf8(coded ? failure.codedMessage() : failure.message);
+    return text.empty() ? description : description + ": " + text;
 }
 
 }  // namespace velmar_embedded

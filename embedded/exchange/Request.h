@@ -20,6 +20,7 @@
 #include <Pegasus/Common/OperationContext.h>
 
 #include <optional>
+#include <string>
 
 namespace velmar_embedded {
 
@@ -129,7 +130,14 @@ struct Failure {
     /// Of the exception being handled; call it in a catch block.
     static Failure ofCurrentException();
     Pegasus::CIMException exception() const { return Pegasus::CIMException(code, message); }
+    /// "CIM_ERR_NAME: text", or the name alone. A text that begins so already, as one that came
+    /// through a client does, stays as it is.
+    Pegasus::String codedMessage() const;
 };
+
+/// For people: the class of the exception being handled, as far as it can be told, and its text:
+/// "std::runtime_error: no". Call it in a catch block.
+std::string describeCurrentException();
 
 /// Runs `work`, whatever it throws.
 template <class Work>

@@ -89,11 +89,12 @@ void IndicationQueue::work() {
 
 void IndicationQueue::handOver(const CIMInstance& indication) {
     insideSubscriber = true;
-    const auto failure = failureOf([&] { _deliver(indication); });
-    insideSubscriber = false;
-    if (failure) {
-        _report(_name + ": its subscriber failed: " + std::string(failure->message.getCString()));
+    try {
+        _deliver(indication);
+    } catch (...) {
+        _report(_name + ": its subscriber failed: " + describeCurrentException());
     }
+    insideSubscriber = false;
 }
 
 void IndicationQueue::drain() {

@@ -44,6 +44,8 @@ class IndicationQueue : public std::enable_shared_from_this<IndicationQueue> {
     void close();
 
     IndicationCounts counts() const;
+    /// For problems.
+    const std::string& name() const { return _name; }
 
     /// Whether this thread is inside a subscriber.
     static bool inSubscriber();

@@ -7,6 +7,7 @@
 #include <Pegasus/Provider/CIMIndicationProvider.h>
 
 #include <algorithm>
+#include <condition_variable>
 
 #include "requests/Collectors.h"
 #include "requests/Dispatch.h"
@@ -24,16 +25,38 @@ bool contains(Iterator begin, Iterator end, const T& wanted) {
 
 }  // namespace
 
-/// What the provider is given to deliver to; a new one each time that it is enabled.
+/// What the provider is given to deliver to; a new one each time that it is enabled. A real server
+/// deletes it once disableIndications has returned, and a delivery that still runs or comes later
+/// ends the process. Here the handler stays, so that the provider's fault can be told.
 class IndicationSource::Handler : public IndicationResponseHandler {
  public:
     explicit Handler(IndicationSource& source) : _source(source) {}
+    ~Handler() override {
+        std::unique_lock<std::mutex> guard(_lock);
+        _left.wait(guard, [this] { return _running == 0; });
+    }
+
+    /// After the provider's disableIndications has returned.
+    void end() {
+        std::unique_lock<std::mutex> guard(_lock);
+        _ended = true;
+        if (_running > 0) {
+            guard.unlock();
+            blame("disableIndications returned during a delivery");
+        }
+    }
 
     void processing() override {}
     void complete() override {}
-    void deliver(const CIMIndication& indication) override { _source.deliver(indication); }
+    void deliver(const CIMIndication& indication) override {
+        const Delivery delivery(*this);
+        if (delivery.admitted) {
+            _source.deliver(indication);
+        }
+    }
     void deliver(const Array<CIMIndication>& indications) override {
-        for (Uint32 i = 0; i < indications.size(); i++) {
+        const Delivery delivery(*this);
+        for (Uint32 i = 0; delivery.admitted && i < indications.size(); i++) {
             _source.deliver(indications[i]);
         }
     }
@@ -45,7 +68,49 @@ class IndicationSource::Handler : public IndicationResponseHandler {
     }
 
  private:
+    // A running call of deliver.
+    struct Delivery {
+        explicit Delivery(Handler& handler) : _handler(handler), admitted(handler.enter()) {}
+        ~Delivery() { _handler.leave(); }
+        Delivery(const Delivery&) = delete;
+        Delivery& operator=(const Delivery&) = delete;
+
+        Handler& _handler;
+        const bool admitted;
+    };
+
+    bool enter() {
+        std::unique_lock<std::mutex> guard(_lock);
+        _running++;
+        if (!_ended) {
+            return true;
+        }
+        const bool first = !_late;
+        _late = true;
+        guard.unlock();
+        _source._unmatched++;
+        if (first) {
+            blame("an indication was delivered after disableIndications had returned");
+        }
+        return false;
+    }
+    void leave() {
+        std::lock_guard<std::mutex> guard(_lock);
+        if (--_running == 0) {
+            _left.notify_all();
+        }
+    }
+    void blame(const char* fault) {
+        _source._services.problems.report(_source._provider.title() + ": " + fault +
+                                          ", which ends a real server's process");
+    }
+
     IndicationSource& _source;
+    std::mutex _lock;
+    std::condition_variable _left;
+    size_t _running = 0;
+    bool _ended = false;
+    bool _late = false;  // somebody has delivered after the end
 };
 
 IndicationSource::IndicationSource(const Services& services, LoadedProvider& provider,
@@ -59,20 +124,20 @@ IndicationSource::~IndicationSource() = default;
 
 // Whether the provider did it; why not is reported.
 template <class Call>
-bool IndicationSource::call(const char* operation, const CIMObjectPath& path, Call&& call) {
-    const auto failure = failureOf([&] {
-        auto& provider = _provider.load<CIMIndicationProvider>(operation);
-        const auto& observe = _services.observeCall;
-        if (observe) {
-            observe({operation, _provider.name(), path, false});
+bool IndicationSource::call(const Purpose& purpose, const CIMObjectPath& path, Call&& call) {
+    const RunningCalls::Scope running(_services.running, purpose, _provider.title());
+    try {
+        auto& provider = _provider.load<CIMIndicationProvider>(purpose);
+        if (_services.observeCall) {
+            _services.observeCall({purpose.operation, _provider.name(), path, false});
         }
         call(provider);
-    });
-    if (failure) {
-        _services.problems.report("provider \"" + _provider.name() + "\": " + operation +
-                                  " failed: " + std::string(failure->message.getCString()));
+        return true;
+    } catch (...) {
+        _services.problems.report(_provider.title() + ": " + purpose.text() +
+                                  " failed: " + describeCurrentException());
+        return false;
     }
-    return !failure;
 }
 
 bool IndicationSource::create(const std::shared_ptr<Subscription>& subscription,
@@ -80,11 +145,12 @@ bool IndicationSource::create(const std::shared_ptr<Subscription>& subscription,
     Gate::Pass pass(_changing, "createSubscription");
     Gate::Scope scope(pass.chain());
     const Uint16 noRepeatPolicy = 2;  // CIM_IndicationSubscription.RepeatNotificationPolicy "None"
-    const bool accepted = call("createSubscription", subscription->path, [&](auto& provider) {
-        _count++;  // it counts once the provider is loaded, whatever it says
-        provider.createSubscription(subscription->context, subscription->path, classNames,
-                                    CIMPropertyList(), noRepeatPolicy);
-    });
+    const bool accepted = call(
+        {"createSubscription", &subscription->className}, subscription->path, [&](auto& provider) {
+            _count++;  // it counts once the provider is loaded, whatever it says
+            provider.createSubscription(subscription->context, subscription->path, classNames,
+                                        CIMPropertyList(), noRepeatPolicy);
+        });
     if (accepted) {
         std::lock_guard<std::mutex> guard(_lock);
         _accepted.push_back(subscription);
@@ -102,29 +168,30 @@ void IndicationSource::enable() {
 }
 
 void IndicationSource::enableHeld() {
-    if (_count == 0 || _handler) {
+    if (_count == 0 || _enabled) {
         return;
     }
-    _handler = std::make_unique<Handler>(*this);
-    call("enableIndications", CIMObjectPath(),
-         [&](auto& provider) { provider.enableIndications(*_handler); });
+    _enabled = true;
+    _handlers.push_back(std::make_unique<Handler>(*this));
+    call({"enableIndications"}, CIMObjectPath(),
+         [&](auto& provider) { provider.enableIndications(*_handlers.back()); });
 }
 
-// The handler goes at once: a provider that still delivers to it shows in the sanitizers.
 void IndicationSource::disableHeld() {
-    if (!_handler) {
+    if (!_enabled) {
         return;
     }
-    call("disableIndications", CIMObjectPath(),
+    call({"disableIndications"}, CIMObjectPath(),
          [](auto& provider) { provider.disableIndications(); });
-    _handler.reset();
+    _enabled = false;
+    _handlers.back()->end();
 }
 
 void IndicationSource::remove(const Subscription& subscription,
                               const Array<CIMObjectPath>& classNames) {
     Gate::Pass pass(_changing, "deleteSubscription");
     Gate::Scope scope(pass.chain());
-    call("deleteSubscription", subscription.path, [&](auto& provider) {
+    call({"deleteSubscription", &subscription.className}, subscription.path, [&](auto& provider) {
         provider.deleteSubscription(subscription.context, subscription.path, classNames);
     });
     if (--_count == 0) {

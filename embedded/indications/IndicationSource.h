@@ -25,7 +25,7 @@
 
 namespace velmar_embedded {
 
-/// Thread-safe, except stop.
+/// Thread-safe, except stop and the destructor, which no delivery may follow.
 class IndicationSource {
  public:
     /// `unmatched` counts the indications that no subscription was there for.
@@ -52,7 +52,7 @@ class IndicationSource {
  private:
     class Handler;
     template <class Call>
-    bool call(const char* operation, const Pegasus::CIMObjectPath& path, Call&& call);
+    bool call(const Purpose& purpose, const Pegasus::CIMObjectPath& path, Call&& call);
     void enableHeld();
     void disableHeld();
 
@@ -60,7 +60,8 @@ class IndicationSource {
     LoadedProvider& _provider;
     Gate _changing;  // held by whoever changes what follows, during the provider's operations
     size_t _count = 0;
-    std::unique_ptr<Handler> _handler;
+    std::vector<std::unique_ptr<Handler>> _handlers;  // the last one is in use while enabled
+    bool _enabled = false;
     std::atomic<uint64_t>& _unmatched;
     std::mutex _lock;
     std::vector<std::shared_ptr<Subscription>> _accepted;

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "exchange/ClientConnection.h"
+#include "model/Utf8.h"
 
 using namespace Pegasus;
 
@@ -28,7 +29,8 @@ CIMException refused(CIMStatusCode code, const std::string& reason) {
 }
 
 CIMName classOf(const std::string& query) {
-    static const std::regex form("\\s*select\\s+\\*\\s+from\\s+(\\w+)\\s*", std::regex::icase);
+    static const std::regex& form =  // lives on for what runs at exit
+        *new std::regex("\\s*select\\s+\\*\\s+from\\s+(\\w+)\\s*", std::regex::icase);
     std::smatch parts;
     if (!std::regex_match(query, parts, form) || !CIMName::legal(String(parts.str(1).c_str()))) {
         throw refused(CIM_ERR_INVALID_QUERY,
@@ -131,10 +133,6 @@ std::shared_ptr<Subscription> Subscriptions::prepare(const std::string& query,
     return subscription;
 }
 
-void Subscriptions::report(const String& problem) const {
-    _services.problems.report(std::string(problem.getCString()));
-}
-
 // Each provider once, with the paths of the classes that it is registered for.
 std::vector<Subscriptions::Target> Subscriptions::targets(const Subscription& subscription) {
     std::vector<std::pair<LoadedProvider*, Array<CIMObjectPath>>> found;
@@ -183,7 +181,7 @@ void Subscriptions::offer(const std::shared_ptr<Subscription>& subscription, boo
             }
         });
         if (failure) {
-            report(failure->message);
+            _services.problems.report(utf8(failure->message));
         }
     }
     if (subscription->accepted.empty()) {
@@ -215,8 +213,8 @@ void Subscriptions::createStored() {
     for (const std::shared_ptr<Subscription>& subscription : stored) {
         const auto failure = failureOf([&] { offer(subscription, false); });
         if (failure) {
-            _services.problems.report("subscription " + subscription->id +
-                                      " failed: " + std::string(failure->message.getCString()));
+            _services.problems.report(subscription->queue->name() +
+                                      " failed: " + utf8(failure->codedMessage()));
         }
     }
     for (IndicationSource* source : sources()) {
@@ -250,7 +248,7 @@ std::shared_ptr<Subscription> Subscriptions::remove(const std::string& id) {
     for (const Target& target : subscription->accepted) {
         const auto failure = failureOf([&] { target.first->remove(*subscription, target.second); });
         if (failure) {
-            report(failure->message);
+            _services.problems.report(utf8(failure->message));
         }
     }
     return subscription;
@@ -286,6 +284,9 @@ void Subscriptions::stop() {
         source->stop();
     }
     for (const std::shared_ptr<Subscription>& subscription : active()) {
+        const RunningCalls::Scope running(_services.running,
+                                          {"handing over indications", &subscription->className},
+                                          subscription->queue->name());
         subscription->queue->drain();
         subscription->queue->close();
     }
@@ -298,6 +299,7 @@ void Subscriptions::drain() {
     for (const std::shared_ptr<Subscription>& subscription : active()) {
         subscription->queue->drain();
     }
+    _services.problems.flush();
 }
 
 IndicationCounts Subscriptions::counts() const {

@@ -58,8 +58,8 @@ class Subscriptions {
     /// operation may be running.
     void stop();
 
-    /// Waits until what was delivered so far has been handed over. Throws std::logic_error in a
-    /// subscriber.
+    /// Waits until what was delivered so far has been handed over, and what is wrong with it told.
+    /// Throws std::logic_error in a subscriber.
     void drain();
     IndicationCounts counts() const;
     /// Throws CIMException (CIM_ERR_NOT_FOUND).
@@ -70,7 +70,6 @@ class Subscriptions {
 
     std::vector<Target> targets(const Subscription& subscription);
     void offer(const std::shared_ptr<Subscription>& subscription, bool enable);
-    void report(const Pegasus::String& problem) const;
     std::vector<IndicationSource*> sources() const;
     std::vector<std::shared_ptr<Subscription>> active() const;
 

@@ -7,6 +7,8 @@
 #include <utility>
 
 #include "model/CIMReps.h"
+#include "model/CIMText.h"
+#include "model/CIMTypes.h"
 
 namespace Pegasus {
 
@@ -34,10 +36,14 @@ class Writer {
  private:
     void name(const CIMObjectPath& path);
     void keyValue(const CIMKeyBinding& key);
-    template <class T>
-    void values(const CIMValue& value);
+    template <class Feature>
+    void declaration(const char* tag, const Feature& feature, const CIMValue& typed);
+    void end(const char* tag) { _out.append("</").append(tag).append(Char16('>')); }
     void item(const CIMObjectPath& x);
-    void item(const String& x) { element("VALUE", x); }
+    template <class T>
+    void item(const T& x) {
+        element("VALUE", textOf(x));
+    }
 
     String _out;
 };
@@ -73,7 +79,7 @@ void Writer::attribute(const char* name, const String& value) {
 void Writer::element(const char* name, const String& contents) {
     _out.append(Char16('<')).append(name).append(Char16('>'));
     escaped(contents);
-    _out.append("</").append(name).append(Char16('>'));
+    end(name);
 }
 
 void Writer::item(const CIMObjectPath& x) {
@@ -82,60 +88,39 @@ void Writer::item(const CIMObjectPath& x) {
     raw("</VALUE.REFERENCE>");
 }
 
-template <class T>
-void Writer::values(const CIMValue& value) {
-    Array<T> array;
-    value.get(array);
-    for (Uint32 i = 0; i < array.size(); i++) {
-        if constexpr (std::is_same_v<T, String> || std::is_same_v<T, CIMObjectPath>) {
-            item(array[i]);
-        } else {
-            item(CIMValue(array[i]).toString());
-        }
-    }
-}
-
 void Writer::value(const CIMValue& value) {
     if (value.isNull()) {
         return;
     }
-    if (!value.isArray()) {
-        if (value.getType() != CIMTYPE_REFERENCE) {
-            item(value.toString());
-            return;
+    withType(value.getType(), [&](auto type) {
+        using T = typename decltype(type)::Type;
+        if (!value.isArray()) {
+            T x{};
+            value.get(x);
+            return item(x);
         }
-        CIMObjectPath reference;
-        value.get(reference);
-        item(reference);
-        return;
+        Array<T> items;
+        value.get(items);
+        const char* const tag =
+            std::is_same_v<T, CIMObjectPath> ? "VALUE.REFARRAY>" : "VALUE.ARRAY>";
+        _out.append(Char16('<')).append(tag);
+        for (Uint32 i = 0; i < items.size(); i++) {
+            item(items[i]);
+        }
+        _out.append("</").append(tag);
+    });
+}
+
+// The begin of a property's or parameter's element: its name and the type of its values.
+template <class Feature>
+void Writer::declaration(const char* tag, const Feature& feature, const CIMValue& typed) {
+    _out.append(Char16('<')).append(tag);
+    attribute("NAME", feature.getName().getString());
+    if (typed.getType() == CIMTYPE_REFERENCE) {
+        attribute("REFERENCECLASS", feature.getReferenceClassName().getString());
+    } else {
+        valueAttributes(typed, feature.getArraySize());
     }
-    const bool references = value.getType() == CIMTYPE_REFERENCE;
-    raw(references ? "<VALUE.REFARRAY>" : "<VALUE.ARRAY>");
-    switch (value.getType()) {
-#define PEGASUS_VALUES(Code, Type) \
-    case Code:                     \
-        values<Type>(value);       \
-        break;
-        PEGASUS_VALUES(CIMTYPE_BOOLEAN, Boolean)
-        PEGASUS_VALUES(CIMTYPE_UINT8, Uint8)
-        PEGASUS_VALUES(CIMTYPE_SINT8, Sint8)
-        PEGASUS_VALUES(CIMTYPE_UINT16, Uint16)
-        PEGASUS_VALUES(CIMTYPE_SINT16, Sint16)
-        PEGASUS_VALUES(CIMTYPE_UINT32, Uint32)
-        PEGASUS_VALUES(CIMTYPE_SINT32, Sint32)
-        PEGASUS_VALUES(CIMTYPE_UINT64, Uint64)
-        PEGASUS_VALUES(CIMTYPE_SINT64, Sint64)
-        PEGASUS_VALUES(CIMTYPE_REAL32, Real32)
-        PEGASUS_VALUES(CIMTYPE_REAL64, Real64)
-        PEGASUS_VALUES(CIMTYPE_CHAR16, Char16)
-        PEGASUS_VALUES(CIMTYPE_STRING, String)
-        PEGASUS_VALUES(CIMTYPE_DATETIME, CIMDateTime)
-        PEGASUS_VALUES(CIMTYPE_REFERENCE, CIMObjectPath)
-        PEGASUS_VALUES(CIMTYPE_OBJECT, CIMObject)
-        PEGASUS_VALUES(CIMTYPE_INSTANCE, CIMInstance)
-#undef PEGASUS_VALUES
-    }
-    raw(references ? "</VALUE.REFARRAY>" : "</VALUE.ARRAY>");
 }
 
 // Objects travel as text, with the kind beside the type.
@@ -164,48 +149,28 @@ void Writer::qualifiers(const NamedList<CIMQualifier>& list) {
 
 void Writer::property(const CIMProperty& property) {
     const bool reference = property.getType() == CIMTYPE_REFERENCE;
-    const char* tag = property.isArray() ? "PROPERTY.ARRAY"
-                      : reference        ? "PROPERTY.REFERENCE"
-                                         : "PROPERTY";
-    _out.append(Char16('<')).append(tag);
-    attribute("NAME", property.getName().getString());
-    if (reference) {
-        attribute("REFERENCECLASS", property.getReferenceClassName().getString());
-    } else {
-        valueAttributes(property.getValue(), property.getArraySize());
-    }
+    const char* const tag = property.isArray() ? "PROPERTY.ARRAY"
+                            : reference        ? "PROPERTY.REFERENCE"
+                                               : "PROPERTY";
+    declaration(tag, property, property.getValue());
     attribute("CLASSORIGIN", property.getClassOrigin().getString());
     attribute("PROPAGATED", property.getPropagated() ? "true" : "");
     raw(">");
     qualifiers(HandleAccess::rep(property)->qualifiers);
     value(property.getValue());
-    _out.append("</").append(tag).append(Char16('>'));
+    end(tag);
 }
 
 void Writer::parameter(const CIMParameter& parameter) {
     const bool reference = parameter.getType() == CIMTYPE_REFERENCE;
-    _out.append("<PARAMETER");
-    if (reference) {
-        _out.append(parameter.isArray() ? ".REFARRAY" : ".REFERENCE");
-    } else if (parameter.isArray()) {
-        _out.append(".ARRAY");
-    }
-    attribute("NAME", parameter.getName().getString());
-    if (reference) {
-        attribute("REFERENCECLASS", parameter.getReferenceClassName().getString());
-    } else {
-        valueAttributes(CIMValue(parameter.getType(), parameter.isArray()),
-                        parameter.getArraySize());
-    }
+    const char* const tag = reference && parameter.isArray() ? "PARAMETER.REFARRAY"
+                            : reference                      ? "PARAMETER.REFERENCE"
+                            : parameter.isArray()            ? "PARAMETER.ARRAY"
+                                                             : "PARAMETER";
+    declaration(tag, parameter, CIMValue(parameter.getType(), parameter.isArray()));
     raw(">");
     qualifiers(HandleAccess::rep(parameter)->qualifiers);
-    raw("</PARAMETER");
-    if (reference) {
-        _out.append(parameter.isArray() ? ".REFARRAY" : ".REFERENCE");
-    } else if (parameter.isArray()) {
-        _out.append(".ARRAY");
-    }
-    raw(">");
+    end(tag);
 }
 
 void Writer::method(const CIMMethod& method) {

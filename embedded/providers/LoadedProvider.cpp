@@ -5,57 +5,86 @@
 
 #include <utility>
 
+#include "exchange/Request.h"
+
 using namespace Pegasus;
 
 namespace velmar_embedded {
 
 namespace {
 
-CIMException failed(const std::string& reason) {
-    return CIMException(CIM_ERR_FAILED, String(reason.c_str()));
-}
-
-// Nobody is there to hear of an exception at the end of a provider's life.
-void terminateQuietly(CIMProvider& provider) {
-    try {
-        provider.terminate();
-    } catch (...) {
-    }
+[[noreturn]] void failInitialization() {
+    throw CIMException(CIM_ERR_FAILED, "provider initialization failed");
 }
 
 }  // namespace
 
 LoadedProvider::LoadedProvider(std::string name, ProviderFactory create,
-                               std::function<CIMOMHandle()> makeHandle)
+                               std::function<CIMOMHandle()> makeHandle, Problems& problems,
+                               RunningCalls& running)
     : _name(std::move(name)),
+      _title("provider \"" + _name + "\""),
       _create(std::move(create)),
       _makeHandle(std::move(makeHandle)),
-      _loading("provider \"" + _name + "\" in its initialize") {}
+      _problems(problems),
+      _running(running),
+      _loading(_title + " in its initialize") {}
 
-CIMProvider& LoadedProvider::load(const std::string& operation) {
+CIMProvider& LoadedProvider::load(const Purpose& purpose) {
     if (CIMProvider* object = _object.load(std::memory_order_acquire)) {
         return *object;
     }
-    Gate::Pass pass(_loading, operation);
+    Gate::Pass pass(_loading, purpose.operation);
     if (CIMProvider* object = _object.load(std::memory_order_relaxed)) {
         return *object;
     }
     Gate::Scope scope(pass.chain());
-    CIMProvider* object = _create();
     CIMOMHandle handle = _makeHandle();
-    try {
-        object->initialize(handle);
-    } catch (...) {
-        terminateQuietly(*object);
-        throw failed("provider initialization failed");
-    }
+    CIMProvider* object = create(purpose);
+    initialize(*object, handle, purpose);
     _object.store(object, std::memory_order_release);
     return *object;
 }
 
+CIMProvider* LoadedProvider::create(const Purpose& purpose) {
+    try {
+        return _create();
+    } catch (...) {
+        if (!_failed) {
+            throw;
+        }
+        // A caller after the first one hears the same error, whatever is missing for a new try.
+        _problems.report(_title + ": cannot be made anew for " + purpose.text() +
+                         " after its initialize failed: " + describeCurrentException());
+        failInitialization();
+    }
+}
+
+void LoadedProvider::initialize(CIMProvider& object, CIMOMHandle& handle, const Purpose& purpose) {
+    try {
+        object.initialize(handle);
+        _failed = false;
+    } catch (...) {
+        _failed = true;
+        _problems.report(_title + ": initialize for " + purpose.text() +
+                         " failed: " + describeCurrentException());
+        terminate(object);
+        failInitialization();
+    }
+}
+
+void LoadedProvider::terminate(CIMProvider& object) {
+    const RunningCalls::Scope running(_running, {"terminate"}, _title);
+    try {
+        object.terminate();
+    } catch (...) {
+        _problems.report(_title + ": terminate failed: " + describeCurrentException());
+    }
+}
+
 void LoadedProvider::terminate() {
     if (CIMProvider* object = _object.exchange(nullptr)) {
-        terminateQuietly(*object);
+        terminate(*object);
     }
 }
 

@@ -17,47 +17,61 @@
 #include <string>
 
 #include "providers/Gate.h"
+#include "providers/Problems.h"
+#include "providers/RunningCalls.h"
 
 namespace velmar_embedded {
 
 /// Makes a provider's object; throws instead of giving none.
 using ProviderFactory = std::function<Pegasus::CIMProvider*()>;
 
-/// Thread-safe, except terminate.
 class LoadedProvider {
  public:
     /// `makeHandle` gives the handle for initialize, a new channel each time.
     LoadedProvider(std::string name, ProviderFactory create,
-                   std::function<Pegasus::CIMOMHandle()> makeHandle);
+                   std::function<Pegasus::CIMOMHandle()> makeHandle, Problems& problems,
+                   RunningCalls& running);
     LoadedProvider(const LoadedProvider&) = delete;
     LoadedProvider& operator=(const LoadedProvider&) = delete;
 
     const std::string& name() const { return _name; }
+    /// For errors: "provider \"NAME\"".
+    const std::string& title() const { return _title; }
 
-    /// The object, loaded and initialized by the first caller while others wait. `operation` is
-    /// what the caller wants to do with it. Throws CIMException (CIM_ERR_FAILED) when the provider
-    /// cannot be loaded; the next call tries again.
-    Pegasus::CIMProvider& load(const std::string& operation);
+    /// The object, loaded and initialized by the first caller while others wait. Throws
+    /// CIMException (CIM_ERR_FAILED) when the provider cannot be loaded; the next call tries again.
+    /// Of what initialize throws the caller hears as little as from a real server: it is reported.
+    Pegasus::CIMProvider& load(const Purpose& purpose);
 
     /// The object's interface; throws CIMException (CIM_ERR_NOT_SUPPORTED) when it lacks it.
     template <class Interface>
-    Interface& load(const std::string& operation) {
-        if (auto* provider = dynamic_cast<Interface*>(&load(operation))) {
+    Interface& load(const Purpose& purpose) {
+        if (auto* provider = dynamic_cast<Interface*>(&load(purpose))) {
             return *provider;
         }
-        throw Pegasus::CIMException(
-            Pegasus::CIM_ERR_NOT_SUPPORTED,
-            Pegasus::String((operation + ": not an operation of provider " + _name).c_str()));
+        throw Pegasus::CIMException(Pegasus::CIM_ERR_NOT_SUPPORTED,
+                                    Pegasus::String((std::string(purpose.operation) +
+                                                     ": not an operation of provider " + _name)
+                                                        .c_str()));
     }
 
     /// Terminates the object if it was loaded; no operation may be running or come.
     void terminate();
 
  private:
+    Pegasus::CIMProvider* create(const Purpose& purpose);
+    void initialize(Pegasus::CIMProvider& object, Pegasus::CIMOMHandle& handle,
+                    const Purpose& purpose);
+    void terminate(Pegasus::CIMProvider& object);
+
     const std::string _name;
+    const std::string _title;
     const ProviderFactory _create;
     const std::function<Pegasus::CIMOMHandle()> _makeHandle;
+    Problems& _problems;
+    RunningCalls& _running;
     Gate _loading;
+    bool _failed = false;  // the last initialize; changed while the gate is held
     std::atomic<Pegasus::CIMProvider*> _object{nullptr};  // null until initialized
 };
 

@@ -9,6 +9,8 @@
 
 #include <utility>
 
+#include "providers/ModuleKind.h"
+
 using namespace Pegasus;
 
 namespace velmar_embedded {
@@ -31,18 +33,26 @@ Module::~Module() {
 }
 
 void Module::open() {
-    _file = "lib" + _location + ".so";
-    const std::string base = _file;
+    const std::string name = "lib" + _location + ".so";
+    std::string tried;
     for (const std::string& directory : _directories()) {
-        _file = directory + "/" + base;
+        _file = directory + "/" + name;
         if (access(_file.c_str(), F_OK) == 0) {
-            break;
+            const std::string reason = reasonAgainstModule(_file);
+            if (!reason.empty()) {
+                throw failed(reason);
+            }
+            _library = dlopen(_file.c_str(), RTLD_NOW);
+            if (!_library) {
+                throw failed(dlerror());
+            }
+            return;
         }
+        tried += (tried.empty() ? "" : ", ") + directory;
     }
-    _library = dlopen(_file.c_str(), RTLD_NOW);
-    if (!_library) {
-        throw failed(dlerror());
-    }
+    throw failed(name + " is not found: " +
+                 (tried.empty() ? "no folder of provider modules was named"
+                                : "it is in none of the folders " + tried));
 }
 
 CIMProvider* Module::createProvider(const std::string& name) {

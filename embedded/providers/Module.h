@@ -26,7 +26,8 @@ class Module {
     Module& operator=(const Module&) = delete;
 
     /// Opens the library if need be and asks it for a provider. Throws CIMException
-    /// (CIM_ERR_FAILED) with the loader's text, or when the library does not know the name.
+    /// (CIM_ERR_FAILED) with the folders tried, with the loader's text, or when the library does
+    /// not know the name.
     Pegasus::CIMProvider* createProvider(const std::string& name);
 
  private:

@@ -7,6 +7,7 @@
 #include <Pegasus/Common/CIMValue.h>
 
 #include "exchange/Request.h"
+#include "model/Utf8.h"
 #include "schema/Mof.h"
 
 using namespace Pegasus;
@@ -53,8 +54,6 @@ class PG_ProviderCapabilities {
 };
 )";
 
-std::string textOf(const String& text) { return std::string(text.getCString()); }
-
 std::string quoted(const std::string& text) { return "\"" + text + "\""; }
 
 }  // namespace
@@ -64,7 +63,7 @@ class RegistrationReader::Reader {
  public:
     explicit Reader(const CIMInstance& instance) : _instance(instance) {}
 
-    std::string path() const { return textOf(_instance.getPath().toString()); }
+    std::string path() const { return utf8(_instance.getPath().toString()); }
 
     [[noreturn]] void fail(const std::string& property, const std::string& reason) const {
         throw RegistrationError("instance " + path() + ": " + property + ": " + reason);
@@ -73,7 +72,7 @@ class RegistrationReader::Reader {
     std::string text(const char* property) const {
         String text;
         value(property).get(text);
-        return textOf(text);
+        return utf8(text);
     }
 
     template <class T>
@@ -117,6 +116,14 @@ std::vector<std::string> RegistrationReader::directories() const {
     return _directories;
 }
 
+void RegistrationReader::note(const CIMNamespaceName& nameSpace, const CIMObjectPath& path,
+                              const std::string& file, unsigned line) {
+    if (nameSpace == CIMNamespaceName(interopNamespace)) {
+        std::lock_guard<std::mutex> guard(_lock);
+        _places[utf8(path.toString())] = {file, line};
+    }
+}
+
 void RegistrationReader::readInstances() {
     std::lock_guard<std::mutex> guard(_lock);
     readClass("PG_ProviderModule", &RegistrationReader::readModule);
@@ -133,11 +140,13 @@ void RegistrationReader::readClass(const char* className,
         if (_known.count(reader.path())) {
             continue;
         }
+        const auto noted = _places.extract(reader.path());
+        const Place place = noted ? noted.mapped() : Place();
         try {
             (this->*read)(reader);
-        } catch (const RegistrationError&) {
+        } catch (const RegistrationError& e) {
             _repository.deleteInstance(interop, instances[i].getPath());
-            throw;
+            throw MofError(place.file, place.line, e.what());
         }
         _known.insert(reader.path());
     }
@@ -179,7 +188,7 @@ void RegistrationReader::readCapabilities(const Reader& instance) {
     capabilities.className = instance.text("ClassName");
     const Array<String> nameSpaces = instance.list<String>("Namespaces", true);
     for (Uint32 i = 0; i < nameSpaces.size(); i++) {
-        capabilities.nameSpaces.push_back(textOf(nameSpaces[i]));
+        capabilities.nameSpaces.push_back(utf8(nameSpaces[i]));
     }
     const Array<Uint16> types = instance.list<Uint16>("ProviderType", true);
     for (Uint32 i = 0; i < types.size(); i++) {
@@ -192,11 +201,11 @@ void RegistrationReader::readCapabilities(const Reader& instance) {
     }
     const Array<String> methods = instance.list<String>("SupportedMethods", false);
     for (Uint32 i = 0; i < methods.size(); i++) {
-        capabilities.supportedMethods.push_back(textOf(methods[i]));
+        capabilities.supportedMethods.push_back(utf8(methods[i]));
     }
     auto failure = failureOf([&] { _registry.addCapabilities(provider->second, capabilities); });
     if (failure) {
-        instance.fail("ClassName", textOf(failure->message));
+        instance.fail("ClassName", utf8(failure->message));
     }
 }
 

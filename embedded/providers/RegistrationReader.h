@@ -24,7 +24,6 @@
 
 namespace velmar_embedded {
 
-/// Thread-safe.
 class RegistrationReader {
  public:
     using MakeHandle = std::function<Pegasus::CIMOMHandle(const std::string& providerName)>;
@@ -34,14 +33,21 @@ class RegistrationReader {
 
     /// Libraries are searched in the directories in the order of these calls.
     void addDirectory(const std::string& directory);
-    /// Registers what is new in the schema. An instance that cannot be is removed from it and
-    /// named in the RegistrationError.
+    /// Notes where an instance of a registration class was declared; others are of no interest.
+    void note(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMObjectPath& path,
+              const std::string& file, unsigned line);
+    /// Registers what is new in the repository. An instance that cannot be is removed from it and
+    /// named in the MofError, with its place.
     void readInstances();
     /// Closes the libraries; their providers must have gone from the registry.
     void closeModules();
 
  private:
     class Reader;
+    struct Place {
+        std::string file = "<no file>";
+        unsigned line = 0;
+    };
     void readClass(const char* className, void (RegistrationReader::*read)(const Reader&));
     void readModule(const Reader& instance);
     void readProvider(const Reader& instance);
@@ -52,7 +58,8 @@ class RegistrationReader {
     Registry& _registry;
     const MakeHandle _makeHandle;
     std::mutex _lock;
-    std::set<std::string> _known;  // paths of the instances that were read
+    std::set<std::string> _known;          // paths of the instances that were read
+    std::map<std::string, Place> _places;  // of those that were not yet, by path
     std::map<std::string, std::shared_ptr<Module>> _modules;
     std::map<std::pair<std::string, std::string>, std::shared_ptr<LoadedProvider>> _providers;
     mutable std::mutex _directoriesLock;

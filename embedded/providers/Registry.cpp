@@ -29,8 +29,8 @@ std::string keyOf(const CIMNamespaceName& nameSpace, const CIMName& className, P
 std::shared_ptr<LoadedProvider> Registry::addProvider(const std::string& name,
                                                       ProviderFactory create,
                                                       std::function<CIMOMHandle()> makeHandle) {
-    auto provider =
-        std::make_shared<LoadedProvider>(name, std::move(create), std::move(makeHandle));
+    auto provider = std::make_shared<LoadedProvider>(name, std::move(create), std::move(makeHandle),
+                                                     _problems, _running);
     std::unique_lock<std::shared_mutex> guard(_lock);
     _providers.push_back(provider);
     return provider;

@@ -30,7 +30,12 @@ class RegistrationError : public std::runtime_error {
 
 class Registry {
  public:
-    /// Adds a provider; `makeHandle` as for Provider.
+    /// What providers report to, and where their calls are kept.
+    Registry(Problems& problems, RunningCalls& running) : _problems(problems), _running(running) {}
+    Registry(const Registry&) = delete;
+    Registry& operator=(const Registry&) = delete;
+
+    /// Adds a provider; `makeHandle` as for LoadedProvider.
     std::shared_ptr<LoadedProvider> addProvider(const std::string& name, ProviderFactory create,
                                                 std::function<Pegasus::CIMOMHandle()> makeHandle);
 
@@ -62,6 +67,8 @@ class Registry {
     };
     const Entry* findEntry(const std::string& key) const;
 
+    Problems& _problems;
+    RunningCalls& _running;
     mutable std::shared_mutex _lock;
     std::vector<std::shared_ptr<LoadedProvider>> _providers;
     std::multimap<std::string, Entry> _entries;  // by namespace, class and type

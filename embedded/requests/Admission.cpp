@@ -6,6 +6,8 @@
 #include <optional>
 #include <utility>
 
+#include "requests/Nesting.h"
+
 using namespace Pegasus;
 
 namespace velmar_embedded {
@@ -20,14 +22,18 @@ bool Admission::open() {
 }
 
 bool Admission::close() {
-    std::unique_lock<std::mutex> guard(_lock);
+    std::lock_guard<std::mutex> guard(_lock);
     if (_state != State::Running) {
         return false;
     }
     _state = State::Draining;
+    return true;
+}
+
+void Admission::waitForLast() {
+    std::unique_lock<std::mutex> guard(_lock);
     _left.wait(guard, [this] { return _running == 0; });
     _state = State::Stopped;
-    return true;
 }
 
 bool Admission::enter(bool fromHandle) {
@@ -63,8 +69,10 @@ std::shared_ptr<Pending> Admission::run(bool fromHandle, Gate::Chain chain,
     }
     auto pending = std::make_shared<Pending>();
     try {
-        _services.workers.run([this, pending, chain, work = std::move(work)] {
-            Gate::Scope scope(chain);
+        const unsigned depth = Nesting::depth() + 1;
+        _services.workers.run([this, pending, chain, depth, work = std::move(work)] {
+            const Gate::Scope gates(chain);
+            const Nesting::Scope nesting(depth);
             Answer answer;
             auto failure = failureOf([&] { answer = work(); });
             pending->finish(std::move(answer), std::move(failure));

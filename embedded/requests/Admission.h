@@ -26,8 +26,10 @@ class Admission {
 
     /// False when it was open before, or is closed for good.
     bool open();
-    /// Waits for what runs, whose upcalls are still admitted. False when it was not open.
+    /// Admits nothing more but the upcalls of what runs. False when it was not open.
     bool close();
+    /// Waits until nothing runs any more; after close.
+    void waitForLast();
 
     /// Serves a request on a worker. `chain` are the gates that the caller holds until the answer
     /// is there. Throws CIMException: CIM_ERR_SERVER_IS_SHUTTING_DOWN when it is not open.

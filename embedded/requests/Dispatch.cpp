@@ -6,6 +6,9 @@
 #include <Pegasus/Common/System.h>
 
 #include <optional>
+#include <string>
+
+#include "requests/Nesting.h"
 
 using namespace Pegasus;
 
@@ -48,12 +51,26 @@ CIMObjectPath providerPath(const Request& request, const CIMName& className,
     return path;
 }
 
+void checkNesting(const Purpose& purpose, const LoadedProvider& provider) {
+    const unsigned depth = Nesting::depth();
+    if (depth > Nesting::limit) {
+        throw CIMException(
+            CIM_ERR_FAILED,
+            String((purpose.text() + " in " + provider.title() + " is nested " +
+                    std::to_string(depth) +
+                    " requests deep: its providers ask each other, or themselves, without end")
+                       .c_str()));
+    }
+}
+
 void fanOut(Services& services, std::vector<std::function<void()>> tasks) {
     std::vector<std::optional<Failure>> failures(tasks.size());
     const Gate::Chain chain = Gate::chain();
+    const unsigned depth = Nesting::depth();
     for (size_t i = 0; i < tasks.size(); i++) {
-        tasks[i] = [&failure = failures[i], &chain, task = std::move(tasks[i])] {
-            Gate::Scope scope(chain);
+        tasks[i] = [&failure = failures[i], &chain, depth, task = std::move(tasks[i])] {
+            const Gate::Scope gates(chain);
+            const Nesting::Scope nesting(depth);
             failure = failureOf(task);
         };
     }

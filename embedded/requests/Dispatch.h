@@ -16,6 +16,7 @@
 #include "exchange/Request.h"
 #include "providers/Problems.h"
 #include "providers/Registry.h"
+#include "providers/RunningCalls.h"
 #include "requests/WorkerPool.h"
 #include "schema/Repository.h"
 
@@ -27,6 +28,7 @@ struct Services {
     Registry& registry;
     WorkerPool& workers;
     Problems& problems;
+    RunningCalls& running;
     std::function<void(const ProviderCall&)> observeCall;  ///< set before the first request
     std::function<void(const Arrival&)> observeArrival;    ///< the same
 };
@@ -39,8 +41,8 @@ Answer serveInstance(Services& services, const Request& request);
 Answer serveMethod(Services& services, const Request& request);
 Answer serveAssociation(Services& services, const Request& request);
 
-/// Throws CIMException: 3 for an unknown namespace, `code` with the class name for an unknown
-/// class.
+/// Throws CIMException: CIM_ERR_INVALID_NAMESPACE for an unknown namespace, `code` with the class
+/// name for an unknown class.
 void requireClass(const Services& services, const Pegasus::CIMNamespaceName& nameSpace,
                   const Pegasus::CIMName& className, Pegasus::CIMStatusCode code);
 
@@ -56,14 +58,20 @@ Pegasus::CIMClass classFor(const Services& services, const Request& request,
 /// Runs the tasks in parallel on workers and throws the failure of the first that failed.
 void fanOut(Services& services, std::vector<std::function<void()>> tasks);
 
+/// Throws CIMException (CIM_ERR_FAILED) when the request that this thread serves is nested deeper
+/// than Nesting::limit.
+void checkNesting(const Purpose& purpose, const LoadedProvider& provider);
+
 /// Calls an operation of a provider's interface, which is loaded first.
 template <class Interface, class Call>
 void callProvider(Services& services, LoadedProvider& provider, const Request& request,
                   const Pegasus::CIMObjectPath& path, Call&& call) {
-    const char* operation = operationName(request.operation);
-    Interface& object = provider.load<Interface>(operation);
+    const Purpose purpose{operationName(request.operation), &path.getClassName()};
+    checkNesting(purpose, provider);
+    const RunningCalls::Scope running(services.running, purpose, provider.title(), &request);
+    Interface& object = provider.load<Interface>(purpose);
     if (services.observeCall) {
-        services.observeCall({operation, provider.name(), path, request.fromHandle});
+        services.observeCall({purpose.operation, provider.name(), path, request.fromHandle});
     }
     call(object);
 }

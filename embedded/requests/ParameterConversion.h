@@ -12,9 +12,9 @@
 
 namespace velmar_embedded {
 
-/// Converts a value through its text, an array element by element. Given back as they are: arrays
-/// of characters, references and objects, and an array-ness that is not the declared one. Throws
-/// CIMException (CIM_ERR_INVALID_PARAMETER) naming parameter and text that do not fit the type.
+/// Converts a value through its text, an array element by element. Given back as it is where an
+/// object is declared, and when one is an array and the other is not. Throws CIMException
+/// (CIM_ERR_INVALID_PARAMETER) naming parameter and text that do not fit the type.
 Pegasus::CIMValue typedValue(const Pegasus::String& parameterName, const Pegasus::CIMValue& value,
                              Pegasus::CIMType type, bool isArray);
 

@@ -32,7 +32,8 @@ bool readFile(const std::string& file, std::string& text) {
 
 class Compiler {
  public:
-    explicit Compiler(Repository& repository) : _repository(repository) {}
+    Compiler(Repository& repository, const MofObserver& stored)
+        : _repository(repository), _stored(stored) {}
 
     void compile(const Pegasus::CIMNamespaceName& nameSpace, const std::string& text,
                  const std::string& name) {
@@ -41,8 +42,14 @@ class Compiler {
                                  const Pegasus::CIMNamespaceName& current) {
             this->include(current, (fs::path(name).parent_path() / file).string(), name, line);
         };
+        const auto stored = [&](const Pegasus::CIMNamespaceName& current,
+                                const Pegasus::CIMObjectPath& path, unsigned line) {
+            if (_stored) {
+                _stored(current, path, name, line);
+            }
+        };
         try {
-            MofParser(_repository, _aliases, nameSpace, text, include).run();
+            MofParser(_repository, _aliases, nameSpace, text, include, stored).run();
         } catch (const MofFault& fault) {
             throw MofError(name, fault.line(), fault.what());
         }
@@ -69,6 +76,7 @@ class Compiler {
     }
 
     Repository& _repository;
+    const MofObserver& _stored;
     MofAliases _aliases;
     std::vector<fs::path> _open;  // files being compiled, outermost first
 };
@@ -82,18 +90,18 @@ MofError::MofError(const std::string& file, unsigned line, const std::string& re
       _reason(reason) {}
 
 void compileMof(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
-                const std::string& file) {
+                const std::string& file, const MofObserver& stored) {
     std::string text;
     if (!readFile(file, text)) {
         throw MofError(file, 0, "cannot read the file");
     }
-    compileMofText(repository, nameSpace, text, file);
+    compileMofText(repository, nameSpace, text, file, stored);
 }
 
 void compileMofText(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
-                    const std::string& text, const std::string& name) {
+                    const std::string& text, const std::string& name, const MofObserver& stored) {
     repository.createNamespace(nameSpace);
-    Compiler(repository).compile(nameSpace, text, name);
+    Compiler(repository, stored).compile(nameSpace, text, name);
 }
 
 }  // namespace velmar_embedded

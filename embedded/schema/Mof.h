@@ -2,9 +2,8 @@
 // SPDX-License-Identifier: MIT
 //
 // Compiles MOF (DMTF DSP0004/DSP0221) into a Repository: qualifier declarations, classes,
-// instances,
-// `#pragma include` and `#pragma namespace`. The subset is the one that a provider's schema and
-// registration files need.
+// instances, `#pragma include` and `#pragma namespace`. The subset is the one that a provider's
+// schema and registration files need.
 //
 // Not thread-safe by itself; concurrent compilations into one Repository are.
 #ifndef VELMAR_EMBEDDED_SCHEMA_MOF_H
@@ -12,6 +11,7 @@
 
 #include <Pegasus/Common/CIMName.h>
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 
@@ -33,15 +33,21 @@ class MofError : public std::runtime_error {
     std::string _reason;
 };
 
-/// Compiles `file` into `nameSpace` of `schema`, creating the namespace if it does not exist.
+/// Hears of every instance that was stored, with the place where its declaration begins.
+using MofObserver =
+    std::function<void(const Pegasus::CIMNamespaceName& nameSpace,
+                       const Pegasus::CIMObjectPath& path, const std::string& file, unsigned line)>;
+
+/// Compiles `file` into `nameSpace` of `repository`, creating the namespace if it does not exist.
 /// Declarations before an error stay, as with a real server's compiler. Throws MofError, also for
 /// a file that cannot be read (line 0).
 void compileMof(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
-                const std::string& file);
+                const std::string& file, const MofObserver& stored = MofObserver());
 
 /// The same for text in memory; `name` stands for the file in errors and is the base of includes.
 void compileMofText(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
-                    const std::string& text, const std::string& name);
+                    const std::string& text, const std::string& name,
+                    const MofObserver& stored = MofObserver());
 
 }  // namespace velmar_embedded
 

@@ -14,12 +14,13 @@ namespace velmar_embedded {
 using namespace Pegasus;
 
 MofParser::MofParser(Repository& repository, MofAliases& aliases, const CIMNamespaceName& nameSpace,
-                     const std::string& text, Include include)
+                     const std::string& text, Include include, Stored stored)
     : _repository(repository),
       _aliases(aliases),
       _nameSpace(nameSpace),
       _lexer(text),
-      _include(std::move(include)) {}
+      _include(std::move(include)),
+      _stored(std::move(stored)) {}
 
 void MofParser::run() {
     advance();

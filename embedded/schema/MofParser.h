@@ -29,10 +29,14 @@ class MofParser {
     /// Compiles an included file into a namespace; `line` is that of the include.
     using Include = std::function<void(const std::string& file, unsigned line,
                                        const Pegasus::CIMNamespaceName& nameSpace)>;
+    /// Hears of every stored instance; `line` is where its declaration begins.
+    using Stored = std::function<void(const Pegasus::CIMNamespaceName& nameSpace,
+                                      const Pegasus::CIMObjectPath& path, unsigned line)>;
 
-    /// `schema`, `aliases` and `text` must outlive the parser. `aliases` grows by the text's.
+    /// `repository`, `aliases` and `text` must outlive the parser. `aliases` grows by the text's.
     MofParser(Repository& repository, MofAliases& aliases,
-              const Pegasus::CIMNamespaceName& nameSpace, const std::string& text, Include include);
+              const Pegasus::CIMNamespaceName& nameSpace, const std::string& text, Include include,
+              Stored stored);
 
     /// Compiles the whole text. Throws MofFault; what `include` throws passes through.
     void run();
@@ -84,7 +88,8 @@ class MofParser {
     Pegasus::CIMNamespaceName _nameSpace;
     MofLexer _lexer;
     MofToken _token;  // the next one, not yet used
-    Include _include;
+    const Include _include;
+    const Stored _stored;
 };
 
 /// Runs `action`, turning the object model's and the schema's exceptions into faults of `line`.

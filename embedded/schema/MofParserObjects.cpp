@@ -8,6 +8,7 @@
 
 #include <charconv>
 
+#include "model/Utf8.h"
 #include "schema/MofParser.h"
 
 namespace velmar_embedded {
@@ -167,6 +168,7 @@ void MofParser::instanceDeclaration(const Qualifiers& qualifiers) {
     if (!alias.empty()) {
         _aliases[alias] = path;
     }
+    _stored(_nameSpace, path, line);
     advance();
 }
 
@@ -175,10 +177,8 @@ void MofParser::assignment(CIMInstance& instance, const CIMClass& cimClass) {
     const MofToken name = identifier("a property name");
     const Uint32 index = cimClass.findProperty(nameOf(name));
     if (index == PEG_NOT_FOUND) {
-        throw MofFault(name.line,
-                       "the class " +
-                           std::string(cimClass.getClassName().getString().getCString()) +
-                           " has no property " + name.text);
+        throw MofFault(name.line, "the class " + utf8(cimClass.getClassName()) +
+                                      " has no property " + name.text);
     }
     const CIMConstProperty declared = cimClass.getProperty(index);
     expect('=');

@@ -3,13 +3,15 @@
 
 #include "schema/MofValue.h"
 
-#include <Pegasus/Common/CIMDateTime.h>
 #include <Pegasus/Common/Exception.h>
 
 #include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <limits>
+#include <type_traits>
+
+#include "model/CIMTypes.h"
 
 namespace velmar_embedded {
 
@@ -37,7 +39,8 @@ bool parseAll(std::string_view text, T& number, Format format) {
 }
 
 template <class T>
-T toInteger(const MofToken& literal, CIMType type) {
+T toInteger(const MofToken& literal) {
+    constexpr CIMType type = cimTypeOf<T>;
     require(literal, MofToken::Number, type);
     std::string_view text = literal.text;
     const bool negative = text[0] == '-';
@@ -68,7 +71,8 @@ T toInteger(const MofToken& literal, CIMType type) {
 }
 
 template <class T>
-T toReal(const MofToken& literal, CIMType type) {
+T toReal(const MofToken& literal) {
+    constexpr CIMType type = cimTypeOf<T>;
     require(literal, MofToken::Number, type);
     std::string_view text = literal.text;
     if (text[0] == '+') {
@@ -81,61 +85,55 @@ T toReal(const MofToken& literal, CIMType type) {
     return number;
 }
 
-Boolean toBoolean(const MofToken& literal, CIMType type) {
-    if (!literal.is("true") && !literal.is("false")) {
-        failType(literal, type);
-    }
-    return literal.is("true");
-}
-
-Char16 toChar16(const MofToken& literal, CIMType type) {
-    require(literal, MofToken::Char, type);
-    if (literal.value.size() != 1) {
-        failType(literal, type);
-    }
-    return literal.value[0];
-}
-
-String toString(const MofToken& literal, CIMType type) {
-    require(literal, MofToken::String, type);
-    return literal.value;
-}
-
-CIMDateTime toDateTime(const MofToken& literal, CIMType type) {
+// Strings, and what MOF writes as a string.
+template <class T>
+T fromString(const MofToken& literal) {
+    require(literal, MofToken::String, cimTypeOf<T>);
     try {
-        return CIMDateTime(toString(literal, type));
+        return T(literal.value);
     } catch (const Exception& e) {
-        throw MofFault(literal.line, "the value " + literal.shown() + " is no datetime: " +
+        throw MofFault(literal.line, "the value " + literal.shown() + " is no " +
+                                         cimTypeToString(cimTypeOf<T>) + ": " +
                                          static_cast<const char*>(e.getMessage().getCString()));
     }
 }
 
-CIMObjectPath toPath(const MofToken& literal, CIMType type, const MofAliases& aliases) {
-    if (literal.kind == MofToken::Alias) {
-        const auto found = aliases.find(lowerCase(literal.text));
-        if (found == aliases.end()) {
-            throw MofFault(literal.line, "unknown alias " + literal.text);
+const CIMObjectPath& ofAlias(const MofToken& literal, const MofAliases& aliases) {
+    const auto found = aliases.find(lowerCase(literal.text));
+    if (found == aliases.end()) {
+        throw MofFault(literal.line, "unknown alias " + literal.text);
+    }
+    return found->second;
+}
+
+template <class T>
+T element(const MofToken& literal, const MofAliases& aliases) {
+    constexpr CIMType type = cimTypeOf<T>;
+    if constexpr (std::is_same_v<T, Boolean>) {
+        if (!literal.is("true") && !literal.is("false")) {
+            failType(literal, type);
         }
-        return found->second;
+        return literal.is("true");
+    } else if constexpr (std::is_floating_point_v<T>) {
+        return toReal<T>(literal);
+    } else if constexpr (std::is_integral_v<T>) {
+        return toInteger<T>(literal);
+    } else if constexpr (std::is_same_v<T, Char16>) {
+        require(literal, MofToken::Char, type);
+        if (literal.value.size() != 1) {
+            failType(literal, type);
+        }
+        return literal.value[0];
+    } else if constexpr (isObjectType<T>) {
+        failType(literal, type);  // no declaration has these types
+    } else {
+        if constexpr (std::is_same_v<T, CIMObjectPath>) {
+            if (literal.kind == MofToken::Alias) {
+                return ofAlias(literal, aliases);
+            }
+        }
+        return fromString<T>(literal);
     }
-    try {
-        return CIMObjectPath(toString(literal, type));
-    } catch (const Exception& e) {
-        throw MofFault(literal.line, "the value " + literal.shown() + " is no reference: " +
-                                         static_cast<const char*>(e.getMessage().getCString()));
-    }
-}
-
-template <class T, class F>
-CIMValue build(const MofValue& value, CIMType type, F toElement) {
-    if (!value.isArray) {
-        return CIMValue(static_cast<T>(toElement(value.literals.front(), type)));
-    }
-    Array<T> elements;
-    for (const MofToken& literal : value.literals) {
-        elements.append(toElement(literal, type));
-    }
-    return CIMValue(elements);
 }
 
 }  // namespace
@@ -165,40 +163,14 @@ CIMValue convert(const MofValue& value, CIMType type, bool isArray, const MofAli
                                                        : "a list does not fit a single ") +
                                        cimTypeToString(type));
     }
-    switch (type) {
-        case CIMTYPE_BOOLEAN:
-            return build<Boolean>(value, type, toBoolean);
-        case CIMTYPE_UINT8:
-            return build<Uint8>(value, type, toInteger<Uint8>);
-        case CIMTYPE_SINT8:
-            return build<Sint8>(value, type, toInteger<Sint8>);
-        case CIMTYPE_UINT16:
-            return build<Uint16>(value, type, toInteger<Uint16>);
-        case CIMTYPE_SINT16:
-            return build<Sint16>(value, type, toInteger<Sint16>);
-        case CIMTYPE_UINT32:
-            return build<Uint32>(value, type, toInteger<Uint32>);
-        case CIMTYPE_SINT32:
-            return build<Sint32>(value, type, toInteger<Sint32>);
-        case CIMTYPE_UINT64:
-            return build<Uint64>(value, type, toInteger<Uint64>);
-        case CIMTYPE_SINT64:
-            return build<Sint64>(value, type, toInteger<Sint64>);
-        case CIMTYPE_REAL32:
-            return build<Real32>(value, type, toReal<Real32>);
-        case CIMTYPE_REAL64:
-            return build<Real64>(value, type, toReal<Real64>);
-        case CIMTYPE_CHAR16:
-            return build<Char16>(value, type, toChar16);
-        case CIMTYPE_STRING:
-            return build<String>(value, type, toString);
-        case CIMTYPE_DATETIME:
-            return build<CIMDateTime>(value, type, toDateTime);
-        default:
-            return build<CIMObjectPath>(value, type, [&](const MofToken& literal, CIMType) {
-                return toPath(literal, CIMTYPE_REFERENCE, aliases);
-            });
-    }
+    return withType(type, [&](auto tag) {
+        using T = typename decltype(tag)::Type;
+        Array<T> elements;
+        for (const MofToken& literal : value.literals) {
+            elements.append(element<T>(literal, aliases));
+        }
+        return isArray ? CIMValue(elements) : CIMValue(elements[0]);
+    });
 }
 
 }  // namespace velmar_embedded

@@ -44,7 +44,8 @@ struct StoredClass {
         }
         return found->second;
     }
-    // The definition of a property that an instance has; 4 if the class has none that fits.
+    // The definition of a property that an instance has. CIM_ERR_INVALID_PARAMETER if the class has
+    // none that fits.
     CIMConstProperty definitionOf(const CIMConstProperty& property) const {
         const String name =
             definition.getClassName().getString() + String(".") + property.getName().getString();

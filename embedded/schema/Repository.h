@@ -6,7 +6,9 @@
 //
 // Thread-safe: any operation may be called on any thread; what is returned is a deep copy that
 // shares nothing with the store. Errors are CIMExceptions with the code and the plain message that
-// a real server's repository gives (unknown class: the class name; unknown namespace: its name).
+// a real server's repository gives: for an unknown class the class name, for an unknown namespace
+// its name. Every member but hasNamespace, createNamespace and those that answer false for it
+// throws CIM_ERR_INVALID_NAMESPACE for an unknown namespace.
 #ifndef VELMAR_EMBEDDED_SCHEMA_REPOSITORY_H
 #define VELMAR_EMBEDDED_SCHEMA_REPOSITORY_H
 
@@ -44,16 +46,17 @@ class Repository {
     void declareQualifier(const Pegasus::CIMNamespaceName& nameSpace,
                           const QualifierDeclaration& declaration);
     /// False when the namespace has no declaration of that name; `declaration` is then unchanged.
-    /// 3.
     bool findQualifier(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& name,
                        QualifierDeclaration& declaration) const;
 
     /// Stores the class with the features of its superclass before its own, propagated flags and
-    /// class origins set. 3 unknown namespace, 10 unknown superclass, 11 class exists.
+    /// class origins set. CIM_ERR_INVALID_SUPERCLASS, CIM_ERR_ALREADY_EXISTS.
     void createClass(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMClass& cimClass);
-    /// 3 unknown namespace, 6 unknown class, 8 it has subclasses, 9 it has stored instances.
+    /// CIM_ERR_NOT_FOUND for an unknown class, CIM_ERR_CLASS_HAS_CHILDREN,
+    /// CIM_ERR_CLASS_HAS_INSTANCES.
     void deleteClass(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className);
-    /// The whole class, inherited features, qualifiers and class origins included. 3, 6.
+    /// The whole class, inherited features, qualifiers and class origins included.
+    /// CIM_ERR_NOT_FOUND for an unknown class.
     Pegasus::CIMClass getClass(const Pegasus::CIMNamespaceName& nameSpace,
                                const Pegasus::CIMName& className) const;
     /// False for an unknown class or namespace.
@@ -63,31 +66,35 @@ class Repository {
     bool isAssociation(const Pegasus::CIMNamespaceName& nameSpace,
                        const Pegasus::CIMName& className) const;
     /// Names in declared spelling, each parent before its children, without the class itself; a
-    /// null name stands for the root of the tree. 3 unknown namespace, 5 unknown class.
+    /// null name stands for the root of the tree. CIM_ERR_INVALID_CLASS.
     Pegasus::Array<Pegasus::CIMName> subclassNames(const Pegasus::CIMNamespaceName& nameSpace,
                                                    const Pegasus::CIMName& className,
                                                    bool deep) const;
-    /// The class itself (in declared spelling) and its superclasses, nearest first. 3, 5.
+    /// The class itself (in declared spelling) and its superclasses, nearest first.
+    /// CIM_ERR_INVALID_CLASS.
     Pegasus::Array<Pegasus::CIMName> lineage(const Pegasus::CIMNamespaceName& nameSpace,
                                              const Pegasus::CIMName& className) const;
 
     /// Stores a copy, with the class's defaults for what it leaves out and a path (class and keys)
-    /// built from its key properties; returns that path. 3, 5 unknown class, 11 exists,
-    /// 4 with a message for properties that the class does not have or types that do not fit.
+    /// built from its key properties; returns that path. CIM_ERR_INVALID_CLASS,
+    /// CIM_ERR_ALREADY_EXISTS, and CIM_ERR_INVALID_PARAMETER with a message for properties that
+    /// the class does not have or types that do not fit.
     Pegasus::CIMObjectPath createInstance(const Pegasus::CIMNamespaceName& nameSpace,
                                           const Pegasus::CIMInstance& instance);
     /// The stored instance at a path (host and namespace of the path are not looked at); its own
-    /// path holds class and keys. 3, 5 unknown class, 6 no such instance.
+    /// path holds class and keys. CIM_ERR_INVALID_CLASS, CIM_ERR_NOT_FOUND.
     Pegasus::CIMInstance getInstance(const Pegasus::CIMNamespaceName& nameSpace,
                                      const Pegasus::CIMObjectPath& path) const;
-    /// Stored instances of exactly this class, in the order of their creation. 3, 5.
+    /// Stored instances of exactly this class, in the order of their creation.
+    /// CIM_ERR_INVALID_CLASS.
     Pegasus::Array<Pegasus::CIMInstance> instances(const Pegasus::CIMNamespaceName& nameSpace,
                                                    const Pegasus::CIMName& className) const;
-    /// Sets the properties that `instance` has on the stored one at its path. 3, 5, 6, and 4 as for
-    /// createInstance or for a key that would change.
+    /// Sets the properties that `instance` has on the stored one at its path. Errors as for
+    /// getInstance, and CIM_ERR_INVALID_PARAMETER as for createInstance or for a key that would
+    /// change.
     void modifyInstance(const Pegasus::CIMNamespaceName& nameSpace,
                         const Pegasus::CIMInstance& instance);
-    /// 3, 5, 6.
+    /// Errors as for getInstance.
     void deleteInstance(const Pegasus::CIMNamespaceName& nameSpace,
                         const Pegasus::CIMObjectPath& path);
 

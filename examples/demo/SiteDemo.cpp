@@ -3,7 +3,6 @@
 //
 // Serves the systems of a site from the embedded CIM server and shows, as a client, what it
 // answers.
-#include <Common/Util.h>
 #include <Pegasus/Common/Exception.h>
 #include <fmt/core.h>
 #include <stdlib.h>
@@ -11,53 +10,10 @@
 #include <CLI/CLI.hpp>
 #include <exception>
 
-#include <velmar_embedded/Server.h>
-#include "Sections.h"
+#include "Demo.h"
 #include "site/SiteModel.h"
 
 using namespace Pegasus;
-
-namespace demo {
-
-std::vector<const site::HostingSystem*> allSystems(const site::Site& site) {
-    std::vector<const site::HostingSystem*> result;
-    for (const site::Domain& domain : site.domains) {
-        for (const site::HostingSystem& system : domain.systems) {
-            result.push_back(&system);
-        }
-    }
-    return result;
-}
-
-size_t partitionCount(const site::Site& site) {
-    size_t result = 0;
-    for (const site::HostingSystem* system : allSystems(site)) {
-        result += system->partitions.size();
-    }
-    return result;
-}
-
-std::string text(const CIMInstance& instance, const char* name) {
-    const CIMValue value = velmar_remote::getValue(instance, name);
-    return value.isNull() ? "" : site::toStd(value.toString());
-}
-
-std::string stateOf(const CIMInstance& instance) {
-    const CIMValue value = velmar_remote::getValue(instance, "EnabledState");
-    if (value.isNull() || value.getType() != CIMTYPE_UINT16) {
-        return "in no state";
-    }
-    Uint16 number = 0;
-    value.get(number);
-    const site::State* const state = site::findState(number);
-    return state != nullptr ? state->name : std::to_string(number);
-}
-
-std::string shortText(const CIMObjectPath& path) {
-    return site::toStd(velmar_remote::localize(path).toString());
-}
-
-}  // namespace demo
 
 namespace {
 
@@ -67,7 +23,7 @@ struct Options {
     std::string modules;
 };
 
-// True when every expectation was met.
+// True when all was as the site file says.
 bool run(const Options& options) {
     const site::Site site = site::loadSite(options.site);
     setenv("VELMAR_SITE_FILE", options.site.c_str(), 1);
@@ -80,17 +36,14 @@ bool run(const Options& options) {
     CIMClient client;
     client.connectLocal();
 
-    fmt::print("{}: {}, {}, {}\n", options.site, demo::count(site.domains.size(), "domain"),
-               demo::count(demo::allSystems(site).size(), "hosting system"),
-               demo::count(demo::partitionCount(site), "partition"));
-    demo::Report report;
-    const demo::Demo demo{site, server, client, report};
+    demo::Story story;
+    const demo::Demo demo{site, server, client, story};
     demo::showInstances(demo);
-    demo::showMethod(demo);
-    demo::showTree(demo);
-    demo::showGroups(demo);
+    demo::showAssociations(demo);
     demo::showAlerts(demo);
-    return report.finish();
+    fmt::print("\n{}\n", story.endsWell() ? "All is as the site file says."
+                                          : "Not all is as the site file says: see ✗ above.");
+    return story.endsWell();
 }
 
 }  // namespace

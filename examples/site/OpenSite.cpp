@@ -28,8 +28,9 @@ std::shared_ptr<const Site> openSite() {
         result = std::make_shared<const Site>(
             loadSite(file != nullptr ? file : "/etc/velmar_remote/site.json"));
     } catch (const SiteError& error) {
-        // The server tells clients only that the provider could not be initialized.
-        PEG_TRACE((TraceComponentId(36), Tracer::LEVEL1, "Site: %s", error.what()));
+        // The server tells clients only that the provider could not be initialized. The component
+        // is the one that the library's own records carry.
+        PEG_TRACE((TRC_WSMSERVER, Tracer::LEVEL1, "Site: %s", error.what()));
         throw CIMException(CIM_ERR_FAILED, toString(error.what()));
     }
     shared = result;

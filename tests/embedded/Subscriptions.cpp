@@ -88,6 +88,7 @@ class Subscriptions : public ScriptedServer {
         server.observeProblems([this](const std::string& problem) {
             const std::lock_guard<std::mutex> lock(_mutex);
             problems += problem + "\n";
+            _told.notify_all();
         });
     }
     void TearDown() override { server.stop(); }  // before what providers and subscribers use goes
@@ -121,14 +122,16 @@ class Subscriptions : public ScriptedServer {
                std::to_string(counts.unmatched) + "/" + std::to_string(counts.discarded);
     }
     std::string take() { return std::exchange(log, ""); }
-    /// How many problems were reported, and whether the text is in one of them.
-    int reported(const std::string& text) const {
-        EXPECT_NE(problems.find(text), std::string::npos) << problems;
+    /// Waits until a problem with this text was reported; how many were by then.
+    int reported(const std::string& text) {
+        std::unique_lock<std::mutex> lock(_mutex);
+        _told.wait(lock, [&] { return problems.find(text) != std::string::npos; });
         return static_cast<int>(std::count(problems.begin(), problems.end(), '\n'));
     }
 
  private:
     std::mutex _mutex;
+    std::condition_variable _told;
 };
 
 TEST_F(Subscriptions, ProvidersAreDrivenByTheFirstAndTheLast) {
@@ -193,7 +196,10 @@ TEST_F(Subscriptions, ProviderThatRefusesIsCountedAndEnabled) {
     alerts("C", {"T_SubAlert"})->onInitialize = refuse;
     start();
     subscribe("SELECT * FROM T_Alert");
-    EXPECT_EQ(reported("provider \"A\": createSubscription failed: not today"), 2);  // and C's
+    server.drain();
+    EXPECT_EQ(reported("provider \"A\": createSubscription of T_Alert failed: "
+                       "Pegasus::CIMException: not today"),
+              3);  // and C's two
     a->alert(alertPath, "not accepted");
     b->alert(alertPath, "accepted");
     server.drain();
@@ -201,7 +207,8 @@ TEST_F(Subscriptions, ProviderThatRefusesIsCountedAndEnabled) {
     b->onCreate = refuse;
     EXPECT_EQ(outcome([&] { subscribe("SELECT * FROM T_SubAlert"); }),
               "7 No providers accepted the subscription.");
-    EXPECT_EQ(reported("provider \"B\""), 4);
+    server.drain();
+    EXPECT_EQ(reported("provider \"B\""), 6);
     a->onCreate = [] {};
     take();
     server.unsubscribe(subscribe("SELECT * FROM T_Alert", {"root/other"}));

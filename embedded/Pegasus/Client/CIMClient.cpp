@@ -3,16 +3,13 @@
 
 #include <Pegasus/Client/CIMClient.h>
 
-#include <utility>
-
 #include "exchange/ClientConnection.h"
-#include "exchange/Request.h"
-
-using velmar_embedded::Answer;
-using velmar_embedded::Operation;
-using velmar_embedded::Request;
+#include "exchange/Operations.h"
 
 namespace Pegasus {
+
+using namespace velmar_embedded::parameters;
+using velmar_embedded::Operations;
 
 CIMClientMalformedHTTPException::CIMClientMalformedHTTPException(const String& message)
     : Exception(message) {}
@@ -22,7 +19,7 @@ CIMClientXmlException::CIMClientXmlException(const String& message) : Exception(
 CIMClientResponseException::CIMClientResponseException(const String& message)
     : Exception(message) {}
 
-CIMClient::CIMClient() : _connection(std::make_unique<velmar_embedded::ClientConnection>()) {}
+CIMClient::CIMClient() : _connection(std::make_shared<velmar_embedded::ClientConnection>()) {}
 
 CIMClient::~CIMClient() {}
 
@@ -50,148 +47,78 @@ void CIMClient::connectLocal() {
 
 void CIMClient::disconnect() { _connection->disconnect(); }
 
-CIMClass CIMClient::getClass(const CIMNamespaceName& nameSpace, const CIMName& className,
-                             Boolean localOnly, Boolean includeQualifiers,
-                             Boolean includeClassOrigin, const CIMPropertyList& propertyList) {
-    return _connection
-        ->exchange(Request(Operation::GetClass, nameSpace, className)
-                       .inheritance(true, localOnly)
-                       .contents(includeQualifiers, includeClassOrigin, propertyList))
-        .classes[0];
+CIMClass CIMClient::getClass(NameSpace in, Name className, Flag local, Flag qualifiers, Flag origin,
+                             List list) {
+    return Operations(_connection).getClass(in, className, local, qualifiers, origin, list);
 }
 
-Array<CIMClass> CIMClient::enumerateClasses(const CIMNamespaceName& nameSpace,
-                                            const CIMName& className, Boolean deepInheritance,
-                                            Boolean localOnly, Boolean includeQualifiers,
-                                            Boolean includeClassOrigin) {
-    return _connection
-        ->exchange(Request(Operation::EnumerateClasses, nameSpace, className)
-                       .inheritance(deepInheritance, localOnly)
-                       .contents(includeQualifiers, includeClassOrigin))
-        .classes;
+Array<CIMClass> CIMClient::enumerateClasses(NameSpace in, Name className, Flag deep, Flag local,
+                                            Flag qualifiers, Flag origin) {
+    return Operations(_connection).enumerateClasses(in, className, deep, local, qualifiers, origin);
 }
 
-Array<CIMName> CIMClient::enumerateClassNames(const CIMNamespaceName& nameSpace,
-                                              const CIMName& className, Boolean deepInheritance) {
-    return _connection
-        ->exchange(Request(Operation::EnumerateClassNames, nameSpace, className)
-                       .inheritance(deepInheritance, false))
-        .names;
+Array<CIMName> CIMClient::enumerateClassNames(NameSpace in, Name className, Flag deep) {
+    return Operations(_connection).enumerateClassNames(in, className, deep);
 }
 
-void CIMClient::createClass(const CIMNamespaceName& nameSpace, const CIMClass& newClass) {
-    Request request(Operation::CreateClass, nameSpace, newClass.getClassName());
-    request.cimClass = newClass;
-    _connection->exchange(std::move(request));
+void CIMClient::createClass(NameSpace in, const CIMClass& newClass) {
+    return Operations(_connection).createClass(in, newClass);
 }
 
-void CIMClient::deleteClass(const CIMNamespaceName& nameSpace, const CIMName& className) {
-    _connection->exchange(Request(Operation::DeleteClass, nameSpace, className));
+void CIMClient::deleteClass(NameSpace in, Name className) {
+    return Operations(_connection).deleteClass(in, className);
 }
 
-CIMInstance CIMClient::getInstance(const CIMNamespaceName& nameSpace,
-                                   const CIMObjectPath& instanceName, Boolean localOnly,
-                                   Boolean includeQualifiers, Boolean includeClassOrigin,
-                                   const CIMPropertyList& propertyList) {
-    return _connection
-        ->exchange(Request(Operation::GetInstance, nameSpace, instanceName)
-                       .inheritance(true, localOnly)
-                       .contents(includeQualifiers, includeClassOrigin, propertyList))
-        .instances[0];
+CIMInstance CIMClient::getInstance(NameSpace in, Path path, Flag local, Flag qualifiers,
+                                   Flag origin, List list) {
+    return Operations(_connection).getInstance(in, path, local, qualifiers, origin, list);
 }
 
-Array<CIMInstance> CIMClient::enumerateInstances(const CIMNamespaceName& nameSpace,
-                                                 const CIMName& className, Boolean deepInheritance,
-                                                 Boolean localOnly, Boolean includeQualifiers,
-                                                 Boolean includeClassOrigin,
-                                                 const CIMPropertyList& propertyList) {
-    return _connection
-        ->exchange(Request(Operation::EnumerateInstances, nameSpace, className)
-                       .inheritance(deepInheritance, localOnly)
-                       .contents(includeQualifiers, includeClassOrigin, propertyList))
-        .instances;
+Array<CIMInstance> CIMClient::enumerateInstances(NameSpace in, Name className, Flag deep,
+                                                 Flag local, Flag qualifiers, Flag origin,
+                                                 List list) {
+    return Operations(_connection)
+        .enumerateInstances(in, className, deep, local, qualifiers, origin, list);
 }
 
-Array<CIMObjectPath> CIMClient::enumerateInstanceNames(const CIMNamespaceName& nameSpace,
-                                                       const CIMName& className) {
-    return _connection->exchange(Request(Operation::EnumerateInstanceNames, nameSpace, className))
-        .paths;
+Array<CIMObjectPath> CIMClient::enumerateInstanceNames(NameSpace in, Name className) {
+    return Operations(_connection).enumerateInstanceNames(in, className);
 }
 
-CIMObjectPath CIMClient::createInstance(const CIMNamespaceName& nameSpace,
-                                        const CIMInstance& newInstance) {
-    return _connection
-        ->exchange(Request(Operation::CreateInstance, nameSpace, newInstance.getPath())
-                       .object(newInstance))
-        .paths[0];
+CIMObjectPath CIMClient::createInstance(NameSpace in, Instance instance) {
+    return Operations(_connection).createInstance(in, instance);
 }
 
-void CIMClient::modifyInstance(const CIMNamespaceName& nameSpace,
-                               const CIMInstance& modifiedInstance, Boolean includeQualifiers,
-                               const CIMPropertyList& propertyList) {
-    _connection->exchange(Request(Operation::ModifyInstance, nameSpace, modifiedInstance.getPath())
-                              .contents(includeQualifiers, false, propertyList)
-                              .object(modifiedInstance));
+void CIMClient::modifyInstance(NameSpace in, Instance instance, Flag qualifiers, List list) {
+    return Operations(_connection).modifyInstance(in, instance, qualifiers, list);
 }
 
-void CIMClient::deleteInstance(const CIMNamespaceName& nameSpace,
-                               const CIMObjectPath& instanceName) {
-    _connection->exchange(Request(Operation::DeleteInstance, nameSpace, instanceName));
+void CIMClient::deleteInstance(NameSpace in, Path path) {
+    return Operations(_connection).deleteInstance(in, path);
 }
 
-Array<CIMObject> CIMClient::associators(const CIMNamespaceName& nameSpace,
-                                        const CIMObjectPath& objectName, const CIMName& assocClass,
-                                        const CIMName& resultClass, const String& role,
-                                        const String& resultRole, Boolean includeQualifiers,
-                                        Boolean includeClassOrigin,
-                                        const CIMPropertyList& propertyList) {
-    return _connection
-        ->exchange(Request(Operation::Associators, nameSpace, objectName)
-                       .association(assocClass, resultClass, role, resultRole)
-                       .contents(includeQualifiers, includeClassOrigin, propertyList))
-        .objects;
+Array<CIMObject> CIMClient::associators(NameSpace in, Path path, Name by, Name result, Role role,
+                                        Role resultRole, Flag qualifiers, Flag origin, List list) {
+    return Operations(_connection)
+        .associators(in, path, by, result, role, resultRole, qualifiers, origin, list);
 }
 
-Array<CIMObjectPath> CIMClient::associatorNames(const CIMNamespaceName& nameSpace,
-                                                const CIMObjectPath& objectName,
-                                                const CIMName& assocClass,
-                                                const CIMName& resultClass, const String& role,
-                                                const String& resultRole) {
-    return _connection
-        ->exchange(Request(Operation::AssociatorNames, nameSpace, objectName)
-                       .association(assocClass, resultClass, role, resultRole))
-        .paths;
+Array<CIMObjectPath> CIMClient::associatorNames(NameSpace in, Path path, Name by, Name result,
+                                                Role role, Role resultRole) {
+    return Operations(_connection).associatorNames(in, path, by, result, role, resultRole);
 }
 
-Array<CIMObject> CIMClient::references(const CIMNamespaceName& nameSpace,
-                                       const CIMObjectPath& objectName, const CIMName& resultClass,
-                                       const String& role, Boolean includeQualifiers,
-                                       Boolean includeClassOrigin,
-                                       const CIMPropertyList& propertyList) {
-    return _connection
-        ->exchange(Request(Operation::References, nameSpace, objectName)
-                       .association(CIMName(), resultClass, role, String())
-                       .contents(includeQualifiers, includeClassOrigin, propertyList))
-        .objects;
+Array<CIMObject> CIMClient::references(NameSpace in, Path path, Name result, Role role,
+                                       Flag qualifiers, Flag origin, List list) {
+    return Operations(_connection).references(in, path, result, role, qualifiers, origin, list);
 }
 
-Array<CIMObjectPath> CIMClient::referenceNames(const CIMNamespaceName& nameSpace,
-                                               const CIMObjectPath& objectName,
-                                               const CIMName& resultClass, const String& role) {
-    return _connection
-        ->exchange(Request(Operation::ReferenceNames, nameSpace, objectName)
-                       .association(CIMName(), resultClass, role, String()))
-        .paths;
+Array<CIMObjectPath> CIMClient::referenceNames(NameSpace in, Path path, Name result, Role role) {
+    return Operations(_connection).referenceNames(in, path, result, role);
 }
 
-CIMValue CIMClient::invokeMethod(const CIMNamespaceName& nameSpace,
-                                 const CIMObjectPath& instanceName, const CIMName& methodName,
-                                 const Array<CIMParamValue>& inParameters,
-                                 Array<CIMParamValue>& outParameters) {
-    const Answer answer = _connection->exchange(
-        Request(Operation::InvokeMethod, nameSpace, instanceName).method(methodName, inParameters));
-    outParameters = answer.parameters;
-    return answer.returnValue;
+CIMValue CIMClient::invokeMethod(NameSpace in, Path path, Name method, In given, Out returned) {
+    return Operations(_connection).invokeMethod(in, path, method, given, returned);
 }
 
 }  // namespace Pegasus

@@ -133,7 +133,7 @@ class CIMClient {
                           Array<CIMParamValue>& outParameters);
 
  private:
-    std::unique_ptr<velmar_embedded::ClientConnection> _connection;
+    std::shared_ptr<velmar_embedded::ClientConnection> _connection;
 };
 
 }  // namespace Pegasus

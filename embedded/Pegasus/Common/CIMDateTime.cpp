@@ -24,10 +24,10 @@ const Sint64 MAX_INTERVAL = 100000000 * DAY - 1;
 
 const Uint8 ALL_DIGITS = 20;  // yyyymmddhhmmssmmmmmm or ddddddddhhmmssmmmmmm
 
-bool isLeap(Sint64 year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
+constexpr bool isLeap(Sint64 year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
 
 // Days from the start of year 0 (a leap year) to the start of `year`.
-Sint64 daysBefore(Sint64 year) {
+constexpr Sint64 daysBefore(Sint64 year) {
     return 365 * year + (year + 3) / 4 - (year + 99) / 100 + (year + 399) / 400;
 }
 
@@ -36,7 +36,7 @@ Sint64 daysInMonth(Sint64 year, Sint64 month) {
     return days[month - 1] + (month == 2 && isLeap(year) ? 1 : 0);
 }
 
-const Sint64 MAX_TIME_STAMP = daysBefore(10000) * DAY - 1;
+constexpr Sint64 MAX_TIME_STAMP = daysBefore(10000) * DAY - 1;
 
 // The digits of a value as numbers. An interval has its days in `day`, year and month stay 0.
 struct Fields {
@@ -74,40 +74,33 @@ struct Fields {
         }
         return days * DAY + hour * HOUR + minute * MINUTE + second * SECOND + microsecond;
     }
+};
 
-    // Sets the last `wildcards` digits to their lowest or highest values.
-    void fill(Uint8 wildcards, bool interval, bool highest) {
-        Sint64 unit = 1;
-        for (int i = 0; i < wildcards && i < 6; i++) {
+// The times that a value with trailing wildcards stands for.
+struct Range {
+    Sint64 first, last;
+};
+
+Range rangeOf(Sint64 usec, Uint8 wildcards, bool interval) {
+    if (wildcards == ALL_DIGITS) {
+        return {0, interval ? MAX_INTERVAL : MAX_TIME_STAMP};
+    }
+    if (wildcards <= 12) {
+        Sint64 unit = wildcards == 12 ? DAY : wildcards == 10 ? HOUR : wildcards == 8 ? MINUTE : 1;
+        for (int digit = 0; wildcards <= 6 && digit < wildcards; digit++) {
             unit *= 10;
         }
-        microsecond = microsecond / unit * unit + (highest ? unit - 1 : 0);
-        if (wildcards >= 8) {
-            second = highest ? 59 : 0;
-        }
-        if (wildcards >= 10) {
-            minute = highest ? 59 : 0;
-        }
-        if (wildcards >= 12) {
-            hour = highest ? 23 : 0;
-        }
-        if (interval) {
-            if (wildcards == ALL_DIGITS) {
-                day = highest ? 99999999 : 0;
-            }
-            return;
-        }
-        if (wildcards == ALL_DIGITS) {
-            year = highest ? 9999 : 0;
-        }
-        if (wildcards >= 16) {
-            month = highest ? 12 : 1;
-        }
-        if (wildcards >= 14) {
-            day = highest ? daysInMonth(year, month) : 1;
-        }
+        const Sint64 first = usec / unit * unit;
+        return {first, first + unit - 1};
     }
-};
+    const Fields known(usec, false);
+    const bool wholeYear = wildcards == 16;
+    const Sint64 day = usec / DAY - (known.day - 1);  // the first of the month
+    const Sint64 first = wholeYear ? daysBefore(known.year) : day;
+    const Sint64 days =
+        wholeYear ? daysBefore(known.year + 1) - first : daysInMonth(known.year, known.month);
+    return {first * DAY, (first + days) * DAY - 1};
+}
 
 // Reads `n` digits; wildcards read as `unknown`.
 Sint64 number(const char* p, int n, Sint64 unknown) {
@@ -169,13 +162,12 @@ void CIMDateTime::assign(Sint64 usec, Uint8 wildcards) {
         text.appendPrintf("%lld microseconds", usec);
         throw DateTimeOutOfRangeException(text);
     }
-    Fields fields(usec, isInterval());
-    fields.fill(wildcards, isInterval(), false);
-    _usec = fields.toMicroseconds(isInterval());
+    _usec = rangeOf(usec, wildcards, isInterval()).first;
     _wildcards = wildcards;
 }
 
 void CIMDateTime::set(const String& str) {
+    clear();
     const std::string s(static_cast<const char*>(str.getCString()));
     const Uint8 wildcards = s.size() == str.size() ? checkedWildcards(s) : checkedWildcards("");
     const bool interval = s[21] == ':';
@@ -251,12 +243,7 @@ Boolean CIMDateTime::isInterval() { return _sign == ':'; }
 Sint64 CIMDateTime::low() const { return _usec - _offset * MINUTE; }
 
 Sint64 CIMDateTime::high() const {
-    if (_wildcards == 0) {
-        return low();
-    }
-    Fields fields(_usec, isInterval());
-    fields.fill(_wildcards, isInterval(), true);
-    return fields.toMicroseconds(isInterval()) - _offset * MINUTE;
+    return rangeOf(_usec, _wildcards, isInterval()).last - _offset * MINUTE;
 }
 
 Uint64 CIMDateTime::toMicroSeconds() const {

@@ -31,7 +31,7 @@ class PEGASUS_EXPORT CIMDateTime {
     CIMDateTime& operator=(const CIMDateTime& x);
 
     String toString() const;
-    /// As the constructor; keeps the old value when it throws.
+    /// As the constructor; leaves the zero interval when it throws.
     void set(const String& str);
     /// Makes this the zero interval.
     void clear();

@@ -6,11 +6,9 @@
 #include <Pegasus/Common/CIMValue.h>
 #include <Pegasus/Common/Exception.h>
 
-#include <charconv>
-#include <type_traits>
-
-#include "model/CIMNumber.h"
 #include "model/CIMPathParser.h"
+#include "model/CIMText.h"
+#include "model/CIMTypes.h"
 
 namespace Pegasus {
 
@@ -20,21 +18,16 @@ CIMKeyBinding::Type bindingType(const CIMValue& value) {
     if (value.isArray()) {
         throw TypeMismatchException();
     }
-    switch (value.getType()) {
-        case CIMTYPE_BOOLEAN:
-            return CIMKeyBinding::BOOLEAN;
-        case CIMTYPE_CHAR16:
-        case CIMTYPE_STRING:
-        case CIMTYPE_DATETIME:
-            return CIMKeyBinding::STRING;
-        case CIMTYPE_REFERENCE:
-            return CIMKeyBinding::REFERENCE;
-        case CIMTYPE_OBJECT:
-        case CIMTYPE_INSTANCE:
+    return withType(value.getType(), [](auto type) -> CIMKeyBinding::Type {
+        using T = typename decltype(type)::Type;
+        if constexpr (isObjectType<T>) {
             throw TypeMismatchException();
-        default:
-            return CIMKeyBinding::NUMERIC;
-    }
+        }
+        return std::is_same_v<T, Boolean>         ? CIMKeyBinding::BOOLEAN
+               : isNumberType<T>                  ? CIMKeyBinding::NUMERIC
+               : std::is_same_v<T, CIMObjectPath> ? CIMKeyBinding::REFERENCE
+                                                  : CIMKeyBinding::STRING;
+    });
 }
 
 bool equalNumbers(const String& a, const String& b) {
@@ -54,38 +47,12 @@ bool equalReferences(const String& a, const String& b) {
            first == second;
 }
 
-template <class T>
-T contents(const CIMValue& value) {
-    T x;
-    value.get(x);
-    return x;
+bool same(const CIMDateTime& a, const CIMDateTime& b) {
+    return a.isInterval() == b.isInterval() && a == b;
 }
-
-template <class T>
-bool standsFor(const String& text, const CIMValue& value) {
-    const T expected = contents<T>(value);
-    if constexpr (std::is_floating_point_v<T>) {
-        const CString copy = text.getCString();
-        const char* first = copy;
-        const char* last = first + text.size();  // digits are one byte each
-        T number;
-        const auto result = std::from_chars(first, last, number);
-        return result.ec == std::errc() && result.ptr == last && number == expected;
-    } else if constexpr (std::is_signed_v<T>) {
-        Sint64 number;
-        return parseSigned(text, number) && number == expected;
-    } else {
-        Uint64 number;
-        return parseUnsigned(text, number) && number == expected;
-    }
-}
-
-bool isDateTime(const String& text, const CIMDateTime& expected) {
-    try {
-        return CIMDateTime(text) == expected;
-    } catch (const Exception&) {  // no datetime, or an interval where a time stamp is expected
-        return false;
-    }
+template <class Number>
+bool same(Number a, Number b) {
+    return a == b;
 }
 
 }  // namespace
@@ -96,40 +63,22 @@ CIMKeyBinding::CIMKeyBinding(const CIMName& name, const CIMValue& value)
 }
 
 Boolean CIMKeyBinding::equal(CIMValue value) {
-    if (value.isArray() || value.isNull() || value.getType() == CIMTYPE_OBJECT ||
-        value.getType() == CIMTYPE_INSTANCE || bindingType(value) != _type) {
+    const CIMType type = value.getType();
+    if (value.isArray() || value.isNull() || type == CIMTYPE_OBJECT || type == CIMTYPE_INSTANCE ||
+        bindingType(value) != _type) {
         return false;
     }
-    switch (value.getType()) {
-        case CIMTYPE_UINT8:
-            return standsFor<Uint8>(_value, value);
-        case CIMTYPE_SINT8:
-            return standsFor<Sint8>(_value, value);
-        case CIMTYPE_UINT16:
-            return standsFor<Uint16>(_value, value);
-        case CIMTYPE_SINT16:
-            return standsFor<Sint16>(_value, value);
-        case CIMTYPE_UINT32:
-            return standsFor<Uint32>(_value, value);
-        case CIMTYPE_SINT32:
-            return standsFor<Sint32>(_value, value);
-        case CIMTYPE_UINT64:
-            return standsFor<Uint64>(_value, value);
-        case CIMTYPE_SINT64:
-            return standsFor<Sint64>(_value, value);
-        case CIMTYPE_REAL32:
-            return standsFor<Real32>(_value, value);
-        case CIMTYPE_REAL64:
-            return standsFor<Real64>(_value, value);
-        case CIMTYPE_BOOLEAN:
-            return String::equalNoCase(_value, value.toString());
-        case CIMTYPE_DATETIME:
-            return isDateTime(_value, contents<CIMDateTime>(value));
-        case CIMTYPE_REFERENCE:
-            return equalReferences(_value, value.toString());
-        default:
-            return String::equal(_value, value.toString());
-    }
+    return withType(type, [&](auto tag) -> bool {
+        using T = typename decltype(tag)::Type;
+        if constexpr (isNumberType<T> || std::is_same_v<T, CIMDateTime>) {
+            T expected{};
+            value.get(expected);
+            const std::optional<T> own = parsed<T>(_value);
+            return own && same(*own, expected);
+        } else {
+            return *this == CIMKeyBinding(_name, value.toString(), _type);
+        }
+    });
 }
 
 Boolean operator==(const CIMKeyBinding& a, const CIMKeyBinding& b) {

@@ -80,8 +80,11 @@ const Derived& cast(const OperationContext::Container& container) {
 
 }  // namespace
 
-#define PEGASUS_CONTAINER(Class)      \
-    const String Class::NAME(#Class); \
+// The names are inline for their guards: the copies of a static library that a program and its
+// modules carry meet one object, which the first copy makes. Ready before ordinary static
+// initialisers, which may ask for a name.
+#define PEGASUS_CONTAINER(Class)                                                 \
+    __attribute__((init_priority(101))) inline const String Class::NAME(#Class); \
     Class::Class(const OperationContext::Container& container) : Class(cast<Class>(container)) {}
 PEGASUS_CONTAINER(IdentityContainer)
 PEGASUS_CONTAINER(SubscriptionInstanceContainer)

@@ -123,7 +123,9 @@ CString::operator const char*() const { return _text ? _text.get() : ""; }
 
 // ---- String: storage ----
 
-const String String::EMPTY;
+// Inline for its guard: the copies of a static library that a program and its modules carry meet
+// one object and register one destruction.
+inline const String String::EMPTY;
 
 String::Rep* String::create(Uint32 capacity) {
     void* memory = ::operator new(sizeof(Rep) + (std::size_t(capacity) + 1) * sizeof(Char16));

@@ -72,20 +72,16 @@ const Uint32 COMPONENTS =
 static_assert(COMPONENTS == TRC_CONTROLPROVIDER + 1 && COMPONENTS <= 64,
               "every component has a name and a bit");
 
-enum Facility { FILE_FACILITY, LOG_FACILITY, MEMORY_FACILITY };
-const char* const facilityNames[] = {"File", "Log", "Memory"};
-const std::size_t MEMORY_SIZE = 256 * 1024;
 const unsigned long MAX_FILES = 100;  // each is renamed when the file rolls over
 
 // Where the records go. Lives until the process ends: destructors of others may still trace.
 struct Sink {
     std::mutex lock;
-    Facility facility = FILE_FACILITY;
+    bool toSystemLog = false;
     std::string path;
     int fd = -1;
     Uint64 maxSize = 0;  // bytes
     Uint32 maxFiles = 3;
-    std::string memory;  // for the one who looks at the process or its core
 
     bool open();
     void rollOver();
@@ -122,13 +118,8 @@ void Sink::rollOver() {
 
 void Sink::write(const std::string& record) {
     const std::lock_guard<std::mutex> guard(lock);
-    if (facility == LOG_FACILITY) {
+    if (toSystemLog) {
         syslog(LOG_DEBUG, "%s", record.c_str());
-    } else if (facility == MEMORY_FACILITY) {
-        if (memory.size() > MEMORY_SIZE) {
-            memory.erase(0, memory.find('\n', MEMORY_SIZE / 2) + 1);
-        }
-        memory += record;
     } else if (fd >= 0) {
         struct stat status;
         if (fstat(fd, &status) == 0 && status.st_size > 0 && Uint64(status.st_size) > maxSize) {
@@ -224,15 +215,14 @@ Boolean Tracer::isValidComponents(const String& commaSeparatedNames) {
 }
 
 Uint32 Tracer::setTraceFacility(const String& facility) {
-    for (int i = FILE_FACILITY; i <= MEMORY_FACILITY; i++) {
-        if (String::equalNoCase(facility, facilityNames[i])) {
-            Sink& out = sink();
-            const std::lock_guard<std::mutex> guard(out.lock);
-            out.facility = Facility(i);
-            return 0;
-        }
+    const bool systemLog = String::equalNoCase(facility, "Log");
+    if (!systemLog && !String::equalNoCase(facility, "File")) {
+        return 1;
     }
-    return 1;
+    Sink& out = sink();
+    const std::lock_guard<std::mutex> guard(out.lock);
+    out.toSystemLog = systemLog;
+    return 0;
 }
 
 void Tracer::setMaxTraceFileSize(const String& kilobytes) {

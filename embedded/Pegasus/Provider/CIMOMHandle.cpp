@@ -6,29 +6,17 @@
 #include <utility>
 
 #include "exchange/ClientConnection.h"
-
-using velmar_embedded::Answer;
-using velmar_embedded::Channel;
-using velmar_embedded::HandleConnection;
-using velmar_embedded::Operation;
-using velmar_embedded::Request;
+#include "exchange/Operations.h"
 
 namespace Pegasus {
 
-namespace {
+using namespace velmar_embedded::parameters;
+using velmar_embedded::Operations;
 
-// By value: the channel outlives the upcall even if the handle is assigned meanwhile.
-Answer exchange(std::shared_ptr<Channel> channel, const OperationContext& context,
-                Request request) {
-    request.context = context;
-    return channel->exchange(std::move(request));
-}
+CIMOMHandle::CIMOMHandle() : _channel(std::make_shared<velmar_embedded::HandleConnection>()) {}
 
-}  // namespace
-
-CIMOMHandle::CIMOMHandle() : _channel(std::make_shared<HandleConnection>()) {}
-
-CIMOMHandle::CIMOMHandle(std::shared_ptr<Channel> channel) : _channel(std::move(channel)) {}
+CIMOMHandle::CIMOMHandle(std::shared_ptr<velmar_embedded::Channel> channel)
+    : _channel(std::move(channel)) {}
 
 CIMOMHandle::CIMOMHandle(const CIMOMHandle& other) = default;
 
@@ -36,155 +24,78 @@ CIMOMHandle::~CIMOMHandle() {}
 
 CIMOMHandle& CIMOMHandle::operator=(const CIMOMHandle& other) = default;
 
-CIMClass CIMOMHandle::getClass(const OperationContext& context, const CIMNamespaceName& nameSpace,
-                               const CIMName& className, Boolean localOnly,
-                               Boolean includeQualifiers, Boolean includeClassOrigin,
-                               const CIMPropertyList& propertyList) {
-    return exchange(_channel, context,
-                    Request(Operation::GetClass, nameSpace, className)
-                        .inheritance(true, localOnly)
-                        .contents(includeQualifiers, includeClassOrigin, propertyList))
-        .classes[0];
+CIMClass CIMOMHandle::getClass(Context context, NameSpace in, Name className, Flag local,
+                               Flag qualifiers, Flag origin, List list) {
+    return Operations(_channel, &context).getClass(in, className, local, qualifiers, origin, list);
 }
 
-Array<CIMClass> CIMOMHandle::enumerateClasses(const OperationContext& context,
-                                              const CIMNamespaceName& nameSpace,
-                                              const CIMName& className, Boolean deepInheritance,
-                                              Boolean localOnly, Boolean includeQualifiers,
-                                              Boolean includeClassOrigin) {
-    return exchange(_channel, context,
-                    Request(Operation::EnumerateClasses, nameSpace, className)
-                        .inheritance(deepInheritance, localOnly)
-                        .contents(includeQualifiers, includeClassOrigin))
-        .classes;
+Array<CIMClass> CIMOMHandle::enumerateClasses(Context context, NameSpace in, Name className,
+                                              Flag deep, Flag local, Flag qualifiers, Flag origin) {
+    return Operations(_channel, &context)
+        .enumerateClasses(in, className, deep, local, qualifiers, origin);
 }
 
-Array<CIMName> CIMOMHandle::enumerateClassNames(const OperationContext& context,
-                                                const CIMNamespaceName& nameSpace,
-                                                const CIMName& className, Boolean deepInheritance) {
-    return exchange(_channel, context,
-                    Request(Operation::EnumerateClassNames, nameSpace, className)
-                        .inheritance(deepInheritance, false))
-        .names;
+Array<CIMName> CIMOMHandle::enumerateClassNames(Context context, NameSpace in, Name className,
+                                                Flag deep) {
+    return Operations(_channel, &context).enumerateClassNames(in, className, deep);
 }
 
-CIMInstance CIMOMHandle::getInstance(const OperationContext& context,
-                                     const CIMNamespaceName& nameSpace,
-                                     const CIMObjectPath& instanceName, Boolean localOnly,
-                                     Boolean includeQualifiers, Boolean includeClassOrigin,
-                                     const CIMPropertyList& propertyList) {
-    const Array<CIMInstance> instances =
-        exchange(_channel, context,
-                 Request(Operation::GetInstance, nameSpace, instanceName)
-                     .inheritance(true, localOnly)
-                     .contents(includeQualifiers, includeClassOrigin, propertyList))
-            .instances;
-    return instances.size() > 0 ? instances[0] : CIMInstance();
+CIMInstance CIMOMHandle::getInstance(Context context, NameSpace in, Path path, Flag local,
+                                     Flag qualifiers, Flag origin, List list) {
+    return Operations(_channel, &context).getInstance(in, path, local, qualifiers, origin, list);
 }
 
-Array<CIMInstance> CIMOMHandle::enumerateInstances(
-    const OperationContext& context, const CIMNamespaceName& nameSpace, const CIMName& className,
-    Boolean deepInheritance, Boolean localOnly, Boolean includeQualifiers,
-    Boolean includeClassOrigin, const CIMPropertyList& propertyList) {
-    return exchange(_channel, context,
-                    Request(Operation::EnumerateInstances, nameSpace, className)
-                        .inheritance(deepInheritance, localOnly)
-                        .contents(includeQualifiers, includeClassOrigin, propertyList))
-        .instances;
+Array<CIMInstance> CIMOMHandle::enumerateInstances(Context context, NameSpace in, Name className,
+                                                   Flag deep, Flag local, Flag qualifiers,
+                                                   Flag origin, List list) {
+    return Operations(_channel, &context)
+        .enumerateInstances(in, className, deep, local, qualifiers, origin, list);
 }
 
-Array<CIMObjectPath> CIMOMHandle::enumerateInstanceNames(const OperationContext& context,
-                                                         const CIMNamespaceName& nameSpace,
-                                                         const CIMName& className) {
-    return exchange(_channel, context,
-                    Request(Operation::EnumerateInstanceNames, nameSpace, className))
-        .paths;
+Array<CIMObjectPath> CIMOMHandle::enumerateInstanceNames(Context context, NameSpace in,
+                                                         Name className) {
+    return Operations(_channel, &context).enumerateInstanceNames(in, className);
 }
 
-CIMObjectPath CIMOMHandle::createInstance(const OperationContext& context,
-                                          const CIMNamespaceName& nameSpace,
-                                          const CIMInstance& newInstance) {
-    const Array<CIMObjectPath> paths =
-        exchange(_channel, context,
-                 Request(Operation::CreateInstance, nameSpace, newInstance.getPath())
-                     .object(newInstance))
-            .paths;
-    return paths.size() > 0 ? paths[0] : CIMObjectPath();
+CIMObjectPath CIMOMHandle::createInstance(Context context, NameSpace in, Instance instance) {
+    return Operations(_channel, &context).createInstance(in, instance);
 }
 
-void CIMOMHandle::modifyInstance(const OperationContext& context, const CIMNamespaceName& nameSpace,
-                                 const CIMInstance& modifiedInstance, Boolean includeQualifiers,
-                                 const CIMPropertyList& propertyList) {
-    exchange(_channel, context,
-             Request(Operation::ModifyInstance, nameSpace, modifiedInstance.getPath())
-                 .contents(includeQualifiers, false, propertyList)
-                 .object(modifiedInstance));
+void CIMOMHandle::modifyInstance(Context context, NameSpace in, Instance instance, Flag qualifiers,
+                                 List list) {
+    return Operations(_channel, &context).modifyInstance(in, instance, qualifiers, list);
 }
 
-void CIMOMHandle::deleteInstance(const OperationContext& context, const CIMNamespaceName& nameSpace,
-                                 const CIMObjectPath& instanceName) {
-    exchange(_channel, context, Request(Operation::DeleteInstance, nameSpace, instanceName));
+void CIMOMHandle::deleteInstance(Context context, NameSpace in, Path path) {
+    return Operations(_channel, &context).deleteInstance(in, path);
 }
 
-Array<CIMObject> CIMOMHandle::associators(const OperationContext& context,
-                                          const CIMNamespaceName& nameSpace,
-                                          const CIMObjectPath& objectName,
-                                          const CIMName& assocClass, const CIMName& resultClass,
-                                          const String& role, const String& resultRole,
-                                          Boolean includeQualifiers, Boolean includeClassOrigin,
-                                          const CIMPropertyList& propertyList) {
-    return exchange(_channel, context,
-                    Request(Operation::Associators, nameSpace, objectName)
-                        .association(assocClass, resultClass, role, resultRole)
-                        .contents(includeQualifiers, includeClassOrigin, propertyList))
-        .objects;
+Array<CIMObject> CIMOMHandle::associators(Context context, NameSpace in, Path path, Name by,
+                                          Name result, Role role, Role resultRole, Flag qualifiers,
+                                          Flag origin, List list) {
+    return Operations(_channel, &context)
+        .associators(in, path, by, result, role, resultRole, qualifiers, origin, list);
 }
 
-Array<CIMObjectPath> CIMOMHandle::associatorNames(const OperationContext& context,
-                                                  const CIMNamespaceName& nameSpace,
-                                                  const CIMObjectPath& objectName,
-                                                  const CIMName& assocClass,
-                                                  const CIMName& resultClass, const String& role,
-                                                  const String& resultRole) {
-    return exchange(_channel, context,
-                    Request(Operation::AssociatorNames, nameSpace, objectName)
-                        .association(assocClass, resultClass, role, resultRole))
-        .paths;
+Array<CIMObjectPath> CIMOMHandle::associatorNames(Context context, NameSpace in, Path path, Name by,
+                                                  Name result, Role role, Role resultRole) {
+    return Operations(_channel, &context).associatorNames(in, path, by, result, role, resultRole);
 }
 
-Array<CIMObject> CIMOMHandle::references(const OperationContext& context,
-                                         const CIMNamespaceName& nameSpace,
-                                         const CIMObjectPath& objectName,
-                                         const CIMName& resultClass, const String& role,
-                                         Boolean includeQualifiers, Boolean includeClassOrigin,
-                                         const CIMPropertyList& propertyList) {
-    return exchange(_channel, context,
-                    Request(Operation::References, nameSpace, objectName)
-                        .association(CIMName(), resultClass, role, String())
-                        .contents(includeQualifiers, includeClassOrigin, propertyList))
-        .objects;
+Array<CIMObject> CIMOMHandle::references(Context context, NameSpace in, Path path, Name result,
+                                         Role role, Flag qualifiers, Flag origin, List list) {
+    return Operations(_channel, &context)
+        .references(in, path, result, role, qualifiers, origin, list);
 }
 
-Array<CIMObjectPath> CIMOMHandle::referenceNames(const OperationContext& context,
-                                                 const CIMNamespaceName& nameSpace,
-                                                 const CIMObjectPath& objectName,
-                                                 const CIMName& resultClass, const String& role) {
-    return exchange(_channel, context,
-                    Request(Operation::ReferenceNames, nameSpace, objectName)
-                        .association(CIMName(), resultClass, role, String()))
-        .paths;
+Array<CIMObjectPath> CIMOMHandle::referenceNames(Context context, NameSpace in, Path path,
+                                                 Name result, Role role) {
+    return Operations(_channel, &context).referenceNames(in, path, result, role);
 }
 
-CIMValue CIMOMHandle::invokeMethod(const OperationContext& context,
-                                   const CIMNamespaceName& nameSpace,
-                                   const CIMObjectPath& instanceName, const CIMName& methodName,
-                                   const Array<CIMParamValue>& inParameters,
-                                   Array<CIMParamValue>& outParameters) {
-    const Answer answer = exchange(
-        _channel, context,
-        Request(Operation::InvokeMethod, nameSpace, instanceName).method(methodName, inParameters));
-    outParameters = answer.parameters;
-    return answer.returnValue;
+CIMValue CIMOMHandle::invokeMethod(Context context, NameSpace in, Path path, Name method, In given,
+                                   Out returned) {
+    return Operations(_channel, &context).invokeMethod(in, path, method, given, returned);
 }
 
 void CIMOMHandle::disallowProviderUnload() {}

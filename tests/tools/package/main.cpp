@@ -10,7 +10,7 @@
 
 #include <iostream>
 
-int main(int, char** argv) {
+static int run(const char* modules) {
     velmar_embedded::Server server;
     server.compileMofText("root/velmar_remote", R"(
         Qualifier Key : boolean = false, Scope(property), Flavor(DisableOverride, ToSubclass);
@@ -22,7 +22,7 @@ int main(int, char** argv) {
         instance of PG_ProviderCapabilities { ProviderModuleName = "Fans";
             ProviderName = "FanProvider"; CapabilityID = "1"; ClassName = "ACME_Fan";
             Namespaces = { "root/velmar_remote" }; ProviderType = { 2 }; };)");
-    server.addProviderDirectory(argv[1]);
+    server.addProviderDirectory(modules);
     server.start();
     Pegasus::CIMClient client;
     client.connectLocal();
@@ -37,4 +37,13 @@ int main(int, char** argv) {
                        Pegasus::CIMObjectPath(Pegasus::String("ACME_Fan.Name=\"spare\"")));
     std::cout << fans << " fans, " << velmar_remote::splitString("a:b", ':').size() << " pieces\n";
     return fans == 2 ? 0 : 1;
+}
+
+int main(int, char** argv) {
+    try {
+        return run(argv[1]);
+    } catch (const Pegasus::Exception& e) {
+        std::cerr << e.getMessage().getCString() << "\n";
+        return 1;
+    }
 }

@@ -1,0 +1,22 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// The subcommands of velmar: each adds itself to the command line and, where it is called, sets
+// what runs it.
+#ifndef VELMAR_CLI_COMMANDS_H
+#define VELMAR_CLI_COMMANDS_H
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+namespace velmar_cli {
+
+/// What the command's end says: 0 good, 1 findings, 2 usage or unreadable input.
+enum ExitCode { Good = 0, Findings = 1, Unusable = 2 };
+
+/// Runs the chosen subcommand after the command line was read. May throw.
+using Run = std::function<ExitCode()>;
+
+}  // namespace velmar_cli
+
+#endif

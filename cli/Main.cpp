@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// velmar: checks and serves provider packages on the embedded CIM server.
+#include <Pegasus/Common/Exception.h>
+
+#include <exception>
+#include <iostream>
+
+#include "Commands.h"
+
+namespace {
+
+// Runs the command and turns what it throws into a line of text.
+velmar_cli::ExitCode guarded(const velmar_cli::Run& run) {
+    try {
+        return run();
+    } catch (const Pegasus::Exception& e) {
+        std::cerr << "velmar: " << e.getMessage().getCString() << "\n";
+    } catch (const std::exception& e) {
+        std::cerr << "velmar: " << e.what() << "\n";
+    }
+    return velmar_cli::Unusable;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("Checks and serves CIM provider packages on the embedded CIM server.", "velmar");
+    app.require_subcommand(1);
+    app.set_version_flag("--version", "velmar " VELMAR_VERSION " (embedded CIM server)");
+    velmar_cli::Run run;
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? velmar_cli::Good : velmar_cli::Unusable;
+    }
+    return guarded(run);
+}

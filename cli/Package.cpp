@@ -1,0 +1,113 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "Package.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <set>
+
+namespace fs = std::filesystem;
+
+namespace velmar_cli {
+
+namespace {
+
+std::string lower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+bool isModule(const fs::path& file) {
+    return file.extension() == ".so" && file.filename().string().rfind("lib", 0) == 0;
+}
+
+// What a folder holds, each list sorted so that every machine finds the same order.
+struct Contents {
+    std::set<std::string> schemas;
+    std::set<std::string> registrations;
+    std::set<std::string> modules;
+};
+
+// What build tools and version control keep for themselves.
+bool isPrivate(const fs::path& folder) {
+    const std::string name = folder.filename().string();
+    return name.rfind('.', 0) == 0 || name == "CMakeFiles";
+}
+
+Contents contentsOf(const std::string& folder) {
+    Contents found;
+    for (auto entry = fs::recursive_directory_iterator(folder);
+         entry != fs::recursive_directory_iterator(); ++entry) {
+        const fs::path& path = entry->path();
+        if (entry->is_directory()) {
+            if (isPrivate(path)) {
+                entry.disable_recursion_pending();
+            }
+        } else if (lower(path.extension().string()) == ".mof") {
+            const bool registers =
+                lower(path.filename().string()).find("registration") != std::string::npos;
+            (registers ? found.registrations : found.schemas).insert(path.string());
+        } else if (isModule(path)) {
+            found.modules.insert(path.parent_path().string());
+        }
+    }
+    return found;
+}
+
+void fill(std::vector<std::string>& list, const std::set<std::string>& found) {
+    if (list.empty()) {
+        list.assign(found.begin(), found.end());
+    }
+}
+
+}  // namespace
+
+void Package::addOptions(CLI::App& command) {
+    command.add_option("package", folder, "Folder with the package's MOF files and modules")
+        ->check(CLI::ExistingDirectory);
+    command.add_option("--schema", schemas, "MOF files of the classes, in this order")
+        ->check(CLI::ExistingFile);
+    command.add_option("--registration", registrations, "MOF files of the registrations")
+        ->check(CLI::ExistingFile);
+    command.add_option("--modules", modules, "Folders of the provider libraries (lib*.so)")
+        ->check(CLI::ExistingDirectory);
+    command.add_option("--namespace", nameSpace, "Namespace of the classes")->capture_default_str();
+}
+
+void Package::resolve() {
+    if (!folder.empty()) {
+        const Contents found = contentsOf(folder);
+        fill(schemas, found.schemas);
+        fill(registrations, found.registrations);
+        fill(modules, found.modules);
+    }
+    const std::string place = folder.empty() ? "" : " in " + folder;
+    if (schemas.empty()) {
+        throw UsageError("no MOF file of the classes" + place + "; name it with --schema");
+    }
+    if (registrations.empty()) {
+        throw UsageError("no MOF file of the registrations (*Registration.mof)" + place +
+                         "; name it with --registration");
+    }
+    if (modules.empty()) {
+        throw UsageError("no provider library (lib*.so)" + place +
+                         "; build the package, or name the folder with --modules");
+    }
+}
+
+void Package::load(velmar_embedded::Server& server) const {
+    for (const std::string& file : schemas) {
+        server.compileMof(nameSpace, file);
+    }
+    for (const std::string& file : registrations) {
+        server.compileMof("root/PG_InterOp", file);
+    }
+    for (const std::string& directory : modules) {
+        server.addProviderDirectory(directory);
+    }
+}
+
+}  // namespace velmar_cli

@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// A provider package as the command line gives it: its MOF files, its registrations and its
+// modules, named one by one or found in one folder.
+#ifndef VELMAR_CLI_PACKAGE_H
+#define VELMAR_CLI_PACKAGE_H
+
+#include <velmar_embedded/Server.h>
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+namespace velmar_cli {
+
+/// Input that cannot be used; what() says what, where and how to mend it.
+class UsageError : public std::runtime_error {
+ public:
+    using std::runtime_error::runtime_error;
+};
+
+struct Package {
+    std::string folder;  ///< searched for what is not named, if not empty
+    std::string nameSpace = "root/velmar_remote";
+    std::vector<std::string> schemas;        ///< MOF files compiled into nameSpace, in this order
+    std::vector<std::string> registrations;  ///< MOF files compiled into root/PG_InterOp
+    std::vector<std::string> modules;        ///< folders of provider libraries
+
+    /// Adds the options that name a package to a command.
+    void addOptions(CLI::App& command);
+
+    /// Fills in what the folder holds: as registrations the files *registration*.mof, as schemas
+    /// all other *.mof (letter case does not count), as modules every folder with a lib*.so. Lists
+    /// that were given on the command line stay as they are. Throws UsageError when something is
+    /// then missing.
+    void resolve();
+
+    /// Compiles the MOF files and names the module folders to a server that is not started. Throws
+    /// velmar_embedded::MofError.
+    void load(velmar_embedded::Server& server) const;
+};
+
+}  // namespace velmar_cli
+
+#endif
