@@ -4,17 +4,19 @@
 #include "IndicationMethodProvider.h"
 
 #include <Pegasus/Common/CIMDateTime.h>
-#include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/System.h>
 #include <stdio.h>
 
 #include <condition_variable>
 #include <map>
+#include <memory>
 #include <mutex>
+#include <new>
 
 #include "Internal.h"
 #include "Util.h"
+#include "UtilInternal.h"
 
 using namespace Pegasus;
 
@@ -34,63 +36,133 @@ void store(T& member, T value) {
     __atomic_store(&member, &value, __ATOMIC_RELEASE);
 }
 
-// The deliveries that are running, by object. They stand beside the objects, whose members are
-// fixed, and are counted exactly: waiting for those of one object must not depend on how busy the
-// others are. Never destroyed: a delivery may be running while the process ends.
-struct Deliveries {
-    std::mutex mutex;
-    std::condition_variable idle;
-    std::map<const void*, unsigned> running;
+// A thread and the deliveries that it is inside of, whichever their objects. Trivial: it must be
+// there for as long as the thread is.
+struct Thread {
+    unsigned deliveries;
+    Boolean isDisabling;  // or was, inside the present deliveries
+};
+thread_local Thread thisThread;
 
-    static Deliveries& all() {
-        static Deliveries* const deliveries = new Deliveries;
-        return *deliveries;
+// What is known of an object beside its members, which are fixed, and beyond its end: whomever a
+// "send" calls may disable the object or delete it.
+struct Life {
+    Boolean isOver = false;
+    std::map<const Thread*, unsigned> deliveries;  // those that are running
+};
+
+// The mutex guards all of this. Never destroyed, since a delivery may be running while the process
+// ends, and not on the heap, where it would be lost when a statically linked module is unloaded.
+struct Lives {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::map<const void*, std::shared_ptr<Life>> byObject;
+
+    static Lives& all() {
+        alignas(Lives) static unsigned char place[sizeof(Lives)];
+        static Lives* const lives = new (place) Lives;
+        return *lives;
+    }
+    // A later object at the same address gets a life of its own. With the mutex held.
+    std::shared_ptr<Life> of(const void* object) {
+        std::shared_ptr<Life>& life = byObject[object];
+        if (!life) {
+            life = std::make_shared<Life>();
+        }
+        return life;
     }
 };
 
-// One delivery of an object, counted while it lives; not begun if the object is disabled.
-class Delivery {
+// The members of an object that others change while a "send" runs on it.
+struct State {
+    const Boolean& enabled;
+    IndicationResponseHandler* const& handler;
+};
+
+// One "send", while it runs. Reads the object's state only if the object still exists.
+class Send {
  public:
-    Delivery(const void* object, const Boolean& enabled) : _object(object), _begun(false) {
-        Deliveries& all = Deliveries::all();
-        const std::lock_guard<std::mutex> lock(all.mutex);
-        if (load(enabled)) {
-            all.running[object]++;
-            _begun = true;
-        }
+    Send(const void* object, const State& state) : _state(state) {
+        const std::lock_guard<std::mutex> lock(Lives::all().mutex);
+        _life = Lives::all().of(object);
     }
-    ~Delivery() {
-        if (!_begun) {
+    ~Send() {
+        if (!_isDelivering) {
             return;
         }
-        Deliveries& all = Deliveries::all();
+        Lives& all = Lives::all();
         const std::lock_guard<std::mutex> lock(all.mutex);
-        const auto entry = all.running.find(_object);
-        if (--entry->second == 0) {
-            all.running.erase(entry);
-            all.idle.notify_all();
+        const auto mine = _life->deliveries.find(&thisThread);
+        if (--mine->second == 0) {
+            _life->deliveries.erase(mine);
+            all.changed.notify_all();
+        }
+        if (--thisThread.deliveries == 0) {
+            thisThread.isDisabling = false;
         }
     }
-    Delivery(const Delivery&) = delete;
-    Delivery& operator=(const Delivery&) = delete;
+    Send(const Send&) = delete;
+    Send& operator=(const Send&) = delete;
 
-    Boolean begun() const { return _begun; }
-
-    // Disables the object and returns when none of its deliveries is running.
-    static void stop(const void* object, Boolean& enabled) {
-        Deliveries& all = Deliveries::all();
-        std::unique_lock<std::mutex> lock(all.mutex);
-        store(enabled, Boolean(false));
-        all.idle.wait(lock, [&] { return all.running.count(object) == 0; });
+    Boolean objectExists() const {
+        const std::lock_guard<std::mutex> lock(Lives::all().mutex);
+        return !_life->isOver;
+    }
+    Boolean isEnabled() const {
+        const std::lock_guard<std::mutex> lock(Lives::all().mutex);
+        return !_life->isOver && load(_state.enabled);
+    }
+    // The handler to deliver to, until the end of this Send; null when there is nobody to tell.
+    IndicationResponseHandler* beginDelivery() {
+        const std::lock_guard<std::mutex> lock(Lives::all().mutex);
+        if (_life->isOver || !load(_state.enabled)) {
+            return nullptr;
+        }
+        _life->deliveries[&thisThread]++;
+        thisThread.deliveries++;
+        _isDelivering = true;
+        return load(_state.handler);
     }
 
  private:
-    const void* _object;
-    Boolean _begun;
+    const State _state;
+    std::shared_ptr<Life> _life;
+    Boolean _isDelivering = false;
 };
 
-void addProperty(CIMInstance& inst, const char* name, const CIMValue& value) {
-    inst.addProperty(CIMProperty(CIMName(name), value));
+// Disables the object and returns when none of its deliveries is running, but for those that could
+// be waiting for this thread: its own, and where it is inside a delivery itself, those of threads
+// that disable as well. The object need not exist any more then.
+void stopDeliveries(const void* object, Boolean& enabled) {
+    Lives& all = Lives::all();
+    std::unique_lock<std::mutex> lock(all.mutex);
+    store(enabled, Boolean(false));
+    const Boolean isInside = thisThread.deliveries > 0;
+    if (isInside) {
+        thisThread.isDisabling = true;
+        all.changed.notify_all();
+    }
+    const std::shared_ptr<const Life> life = all.of(object);
+    all.changed.wait(lock, [&] {
+        for (const auto& delivery : life->deliveries) {
+            const Thread& thread = *delivery.first;
+            if (&thread != &thisThread && !(isInside && thread.isDisabling)) {
+                return false;
+            }
+        }
+        return true;
+    });
+}
+
+// To be called before the object's members are destroyed.
+void endLife(const void* object) {
+    Lives& all = Lives::all();
+    const std::lock_guard<std::mutex> lock(all.mutex);
+    const auto life = all.byObject.find(object);
+    if (life != all.byObject.end()) {
+        life->second->isOver = true;
+        all.byObject.erase(life);
+    }
 }
 
 void addNullValues(CIMInstance& inst) {
@@ -141,7 +213,7 @@ IndicationMethodProvider::IndicationMethodProvider(const String& CIMClassName,
       _enabled(false),
       _numSubscriptions(numSubscriptions) {}
 
-IndicationMethodProvider::~IndicationMethodProvider() {}
+IndicationMethodProvider::~IndicationMethodProvider() { endLife(this); }
 
 void IndicationMethodProvider::initialize(CIMOMHandle& cimom) {
     TraceScope trace(__FILE__, __LINE__, "IndicationMethodProvider::initialize");
@@ -164,8 +236,8 @@ void IndicationMethodProvider::enableIndications(IndicationResponseHandler& hand
 void IndicationMethodProvider::disableIndications() {
     TraceScope trace(__FILE__, __LINE__, "IndicationMethodProvider::disableIndications");
     // The CIM server deletes the handler as soon as this has returned.
-    Delivery::stop(this, _enabled);
     IndicationResponseHandler* const handler = load(_handler);
+    stopDeliveries(this, _enabled);  // and no member is looked at any more
     if (handler != nullptr) {
         handler->complete();
     }
@@ -206,17 +278,22 @@ void IndicationMethodProvider::invokeMethod(const OperationContext& context, con
                                             const Array<CIMParamValue>& inParameters,
                                             MethodResultResponseHandler& handler) {
     TraceScope trace(__FILE__, __LINE__, "IndicationMethodProvider::invokeMethod");
+    // Everything called from here on may disable this object, or delete it.
+    Send send(this, State{_enabled, _handler});
     handler.processing();
     if (methodName != CIMName("send")) {
         throw CIMException(CIM_ERR_METHOD_NOT_FOUND, methodName.getString());
     }
-    if (!load(_enabled)) {
+    if (!send.isEnabled()) {
         handler.deliver(CIMValue(Sint32(0)));
         handler.complete();
         return;
     }
     handler.deliver(CIMValue(Sint32(1)));
     handler.complete();
+    if (!send.objectExists()) {
+        return;
+    }
 
     const CIMName className(_CIMClassName);
     CIMInstance inst(className);
@@ -235,17 +312,15 @@ void IndicationMethodProvider::invokeMethod(const OperationContext& context, con
     addNullValues(inst);
 
     // Enrichment takes its time, and subscribers may have gone meanwhile.
-    const Delivery delivery(this, _enabled);
-    if (delivery.begun()) {
-        load(_handler)->deliver(CIMIndication(inst));
+    IndicationResponseHandler* const subscribers = send.beginDelivery();
+    if (subscribers != nullptr) {
+        subscribers->deliver(CIMIndication(inst));
     }
 }
 
 // ---- Enrichment ------------------------------------------------------------------------------
 
 namespace {
-
-const char SYSTEM_COMPONENT[] = "QOR_SystemComponent";
 
 Boolean lacks(const CIMInstance& inst, const char* name) {
     return needsProperty(inst, CIMName(name), CIMPropertyList(), false);
@@ -271,12 +346,10 @@ CIMObjectPath alertingElement(CIMInstance& inst, const Array<CIMParamValue>& inP
 
 // The UUID of the control point in the admin domain that holds the system.
 String senderOf(CIMOMHandle& cimom, const OperationContext& context, const CIMObjectPath& system) {
-    const CIMObjectPath domain =
-        associatorName(cimom, context, cimNamespace(), system, CIMName(SYSTEM_COMPONENT),
-                       CIMName("QOR_MAPAdminDomain"), "PartComponent", "GroupComponent");
+    // A system in no domain is asked about too: the server's own error tells more than a missing
+    // key.
     const CIMObjectPath controlPoint =
-        associatorName(cimom, context, cimNamespace(), domain, CIMName(SYSTEM_COMPONENT),
-                       CIMName("QOR_HWCtrlPoint"), "GroupComponent", "PartComponent");
+        controlPointOf(cimom, context, domainOf(cimom, context, system));
     return asString(findKey(controlPoint.getKeyBindings(), CIMName("UUID")));
 }
 
@@ -330,18 +403,20 @@ Boolean IndicationMethodProvider::generateIndication(const OperationContext& con
                                                      CIMInstance& inst,
                                                      const Array<CIMParamValue>& inParameters) {
     TraceScope trace(__FILE__, __LINE__, "IndicationMethodProvider::generateIndication");
+    // The upcalls may end this object's life; a copy of the handle uses the same channel.
+    CIMOMHandle cimom(_cimom);
     const CIMObjectPath element = alertingElement(inst, inParameters);
-    const Array<CIMClass> partitions = getSubclasses(_cimom, context, CIMName("QORP_LPAR_CS"));
+    const Array<CIMClass> partitions = getSubclasses(cimom, context, CIMName("QORP_LPAR_CS"));
     const CIMObjectPath anySystem(String(), CIMNamespaceName(), CIMName("QORP_ComputerSystem"));
 
-    if (matches(_cimom, context, anySystem, element)) {
+    if (matches(cimom, context, anySystem, element)) {
         if (lacks(inst, "SenderUUID")) {
-            addProperty(inst, "SenderUUID", CIMValue(senderOf(_cimom, context, element)));
+            addProperty(inst, "SenderUUID", CIMValue(senderOf(cimom, context, element)));
         }
         const Boolean isPartition = findClass(partitions, element.getClassName());
-        addPackage(_cimom, context, packagedSystem(_cimom, context, element, isPartition), inst);
+        addPackage(cimom, context, packagedSystem(cimom, context, element, isPartition), inst);
         if (lacks(inst, "LPARID")) {
-            addProperty(inst, "LPARID", CIMValue(partitionOf(_cimom, context, element)));
+            addProperty(inst, "LPARID", CIMValue(partitionOf(cimom, context, element)));
         }
         return true;
     }

@@ -10,7 +10,9 @@
 //
 // Thread-safe: the CIM server may run any number of "send" calls while subscriptions come and go.
 // Once disableIndications has returned, no delivery runs or starts on the handler, which the CIM
-// server then deletes. An alert raised inside the fillProperties of the alerting system stalls
+// server then deletes. What a "send" calls (handlers, generateIndication) may itself disable or
+// terminate this object: a delivery that does so goes on, so its handler must live until it ends.
+// An alert raised inside the fillProperties of the alerting system stalls
 // until the client's time-out, since enrichment asks for that system.
 #ifndef VELMAR_REMOTE_COMMON_INDICATIONMETHODPROVIDER_H
 #define VELMAR_REMOTE_COMMON_INDICATIONMETHODPROVIDER_H
@@ -48,6 +50,8 @@ class IndicationMethodProvider : public Pegasus::CIMIndicationProvider,
     /// Stores the address of the handler, which stays the CIM server's, and enables.
     void enableIndications(Pegasus::IndicationResponseHandler& handler) override;
     /// Disables, waits for running deliveries, then completes the stored handler, if there is one.
+    /// Called inside a delivery, it does not wait for those of the same thread, nor for those of
+    /// threads that call it inside a delivery too.
     void disableIndications() override;
     /// Adds 1 to the subscription counter; enables nothing.
     void createSubscription(const Pegasus::OperationContext& context,

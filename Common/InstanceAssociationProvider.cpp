@@ -134,71 +134,115 @@ const CIMKeyBinding* findBinding(const Array<CIMKeyBinding>& keys, const CIMName
     return nullptr;
 }
 
-// Every instance, or every name, of the class that a class-path end stands for.
-void deliverClassEnd(CIMOMHandle& cimom, const OperationContext& context, const CIMObjectPath& end,
-                     ObjectPathResponseHandler* pathHandler, ObjectResponseHandler* instHandler,
-                     Boolean includeQualifiers, Boolean includeClassOrigin,
-                     const CIMPropertyList& propertyList) {
-    if (instHandler == nullptr) {
-        const Array<CIMObjectPath> names =
-            cimom.enumerateInstanceNames(context, cimNamespace(), end.getClassName());
-        if (names.size() > 0) {
-            pathHandler->deliver(names);
-        }
-        return;
-    }
-    const Array<CIMInstance> instances =
-        cimom.enumerateInstances(context, cimNamespace(), end.getClassName(), false, false,
-                                 includeQualifiers, includeClassOrigin, propertyList);
-    for (Uint32 i = 0; i < instances.size(); i++) {
-        // The server completes the path of what is delivered, in place, and these are the handles
-        // of another provider's cache.
-        const CIMObjectPath& path = instances[i].getPath();
-        const Boolean isComplete = path.getHost().size() > 0 && !path.getNameSpace().isNull();
-        instHandler->deliver(CIMObject(isComplete ? instances[i] : instances[i].clone()));
-    }
-}
-
-// The instance at a keyed end. Asked through a client, not through the provider's handle: the end
-// may be served by a provider that makes upcalls of its own.
-void deliverKeyedEnd(const CIMObjectPath& end, ObjectResponseHandler& handler,
-                     Boolean includeQualifiers, Boolean includeClassOrigin,
-                     const CIMPropertyList& propertyList) {
-    CIMClient client;
-    client.connectLocal();
-    const Array<CIMInstance> instances =
-        client.enumerateInstances(cimNamespace(), end.getClassName(), true, false,
-                                  includeQualifiers, includeClassOrigin, propertyList);
-    const CIMObjectPath wanted = localize(end);
-    for (Uint32 i = 0; i < instances.size(); i++) {
-        if (instances[i].getPath() == wanted) {
-            handler.deliver(CIMObject(instances[i]));
-            break;
-        }
-    }
-    client.disconnect();
-}
-
-// The far ends, in the order gathered, after the whole cache has been looked through.
-void deliverEnds(const Array<CIMObjectPath>& ends, CIMOMHandle& cimom,
-                 const OperationContext& context, Boolean inst,
-                 ObjectPathResponseHandler* pathHandler, ObjectResponseHandler* instHandler,
-                 Boolean includeQualifiers, Boolean includeClassOrigin,
-                 const CIMPropertyList& propertyList) {
-    for (Uint32 i = 0; i < ends.size(); i++) {
-        if (isClass(ends[i])) {
-            deliverClassEnd(cimom, context, ends[i], pathHandler, instHandler, includeQualifiers,
-                            includeClassOrigin, propertyList);
-        } else if (inst) {
-            deliverKeyedEnd(ends[i], *instHandler, includeQualifiers, includeClassOrigin,
-                            propertyList);
-        } else {
-            pathHandler->deliver(ends[i]);
-        }
-    }
+// The server completes the path of what is delivered, in place. Here that would be the handle of a
+// cache, whose other readers don't expect it.
+CIMObject forDelivery(const CIMInstance& instance) {
+    const CIMObjectPath& path = instance.getPath();
+    const Boolean isComplete = path.getHost().size() > 0 && !path.getNameSpace().isNull();
+    return CIMObject(isComplete ? instance : instance.clone());
 }
 
 }  // namespace
+
+// What the four operations ask alike.
+struct InstanceAssociationProvider::Request {
+    const OperationContext& context;
+    const CIMObjectPath& objectName;
+    const CIMName& resultClass;
+    const String& role;
+    const String& resultRole;
+    Boolean associators;  // far ends; else the associations themselves
+};
+
+// Takes the results, as objects or as paths.
+class InstanceAssociationProvider::Sink {
+ public:
+    class Objects;
+    class Paths;
+
+    virtual ~Sink() {}
+    virtual void deliverAssociation(CIMInstance& association) = 0;
+    virtual void deliverKeyedEnd(const CIMObjectPath& end) = 0;
+    // All that a class path stands for.
+    virtual void deliverClassEnd(const CIMObjectPath& end) = 0;
+};
+
+class InstanceAssociationProvider::Sink::Objects : public Sink {
+ public:
+    Objects(InstanceAssociationProvider& provider, const OperationContext& context,
+            Boolean includeQualifiers, Boolean includeClassOrigin,
+            const CIMPropertyList& propertyList, ObjectResponseHandler& handler)
+        : _provider(provider),
+          _context(context),
+          _includeQualifiers(includeQualifiers),
+          _includeClassOrigin(includeClassOrigin),
+          _propertyList(propertyList),
+          _handler(handler) {}
+
+    void deliverAssociation(CIMInstance& association) override {
+        _provider.fillProperties(_context, association, _propertyList);
+        _handler.deliver(forDelivery(association));
+    }
+
+    // Asked through a client, not through the provider's handle: the end may be served by a
+    // provider that makes upcalls of its own.
+    void deliverKeyedEnd(const CIMObjectPath& end) override {
+        CIMClient client;
+        client.connectLocal();
+        const Array<CIMInstance> instances =
+            client.enumerateInstances(cimNamespace(), end.getClassName(), true, false,
+                                      _includeQualifiers, _includeClassOrigin, _propertyList);
+        const CIMObjectPath wanted = localize(end);
+        for (Uint32 i = 0; i < instances.size(); i++) {
+            if (instances[i].getPath() == wanted) {
+                _handler.deliver(CIMObject(instances[i]));
+                break;
+            }
+        }
+        client.disconnect();
+    }
+
+    void deliverClassEnd(const CIMObjectPath& end) override {
+        const Array<CIMInstance> instances = _provider._cimom.enumerateInstances(
+            _context, cimNamespace(), end.getClassName(), false, false, _includeQualifiers,
+            _includeClassOrigin, _propertyList);
+        for (Uint32 i = 0; i < instances.size(); i++) {
+            _handler.deliver(forDelivery(instances[i]));
+        }
+    }
+
+ private:
+    InstanceAssociationProvider& _provider;
+    const OperationContext& _context;
+    const Boolean _includeQualifiers;
+    const Boolean _includeClassOrigin;
+    const CIMPropertyList& _propertyList;
+    ObjectResponseHandler& _handler;
+};
+
+class InstanceAssociationProvider::Sink::Paths : public Sink {
+ public:
+    Paths(InstanceAssociationProvider& provider, const OperationContext& context,
+          ObjectPathResponseHandler& handler)
+        : _provider(provider), _context(context), _handler(handler) {}
+
+    void deliverAssociation(CIMInstance& association) override {
+        _handler.deliver(association.getPath());
+    }
+    void deliverKeyedEnd(const CIMObjectPath& end) override { _handler.deliver(end); }
+    void deliverClassEnd(const CIMObjectPath& end) override {
+        const Array<CIMObjectPath> names =
+            _provider._cimom.enumerateInstanceNames(_context, cimNamespace(), end.getClassName());
+        if (names.size() > 0) {
+            _handler.deliver(names);
+        }
+    }
+
+ private:
+    InstanceAssociationProvider& _provider;
+    const OperationContext& _context;
+    ObjectPathResponseHandler& _handler;
+};
 
 InstanceAssociationProvider::InstanceAssociationProvider() { _cache.setIsAP(); }
 
@@ -215,32 +259,42 @@ InstanceAssociationProvider::InstanceAssociationProvider(const String& CIMClassN
     _cache.setIsAP();
 }
 
+InstanceAssociationProvider::InstanceAssociationProvider(
+    const String& CIMClassName, const String& leftPropertyName, const String& leftClassName,
+    const String& rightPropertyName, const String& rightClassName, Uint32 chains)
+    : CachedInstanceProvider(CIMClassName, chains),
+      _leftClassName(leftClassName),
+      _rightClassName(rightClassName),
+      _leftPropertyName(leftPropertyName),
+      _rightPropertyName(rightPropertyName) {
+    _cache.setIsAP();
+}
+
 InstanceAssociationProvider::~InstanceAssociationProvider() {}
 
 void InstanceAssociationProvider::associators(const OperationContext& context,
-                                              const CIMObjectPath& objectName,
-                                              const CIMName& associationClass,
+                                              const CIMObjectPath& objectName, const CIMName&,
                                               const CIMName& resultClass, const String& role,
                                               const String& resultRole, Boolean includeQualifiers,
                                               Boolean includeClassOrigin, const CIMPropertyList&,
                                               ObjectResponseHandler& handler) {
     TraceScope trace(__FILE__, __LINE__, "InstanceAssociationProvider::associators");
     handler.processing();
-    go(context, objectName, associationClass, resultClass, role, resultRole, true, true, nullptr,
-       &handler, includeQualifiers, includeClassOrigin, CIMPropertyList());
+    const CIMPropertyList all;
+    Sink::Objects sink(*this, context, includeQualifiers, includeClassOrigin, all, handler);
+    go({context, objectName, resultClass, role, resultRole, true}, sink);
     handler.complete();
 }
 
 void InstanceAssociationProvider::associatorNames(const OperationContext& context,
-                                                  const CIMObjectPath& objectName,
-                                                  const CIMName& associationClass,
+                                                  const CIMObjectPath& objectName, const CIMName&,
                                                   const CIMName& resultClass, const String& role,
                                                   const String& resultRole,
                                                   ObjectPathResponseHandler& handler) {
     TraceScope trace(__FILE__, __LINE__, "InstanceAssociationProvider::associatorNames");
     handler.processing();
-    go(context, objectName, associationClass, resultClass, role, resultRole, false, true, &handler,
-       nullptr, false, false, CIMPropertyList());
+    Sink::Paths sink(*this, context, handler);
+    go({context, objectName, resultClass, role, resultRole, true}, sink);
     handler.complete();
 }
 
@@ -252,8 +306,9 @@ void InstanceAssociationProvider::references(const OperationContext& context,
                                              ObjectResponseHandler& handler) {
     TraceScope trace(__FILE__, __LINE__, "InstanceAssociationProvider::references");
     handler.processing();
-    go(context, objectName, CIMName(), resultClass, role, String(), true, false, nullptr, &handler,
-       includeQualifiers, includeClassOrigin, propertyList);
+    Sink::Objects sink(*this, context, includeQualifiers, includeClassOrigin, propertyList,
+                       handler);
+    go({context, objectName, resultClass, role, String::EMPTY, false}, sink);
     handler.complete();
 }
 
@@ -263,30 +318,29 @@ void InstanceAssociationProvider::referenceNames(const OperationContext& context
                                                  ObjectPathResponseHandler& handler) {
     TraceScope trace(__FILE__, __LINE__, "InstanceAssociationProvider::referenceNames");
     handler.processing();
-    go(context, objectName, CIMName(), resultClass, role, String(), false, false, &handler, nullptr,
-       false, false, CIMPropertyList());
+    Sink::Paths sink(*this, context, handler);
+    go({context, objectName, resultClass, role, String::EMPTY, false}, sink);
     handler.complete();
 }
 
-void InstanceAssociationProvider::go(
-    const OperationContext& context, const CIMObjectPath& objectName, const CIMName&,
-    const CIMName& resultClass, const String& role, const String& resultRole, Boolean inst,
-    Boolean associators, ObjectPathResponseHandler* pathHandler, ObjectResponseHandler* instHandler,
-    Boolean includeQualifiers, Boolean includeClassOrigin, const CIMPropertyList& propertyList) {
+void InstanceAssociationProvider::go(const Request& request, Sink& sink) {
     TraceScope trace(__FILE__, __LINE__, "InstanceAssociationProvider::go");
+    const String& role = request.role;
+    const String& resultRole = request.resultRole;
     requireRole(role, _leftPropertyName, _rightPropertyName, "invalid role");
     requireRole(resultRole, _leftPropertyName, _rightPropertyName, "invalid resultRole");
 
     Array<CIMInstance> instances;
     _cache.getInstances(instances);
-    const Array<CIMClass> resultClasses = getSubclasses(_cimom, context, resultClass);
+    const Array<CIMClass> resultClasses =
+        getSubclasses(_cimom, request.context, request.resultClass);
     if (instances.size() == 0) {
         return;  // before the names are needed, which a default-constructed object may lack
     }
     const CIMName leftName(_leftPropertyName);
     const CIMName rightName(_rightPropertyName);
-    RequestObject object(_cimom, context, objectName);
-    Array<CIMObjectPath> deliverPaths;
+    RequestObject object(_cimom, request.context, request.objectName);
+    Array<CIMObjectPath> farEnds;
     for (Uint32 i = 0; i < instances.size(); i++) {
         CIMInstance instance = instances[i];
         const CIMObjectPath path = instance.getPath();
@@ -308,22 +362,28 @@ void InstanceAssociationProvider::go(
                    emptyOrEqual(resultRole, _leftPropertyName)) {
             far = &left;
         }
-        if (far == nullptr || !findClass(resultClasses, associators ? far->path().getClassName()
-                                                                    : path.getClassName())) {
+        if (far == nullptr) {
             continue;
         }
-        if (associators) {
-            deliverPaths.append(far->path());
-        } else if (inst) {
-            fillProperties(context, instance, propertyList);
-            instHandler->deliver(CIMObject(instance));
+        const CIMObjectPath& result = request.associators ? far->path() : path;
+        if (!findClass(resultClasses, result.getClassName())) {
+            continue;
+        }
+        if (request.associators) {
+            farEnds.append(result);
         } else {
-            pathHandler->deliver(path);
+            sink.deliverAssociation(instance);
         }
     }
 
-    deliverEnds(deliverPaths, _cimom, context, inst, pathHandler, instHandler, includeQualifiers,
-                includeClassOrigin, propertyList);
+    // After the whole cache has been looked through, in the order gathered.
+    for (Uint32 i = 0; i < farEnds.size(); i++) {
+        if (isClass(farEnds[i])) {
+            sink.deliverClassEnd(farEnds[i]);
+        } else {
+            sink.deliverKeyedEnd(farEnds[i]);
+        }
+    }
 }
 
 }  // namespace velmar_remote

@@ -8,8 +8,8 @@
 // end; instances that lack either are ignored. An end without keys (a class path) stands for every
 // instance of its class and subclasses. A keyed end matches a request's object by full path
 // equality, and the CIM server gives requests the local host name and the request's namespace: ends
-// must carry the same. So should the association instances' own paths: the server completes the
-// path of a delivered instance in place, which is the cached one, while others may be reading it.
+// must carry the same. Association instances' own paths may lack them: the server completes the
+// path of a delivered instance in place, so references then delivers deep copies.
 //
 // Deleting any instance deletes the associations that refer to it, and an association whose end is
 // a class path refers to every instance of that class: it goes with the first of them. A class-path
@@ -37,6 +37,12 @@ class InstanceAssociationProvider : public CachedInstanceProvider,
                                 const Pegasus::String& leftClassName,
                                 const Pegasus::String& rightPropertyName,
                                 const Pegasus::String& rightClassName);
+    /// For more than some thousand instances: `chains` as in InstanceCache's constructor.
+    InstanceAssociationProvider(const Pegasus::String& CIMClassName,
+                                const Pegasus::String& leftPropertyName,
+                                const Pegasus::String& leftClassName,
+                                const Pegasus::String& rightPropertyName,
+                                const Pegasus::String& rightClassName, Uint32 chains);
     ~InstanceAssociationProvider() override;
 
     // In all four, a role that names neither reference property (letter case counts) throws
@@ -60,7 +66,8 @@ class InstanceAssociationProvider : public CachedInstanceProvider,
                          const Pegasus::CIMName& resultClass, const Pegasus::String& role,
                          const Pegasus::String& resultRole,
                          Pegasus::ObjectPathResponseHandler& handler) override;
-    /// Delivers the matching association instances after fillProperties.
+    /// Delivers the matching association instances after fillProperties: the cached ones, or deep
+    /// copies of those whose path lacks host or namespace.
     void references(const Pegasus::OperationContext& context,
                     const Pegasus::CIMObjectPath& objectName, const Pegasus::CIMName& resultClass,
                     const Pegasus::String& role, Boolean includeQualifiers,
@@ -79,12 +86,9 @@ class InstanceAssociationProvider : public CachedInstanceProvider,
     Pegasus::String _rightPropertyName;
 
  private:
-    void go(const Pegasus::OperationContext& context, const Pegasus::CIMObjectPath& objectName,
-            const Pegasus::CIMName& associationClass, const Pegasus::CIMName& resultClass,
-            const Pegasus::String& role, const Pegasus::String& resultRole, Boolean inst,
-            Boolean associators, Pegasus::ObjectPathResponseHandler* pathHandler,
-            Pegasus::ObjectResponseHandler* instHandler, Boolean includeQualifiers,
-            Boolean includeClassOrigin, const Pegasus::CIMPropertyList& propertyList);
+    struct Request;
+    class Sink;
+    void go(const Request& request, Sink& sink);
 };
 
 }  // namespace velmar_remote

@@ -14,8 +14,24 @@ namespace velmar_remote {
 namespace {
 
 // Keys that differ only in letter case have text hashes that differ by a multiple of 32. With this
-// number of chains they share one, and path equality finds them; with another they are lost.
-const Uint32 CHAINS = 32;
+// number of chains they share one, and path equality finds them; with more they are lost.
+const Uint32 FEWEST_CHAINS = 32;
+
+// A path's hash is its text read as a number in base 5. Keys that count on in digits have hashes
+// that differ by small multiples of a power of 5, and the remainders of those are spread evenly for
+// a power of two. For other numbers, round decimal ones above all, they may hit a few chains only.
+Uint32 suitable(Uint32 chains) {
+    const Uint32 MOST_CHAINS = Uint32(1) << 31;
+    Uint32 number = FEWEST_CHAINS;
+    while (number < chains && number < MOST_CHAINS) {
+        number *= 2;
+    }
+    return number;
+}
+
+// A record of a change comes before it, so the table must first be asked whether there will be one.
+// Each search costs a hash of the whole path: only where the record is written is it made twice.
+Boolean isTraced() { return Tracer::isTraceEnabled(TRACE_COMPONENT, Tracer::LEVEL3); }
 
 // Runs without the cache's lock: the deletions come back through the CIM server, maybe to this very
 // provider.
@@ -32,7 +48,9 @@ void deleteReferences(const CIMObjectPath& instanceReference) {
 
 }  // namespace
 
-InstanceCache::InstanceCache() : instanceHash(CHAINS), isAP(false) {}
+InstanceCache::InstanceCache() : InstanceCache(FEWEST_CHAINS) {}
+
+InstanceCache::InstanceCache(Uint32 chains) : instanceHash(suitable(chains)), isAP(false) {}
 
 InstanceCache::~InstanceCache() {}
 
@@ -46,11 +64,11 @@ void InstanceCache::insert(const CIMInstance& instanceObject) {
     TraceScope trace(__FILE__, __LINE__, "InstanceCache::insert");
     const CIMObjectPath key = localize(instanceObject.getPath());
     AutoMutex lock(mut);
-    // The table's own answer tells whether the key was new: asking first would search it twice.
-    if (instanceHash.insert(key, instanceObject)) {
+    if (isTraced() && !instanceHash.contains(key)) {
         PEG_TRACE((TRACE_COMPONENT, Tracer::LEVEL3, "Inserting into cache: %s",
                    (const char*)key.toString().getCString()));
     }
+    instanceHash.insert(key, instanceObject);
 }
 
 void InstanceCache::replace(const Array<CIMInstance>& instanceObjects) {
@@ -63,10 +81,12 @@ void InstanceCache::replace(const CIMInstance& instanceObject) {
     TraceScope trace(__FILE__, __LINE__, "InstanceCache::replace");
     const CIMObjectPath key = localize(instanceObject.getPath());
     AutoMutex lock(mut);
-    if (instanceHash.remove(key)) {
-        instanceHash.insert(key, instanceObject);
+    if (isTraced() && instanceHash.contains(key)) {
         PEG_TRACE((TRACE_COMPONENT, Tracer::LEVEL3, "Replacing in cache: %s",
                    (const char*)key.toString().getCString()));
+    }
+    if (instanceHash.remove(key)) {
+        instanceHash.insert(key, instanceObject);
     }
 }
 

@@ -24,7 +24,14 @@ namespace velmar_remote {
 
 class InstanceCache {
  public:
+    /// For some thousand instances: a table of 32 chains, in which letter case does not matter
+    /// where path equality ignores it (names of classes and keys).
     InstanceCache();
+    /// For more instances: about one chain for each, rounded up to a power of two; 32 or fewer, 0
+    /// included, give the default's 32. With more than 32, paths must be spelled in the letter case
+    /// of the stored instance's path: another case is another key, which is not found, and insert
+    /// stores both. A chain costs a pointer or two of memory.
+    explicit InstanceCache(Uint32 chains);
     /// Releases the stored handles; deletes nothing through the CIM server.
     ~InstanceCache();
 

@@ -16,6 +16,9 @@ InstanceMethodProvider::InstanceMethodProvider() {}
 InstanceMethodProvider::InstanceMethodProvider(const String& CIMClassName)
     : CachedInstanceProvider(CIMClassName) {}
 
+InstanceMethodProvider::InstanceMethodProvider(const String& CIMClassName, Uint32 chains)
+    : CachedInstanceProvider(CIMClassName, chains) {}
+
 InstanceMethodProvider::~InstanceMethodProvider() {}
 
 void InstanceMethodProvider::invokeMethod(const OperationContext& context,
@@ -26,9 +29,10 @@ void InstanceMethodProvider::invokeMethod(const OperationContext& context,
     TraceScope trace(__FILE__, __LINE__, "InstanceMethodProvider::invokeMethod");
     handler.processing();
     CIMInstance inst{CIMName(_CIMClassName)};
-    inst.setPath(instanceReference);
     if (_cache.lookup(instanceReference, inst)) {
         fillProperties(context, inst, CIMPropertyList());
+    } else {
+        inst.setPath(instanceReference);
     }
     Array<CIMParamValue> outParameters;
     const CIMValue retval = callMethod(context, inst, methodName, inParameters, outParameters);

@@ -21,11 +21,14 @@ class InstanceMethodProvider : public CachedInstanceProvider, public Pegasus::CI
     /// Leaves `_CIMClassName` empty; the derived class sets it before requests arrive.
     InstanceMethodProvider();
     explicit InstanceMethodProvider(const Pegasus::String& CIMClassName);
+    /// For more than some thousand instances: `chains` as in InstanceCache's constructor.
+    InstanceMethodProvider(const Pegasus::String& CIMClassName, Uint32 chains);
     ~InstanceMethodProvider() override;
 
     /// Calls callMethod on the cached instance after fillProperties, or, for a path that is not
-    /// cached, on a placeholder without properties that has the requested path. Delivers the return
-    /// value unless it is null, then the out-parameters if there are any.
+    /// cached, on a placeholder without properties that has the requested path; that throws
+    /// TypeMismatchException if the path is of another class than the one served. Delivers the
+    /// return value unless it is null, then the out-parameters if there are any.
     void invokeMethod(const Pegasus::OperationContext& context,
                       const Pegasus::CIMObjectPath& instanceReference,
                       const Pegasus::CIMName& methodName,

@@ -24,11 +24,11 @@ namespace {
 
 constexpr std::size_t HEADER_SIZE = 4;
 
-// Writes each element between angle brackets, converted to what the stream shall write.
-template <class As, class T>
-std::ostream& print(std::ostream& os, const std::vector<T>& elements) {
-    for (const T& element : elements) {
-        os << "<" << static_cast<As>(element) << ">";
+// Writes each number between angle brackets, a byte not as a character.
+template <class T>
+std::ostream& print(std::ostream& os, const std::vector<T>& numbers) {
+    for (const T number : numbers) {
+        os << "<" << static_cast<unsigned>(number) << ">";
     }
     return os;
 }
@@ -124,15 +124,22 @@ uint8_t SmBios::find(uint8_t type) const {
 }
 
 std::ostream& operator<<(std::ostream& os, const std::vector<char*>& strings) {
-    return print<const char*>(os, strings);
+    for (const char* string : strings) {
+        os << "<";
+        if (string != nullptr) {  // which would end all output to the stream
+            os << string;
+        }
+        os << ">";
+    }
+    return os;
 }
 
 std::ostream& operator<<(std::ostream& os, const std::vector<uint16_t>& words) {
-    return print<unsigned>(os, words);
+    return print(os, words);
 }
 
 std::ostream& operator<<(std::ostream& os, const std::vector<uint8_t>& bytes) {
-    return print<unsigned>(os, bytes);
+    return print(os, bytes);
 }
 
 }  // namespace velmar_remote

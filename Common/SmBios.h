@@ -95,7 +95,7 @@ class SmBios {
 extern SmBios _smbios;
 
 /// Each writes every element between angle brackets, bytes and words as numbers in the stream's
-/// base.
+/// base; a null pointer, which getString gives for "no string", as nothing.
 std::ostream& operator<<(std::ostream& os, const std::vector<char*>& strings);
 std::ostream& operator<<(std::ostream& os, const std::vector<uint16_t>& words);
 std::ostream& operator<<(std::ostream& os, const std::vector<uint8_t>& bytes);

@@ -11,18 +11,11 @@
 #include <string.h>
 
 #include "Internal.h"
+#include "UtilInternal.h"
 
 using namespace Pegasus;
 
 namespace velmar_remote {
-
-namespace {
-
-void addProperty(CIMInstance& inst, const CIMName& name, const CIMValue& value) {
-    inst.addProperty(CIMProperty(name, value));
-}
-
-}  // namespace
 
 Uint32 PathHashFunc::hash(const CIMObjectPath& ref) {
     return HashFunc<String>::hash(ref.toString());
@@ -105,8 +98,11 @@ void deleteProp(CIMInstance& inst, const CIMName& propertyName) {
 }
 
 void replaceProp(CIMInstance& inst, const CIMName& propertyName, const CIMValue& value) {
-    deleteProp(inst, propertyName);
-    addProperty(inst, propertyName, value);
+    // The caller may have taken either from the property that goes.
+    const CIMName name(propertyName);
+    const CIMValue copy(value);
+    deleteProp(inst, name);
+    addProperty(inst, name, copy);
 }
 
 void addNullValue(CIMInstance& inst, CIMName property, CIMType type, Boolean isArray) {
@@ -190,19 +186,22 @@ void deleteAssociatedInstances(CIMOMHandle& cimom, const OperationContext& conte
 
 void moveProp(Array<CIMInstance>& from, const CIMName& fromProp, Array<CIMInstance>& to,
               const CIMName& toProp, pathHT table) {
+    // The caller may have taken them from properties that go.
+    const CIMName source(fromProp);
+    const CIMName target(toProp);
     for (Uint32 i = 0; i < from.size(); i++) {
         const CIMObjectPath targetPath = localize(from[i].getPath());
         Uint32 index = 0;
         if (!table.lookup(targetPath, index)) {
             continue;
         }
-        const CIMValue value = getValue(from[i], fromProp);
-        replaceProp(to[index], toProp, value);
+        const CIMValue value = getValue(from[i], source);
+        replaceProp(to[index], target, value);
         // Written back to where it came from: deleting it would lose it.
-        if (localize(to[index].getPath()) == targetPath && fromProp == toProp) {
+        if (localize(to[index].getPath()) == targetPath && source == target) {
             continue;
         }
-        deleteProp(from[i], fromProp);
+        deleteProp(from[i], source);
     }
 }
 
@@ -210,7 +209,24 @@ void moveProp(Array<CIMInstance>& from, const CIMName& fromProp, Array<CIMInstan
 
 namespace {
 
+const char SYSTEM_COMPONENT[] = "QOR_SystemComponent";
 const char CONTROL_POINT[] = "QOR_HWCtrlPoint";
+
+}  // namespace
+
+CIMObjectPath domainOf(CIMOMHandle& cimom, const OperationContext& context,
+                       const CIMObjectPath& system) {
+    return associatorName(cimom, context, cimNamespace(), system, CIMName(SYSTEM_COMPONENT),
+                          CIMName("QOR_MAPAdminDomain"), "PartComponent", "GroupComponent");
+}
+
+CIMObjectPath controlPointOf(CIMOMHandle& cimom, const OperationContext& context,
+                             const CIMObjectPath& domain) {
+    return associatorName(cimom, context, cimNamespace(), domain, CIMName(SYSTEM_COMPONENT),
+                          CIMName(CONTROL_POINT), "GroupComponent", "PartComponent");
+}
+
+namespace {
 
 // An upcall inside the server returns the handles of the serving provider's cache.
 CIMInstance cloneWithPath(const CIMInstance& instance, const CIMObjectPath& path) {
@@ -235,20 +251,6 @@ Array<CIMInstance> oneGroup(const CIMInstance& controlPoint, const Array<CIMInst
     }
     ungrouped = Array<CIMInstance>();
     return controlPoints;
-}
-
-// The paths of the control points that the first admin domain of the system holds.
-Array<CIMObjectPath> controlPointsOf(CIMOMHandle& cimom, const OperationContext& context,
-                                     const CIMObjectPath& system) {
-    const CIMName component("QOR_SystemComponent");
-    const Array<CIMObjectPath> domains =
-        cimom.associatorNames(context, cimNamespace(), system, component,
-                              CIMName("QOR_MAPAdminDomain"), "PartComponent", "GroupComponent");
-    if (domains.size() == 0) {
-        return Array<CIMObjectPath>();
-    }
-    return cimom.associatorNames(context, cimNamespace(), domains[0], component,
-                                 CIMName(CONTROL_POINT), "GroupComponent", "PartComponent");
 }
 
 Uint32 findPath(const Array<CIMInstance>& instances, const CIMObjectPath& path) {
@@ -280,20 +282,22 @@ Array<CIMInstance> groupByHCP(CIMOMHandle& cimom, const OperationContext& contex
     Array<CIMInstance> without;
     Array<CIMInstance> controlPoints;
     for (Uint32 i = 0; i < instances.size(); i++) {
-        const Array<CIMObjectPath> paths = controlPointsOf(cimom, context, instances[i].getPath());
-        if (paths.size() == 0) {
+        const CIMObjectPath domain = domainOf(cimom, context, instances[i].getPath());
+        const CIMObjectPath path =
+            isEmpty(domain) ? domain : controlPointOf(cimom, context, domain);
+        if (isEmpty(path)) {
             without.append(instances[i]);
             continue;
         }
-        const Uint32 group = findPath(controlPoints, paths[0]);
+        const Uint32 group = findPath(controlPoints, path);
         if (group != PEG_NOT_FOUND) {
             found[group].append(instances[i]);
             continue;
         }
         found.append(Array<CIMInstance>(1, instances[i]));
         const CIMInstance controlPoint =
-            cimom.getInstance(context, cimNamespace(), paths[0], false, false, false, addressOnly);
-        controlPoints.append(cloneWithPath(controlPoint, paths[0]));
+            cimom.getInstance(context, cimNamespace(), path, false, false, false, addressOnly);
+        controlPoints.append(cloneWithPath(controlPoint, path));
     }
     groups = found;
     ungrouped = without;

@@ -2,11 +2,12 @@
 // SPDX-License-Identifier: MIT
 //
 // The instance cache beside the bare table that it stands on (with ready-made keys) and a plain
-// std::unordered_map from path text; and what a lookup is made of.
+// std::unordered_map from path text; what a lookup is made of; and the curve to 100,000 entries.
 #include "Common/InstanceCache.h"
 
 #include <benchmark/benchmark.h>
 
+#include <ctime>
 #include <mutex>
 #include <string>
 #include <unordered_map>
@@ -24,16 +25,22 @@ namespace {
 
 typedef HashTable<CIMObjectPath, CIMInstance, EqualFunc<CIMObjectPath>, PathHashFunc> Table;
 
-std::vector<CIMInstance> instances(int64_t count) {
+enum Names { NUMBERED, SPREAD };  // consecutive numbers, or as far apart as serial numbers are
+
+std::vector<CIMInstance> instances(int64_t count, Names names = NUMBERED) {
     std::vector<CIMInstance> result;
     for (int64_t i = 0; i < count; i++) {
+        const uint64_t number = names == NUMBERED ? i : i * 11400714819323198485u;
         result.push_back(support::instanceAt(
             "//host.example/root/velmar_remote:QORP_LPAR_CS.CreationClassName=\"QORP_LPAR_CS\","
             "Name=\"" +
-            std::to_string(i) + "*9119-FHA*02ABCDE\""));
+            std::to_string(number) + "*9119-FHA*02ABCDE\""));
     }
     return result;
 }
+
+// Visits all indices below a power of ten, far apart: requests don't come in the order of filling.
+size_t next(size_t i, size_t size) { return (i + 61803) % size; }
 
 struct Filled {
     explicit Filled(int64_t count) : objects(instances(count)), missing(instances(count + 1)) {
@@ -65,7 +72,7 @@ void run(benchmark::State& state, Work work) {
     size_t i = 0;
     for (auto _ : state) {
         work(filled, i);
-        i = (i + 1) % filled.objects.size();
+        i = next(i, filled.objects.size());
     }
     state.SetItemsProcessed(state.iterations());
 }
@@ -223,6 +230,55 @@ void GetInstances_UnorderedMap(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+// Filling an empty container (nanoseconds of processor time per entry, a counter), then lookups.
+template <class Insert, class Lookup>
+void curve(benchmark::State& state, Insert insert, Lookup lookup) {
+    const std::vector<CIMInstance> objects = instances(state.range(0), Names(state.range(1)));
+    const std::clock_t start = std::clock();
+    for (const CIMInstance& object : objects) {
+        insert(object);
+    }
+    const double filling = double(std::clock() - start) / CLOCKS_PER_SEC;
+    size_t i = 0;
+    for (auto _ : state) {
+        CIMInstance found;
+        benchmark::DoNotOptimize(lookup(objects[i].getPath(), found));
+        i = next(i, objects.size());
+    }
+    state.counters["fill_ns"] = filling * 1e9 / double(objects.size());
+}
+void curveOfCache(benchmark::State& state, InstanceCache& cache) {
+    curve(
+        state, [&](const CIMInstance& object) { cache.insert(object); },
+        [&](const CIMObjectPath& path, CIMInstance& found) { return cache.lookup(path, found); });
+}
+void Curve_ManyChains(benchmark::State& state) {
+    InstanceCache cache{Uint32(state.range(0))};
+    curveOfCache(state, cache);
+}
+void Curve_DefaultChains(benchmark::State& state) {
+    InstanceCache cache;
+    curveOfCache(state, cache);
+}
+void Curve_UnorderedMap(benchmark::State& state) {
+    std::mutex mutex;
+    std::unordered_map<std::string, CIMInstance> map;
+    curve(
+        state,
+        [&](const CIMInstance& object) {
+            const std::string text = support::text(localize(object.getPath()));
+            const std::lock_guard<std::mutex> lock(mutex);
+            map.emplace(text, object);
+        },
+        [&](const CIMObjectPath& path, CIMInstance& found) {
+            const std::string text = support::text(localize(path));
+            const std::lock_guard<std::mutex> lock(mutex);
+            const auto entry = map.find(text);
+            found = entry->second;
+            return true;
+        });
+}
+
 // What a lookup spends on tracing while it is off: entry, exit and one detail record.
 void TracingOff(benchmark::State& state) {
     const TraceComponentId component = TraceComponentId(36);
@@ -257,6 +313,14 @@ BENCHMARK(InsertPresent_Cache) SIZES;
 BENCHMARK(GetInstances_Cache) SIZES;
 BENCHMARK(GetInstances_BareTable) SIZES;
 BENCHMARK(GetInstances_UnorderedMap) SIZES;
+#define CURVE ->ArgNames({"entries", "spread"})->ArgsProduct({{100, 1000, 10000, 100000}, {0, 1}})
+BENCHMARK(Curve_UnorderedMap) CURVE;
+BENCHMARK(Curve_ManyChains) CURVE;
+// Filled once only: that takes a minute for the largest.
+BENCHMARK(Curve_DefaultChains)
+    ->ArgNames({"entries", "spread"})
+    ->ArgsProduct({{100, 1000, 10000, 100000}, {0}})
+    ->Iterations(1000);
 
 }  // namespace
 

@@ -298,77 +298,83 @@ TEST(IndicationMethodProvider, DisablingWaitsForItsOwnDeliveriesOnly) {
     sender.join();
 }
 
-// The thread that disables or ends the object may be inside a "send" of it: in the caller's
-// handler, in enrichment or in a delivery. It must not wait for itself, and what goes on afterwards
-// must not need the object.
+// Whomever a "send" calls may disable the object, end it, or both: it must not wait for itself, and
+// what goes on afterwards must not need the object.
 TEST(IndicationMethodProvider, EndsInsideItsOwnWork) {
-    struct Ending : IndicationRecorder {
-        using IndicationRecorder::deliver;
-        void deliver(const CIMIndication& indication) override {
-            IndicationRecorder::deliver(indication);
-            end();
+    struct Caller : MethodResultRecorder {
+        using MethodResultRecorder::deliver;
+        void processing() override { MethodResultRecorder::processing(), at(0); }
+        void deliver(const CIMValue& value) override {
+            MethodResultRecorder::deliver(value), at(1);
         }
-        std::function<void()> end = [] {};
+        void complete() override { MethodResultRecorder::complete(), at(2); }
+        std::function<void(int)> at;
     };
-    const char* const cases[][3] = {{"answer", "disable", "complete"},
-                                    {"answer", "terminate", ""},
-                                    {"enrichment", "disable", "complete"},
-                                    {"enrichment", "terminate", ""},
-                                    {"enrichment", "disable, terminate", "complete"},
-                                    {"enrichment", "disable, enable", "complete deliver"},
-                                    {"delivery", "disable", "deliver complete"},
-                                    {"delivery", "terminate", "deliver"},
-                                    {"delivery", "disable, terminate", "deliver complete"}};
-    for (const auto& [place, how, calls] : cases) {
-        SCOPED_TRACE(std::string(how) + " in " + place);
-        const std::string steps = how;
-        auto* const alerts = new Alerts("T_Alert", nullptr);
-        Ending handler;
-        alerts->enableIndications(handler);
-        const auto end = [&, alerts] {
-            if (steps[0] == 'd') {
-                alerts->disableIndications();
+    struct Subscribers : IndicationRecorder {
+        using IndicationRecorder::deliver;
+        void deliver(const CIMIndication& i) override { IndicationRecorder::deliver(i), at(4); }
+        std::function<void(int)> at;
+    };
+    for (int place = 0; place < 5; place++) {
+        for (const bool disables : {false, true}) {
+            for (const bool terminates : {false, true}) {
+                SCOPED_TRACE(place);
+                auto* const alerts = new Alerts("T_Alert", nullptr);
+                const auto act = [=](int here) {
+                    if (here == place && disables) {
+                        alerts->disableIndications();
+                    }
+                    if (here == place && terminates) {
+                        alerts->terminate();
+                    }
+                };
+                Caller caller;
+                Subscribers subscribers;
+                caller.at = subscribers.at = act;
+                alerts->generate = [act](CIMInstance&) { return act(3), true; };
+                alerts->enableIndications(subscribers);
+                alerts->invokeMethod(callersContext(), CIMObjectPath(), "send",
+                                     Array<CIMParamValue>(1, CIMParamValue("X", CIMValue(true))),
+                                     caller);
+                const bool ended = disables || terminates;
+                EXPECT_EQ(caller.calls, "processing deliver complete");
+                EXPECT_EQ(text(caller.returnValue.toString()), ended && place == 0 ? "0" : "1");
+                EXPECT_EQ(subscribers.calls,
+                          std::string(!ended || place == 4 ? "deliver" : "") +
+                              (disables ? place == 4 ? " complete" : "complete" : ""));
+                if (!terminates) {
+                    alerts->disableIndications();  // nothing is running any more
+                    alerts->terminate();
+                }
             }
-            if (steps.find("enable") != std::string::npos) {
-                alerts->enableIndications(handler);
-            }
-            if (steps.find("terminate") != std::string::npos) {
-                alerts->terminate();
-            }
-        };
-        const std::function<void()> nothing = [] {};
-        handler.end = place[0] == 'd' ? end : nothing;
-        alerts->generate = [act = place[0] == 'e' ? end : nothing](CIMInstance&) {
-            act();
-            return true;
-        };
-        EXPECT_EQ(alerts->send("send", place[0] == 'a' ? end : nothing), SENT);
-        EXPECT_EQ(handler.calls, calls);
-        if (steps.find("terminate") == std::string::npos) {
-            alerts->disableIndications();  // nothing is running any more
-            alerts->terminate();
         }
     }
 }
 
-// Two deliveries that disable, each while the other is running, must not wait for each other.
+// Two threads, both inside a delivery, that disable the provider of either: neither can wait.
 TEST(IndicationMethodProvider, DisabledInTwoDeliveriesAtOnce) {
-    Alerts alerts("T_Alert", nullptr);
-    struct Both : IndicationRecorder {
+    struct Meeting : IndicationRecorder {
         using IndicationRecorder::deliver;
         void deliver(const CIMIndication&) override {
-            inside.up();
-            inside.waitFor(2);
-            owner->disableIndications();
+            inside->up();
+            inside->waitFor(2);
+            other->disableIndications();
         }
         void complete() override {}
+        Count* inside;
+        Alerts* other;
+    } handlers[2];
+    for (const int other : {0, 1}) {  // its own, or the other's
         Count inside;
-        Alerts* owner;
-    } handler;
-    handler.owner = &alerts;
-    alerts.enableIndications(handler);
-    inThreads(2, [&](int) { EXPECT_EQ(alerts.send(), SENT); });
-    EXPECT_FALSE(alerts._enabled);
+        Alerts alerts[] = {{"T_Alert", nullptr}, {"T_Alert", nullptr}};
+        for (int i = 0; i < 2; i++) {
+            handlers[i].inside = &inside;
+            handlers[i].other = &alerts[other ? 1 - i : 0];
+            alerts[i].enableIndications(handlers[i]);
+        }
+        inThreads(2, [&](int i) { EXPECT_EQ(alerts[other ? i : 0].send(), SENT); });
+        EXPECT_FALSE(alerts[0]._enabled);
+    }
 }
 
 }  // namespace
