@@ -14,7 +14,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -88,26 +87,6 @@ inline std::string describe(const Request& r) {
            (r.fromHandle && by.compare(0, 6, "caller") != 0 ? " for " + by : "");
 }
 
-/// The channel of a handle whose upcalls are written down on their way to the started server.
-class Upcalls : public velmar_embedded::Channel {
- public:
-    explicit Upcalls(std::vector<std::string>& log) : _log(log) {}
-    Answer exchange(Request request) override {
-        request.fromHandle = true;
-        _log.push_back(describe(request));
-        const auto pending = velmar_embedded::LocalServer::started()->submit(
-            std::make_shared<const Request>(std::move(request)));
-        pending->wait(std::nullopt);
-        if (pending->failure()) {
-            throw pending->failure()->exception();
-        }
-        return pending->answer();
-    }
-
- private:
-    std::vector<std::string>& _log;
-};
-
 class FakeServer {
  public:
     /// Answers everything but requests about classes, which `classes` answers.
@@ -116,7 +95,8 @@ class FakeServer {
     std::vector<std::pair<std::string, std::string>> classes = {
         {"T_Thing", ""}, {"T_Part", "T_Thing"}, {"T_Other", ""}, {"T_Link", ""}};
     std::vector<std::string> log;
-    Pegasus::CIMOMHandle handle{std::make_shared<Upcalls>(log)};
+    /// What a provider is given at its initialize.
+    Pegasus::CIMOMHandle handle{std::make_shared<Upcalls>(*this)};
 
     FakeServer() : _server(std::make_shared<Started>(*this)) { Started::begin(_server); }
 
@@ -131,6 +111,14 @@ class FakeServer {
     }
 
  private:
+    struct Upcalls : velmar_embedded::Channel {
+        explicit Upcalls(FakeServer& owner) : fake(owner) {}
+        Answer exchange(Request request) override {
+            request.fromHandle = true;
+            return fake.serve(request);
+        }
+        FakeServer& fake;
+    };
     struct Started : velmar_embedded::LocalServer {
         explicit Started(FakeServer& owner) : fake(owner) {}
         static void begin(const std::shared_ptr<LocalServer>& server) {
@@ -140,15 +128,13 @@ class FakeServer {
         }
         std::shared_ptr<velmar_embedded::Pending> submit(
             std::shared_ptr<const Request> request) override {
-            if (!request->fromHandle) {
-                fake.log.push_back(describe(*request));
-            }
             Answer answer;
-            auto failure = velmar_embedded::failureOf([&] { fake.serve(*request, answer); });
+            auto failure = velmar_embedded::failureOf([&] { answer = fake.serve(*request); });
             const auto pending = std::make_shared<velmar_embedded::Pending>();
             pending->finish(std::move(answer), std::move(failure));
             return pending;
         }
+        void noteTimeout(const Request&, Uint32) override {}
         FakeServer& fake;
     };
 
@@ -173,7 +159,9 @@ class FakeServer {
         made.addProperty(key);
         return made;
     }
-    void serve(const Request& request, Answer& answers) {
+    Answer serve(const Request& request) {
+        log.push_back(describe(request));
+        Answer answers;
         const std::string name = text(request.path.getClassName());
         if (request.operation == velmar_embedded::Operation::GetClass) {
             superclass(name);
@@ -187,6 +175,7 @@ class FakeServer {
         } else {
             answer(request, answers);
         }
+        return answers;
     }
 
     std::shared_ptr<Started> _server;
