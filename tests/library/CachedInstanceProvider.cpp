@@ -107,6 +107,7 @@ TEST_F(CachedInstanceProvider, KeepsItsHandleAndDeletesItself) {
     auto* const own = new Cached("T_Thing");
     own->onDestroy = [&] { destroyed = true; };
     own->initialize(server.handle);
+    EXPECT_EQ(server.kept, 1);
     own->_cimom.deleteInstance(context, NAMESPACE, path(thing("a")));
     EXPECT_EQ(server.taken(), "deleteInstance " + thing("a") + "\n");
     own->terminate();

@@ -122,6 +122,7 @@ std::string numberOf(const std::string& system) { return "getInstance " + system
 
 TEST_F(IndicationEnrichment, UpcallsInOrder) {
     alerts.initialize(server.handle);
+    EXPECT_EQ(server.kept, 1);
     EXPECT_EQ(enriched(ELSEWHERE), "ok cp-1 (none) 9117  06B4 3");
     EXPECT_EQ(server.taken(), CLASSES + senderOf(ELSEWHERE) + hostOf(ELSEWHERE) + packageOf(HOST) +
                                   PACKAGE + numberOf(ELSEWHERE));

@@ -95,6 +95,7 @@ class FakeServer {
     std::vector<std::pair<std::string, std::string>> classes = {
         {"T_Thing", ""}, {"T_Part", "T_Thing"}, {"T_Other", ""}, {"T_Link", ""}};
     std::vector<std::string> log;
+    int kept = 0;  ///< how many of the handle's owners must not be unloaded
     /// What a provider is given at its initialize.
     Pegasus::CIMOMHandle handle{std::make_shared<Upcalls>(*this)};
 
@@ -117,6 +118,7 @@ class FakeServer {
             request.fromHandle = true;
             return fake.serve(request);
         }
+        void keepProvider(bool keep) override { fake.kept += keep ? 1 : -1; }
         FakeServer& fake;
     };
     struct Started : velmar_embedded::LocalServer {
