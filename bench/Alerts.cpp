@@ -3,7 +3,7 @@
 //
 // Alerts from sendIndication to a subscriber, and what each hop of their way costs: the call of
 // "send" while nobody subscribes, enrichment from the model without delivery, the whole way. About
-// a partition (ten upcalls) or a sensor (four).
+// a partition (ten upcalls) or a control point (four).
 #include <benchmark/benchmark.h>
 
 #include <atomic>
@@ -34,16 +34,15 @@ std::unique_ptr<AlertSite> site;
 
 void prepare(bool subscribed, bool drops) {
     Alerts::drops = drops;
-    site.reset(new AlertSite(new Alerts("T_Alert", nullptr), false));
+    site.reset(new AlertSite(new Alerts("QOR_SiteAlert", nullptr)));
     site->addTypicalSystem();
-    site->element("T_Sensor.UUID=\"s-1\"");
     site->server.start();
     if (subscribed) {
-        site->server.subscribe("SELECT * FROM T_Alert", {NAMESPACE}, [](const CIMInstance& alert) {
-            benchmark::DoNotOptimize(alert.getPropertyCount());
-        });
+        site->server.subscribe(
+            "SELECT * FROM QOR_SiteAlert", {NAMESPACE},
+            [](const CIMInstance& alert) { benchmark::DoNotOptimize(alert.getPropertyCount()); });
     }
-    raise("T_Sensor.UUID=\"s-1\"");  // loads the providers
+    raise("QOR_HWCtrlPoint.UUID=\"cp-1\"");  // loads the providers
 }
 void prepareDisabled(const benchmark::State&) { prepare(false, false); }
 void prepareDropping(const benchmark::State&) { prepare(true, true); }
@@ -52,8 +51,8 @@ void finish(const benchmark::State&) { site.reset(); }
 
 void send(benchmark::State& state) {
     const char* const element =
-        state.range(0) ? "QORP_LPAR_CS.Name=\"part\"" : "T_Sensor.UUID=\"s-1\"";
-    state.SetLabel(state.range(0) ? "partition" : "sensor");
+        state.range(0) ? "QORP_LPAR_CS.Name=\"part\"" : "QOR_HWCtrlPoint.UUID=\"cp-1\"";
+    state.SetLabel(state.range(0) ? "partition" : "control point");
     const int batch = 100;  // far less than the subscription's queue takes
     for (auto _ : state) {
         for (int i = 0; i < batch; i++) {

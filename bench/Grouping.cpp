@@ -5,7 +5,7 @@
 #include <benchmark/benchmark.h>
 
 #include "Common/Util.h"
-#include "support/ComponentServer.h"
+#include "support/AlertSite.h"
 
 using namespace Pegasus;
 using namespace support;
@@ -16,18 +16,27 @@ const int SYSTEMS = 1000;
 
 void GroupByHCP(benchmark::State& state) {
     const int points = static_cast<int>(state.range(0));
-    ComponentServer server;
+    AlertSite site(new velmar_remote::IndicationMethodProvider("QOR_SiteAlert", nullptr));
+    const auto domain = [](int i) {
+        return "QOR_MAPAdminDomain.Name=\"D" + std::to_string(i) + "\"";
+    };
     for (int i = 0; i < points; i++) {
-        server.addPoint(std::to_string(i), "D" + std::to_string(i));
+        const std::string point = "QOR_HWCtrlPoint.UUID=\"" + std::to_string(i) + "\"";
+        site.element(point, {{"NetworkAddress", "10.0.0.1"}});
+        site.component(domain(i), point);
     }
+    Array<CIMInstance> systems;
     for (int i = 0; i < SYSTEMS; i++) {
-        server.addSystem("S" + std::to_string(i), "D" + std::to_string(i % points));
+        const std::string system = "QORP_CEC_CS.Name=\"S" + std::to_string(i) + "\"";
+        systems.append(instanceAt(full(system)));
+        site.component(domain(i % points), system);
     }
+    site.server.start();
     for (auto _ : state) {
         Array<Array<CIMInstance>> groups;
         Array<CIMInstance> ungrouped;
-        benchmark::DoNotOptimize(velmar_remote::groupByHCP(server.cimom(), OperationContext(),
-                                                           server.systems, groups, ungrouped));
+        benchmark::DoNotOptimize(velmar_remote::groupByHCP(site.handle(), OperationContext(),
+                                                           systems, groups, ungrouped));
         if (groups.size() != static_cast<Uint32>(points) || ungrouped.size() != 0) {
             state.SkipWithError("wrong groups");
         }

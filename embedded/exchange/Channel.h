@@ -14,6 +14,8 @@ class Channel {
     virtual ~Channel() = default;
     /// Waits for its turn and for the answer. Throws what the request failed with.
     virtual Answer exchange(Request request) = 0;
+    /// The provider at this end must not be unloaded while it is idle, or may be again.
+    virtual void keepProvider(bool /*keep*/) {}
 };
 
 }  // namespace velmar_embedded

@@ -7,7 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <velmar_kit/RecordingHandlers.h>
-#include "support/LinkServer.h"
+#include "support/FakeServer.h"
+#include "support/ScriptedServer.h"
 
 using namespace Pegasus;
 using namespace support;
@@ -20,16 +21,17 @@ class Touchable : public Things {
     using Things::Things;
     CIMValue result;           // what callMethod returns
     Array<CIMParamValue> out;  // what it fills in
-    std::string seen;          // the instance that it was given
-    bool refuse = false;
+    std::string seen;          // what it was given
+    bool refuses = false;
 
  protected:
     CIMValue callMethod(const OperationContext& context, const CIMInstance& inst,
                         const CIMName& methodName, const Array<CIMParamValue>& inParameters,
                         Array<CIMParamValue>& outParameters) override {
         seen = text(inst.getPath()) + " [" + propertyNames(inst) + "] " + text(methodName) + "/" +
-               std::to_string(inParameters.size()) + "/" + std::to_string(outParameters.size());
-        if (refuse) {
+               std::to_string(inParameters.size()) + "/" + std::to_string(outParameters.size()) +
+               " for " + asked(context, CIMPropertyList());
+        if (refuses) {
             return Things::callMethod(context, inst, methodName, inParameters, outParameters);
         }
         outParameters = out;
@@ -37,91 +39,60 @@ class Touchable : public Things {
     }
 };
 
-}  // namespace
-
-class InstanceMethodProviderTest : public ::testing::Test {
+class InstanceMethodProvider : public ::testing::Test {
  protected:
-    InstanceMethodProviderTest() : provider("T_Thing") {
-        provider._cache.setIsAP();
+    InstanceMethodProvider() {
         provider._cache.insert(makeThing("a"));
-        provider.fill = [](Array<CIMInstance>& instances, const CIMPropertyList& list) {
-            EXPECT_TRUE(list.isNull());
+        provider._cache.insert(makeThing("p", "T_Part"));
+        provider.fill = [](const OperationContext& from, Array<CIMInstance>& instances,
+                           const CIMPropertyList& list) {
+            EXPECT_EQ(asked(from, list), "caller");
             velmar_remote::replaceProp(instances[0], "Filled", CIMValue(true));
         };
-        parameters.append(CIMParamValue("X", CIMValue(Uint8(1))));
     }
-    void call(const std::string& p) {
-        provider.invokeMethod(OperationContext(), path(p), "Touch", parameters, handler);
+    std::string call(const std::string& p, Touchable& on) {
+        handler = MethodResultRecorder();
+        const Array<CIMParamValue> in(1, CIMParamValue("X", CIMValue(Uint8(1))));
+        return outcome([&] { on.invokeMethod(callersContext(), path(p), "Touch", in, handler); });
     }
-    Touchable provider;
-    Array<CIMParamValue> parameters;
+    Touchable provider{"T_Thing", 100};
     MethodResultRecorder handler;
 };
 
-TEST_F(InstanceMethodProviderTest, CachedInstanceFilledThenResultThenParameters) {
+TEST_F(InstanceMethodProvider, CachedInstanceFilledThenResultThenParameters) {
     provider.result = CIMValue(Uint32(4));
     provider.out.append(CIMParamValue("Y", CIMValue(Uint8(2))));
     provider.out.append(CIMParamValue("Z", CIMValue(Uint8(3))));
-    call(thing("a"));
-    EXPECT_EQ(provider.seen, full(thing("a")) + " [Name,Filled] Touch/1/0");
-    EXPECT_EQ(handler.calls, "processing deliver param[2] complete");
-    EXPECT_EQ(text(handler.outParameters[1].getParameterName()), "Z");
+    for (const std::string& cached : {thing("a"), thing("p", "T_Part")}) {
+        EXPECT_EQ(call(cached, provider), "ok") << cached;
+        EXPECT_EQ(provider.seen, full(cached) + " [Name,Filled] Touch/1/0 for caller");
+        EXPECT_EQ(handler.calls, "processing deliver param[2] complete");
+        EXPECT_EQ(text(handler.outParameters[1].getParameterName()), "Z");
+        EXPECT_EQ(text(handler.returnValue.toString()), "4");
+    }
 }
 
-TEST_F(InstanceMethodProviderTest, UncachedPathGetsAPlaceholder) {
+TEST_F(InstanceMethodProvider, UncachedPathGetsAPlaceholder) {
     for (const std::string& p : {full(thing("b")), full("T_Thing")}) {
-        call(p);
-        EXPECT_EQ(provider.seen, p + " [] Touch/1/0");
+        EXPECT_EQ(call(p, provider), "ok");
+        EXPECT_EQ(provider.seen, p + " [] Touch/1/0 for caller");
+        EXPECT_EQ(handler.calls, "processing complete");  // a null result
     }
-    EXPECT_EQ(handler.calls, "processing complete processing complete");  // a null result
-    EXPECT_THROW(call(thing("b", "T_Part")), TypeMismatchException);
 }
 
-TEST_F(InstanceMethodProviderTest, CachedInstanceOfASubclassIsCalled) {
-    provider._cache.insert(makeThing("b", "T_Part"));
-    call(thing("b", "T_Part"));
-    EXPECT_EQ(provider.seen, full(thing("b", "T_Part")) + " [Name,Filled] Touch/1/0");
-}
-
-TEST_F(InstanceMethodProviderTest, RefusesByDefault) {
-    provider.refuse = true;
-    try {
-        call(thing("a"));
-        FAIL() << "no exception";
-    } catch (const CIMException& e) {
-        EXPECT_EQ(e.getCode(), CIM_ERR_NOT_SUPPORTED);
-        EXPECT_EQ(text(e.getMessage()), "");
-    }
+TEST_F(InstanceMethodProvider, Refusals) {
+    provider.refuses = true;
+    EXPECT_EQ(call(thing("a"), provider), "7 ");
     EXPECT_EQ(handler.calls, "processing");
+    provider.seen.clear();
+    EXPECT_THROW(provider.invokeMethod(OperationContext(), path(thing("p", "T_Other")), "Touch",
+                                       Array<CIMParamValue>(), handler),
+                 TypeMismatchException);
     Touchable unnamed;
-    EXPECT_THROW(
-        unnamed.invokeMethod(OperationContext(), path(thing("a")), "Touch", parameters, handler),
-        InvalidNameException);
+    EXPECT_THROW(unnamed.invokeMethod(OperationContext(), path(thing("a")), "Touch",
+                                      Array<CIMParamValue>(), handler),
+                 InvalidNameException);
+    EXPECT_EQ(provider.seen + unnamed.seen, "");
 }
 
-TEST(InstanceMethodProviderServed, ResultAndParametersReachTheClient) {
-    Touchable* const provider = new Touchable("T_Tool");
-    velmar_embedded::Server server;
-    server.compileMofText(NAMESPACE, std::string(LINK_MOF) + "class T_Tool : T_Thing {};");
-    server.registerProvider(
-        "Tools", provider,
-        {{"T_Tool",
-          {NAMESPACE},
-          {velmar_embedded::ProviderType::Instance, velmar_embedded::ProviderType::Method},
-          {}}});
-    server.start();
-    provider->_cache.insert(makeThing("a", "T_Tool"));
-    provider->result = CIMValue(Uint32(7));
-    provider->out.append(CIMParamValue("Sum", CIMValue(Uint32(8))));
-    Client client;
-    Array<CIMParamValue> out;
-    CIMValue value = client.invokeMethod(NAMESPACE, path(thing("a", "T_Tool")), "Touch",
-                                         Array<CIMParamValue>(), out);
-    EXPECT_EQ(text(value.toString()), "7");
-    ASSERT_EQ(out.size(), 1u);
-    EXPECT_EQ(text(out[0].getParameterName()) + text(out[0].getValue().toString()), "Sum8");
-    provider->refuse = true;
-    EXPECT_THROW(client.invokeMethod(NAMESPACE, path(thing("a", "T_Tool")), "Touch",
-                                     Array<CIMParamValue>(), out),
-                 CIMException);
-}
+}  // namespace

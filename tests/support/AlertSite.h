@@ -1,8 +1,9 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// An embedded server with the model that alerts are enriched from (systems, partitions, domains,
-// control points, packages, and sensors, which are no systems) and an alert class T_Alert.
+// An embedded server with the classes of the example's site, served by the library's providers:
+// what alerts are enriched from and systems are grouped by. Alerts are of the class QOR_SiteAlert.
+// The build defines SITE_SCHEMA, the file of the classes.
 #ifndef VELMAR_TESTS_SUPPORT_ALERTSITE_H
 #define VELMAR_TESTS_SUPPORT_ALERTSITE_H
 
@@ -12,44 +13,11 @@
 #include <utility>
 #include <vector>
 
-#include <velmar_embedded/schema/Repository.h>
 #include "Common/IndicationMethodProvider.h"
 #include "Common/Util.h"
 #include "support/LinkServer.h"
 
 namespace support {
-
-const char ALERT_MOF[] = R"(
-Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
-Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride, ToSubclass);
-class CIM_ManagedElement { };
-class QORP_ComputerSystem : CIM_ManagedElement { [Key] string Name; };
-class QORP_CEC_CS : QORP_ComputerSystem { };
-class QORP_LPAR_CS : QORP_ComputerSystem { string LPARID; };
-class T_VIOS : QORP_LPAR_CS { };
-class QOR_MAPAdminDomain : CIM_ManagedElement { [Key] string Name; };
-class QOR_HWCtrlPoint : CIM_ManagedElement { [Key] string UUID; };
-class QOR_PhysicalPackage : CIM_ManagedElement {
-    [Key] string Tag; string VendorEquipmentType; string Model; string SerialNumber; };
-class T_Sensor : CIM_ManagedElement { [Key] string UUID; };
-[Association] class QOR_SystemComponent {
-    [Key] QOR_MAPAdminDomain REF GroupComponent; [Key] CIM_ManagedElement REF PartComponent; };
-[Association] class QOR_HostedDependency {
-    [Key] QORP_CEC_CS REF Antecedent; [Key] QORP_LPAR_CS REF Dependent; };
-[Association] class QOR_ComputerSystemPackage {
-    [Key] QOR_PhysicalPackage REF Antecedent; [Key] QORP_ComputerSystem REF Dependent; };
-class CIM_Indication {
-    string IndicationIdentifier; string CorrelatedIndications[]; datetime IndicationTime; };
-class CIM_AlertIndication : CIM_Indication {
-    string Description; string AlertingManagedElement; uint16 AlertingElementFormat;
-    string OtherAlertingElementFormat; uint16 AlertType; string OtherAlertType;
-    uint16 PerceivedSeverity; string OtherSeverity; uint16 ProbableCause;
-    string ProbableCauseDescription; uint16 Trending; string RecommendedActions[]; string EventID;
-    datetime EventTime; string SystemCreationClassName; string SystemName; string ProviderName; };
-class T_Alert : CIM_AlertIndication {
-    string SenderUUID; string UUID; string Type; string Model; string SerialNumber; string LPARID;
-    string UniqueSystemID; sint32 send(string AlertingManagedElement); };
-)";
 
 class AlertSite {
     typedef Pegasus::CIMInstance CIMInstance;
@@ -58,19 +26,17 @@ class AlertSite {
  public:
     velmar_embedded::Server server;
 
-    /// With `stored` the server holds the model, else the library's cached providers do. Takes over
-    /// the alert provider. Start the server when everything is there.
-    AlertSite(velmar_remote::IndicationMethodProvider* alerts, bool stored) : _stored(stored) {
-        server.compileMofText(NAMESPACE, ALERT_MOF);
-        server.registerProvider("Alerts", alerts,
-                                {{"T_Alert", {NAMESPACE}, {Type::Indication, Type::Method}, {}}});
-        if (stored) {
-            return;
-        }
-        for (const char* name : {"QORP_CEC_CS", "QORP_LPAR_CS", "T_VIOS", "QOR_MAPAdminDomain",
-                                 "QOR_HWCtrlPoint", "QOR_PhysicalPackage", "T_Sensor"}) {
+    /// Takes over the alert provider. Start the server when everything is there.
+    explicit AlertSite(velmar_remote::IndicationMethodProvider* alerts) {
+        server.compileMof(NAMESPACE, SITE_SCHEMA);
+        server.registerProvider(
+            "Alerts", alerts,
+            {{"QOR_SiteAlert", {NAMESPACE}, {Type::Indication, Type::Method}, {}}});
+        for (const char* name :
+             {"QORP_CEC_CS", "QORP_LPAR_CS", "QOR_HWCtrlPoint", "QOR_PhysicalPackage"}) {
             serve(name, new Things(name), {Type::Instance});
         }
+        serve("QOR_MAPAdminDomain", _domains, {Type::Instance});
         const char* const links[][5] = {
             {"QOR_SystemComponent", "GroupComponent", "QOR_MAPAdminDomain", "PartComponent",
              "CIM_ManagedElement"},
@@ -84,6 +50,12 @@ class AlertSite {
     }
     ~AlertSite() { server.stop(); }
 
+    /// The handle of one of the providers, which is loaded for that.
+    Pegasus::CIMOMHandle& handle() {
+        Client().enumerateInstanceNames(NAMESPACE, "QOR_MAPAdminDomain");
+        return _domains->_cimom;
+    }
+
     void element(const std::string& objectPath,
                  const std::vector<std::pair<const char*, const char*>>& properties = {}) {
         CIMInstance instance = instanceAt(full(objectPath));
@@ -92,7 +64,7 @@ class AlertSite {
         for (const auto& p : properties) {
             add(instance, p.first, p.second);
         }
-        keep(instance);
+        _insert.at(text(instance.getClassName()))(instance);
     }
     void component(const std::string& domain, const std::string& part) {
         link("QOR_SystemComponent", "GroupComponent", domain, "PartComponent", part);
@@ -125,13 +97,6 @@ class AlertSite {
         _insert[name] = [provider](const CIMInstance& i) { provider->_cache.insert(i); };
         server.registerProvider(name, provider, {{name, {NAMESPACE}, types, {}}});
     }
-    void keep(const CIMInstance& instance) {
-        if (_stored) {
-            server.repository().createInstance(Pegasus::CIMNamespaceName(NAMESPACE), instance);
-        } else {
-            _insert.at(text(instance.getClassName()))(instance);
-        }
-    }
     void link(const char* name, const char* leftRole, const std::string& left,
               const char* rightRole, const std::string& right) {
         CIMInstance instance{Pegasus::CIMName(name)};
@@ -141,10 +106,10 @@ class AlertSite {
             add(instance, role, Pegasus::CIMValue(path(full(end))));
         }
         instance.setPath(Pegasus::CIMObjectPath("", NAMESPACE, name, keys));
-        keep(instance);
+        _insert.at(name)(instance);
     }
 
-    const bool _stored;
+    Things* const _domains = new Things("QOR_MAPAdminDomain");  // the server's
     std::map<std::string, std::function<void(const CIMInstance&)>> _insert;
 };
 
@@ -152,8 +117,8 @@ class AlertSite {
 inline void raise(const std::string& element) {
     Pegasus::CIMOMHandle unused;
     Pegasus::Array<Pegasus::CIMParamValue> parameters;
-    velmar_remote::sendIndication(unused, Pegasus::OperationContext(), path(element), "T_Alert",
-                                  parameters);
+    velmar_remote::sendIndication(unused, Pegasus::OperationContext(), path(element),
+                                  "QOR_SiteAlert", parameters);
 }
 
 }  // namespace support

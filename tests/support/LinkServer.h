@@ -68,10 +68,10 @@ class Open : public Base {
     using Base::_cimom;
     using Base::Base;
 
-    typedef std::function<void(Pegasus::Array<Pegasus::CIMInstance>&,
-                               const Pegasus::CIMPropertyList&)>
-        Fill;
-    Fill fill;
+    /// The hook, given all that the base class gives it.
+    std::function<void(const Pegasus::OperationContext&, Pegasus::Array<Pegasus::CIMInstance>&,
+                       const Pegasus::CIMPropertyList&)>
+        fill;
     std::function<void()> beforeDelete;
     std::function<void()> onDestroy;
 
@@ -96,7 +96,7 @@ class Open : public Base {
                         const Pegasus::CIMPropertyList& propertyList) override {
         Base::fillProperties(context, instances, propertyList);
         if (fill) {
-            fill(instances, propertyList);
+            fill(context, instances, propertyList);
         }
     }
 };

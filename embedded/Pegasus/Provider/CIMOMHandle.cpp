@@ -98,8 +98,8 @@ CIMValue CIMOMHandle::invokeMethod(Context context, NameSpace in, Path path, Nam
     return Operations(_channel, &context).invokeMethod(in, path, method, given, returned);
 }
 
-void CIMOMHandle::disallowProviderUnload() {}
+void CIMOMHandle::disallowProviderUnload() { _channel->keepProvider(true); }
 
-void CIMOMHandle::allowProviderUnload() {}
+void CIMOMHandle::allowProviderUnload() { _channel->keepProvider(false); }
 
 }  // namespace Pegasus

@@ -9,8 +9,10 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <iterator>
 #include <map>
 #include <random>
+#include <sstream>
 
 #include "Common/SmBiosInitializer.h"
 #include "Dmidecode.h"
@@ -37,21 +39,12 @@ Bytes unhex(const std::string& digits) {
 typedef std::map<std::string, std::vector<std::string>> Facts;
 
 Facts boot(const std::vector<std::string>& options) {
-    std::vector<std::string> command = {"timeout",
-                                        "300",
-                                        "qemu-system-x86_64",
-                                        "-accel",
-                                        "tcg",
-                                        "-nographic",
-                                        "-no-reboot",
-                                        "-nic",
-                                        "none",
-                                        "-kernel",
-                                        getenv("FIRMWARE_KERNEL"),
-                                        "-initrd",
-                                        getenv("FIRMWARE_INITRD"),
-                                        "-append",
-                                        "console=ttyS0 loglevel=0 panic=-1"};
+    std::istringstream words(
+        "timeout 300 qemu-system-x86_64 -accel tcg -nographic -no-reboot -nic none");
+    std::vector<std::string> command{std::istream_iterator<std::string>(words), {}};
+    command.insert(command.end(),
+                   {"-kernel", getenv("FIRMWARE_KERNEL"), "-initrd", getenv("FIRMWARE_INITRD"),
+                    "-append", "console=ttyS0 loglevel=0 panic=-1"});
     command.insert(command.end(), options.begin(), options.end());
     Facts facts;
     for (const std::string& line : lines(run(command))) {
