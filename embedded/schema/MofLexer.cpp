@@ -99,7 +99,7 @@ void MofLexer::readEscape(MofToken& token) {
             value = value * 8 + (peek() - '0');
         }
     } else if (const char* found = name ? std::strchr(names, name) : nullptr) {
-        value = values[found - names];
+        value = static_cast<unsigned char>(values[found - names]);
         digits = 1;
         ++_at;
     }
