@@ -71,7 +71,7 @@ class StopWatch {
 RunningServer::RunningServer()
     : _registry(_problems, _running),
       _registrationReader(_repository, _registry,
-                          [this](const std::string& name) { return makeHandle(name); }),
+                          [this](const std::string& name) { return makeChannel(name); }),
       _services{_repository, _registry, _workers, _problems, _running, nullptr, nullptr},
       _admission(_services),
       _subscriptions(_services) {}
@@ -141,10 +141,10 @@ void RunningServer::unsubscribe(const std::string& id) {
     _subscriptions.close(removed);  // on this thread, which may be in a subscriber
 }
 
-CIMOMHandle RunningServer::makeHandle(const std::string& providerName) {
+std::shared_ptr<Channel> RunningServer::makeChannel(const std::string& providerName) {
     // The admission lives in this object, so whoever holds it holds the whole server.
     const std::shared_ptr<Admission> admission(shared_from_this(), &_admission);
-    return CIMOMHandle(std::make_shared<ServerChannel>(admission, providerName));
+    return std::make_shared<ServerChannel>(admission, providerName);
 }
 
 }  // namespace velmar_embedded

@@ -42,8 +42,8 @@ class RunningServer : public LocalServer, public std::enable_shared_from_this<Ru
     std::shared_ptr<Pending> submit(std::shared_ptr<const Request> request) override;
     void noteTimeout(const Request& request, Pegasus::Uint32 milliseconds) override;
 
-    /// The handle for a provider's initialize.
-    Pegasus::CIMOMHandle makeHandle(const std::string& providerName);
+    /// For the handle of a provider's initialize.
+    std::shared_ptr<Channel> makeChannel(const std::string& providerName);
 
     Repository& repository() { return _repository; }
     Registry& registry() { return _registry; }

@@ -37,7 +37,7 @@ struct Server::Impl {
                           const std::vector<Capabilities>& capabilities) {
         auto provider = server->registry().addProvider(
             name, std::move(create),
-            [server = server.get(), name] { return server->makeHandle(name); });
+            [server = server.get(), name] { return server->makeChannel(name); });
         for (const Capabilities& served : capabilities) {
             server->registry().addCapabilities(provider, served);
         }

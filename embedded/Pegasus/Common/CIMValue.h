@@ -80,6 +80,8 @@ class PEGASUS_EXPORT CIMValue {
     String toString() const;
 
  private:
+    friend struct HandleAccess;
+
     template <class T>
     void store(const T& x);
     template <class T>
