@@ -135,6 +135,9 @@ void CallWatch::checkObject(const CIMConstObject& object) {
     }
     if (answersAboutAssociations() && _facts) {
         checkFarClass(_report, *_facts, _request.resultClass, *facts);
+        if (_checks.isServedByOther(_request.nameSpace, object.getClassName(), _provider)) {
+            return;  // fetched from there, most likely
+        }
     }
     checkKeyProperties(report, *facts, object, _request.propertyList);
     if (delivery.isKnownGood && !isEnumeration()) {

@@ -19,6 +19,7 @@ void Checks::checkPackage(const std::vector<velmar_embedded::RegisteredModule>& 
         return;
     }
     Findings now;
+    now.observe([](const Finding&) {});  // not yet known to be new
     checkModules(now, modules);
     checkRegistrations(now, _schema, _registry.registrations());
     for (const Finding& finding : now.all()) {
@@ -31,6 +32,13 @@ void Checks::checkPackage(const std::vector<velmar_embedded::RegisteredModule>& 
             _findings.add(finding);
         }
     }
+}
+
+bool Checks::isServedByOther(const CIMNamespaceName& nameSpace, const CIMName& className,
+                             const std::string& provider) const {
+    const velmar_embedded::LoadedProvider* serving =
+        _registry.find(nameSpace, className, velmar_embedded::ProviderType::Instance);
+    return serving && serving->name() != provider;
 }
 
 void Checks::checkIndication(const std::string& provider, const CIMIndication& indication) {

@@ -41,6 +41,9 @@ class Checks : public velmar_embedded::LoadObserver {
 
     /// The registrations and the schema as they are now; what was found before is not told again.
     void checkPackage(const std::vector<velmar_embedded::RegisteredModule>& modules);
+    /// Whether another provider serves the instances of a class, and is watched itself.
+    bool isServedByOther(const Pegasus::CIMNamespaceName& nameSpace,
+                         const Pegasus::CIMName& className, const std::string& provider) const;
     /// A provider delivers an indication.
     void checkIndication(const std::string& provider, const Pegasus::CIMIndication& indication);
     /// The server stores a created instance itself.

@@ -3,6 +3,8 @@
 
 #include "checks/Findings.h"
 
+#include <stdio.h>
+
 #include <utility>
 
 namespace velmar_checks {
@@ -33,6 +35,8 @@ void Findings::add(Finding finding) {
     }
     if (_observer) {
         _observer(finding);
+    } else {
+        fprintf(stderr, "CIM server: %s\n", toLine(finding).c_str());
     }
 }
 

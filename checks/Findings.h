@@ -24,7 +24,7 @@ class Findings {
     using Observer = std::function<void(const Finding&)>;
 
     /// Told of each new finding, on the thread that makes it and with no lock of this class held;
-    /// set before the first one.
+    /// set before the first one. Without an observer they go to stderr.
     void observe(Observer observer) { _observer = std::move(observer); }
 
     void add(Finding finding);

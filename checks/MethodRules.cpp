@@ -91,7 +91,7 @@ const MethodFacts* checkCall(const Report& report, const ClassFacts& facts, cons
                            called + "parameter " + parameter + ", which it does not declare" +
                                didYouMean(parameter, method->parameterNames()));
             }
-        } else if (!value.isNull() && !declared->fits(value)) {
+        } else if (inParameters[i].isTyped() && !value.isNull() && !declared->fits(value)) {
             report.add(parameterType, element(*method, parameter),
                        called + "parameter " + parameter + " as " + describe(value) +
                            ", it declares " + declared->typeText() + "; " +

@@ -6,6 +6,8 @@
 #include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/CIMValue.h>
 
+#include <algorithm>
+
 #include "checks/Wording.h"
 #include "model/CIMReps.h"
 
@@ -49,16 +51,22 @@ Snapshot::Snapshot(const CIMConstObject& object) {
 
 std::string Snapshot::difference(const CIMConstObject& now) const {
     const ObjectRep& rep = *HandleAccess::rep(now);
-    size_t i = 0;
-    for (const CIMProperty& property : rep.properties) {
+    const auto entryOf = [](const CIMProperty& property) {
         const auto& propertyRep = HandleAccess::rep(property);
-        if (i == _entries.size() || propertyRep != _entries[i].property ||
-            HandleAccess::data(propertyRep->value) != _entries[i].value) {
-            return "property " + textOf(propertyRep->name);
-        }
-        i++;
+        return Entry{propertyRep, HandleAccess::data(propertyRep->value)};
+    };
+    const bool same = std::equal(
+        rep.properties.begin(), rep.properties.end(), _entries.begin(), _entries.end(),
+        [&](const CIMProperty& property, const Entry& e) { return entryOf(property) == e; });
+    if (same) {
+        return "";
     }
-    return i == _entries.size() ? "" : "the number of properties";
+    for (const CIMProperty& property : rep.properties) {
+        if (std::find(_entries.begin(), _entries.end(), entryOf(property)) == _entries.end()) {
+            return "property " + textOf(property.getName());
+        }
+    }
+    return "the list of properties";
 }
 
 void checkUnchanged(Findings& findings, const std::string& provider, const Handed& handed) {

@@ -29,13 +29,16 @@ namespace velmar_checks {
 class Snapshot {
  public:
     explicit Snapshot(const Pegasus::CIMConstObject& object);
-    /// What has changed since: "property Speed", "the number of properties"; empty if nothing has.
+    /// What has changed since: "property Speed", "the list of properties"; empty if nothing has.
     std::string difference(const Pegasus::CIMConstObject& now) const;
 
  private:
     struct Entry {
         std::shared_ptr<const void> property;
         std::shared_ptr<const void> value;
+        bool operator==(const Entry& other) const {
+            return property == other.property && value == other.value;
+        }
     };
     std::vector<Entry> _entries;
 };

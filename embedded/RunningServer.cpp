@@ -69,10 +69,11 @@ class StopWatch {
 }  // namespace
 
 RunningServer::RunningServer()
-    : _registry(_problems, _running),
+    : _checks(_repository, _registry),
+      _registry(_problems, _running, _checks),
       _registrationReader(_repository, _registry,
                           [this](const std::string& name) { return makeChannel(name); }),
-      _services{_repository, _registry, _workers, _problems, _running, nullptr, nullptr},
+      _services{_repository, _registry, _workers, _problems, _running, _checks, nullptr, nullptr},
       _admission(_services),
       _subscriptions(_services) {}
 
@@ -86,7 +87,15 @@ void RunningServer::start() {
         withdraw(*this);
         throw std::logic_error("a stopped server cannot be started again");
     }
+    _started = true;
+    registered();
     _admission.complete([this] { _subscriptions.createStored(); });
+}
+
+void RunningServer::registered() {
+    if (_started && _checks.areOn()) {
+        _checks.checkPackage(_registrationReader.modules());
+    }
 }
 
 void RunningServer::stop() {
@@ -104,6 +113,7 @@ void RunningServer::stop() {
         _subscriptions.stop();
         _workers.stop();
         _registry.clear();
+        _checks.forgetDelivered();
         _registrationReader.closeModules();
     }
     _problems.stop();

@@ -7,11 +7,13 @@
 #ifndef VELMAR_EMBEDDED_RUNNINGSERVER_H
 #define VELMAR_EMBEDDED_RUNNINGSERVER_H
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "checks/Checks.h"
 #include "exchange/LocalServer.h"
 #include "indications/Subscriptions.h"
 #include "providers/Problems.h"
@@ -51,18 +53,24 @@ class RunningServer : public LocalServer, public std::enable_shared_from_this<Ru
     Subscriptions& subscriptions() { return _subscriptions; }
     Problems& problems() { return _problems; }
     Services& services() { return _services; }
+    velmar_checks::Checks& checks() { return _checks; }
+
+    /// Lets the checks look at what is registered now; quiet before the start, which looks itself.
+    void registered();
 
  private:
     std::chrono::milliseconds _patience{5000};
     Problems _problems;
     RunningCalls _running;
     Repository _repository;
+    velmar_checks::Checks _checks;
     Registry _registry;
     RegistrationReader _registrationReader;
     WorkerPool _workers;
     Services _services;
     Admission _admission;
     Subscriptions _subscriptions;
+    std::atomic<bool> _started{false};
 };
 
 }  // namespace velmar_embedded

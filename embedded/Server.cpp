@@ -31,6 +31,7 @@ struct Server::Impl {
             throw MofError(file, 0, utf8(e.getMessage()));
         }
         reader.readInstances();
+        server->registered();
     }
 
     void registerProvider(const std::string& name, ProviderFactory create,
@@ -41,6 +42,7 @@ struct Server::Impl {
         for (const Capabilities& served : capabilities) {
             server->registry().addCapabilities(provider, served);
         }
+        server->registered();
     }
 };
 
@@ -127,6 +129,16 @@ void Server::observeCalls(std::function<void(const ProviderCall&)> observer) {
 
 void Server::observeArrivals(std::function<void(const Arrival&)> observer) {
     _impl->server->services().observeArrival = std::move(observer);
+}
+
+void Server::enableChecks(bool on) { _impl->server->checks().enable(on); }
+
+void Server::observeFindings(std::function<void(const velmar_checks::Finding&)> observer) {
+    _impl->server->checks().findings().observe(std::move(observer));
+}
+
+std::vector<velmar_checks::Finding> Server::findings() const {
+    return _impl->server->checks().findings().all();
 }
 
 void Server::observeProblems(std::function<void(const std::string&)> observer) {

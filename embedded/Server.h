@@ -21,6 +21,8 @@
 #include <string>
 #include <vector>
 
+#include <velmar_checks/Finding.h>
+
 #include "ServerTypes.h"
 #include "schema/Mof.h"
 #include "schema/Repository.h"
@@ -109,6 +111,17 @@ class Server {
     /// subscriber that throws, a client that has waited in vain, what a slow stop waits for. Set
     /// before start; without one, and after stop, they go to stderr.
     void observeProblems(std::function<void(const std::string&)> observer);
+
+    /// The checks say what is wrong with registrations, classes, what providers deliver and what
+    /// clients give; clients are answered the same with and without. On unless switched off before
+    /// start.
+    void enableChecks(bool on);
+    /// Called with each new finding; set before start. Without an observer it goes to stderr, one
+    /// line each.
+    void observeFindings(std::function<void(const velmar_checks::Finding&)> observer);
+    /// All findings so far, each once with its count; what concerns a request is there when its
+    /// caller has the answer.
+    std::vector<velmar_checks::Finding> findings() const;
 
  private:
     struct Impl;
