@@ -37,6 +37,13 @@ const Rule farClass{
     "not of the result class that was asked for.",
     "Deliver the far ends only, and honour the result class."};
 
+const Rule refusedRole{
+    "association.refused-role", Severity::Error,
+    "A provider refused a role that its association class declares: it does not know the reference "
+    "property by this name, so it finds no association without roles either.",
+    "Give InstanceAssociationProvider's constructor the reference properties as the MOF spells "
+    "them, letter case included."};
+
 // Ends as class paths stand for all instances of their class, wherever they are.
 void checkEndPlace(const Report& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
                    const std::string& name, const CIMObjectPath& end) {
@@ -92,7 +99,7 @@ void checkEnd(const Report& report, SchemaFacts& schema, const CIMNamespaceName&
 
 }  // namespace
 
-RuleList associationRules() { return {&nullEnd, &endClass, &endPlace, &farClass}; }
+RuleList associationRules() { return {&nullEnd, &endClass, &endPlace, &farClass, &refusedRole}; }
 
 void checkEnds(const Report& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
                const ClassFacts& association, const CIMConstObject& object) {
@@ -153,6 +160,19 @@ void checkFarClass(const Report& report, const ClassFacts& association, const CI
         report.add(farClass, delivered.name(),
                    "delivers an object of class " + delivered.name() + " as associated, but only " +
                        textOf(resultClass) + " was asked for; honour the result class");
+    }
+}
+
+void checkRefusedRole(const Report& report, const ClassFacts& association, const String& role) {
+    for (const Declared* reference : association.references()) {
+        const std::string name = textOf(reference->name);
+        if (name == textOf(role)) {  // in other letter case it may be refused
+            report.add(refusedRole, name,
+                       "refuses the role " + name +
+                           ", which the class declares; give the "
+                           "constructor of the provider the reference properties as the MOF spells "
+                           "them");
+        }
     }
 }
 

@@ -31,6 +31,10 @@ void checkEndKeys(const Report& report, SchemaFacts& schema,
 void checkFarClass(const Report& report, const ClassFacts& association,
                    const Pegasus::CIMName& resultClass, const ClassFacts& delivered);
 
+/// A role of a request that the provider refused as invalid.
+void checkRefusedRole(const Report& report, const ClassFacts& association,
+                      const Pegasus::String& role);
+
 }  // namespace velmar_checks
 
 #endif

@@ -210,16 +210,25 @@ void CallWatch::threw() {
     if (_requestIsGood) {  // else it is what the caller deserved
         _protocol.threw(_report);
     }
-    if (_request.operation != Operation::InvokeMethod || !_facts || !_facts->isIndication()) {
+    if (!_facts) {
         return;
     }
     try {
         throw;
     } catch (const CIMException& e) {
-        if (e.getCode() == CIM_ERR_INVALID_CLASS || e.getCode() == CIM_ERR_NOT_FOUND) {
-            checkEnrichment(_report, _request.methodName, textOf(e.getMessage()));
-        }
+        checkFailure(e.getCode(), textOf(e.getMessage()));
     } catch (...) {
+    }
+}
+
+// What the status tells of the provider.
+void CallWatch::checkFailure(CIMStatusCode code, const std::string& message) {
+    const bool unknownClass = code == CIM_ERR_INVALID_CLASS || code == CIM_ERR_NOT_FOUND;
+    if (_request.operation == Operation::InvokeMethod && _facts->isIndication() && unknownClass) {
+        checkEnrichment(_report, _request.methodName, message);
+    } else if (_facts->isAssociation() && code == CIM_ERR_INVALID_PARAMETER) {
+        checkRefusedRole(_report, *_facts, _request.role);
+        checkRefusedRole(_report, *_facts, _request.resultRole);
     }
 }
 

@@ -13,6 +13,7 @@
 #include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMParamValue.h>
+#include <Pegasus/Common/CIMStatusCode.h>
 #include <Pegasus/Common/CIMValue.h>
 
 #include <memory>
@@ -56,6 +57,7 @@ class CallWatch {
     class Guard;
 
     void checkRequest();
+    void checkFailure(Pegasus::CIMStatusCode code, const std::string& message);
     void checkObject(const Pegasus::CIMConstObject& object);
     bool answersAboutAssociations() const;
     bool isEnumeration() const;

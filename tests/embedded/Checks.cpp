@@ -389,6 +389,11 @@ const std::vector<Mistake> mistakes{
      "association.far-class",
      {"QORP_LPAR_CS"}},
 
+    {"reference property misspelt in the constructor",
+     [](auto& p) { p.leftProperty = "slot"; },
+     "association.refused-role",
+     {"refuses the role Slot"}},
+
     // Methods
     {"method not declared",
      [](auto& p) { replace(p.schema, "uint32 Spin(", "uint32 Turn("); },

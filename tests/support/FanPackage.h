@@ -85,7 +85,7 @@ struct FanPackage {
         {"ACME_InSlot", {NAMESPACE}, {ProviderType::Instance, ProviderType::Association}, {}}};
     std::vector<Capabilities> alertTypes{
         {"ACME_FanAlert", {NAMESPACE}, {ProviderType::Indication, ProviderType::Method}, {"send"}}};
-    std::string fanClass = "ACME_Fan", alertClass = "ACME_FanAlert";
+    std::string fanClass = "ACME_Fan", alertClass = "ACME_FanAlert", leftProperty = "Slot";
     std::vector<CIMInstance> fans{fan("front"), fan("rear")};
     std::vector<CIMInstance> links{inSlot(slotPath("1"), fanPath("front"))};
     bool callsBase = true;
@@ -157,7 +157,8 @@ class FanProvider : public velmar_remote::InstanceMethodProvider {
 class SlotProvider : public velmar_remote::InstanceAssociationProvider {
  public:
     explicit SlotProvider(const FanPackage& package)
-        : InstanceAssociationProvider("ACME_InSlot", "Slot", "ACME_Slot", "Fan", "ACME_Fan"),
+        : InstanceAssociationProvider("ACME_InSlot", package.leftProperty.c_str(), "ACME_Slot",
+                                      "Fan", "ACME_Fan"),
           _package(package) {}
     void initialize(CIMOMHandle& cimom) override {
         InstanceAssociationProvider::initialize(cimom);
@@ -230,6 +231,7 @@ inline std::vector<velmar_checks::Finding> FanPackage::use() {
     quietly([&] { client.references(ns, fanPath("front")); });
     quietly([&] { client.associatorNames(ns, fanPath("front")); });
     quietly([&] { client.associators(ns, slotPath("1")); });
+    quietly([&] { client.referenceNames(ns, slotPath("1"), CIMName(), "Slot"); });
     quietly([&] {
         Array<CIMParamValue> in, out;
         for (const CIMParamValue& one : spin) {
