@@ -3,6 +3,8 @@
 
 #include "checks/Checks.h"
 
+#include <stdio.h>
+
 #include "checks/AssociationRules.h"
 #include "checks/CreationRules.h"
 #include "checks/IndicationRules.h"
@@ -14,12 +16,25 @@ using namespace Pegasus;
 
 namespace velmar_checks {
 
+void Checks::tell(const Finding& finding) {
+    auto toObserver = [this, finding] {
+        try {
+            _observer(finding);
+        } catch (...) {
+            fprintf(stderr, "CIM server: the observer of findings failed, told of %s\n",
+                    toLine(finding).c_str());
+        }
+    };
+    if (!_observer || !_teller.queue(toObserver)) {
+        fprintf(stderr, "CIM server: %s\n", toLine(finding).c_str());
+    }
+}
+
 void Checks::checkPackage(const std::vector<velmar_embedded::RegisteredModule>& modules) {
     if (!_on) {
         return;
     }
-    Findings now;
-    now.observe([](const Finding&) {});  // not yet known to be new
+    Findings now;  // whatever was found before
     checkModules(now, modules);
     checkRegistrations(now, _schema, _registry.registrations());
     for (const Finding& finding : now.all()) {

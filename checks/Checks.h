@@ -3,7 +3,7 @@
 //
 // The checks as the server sees them: it tells what happens, they say what is wrong with it.
 //
-// Thread-safe, except enable and Findings::observe, which come before the server starts.
+// Thread-safe, except enable and observe, which come before the server starts.
 #ifndef VELMAR_CHECKS_CHECKS_H
 #define VELMAR_CHECKS_CHECKS_H
 
@@ -11,6 +11,7 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMName.h>
 
+#include <functional>
 #include <mutex>
 #include <set>
 #include <string>
@@ -22,18 +23,25 @@
 #include "providers/LoadedProvider.h"
 #include "providers/RegistrationReader.h"
 #include "providers/Registry.h"
+#include "providers/Teller.h"
 #include "schema/Repository.h"
 
 namespace velmar_checks {
 
 class Checks : public velmar_embedded::LoadObserver {
  public:
-    /// Borrows both; the registry may be made later.
-    Checks(const velmar_embedded::Repository& schema, const velmar_embedded::Registry& registry)
-        : _registry(registry), _schema(schema) {}
+    /// Borrows all three; the registry may be made later. The teller calls observers of findings.
+    Checks(const velmar_embedded::Repository& schema, const velmar_embedded::Registry& registry,
+           velmar_embedded::Teller& teller)
+        : _registry(registry),
+          _teller(teller),
+          _findings([this](const Finding& finding) { tell(finding); }),
+          _schema(schema) {}
 
     void enable(bool on) { _on = on; }
     bool areOn() const { return _on; }
+    /// Called by the teller with each new finding; without one findings go to stderr.
+    void observe(std::function<void(const Finding&)> observer) { _observer = std::move(observer); }
 
     Findings& findings() { return _findings; }
     SchemaFacts& schema() { return _schema; }
@@ -58,7 +66,11 @@ class Checks : public velmar_embedded::LoadObserver {
                 bool staysLoaded) override;
 
  private:
+    void tell(const Finding& finding);
+
     const velmar_embedded::Registry& _registry;
+    velmar_embedded::Teller& _teller;
+    std::function<void(const Finding&)> _observer;
     bool _on = true;
     Findings _findings;
     SchemaFacts _schema;

@@ -3,8 +3,6 @@
 
 #include "checks/Findings.h"
 
-#include <stdio.h>
-
 #include <utility>
 
 namespace velmar_checks {
@@ -33,10 +31,8 @@ void Findings::add(Finding finding) {
         }
         _findings.push_back(finding);
     }
-    if (_observer) {
-        _observer(finding);
-    } else {
-        fprintf(stderr, "CIM server: %s\n", toLine(finding).c_str());
+    if (_tell) {
+        _tell(finding);
     }
 }
 

@@ -3,7 +3,7 @@
 //
 // Collects findings: each is kept once, with a count, and told of at its first occurrence.
 //
-// Thread-safe, except observe.
+// Findings is thread-safe.
 #ifndef VELMAR_CHECKS_FINDINGS_H
 #define VELMAR_CHECKS_FINDINGS_H
 
@@ -21,18 +21,18 @@ namespace velmar_checks {
 
 class Findings {
  public:
-    using Observer = std::function<void(const Finding&)>;
+    using Tell = std::function<void(const Finding&)>;
 
-    /// Told of each new finding, on the thread that makes it and with no lock of this class held;
-    /// set before the first one. Without an observer they go to stderr.
-    void observe(Observer observer) { _observer = std::move(observer); }
+    /// `tell` hears of each new finding on the thread that adds it, with no lock of this class
+    /// held.
+    explicit Findings(Tell tell = nullptr) : _tell(std::move(tell)) {}
 
     void add(Finding finding);
     /// In the order of their first occurrence.
     std::vector<Finding> all() const;
 
  private:
-    Observer _observer;
+    const Tell _tell;
     mutable std::mutex _lock;
     std::deque<Finding> _findings;
     std::unordered_map<std::string, size_t> _byKey;

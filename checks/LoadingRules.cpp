@@ -10,8 +10,8 @@
 
 #include <algorithm>
 
-#include "checks/ProtocolRules.h"
 #include "checks/Wording.h"
+#include "exchange/Request.h"
 #include "providers/Module.h"
 
 using namespace Pegasus;
@@ -139,14 +139,15 @@ void checkNotCreated(Findings& findings, const std::string& provider) {
                 break;
         }
     } catch (...) {
-        report.add(notCreated, "", "making its object ended with " + describeException());
+        report.add(notCreated, "",
+                   "making its object ended with " + velmar_embedded::describeCurrentException());
     }
 }
 
 void checkNotInitialized(Findings& findings, const std::string& provider) {
     Report(findings, provider, "")
         .add(notInitialized, "initialize",
-             "initialize ended with " + describeException() +
+             "initialize ended with " + velmar_embedded::describeCurrentException() +
                  "; every request for its classes fails until it succeeds");
 }
 

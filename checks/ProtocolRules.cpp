@@ -4,14 +4,8 @@
 #include "checks/ProtocolRules.h"
 
 #include <Pegasus/Common/Exception.h>
-#include <cxxabi.h>
-#include <stdlib.h>
 
-#include <exception>
-#include <memory>
-#include <typeinfo>
-
-#include "checks/Wording.h"
+#include "exchange/Request.h"
 
 using namespace Pegasus;
 
@@ -59,31 +53,11 @@ const Rule strayException{
     "TypeMismatchException before the first delivery of invokeMethod also means that the class "
     "name given to InstanceMethodProvider's constructor is not the one that was asked for."};
 
-std::string demangled(const char* name) {
-    int status = 0;
-    const std::unique_ptr<char, decltype(&free)> text(
-        abi::__cxa_demangle(name, nullptr, nullptr, &status), &free);
-    return text ? text.get() : name;
-}
-
 }  // namespace
 
 RuleList protocolRules() {
     return {&noProcessing, &lateProcessing, &noComplete,  &completeTwice, &afterComplete,
             &tooMany,      &tooFew,         &emptyObject, &strayException};
-}
-
-std::string describeException() {
-    try {
-        throw;
-    } catch (const Exception& e) {
-        return demangled(typeid(e).name()) + ": " + textOf(e.getMessage());
-    } catch (const std::exception& e) {
-        return demangled(typeid(e).name()) + ": " + e.what();
-    } catch (...) {
-        const std::type_info* type = abi::__cxa_current_exception_type();
-        return type ? "a " + demangled(type->name()) : "an exception";
-    }
 }
 
 void Protocol::processing(const Report& report) {
@@ -149,7 +123,7 @@ void Protocol::threw(const Report& report) {
     }
     if (_completed == 0) {  // afterwards it belongs to work that the answer does not wait for
         report.add(strayException, _operation,
-                   _operation + " ended with " + describeException() +
+                   _operation + " ended with " + velmar_embedded::describeCurrentException() +
                        "; clients hear only that it failed, throw a CIMException that says why" +
                        (_operation == "invokeMethod" && _deliveries == 0
                             ? " (a type mismatch here also means that InstanceMethodProvider was "

@@ -34,10 +34,6 @@ class Protocol {
     unsigned _processing = 0, _deliveries = 0, _completed = 0;
 };
 
-/// "Pegasus::TypeMismatchException: type mismatch", of the exception being handled; call it in a
-/// catch block.
-std::string describeException();
-
 }  // namespace velmar_checks
 
 #endif

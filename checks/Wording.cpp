@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "model/Utf8.h"
+
 using namespace Pegasus;
 
 namespace velmar_checks {
@@ -48,7 +50,7 @@ size_t distance(const std::string& a, const std::string& b) {
 
 }  // namespace
 
-std::string textOf(const String& text) { return std::string(text.getCString()); }
+std::string textOf(const String& text) { return velmar_embedded::utf8(text); }
 std::string textOf(const CIMName& name) { return textOf(name.getString()); }
 std::string textOf(const CIMNamespaceName& name) { return textOf(name.getString()); }
 std::string textOf(const CIMObjectPath& path) { return textOf(path.toString()); }

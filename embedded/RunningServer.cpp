@@ -69,7 +69,8 @@ class StopWatch {
 }  // namespace
 
 RunningServer::RunningServer()
-    : _checks(_repository, _registry),
+    : _problems(_teller),
+      _checks(_repository, _registry, _teller),
       _registry(_problems, _running, _checks),
       _registrationReader(_repository, _registry,
                           [this](const std::string& name) { return makeChannel(name); }),
@@ -99,9 +100,9 @@ void RunningServer::registered() {
 }
 
 void RunningServer::stop() {
-    if (_problems.inObserver()) {
+    if (_teller.isTelling()) {
         throw std::logic_error(
-            "an observer of problems cannot stop the server, which waits for it");
+            "an observer of problems or findings cannot stop the server, which waits for it");
     }
     withdraw(*this);
     if (!_admission.close()) {
@@ -116,7 +117,7 @@ void RunningServer::stop() {
         _checks.forgetDelivered();
         _registrationReader.closeModules();
     }
-    _problems.stop();
+    _teller.stop();
 }
 
 std::shared_ptr<Pending> RunningServer::submit(std::shared_ptr<const Request> request) {

@@ -20,6 +20,7 @@
 #include "providers/RegistrationReader.h"
 #include "providers/Registry.h"
 #include "providers/RunningCalls.h"
+#include "providers/Teller.h"
 #include "requests/Admission.h"
 #include "requests/WorkerPool.h"
 #include "schema/Repository.h"
@@ -51,6 +52,7 @@ class RunningServer : public LocalServer, public std::enable_shared_from_this<Ru
     Registry& registry() { return _registry; }
     RegistrationReader& registrationReader() { return _registrationReader; }
     Subscriptions& subscriptions() { return _subscriptions; }
+    Teller& teller() { return _teller; }
     Problems& problems() { return _problems; }
     Services& services() { return _services; }
     velmar_checks::Checks& checks() { return _checks; }
@@ -60,6 +62,7 @@ class RunningServer : public LocalServer, public std::enable_shared_from_this<Ru
 
  private:
     std::chrono::milliseconds _patience{5000};
+    Teller _teller;
     Problems _problems;
     RunningCalls _running;
     Repository _repository;

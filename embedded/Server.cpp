@@ -111,7 +111,10 @@ std::string Server::subscribe(const std::string& query,
 
 void Server::unsubscribe(const std::string& id) { _impl->server->unsubscribe(id); }
 
-void Server::drain() { _impl->server->subscriptions().drain(); }
+void Server::drain() {
+    _impl->server->subscriptions().drain();
+    _impl->server->teller().flush();
+}
 
 IndicationCounts Server::indicationCounts() const {
     return _impl->server->subscriptions().counts();
@@ -134,7 +137,7 @@ void Server::observeArrivals(std::function<void(const Arrival&)> observer) {
 void Server::enableChecks(bool on) { _impl->server->checks().enable(on); }
 
 void Server::observeFindings(std::function<void(const velmar_checks::Finding&)> observer) {
-    _impl->server->checks().findings().observe(std::move(observer));
+    _impl->server->checks().observe(std::move(observer));
 }
 
 std::vector<velmar_checks::Finding> Server::findings() const {

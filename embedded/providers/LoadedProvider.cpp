@@ -21,9 +21,8 @@ namespace {
 
 }  // namespace
 
-LoadedProvider::LoadedProvider(std::string name, ProviderFactory create,
-                               ChannelFactory makeChannel, Problems& problems,
-                               RunningCalls& running, LoadObserver& observer)
+LoadedProvider::LoadedProvider(std::string name, ProviderFactory create, ChannelFactory makeChannel,
+                               Problems& problems, RunningCalls& running, LoadObserver& observer)
     : _name(std::move(name)),
       _title("provider \"" + _name + "\""),
       _create(std::move(create)),

@@ -29,9 +29,8 @@ std::string keyOf(const CIMNamespaceName& nameSpace, const CIMName& className, P
 std::shared_ptr<LoadedProvider> Registry::addProvider(const std::string& name,
                                                       ProviderFactory create,
                                                       ChannelFactory makeChannel) {
-    auto provider =
-        std::make_shared<LoadedProvider>(name, std::move(create), std::move(makeChannel),
-                                         _problems, _running, _observer);
+    auto provider = std::make_shared<LoadedProvider>(
+        name, std::move(create), std::move(makeChannel), _problems, _running, _observer);
     std::unique_lock<std::shared_mutex> guard(_lock);
     _providers.push_back(provider);
     return provider;
