@@ -5,7 +5,6 @@
 
 #include <stdio.h>
 
-#include "checks/AssociationRules.h"
 #include "checks/CreationRules.h"
 #include "checks/IndicationRules.h"
 #include "checks/LoadingRules.h"
@@ -68,7 +67,6 @@ void Checks::noteStored(const CIMNamespaceName& nameSpace, const CIMInstance& in
     if (facts && nameSpace != CIMNamespaceName("root/PG_InterOp")) {
         const Report report(_findings, "", facts->name());
         checkGiven(report, *facts, "createInstance", instance);
-        checkEnds(report, _schema, nameSpace, *facts, instance);
         velmar_checks::noteStored(report, nameSpace, facts->name());
     }
 }

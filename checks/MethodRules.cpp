@@ -75,9 +75,10 @@ const MethodFacts* checkCall(const Report& report, const ClassFacts& facts, cons
                              const Array<CIMParamValue>& inParameters) {
     const MethodFacts* method = facts.method(name);
     if (!method) {
+        const std::string near = didYouMean(textOf(name), facts.methodNames());
         report.add(undeclared, textOf(name),
                    "method " + textOf(name) + " was called, which the class does not declare" +
-                       didYouMean(textOf(name), facts.methodNames()) + "; declare it in the MOF");
+                       (near.empty() ? "; declare it in the MOF" : near));
         return nullptr;
     }
     const std::string called = "method " + textOf(method->result.name) + " was called with ";
