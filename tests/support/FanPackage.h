@@ -238,6 +238,7 @@ inline std::vector<velmar_checks::Finding> FanPackage::use() {
             in.append(one);
         }
         client.invokeMethod(ns, fanPath("front"), method.c_str(), in, out);
+        client.invokeMethod(ns, fanPath("absent"), method.c_str(), in, out);
     });
     quietly([&] { client.createInstance(ns, created); });
     std::string id;
