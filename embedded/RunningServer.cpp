@@ -69,10 +69,12 @@ class StopWatch {
 }  // namespace
 
 RunningServer::RunningServer()
-    : _registry(_problems, _running),
+    : _problems(_teller),
+      _checks(_repository, _registry, _teller),
+      _registry(_problems, _running, _checks),
       _registrationReader(_repository, _registry,
-                          [this](const std::string& name) { return makeHandle(name); }),
-      _services{_repository, _registry, _workers, _problems, _running, nullptr, nullptr},
+                          [this](const std::string& name) { return makeChannel(name); }),
+      _services{_repository, _registry, _workers, _problems, _running, _checks, nullptr, nullptr},
       _admission(_services),
       _subscriptions(_services) {}
 
@@ -86,13 +88,21 @@ void RunningServer::start() {
         withdraw(*this);
         throw std::logic_error("a stopped server cannot be started again");
     }
+    _started = true;
+    registered();
     _admission.complete([this] { _subscriptions.createStored(); });
 }
 
+void RunningServer::registered() {
+    if (_started && _checks.areOn()) {
+        _checks.checkPackage(_registrationReader.modules());
+    }
+}
+
 void RunningServer::stop() {
-    if (_problems.inObserver()) {
+    if (_teller.isTelling()) {
         throw std::logic_error(
-            "an observer of problems cannot stop the server, which waits for it");
+            "an observer of problems or findings cannot stop the server, which waits for it");
     }
     withdraw(*this);
     if (!_admission.close()) {
@@ -104,9 +114,10 @@ void RunningServer::stop() {
         _subscriptions.stop();
         _workers.stop();
         _registry.clear();
+        _checks.forgetDelivered();
         _registrationReader.closeModules();
     }
-    _problems.stop();
+    _teller.stop();
 }
 
 std::shared_ptr<Pending> RunningServer::submit(std::shared_ptr<const Request> request) {
@@ -141,10 +152,10 @@ void RunningServer::unsubscribe(const std::string& id) {
     _subscriptions.close(removed);  // on this thread, which may be in a subscriber
 }
 
-CIMOMHandle RunningServer::makeHandle(const std::string& providerName) {
+std::shared_ptr<Channel> RunningServer::makeChannel(const std::string& providerName) {
     // The admission lives in this object, so whoever holds it holds the whole server.
     const std::shared_ptr<Admission> admission(shared_from_this(), &_admission);
-    return CIMOMHandle(std::make_shared<ServerChannel>(admission, providerName));
+    return std::make_shared<ServerChannel>(admission, providerName);
 }
 
 }  // namespace velmar_embedded

@@ -7,17 +7,20 @@
 #ifndef VELMAR_EMBEDDED_RUNNINGSERVER_H
 #define VELMAR_EMBEDDED_RUNNINGSERVER_H
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "checks/Checks.h"
 #include "exchange/LocalServer.h"
 #include "indications/Subscriptions.h"
 #include "providers/Problems.h"
 #include "providers/RegistrationReader.h"
 #include "providers/Registry.h"
 #include "providers/RunningCalls.h"
+#include "providers/Teller.h"
 #include "requests/Admission.h"
 #include "requests/WorkerPool.h"
 #include "schema/Repository.h"
@@ -42,27 +45,35 @@ class RunningServer : public LocalServer, public std::enable_shared_from_this<Ru
     std::shared_ptr<Pending> submit(std::shared_ptr<const Request> request) override;
     void noteTimeout(const Request& request, Pegasus::Uint32 milliseconds) override;
 
-    /// The handle for a provider's initialize.
-    Pegasus::CIMOMHandle makeHandle(const std::string& providerName);
+    /// For the handle of a provider's initialize.
+    std::shared_ptr<Channel> makeChannel(const std::string& providerName);
 
     Repository& repository() { return _repository; }
     Registry& registry() { return _registry; }
     RegistrationReader& registrationReader() { return _registrationReader; }
     Subscriptions& subscriptions() { return _subscriptions; }
+    Teller& teller() { return _teller; }
     Problems& problems() { return _problems; }
     Services& services() { return _services; }
+    velmar_checks::Checks& checks() { return _checks; }
+
+    /// Lets the checks look at what is registered now; quiet before the start, which looks itself.
+    void registered();
 
  private:
     std::chrono::milliseconds _patience{5000};
+    Teller _teller;
     Problems _problems;
     RunningCalls _running;
     Repository _repository;
+    velmar_checks::Checks _checks;
     Registry _registry;
     RegistrationReader _registrationReader;
     WorkerPool _workers;
     Services _services;
     Admission _admission;
     Subscriptions _subscriptions;
+    std::atomic<bool> _started{false};
 };
 
 }  // namespace velmar_embedded

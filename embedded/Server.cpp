@@ -31,16 +31,18 @@ struct Server::Impl {
             throw MofError(file, 0, utf8(e.getMessage()));
         }
         reader.readInstances();
+        server->registered();
     }
 
     void registerProvider(const std::string& name, ProviderFactory create,
                           const std::vector<Capabilities>& capabilities) {
         auto provider = server->registry().addProvider(
             name, std::move(create),
-            [server = server.get(), name] { return server->makeHandle(name); });
+            [server = server.get(), name] { return server->makeChannel(name); });
         for (const Capabilities& served : capabilities) {
             server->registry().addCapabilities(provider, served);
         }
+        server->registered();
     }
 };
 
@@ -109,7 +111,10 @@ std::string Server::subscribe(const std::string& query,
 
 void Server::unsubscribe(const std::string& id) { _impl->server->unsubscribe(id); }
 
-void Server::drain() { _impl->server->subscriptions().drain(); }
+void Server::drain() {
+    _impl->server->subscriptions().drain();
+    _impl->server->teller().flush();
+}
 
 IndicationCounts Server::indicationCounts() const {
     return _impl->server->subscriptions().counts();
@@ -127,6 +132,16 @@ void Server::observeCalls(std::function<void(const ProviderCall&)> observer) {
 
 void Server::observeArrivals(std::function<void(const Arrival&)> observer) {
     _impl->server->services().observeArrival = std::move(observer);
+}
+
+void Server::enableChecks(bool on) { _impl->server->checks().enable(on); }
+
+void Server::observeFindings(std::function<void(const velmar_checks::Finding&)> observer) {
+    _impl->server->checks().observe(std::move(observer));
+}
+
+std::vector<velmar_checks::Finding> Server::findings() const {
+    return _impl->server->checks().findings().all();
 }
 
 void Server::observeProblems(std::function<void(const std::string&)> observer) {

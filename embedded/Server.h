@@ -21,6 +21,8 @@
 #include <string>
 #include <vector>
 
+#include <velmar_checks/Finding.h>
+
 #include "ServerTypes.h"
 #include "schema/Mof.h"
 #include "schema/Repository.h"
@@ -60,7 +62,7 @@ class Server {
     /// Refuses new requests, waits for running operations, disables indications, hands over what
     /// is queued, terminates the providers, closes their libraries and tells the remaining
     /// problems. Quiet when not started. Not in a subscriber; throws std::logic_error in an
-    /// observer of problems.
+    /// observer of problems or findings.
     void stop();
     /// How long stop waits before it reports as problems what for; 5 s unless set before stop.
     void setStopPatience(std::chrono::milliseconds patience);
@@ -88,8 +90,8 @@ class Server {
     /// not wait for. Throws CIMException (CIM_ERR_NOT_FOUND).
     void unsubscribe(const std::string& id);
     /// Waits until what was delivered before has been handed to the subscribers, and the problems
-    /// reported before have been told (not in an observer of problems, which does not wait for
-    /// itself). Throws std::logic_error in a subscriber.
+    /// and findings reported before have been told (not in an observer of these, which does not
+    /// wait for itself). Throws std::logic_error in a subscriber.
     void drain();
     /// Of all subscriptions since start, the ended ones included. An indication counts once for
     /// each subscription that its provider had accepted, as unmatched if there was none.
@@ -109,6 +111,17 @@ class Server {
     /// subscriber that throws, a client that has waited in vain, what a slow stop waits for. Set
     /// before start; without one, and after stop, they go to stderr.
     void observeProblems(std::function<void(const std::string&)> observer);
+
+    /// The checks say what is wrong with registrations, classes, what providers deliver and what
+    /// clients give; clients are answered the same with and without. On unless switched off before
+    /// start.
+    void enableChecks(bool on);
+    /// Called with each new finding, on the thread of observeProblems; set before start. Without an
+    /// observer they go to stderr, one line each.
+    void observeFindings(std::function<void(const velmar_checks::Finding&)> observer);
+    /// All findings so far, each once with its count; what concerns a request is there when its
+    /// caller has the answer.
+    std::vector<velmar_checks::Finding> findings() const;
 
  private:
     struct Impl;

@@ -14,8 +14,11 @@ class Channel {
     virtual ~Channel() = default;
     /// Waits for its turn and for the answer. Throws what the request failed with.
     virtual Answer exchange(Request request) = 0;
-    /// The provider at this end must not be unloaded while it is idle, or may be again.
-    virtual void keepProvider(bool /*keep*/) {}
+
+    /// Counts that the provider behind the handle wants to stay loaded, or no longer does.
+    virtual void keepLoaded(bool) {}
+    /// Whether it was asked for more often than taken back.
+    virtual bool staysLoaded() const { return true; }
 };
 
 }  // namespace velmar_embedded

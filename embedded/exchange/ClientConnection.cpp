@@ -87,6 +87,9 @@ Answer transmitted(const Request& request, Answer delivered) {
         (request.operation == Operation::CreateInstance && delivered.paths.size() == 0)) {
         malformedAnswer(request);
     }
+    for (const auto& guard : delivered.guards) {
+        guard->encoding();
+    }
     Answer answer;
     answer.classes = delivered.classes;
     answer.names = delivered.names;

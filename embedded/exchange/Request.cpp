@@ -44,6 +44,11 @@ const char* operationName(Operation operation) {
     return names[static_cast<int>(operation)];
 }
 
+std::mutex& deliveredPathLock() {
+    static std::mutex lock;
+    return lock;
+}
+
 Failure Failure::ofCurrentException() {
     try {
         throw;

@@ -19,8 +19,11 @@
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/OperationContext.h>
 
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace velmar_embedded {
 
@@ -109,6 +112,18 @@ struct Request {
     Pegasus::Array<Pegasus::CIMParamValue> parameters;
 };
 
+/// Looks at what an answer holds once more.
+class AnswerGuard {
+ public:
+    virtual ~AnswerGuard() = default;
+    /// Its objects are about to be encoded, on the caller's thread.
+    virtual void encoding() const = 0;
+};
+
+/// The server completes the paths of objects that association operations have delivered, in place
+/// and under this lock: whoever looks at the path of a delivered object meanwhile takes it too.
+std::mutex& deliveredPathLock();
+
 /// Handles as the provider delivered them.
 struct Answer {
     Pegasus::Array<Pegasus::CIMClass> classes;
@@ -120,6 +135,8 @@ struct Answer {
     Pegasus::Array<Pegasus::CIMParamValue> parameters;
     /// The list that a client's answer is cut down to.
     Pegasus::CIMPropertyList propertyList;
+    /// One for each provider that delivered objects; none when nobody wants to know.
+    std::vector<std::shared_ptr<const AnswerGuard>> guards;
 };
 
 /// An error as it leaves an operation: every exception becomes a code and a text.

@@ -206,6 +206,9 @@ void IndicationSource::remove(const Subscription& subscription,
 void IndicationSource::stop() { disableHeld(); }
 
 void IndicationSource::deliver(const CIMIndication& indication) {
+    if (_services.checks.areOn()) {
+        _services.checks.checkIndication(_provider.name(), indication);
+    }
     checkDelivered(indication);
     std::vector<std::shared_ptr<Subscription>> accepted;
     {

@@ -299,7 +299,6 @@ void Subscriptions::drain() {
     for (const std::shared_ptr<Subscription>& subscription : active()) {
         subscription->queue->drain();
     }
-    _services.problems.flush();
 }
 
 IndicationCounts Subscriptions::counts() const {

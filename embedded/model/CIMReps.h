@@ -45,6 +45,8 @@ struct HandleAccess {
     static const auto& rep(const Handle& handle) {
         return handle._rep;
     }
+    /// What a value holds; null if it is null. Another object after every assignment.
+    static const std::shared_ptr<const void>& data(const CIMValue& value) { return value._data; }
     template <class Handle, class Rep>
     static Handle handle(std::shared_ptr<Rep> rep) {
         Handle handle;

@@ -3,6 +3,8 @@
 
 #include "providers/LoadedProvider.h"
 
+#include <Pegasus/Provider/CIMOMHandle.h>
+
 #include <utility>
 
 #include "exchange/Request.h"
@@ -19,15 +21,15 @@ namespace {
 
 }  // namespace
 
-LoadedProvider::LoadedProvider(std::string name, ProviderFactory create,
-                               std::function<CIMOMHandle()> makeHandle, Problems& problems,
-                               RunningCalls& running)
+LoadedProvider::LoadedProvider(std::string name, ProviderFactory create, ChannelFactory makeChannel,
+                               Problems& problems, RunningCalls& running, LoadObserver& observer)
     : _name(std::move(name)),
       _title("provider \"" + _name + "\""),
       _create(std::move(create)),
-      _makeHandle(std::move(makeHandle)),
+      _makeChannel(std::move(makeChannel)),
       _problems(problems),
       _running(running),
+      _observer(observer),
       _loading(_title + " in its initialize") {}
 
 CIMProvider& LoadedProvider::load(const Purpose& purpose) {
@@ -39,9 +41,9 @@ CIMProvider& LoadedProvider::load(const Purpose& purpose) {
         return *object;
     }
     Gate::Scope scope(pass.chain());
-    CIMOMHandle handle = _makeHandle();
+    const std::shared_ptr<Channel> channel = _makeChannel();
     CIMProvider* object = create(purpose);
-    initialize(*object, handle, purpose);
+    initialize(*object, channel, purpose);
     _object.store(object, std::memory_order_release);
     return *object;
 }
@@ -50,6 +52,7 @@ CIMProvider* LoadedProvider::create(const Purpose& purpose) {
     try {
         return _create();
     } catch (...) {
+        _observer.notCreated(_name);
         if (!_failed) {
             throw;
         }
@@ -60,17 +63,21 @@ CIMProvider* LoadedProvider::create(const Purpose& purpose) {
     }
 }
 
-void LoadedProvider::initialize(CIMProvider& object, CIMOMHandle& handle, const Purpose& purpose) {
+void LoadedProvider::initialize(CIMProvider& object, const std::shared_ptr<Channel>& channel,
+                                const Purpose& purpose) {
+    CIMOMHandle handle(channel);
     try {
         object.initialize(handle);
         _failed = false;
     } catch (...) {
         _failed = true;
+        _observer.notInitialized(_name);
         _problems.report(_title + ": initialize for " + purpose.text() +
                          " failed: " + describeCurrentException());
         terminate(object);
         failInitialization();
     }
+    _observer.loaded(_name, object, channel->staysLoaded());
 }
 
 void LoadedProvider::terminate(CIMProvider& object) {

@@ -8,7 +8,6 @@
 #define VELMAR_EMBEDDED_PROVIDERS_LOADEDPROVIDER_H
 
 #include <Pegasus/Common/Exception.h>
-#include <Pegasus/Provider/CIMOMHandle.h>
 #include <Pegasus/Provider/CIMProvider.h>
 
 #include <atomic>
@@ -16,6 +15,7 @@
 #include <memory>
 #include <string>
 
+#include "exchange/Channel.h"
 #include "providers/Gate.h"
 #include "providers/Problems.h"
 #include "providers/RunningCalls.h"
@@ -25,12 +25,27 @@ namespace velmar_embedded {
 /// Makes a provider's object; throws instead of giving none.
 using ProviderFactory = std::function<Pegasus::CIMProvider*()>;
 
+/// The way that a provider's CIMOMHandle takes, a new one each time.
+using ChannelFactory = std::function<std::shared_ptr<Channel>()>;
+
+/// Told of how providers are loaded, on the thread that loads them.
+class LoadObserver {
+ public:
+    virtual ~LoadObserver() = default;
+    /// There is no object because of the exception that is being handled.
+    virtual void notCreated(const std::string& provider) = 0;
+    /// Its initialize ended with the exception that is being handled.
+    virtual void notInitialized(const std::string& provider) = 0;
+    /// `staysLoaded` tells whether it asked for not being unloaded.
+    virtual void loaded(const std::string& provider, const Pegasus::CIMProvider& object,
+                        bool staysLoaded) = 0;
+};
+
 class LoadedProvider {
  public:
-    /// `makeHandle` gives the handle for initialize, a new channel each time.
-    LoadedProvider(std::string name, ProviderFactory create,
-                   std::function<Pegasus::CIMOMHandle()> makeHandle, Problems& problems,
-                   RunningCalls& running);
+    /// `makeChannel` gives the channel of the handle for initialize.
+    LoadedProvider(std::string name, ProviderFactory create, ChannelFactory makeChannel,
+                   Problems& problems, RunningCalls& running, LoadObserver& observer);
     LoadedProvider(const LoadedProvider&) = delete;
     LoadedProvider& operator=(const LoadedProvider&) = delete;
 
@@ -60,16 +75,17 @@ class LoadedProvider {
 
  private:
     Pegasus::CIMProvider* create(const Purpose& purpose);
-    void initialize(Pegasus::CIMProvider& object, Pegasus::CIMOMHandle& handle,
+    void initialize(Pegasus::CIMProvider& object, const std::shared_ptr<Channel>& channel,
                     const Purpose& purpose);
     void terminate(Pegasus::CIMProvider& object);
 
     const std::string _name;
     const std::string _title;
     const ProviderFactory _create;
-    const std::function<Pegasus::CIMOMHandle()> _makeHandle;
+    const ChannelFactory _makeChannel;
     Problems& _problems;
     RunningCalls& _running;
+    LoadObserver& _observer;
     Gate _loading;
     bool _failed = false;  // the last initialize; changed while the gate is held
     std::atomic<Pegasus::CIMProvider*> _object{nullptr};  // null until initialized

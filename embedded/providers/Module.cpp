@@ -15,14 +15,6 @@ using namespace Pegasus;
 
 namespace velmar_embedded {
 
-namespace {
-
-CIMException failed(const std::string& reason) {
-    return CIMException(CIM_ERR_FAILED, String(reason.c_str()));
-}
-
-}  // namespace
-
 Module::Module(std::string location, std::function<std::vector<std::string>()> directories)
     : _location(std::move(location)), _directories(std::move(directories)) {}
 
@@ -32,27 +24,37 @@ Module::~Module() {
     }
 }
 
-void Module::open() {
-    const std::string name = "lib" + _location + ".so";
-    std::string tried;
+// The first one there is; empty without one.
+std::string Module::file() const {
     for (const std::string& directory : _directories()) {
-        _file = directory + "/" + name;
-        if (access(_file.c_str(), F_OK) == 0) {
-            const std::string reason = reasonAgainstModule(_file);
-            if (!reason.empty()) {
-                throw failed(reason);
-            }
-            _library = dlopen(_file.c_str(), RTLD_NOW);
-            if (!_library) {
-                throw failed(dlerror());
-            }
-            return;
+        const std::string file = directory + "/lib" + _location + ".so";
+        if (access(file.c_str(), F_OK) == 0) {
+            return file;
         }
-        tried += (tried.empty() ? "" : ", ") + directory;
     }
-    throw failed(name + " is not found: " +
-                 (tried.empty() ? "no folder of provider modules was named"
-                                : "it is in none of the folders " + tried));
+    return "";
+}
+
+void Module::open() {
+    _file = file();
+    if (_file.empty()) {
+        std::string tried;
+        for (const std::string& directory : _directories()) {
+            tried += (tried.empty() ? "" : ", ") + directory;
+        }
+        throw ModuleError(ModuleError::NotFound, _location,
+                          "lib" + _location + ".so is not found: " +
+                              (tried.empty() ? "no folder of provider modules was named"
+                                             : "it is in none of the folders " + tried));
+    }
+    const std::string reason = reasonAgainstModule(_file);
+    if (!reason.empty()) {
+        throw ModuleError(ModuleError::NotLoadable, _location, reason);
+    }
+    _library = dlopen(_file.c_str(), RTLD_NOW);
+    if (!_library) {
+        throw ModuleError(ModuleError::NotLoadable, _location, dlerror());
+    }
 }
 
 CIMProvider* Module::createProvider(const std::string& name) {
@@ -64,12 +66,13 @@ CIMProvider* Module::createProvider(const std::string& name) {
         }
         create = reinterpret_cast<decltype(create)>(dlsym(_library, "PegasusCreateProvider"));
         if (!create) {
-            throw failed(dlerror());
+            throw ModuleError(ModuleError::NoEntryPoint, _location, dlerror());
         }
     }
     CIMProvider* provider = create(String(name.c_str()));
     if (!provider) {
-        throw failed(_file + ": PegasusCreateProvider does not know the provider " + name);
+        throw ModuleError(ModuleError::UnknownProvider, _location,
+                          _file + ": PegasusCreateProvider does not know the provider " + name);
     }
     return provider;
 }

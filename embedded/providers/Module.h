@@ -7,6 +7,7 @@
 #ifndef VELMAR_EMBEDDED_PROVIDERS_MODULE_H
 #define VELMAR_EMBEDDED_PROVIDERS_MODULE_H
 
+#include <Pegasus/Common/Exception.h>
 #include <Pegasus/Provider/CIMProvider.h>
 
 #include <functional>
@@ -15,6 +16,24 @@
 #include <vector>
 
 namespace velmar_embedded {
+
+/// Why there is no provider of a module: a CIM_ERR_FAILED.
+class ModuleError : public Pegasus::CIMException {
+ public:
+    enum Kind { NotFound, NotLoadable, NoEntryPoint, UnknownProvider };
+    ModuleError(Kind kind, std::string location, const std::string& reason)
+        : CIMException(Pegasus::CIM_ERR_FAILED, Pegasus::String(reason.c_str())),
+          _kind(kind),
+          _location(std::move(location)) {}
+
+    Kind kind() const { return _kind; }
+    /// Of the module, as it is registered.
+    const std::string& location() const { return _location; }
+
+ private:
+    Kind _kind;
+    std::string _location;
+};
 
 class Module {
  public:
@@ -25,12 +44,15 @@ class Module {
     Module(const Module&) = delete;
     Module& operator=(const Module&) = delete;
 
-    /// Opens the library if need be and asks it for a provider. Throws CIMException
-    /// (CIM_ERR_FAILED) with the folders tried, with the loader's text, or when the library does
-    /// not know the name.
+    const std::string& location() const { return _location; }
+    /// Whether the library is in one of the directories.
+    bool isFound() const { return !file().empty(); }
+    /// Opens the library if need be and asks it for a provider. Throws ModuleError with the
+    /// folders tried, with the loader's text, or when the library does not know the name.
     Pegasus::CIMProvider* createProvider(const std::string& name);
 
  private:
+    std::string file() const;
     void open();
 
     const std::string _location;

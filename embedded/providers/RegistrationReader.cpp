@@ -99,8 +99,8 @@ class RegistrationReader::Reader {
 };
 
 RegistrationReader::RegistrationReader(Repository& repository, Registry& registry,
-                                       MakeHandle makeHandle)
-    : _repository(repository), _registry(registry), _makeHandle(std::move(makeHandle)) {
+                                       MakeChannel makeChannel)
+    : _repository(repository), _registry(registry), _makeChannel(std::move(makeChannel)) {
     _repository.createNamespace(CIMNamespaceName("root"));
     compileMofText(_repository, CIMNamespaceName(interopNamespace), registrationClasses,
                    "registration classes");
@@ -173,7 +173,7 @@ void RegistrationReader::readProvider(const Reader& instance) {
     }
     auto create = [library = module->second, name] { return library->createProvider(name); };
     _providers[{moduleName, name}] =
-        _registry.addProvider(name, create, [this, name] { return _makeHandle(name); });
+        _registry.addProvider(name, create, [this, name] { return _makeChannel(name); });
 }
 
 void RegistrationReader::readCapabilities(const Reader& instance) {
@@ -207,6 +207,21 @@ void RegistrationReader::readCapabilities(const Reader& instance) {
     if (failure) {
         instance.fail("ClassName", utf8(failure->message));
     }
+}
+
+std::vector<RegisteredModule> RegistrationReader::modules() const {
+    std::lock_guard<std::mutex> guard(_lock);
+    std::vector<RegisteredModule> result;
+    for (const auto& [name, module] : _modules) {
+        RegisteredModule one{name, module->location(), {}, directories(), module->isFound()};
+        for (const auto& provider : _providers) {
+            if (provider.first.first == name) {
+                one.providers.push_back(provider.first.second);
+            }
+        }
+        result.push_back(std::move(one));
+    }
+    return result;
 }
 
 void RegistrationReader::closeModules() {

@@ -7,8 +7,6 @@
 #ifndef VELMAR_EMBEDDED_PROVIDERS_REGISTRATIONREADER_H
 #define VELMAR_EMBEDDED_PROVIDERS_REGISTRATIONREADER_H
 
-#include <Pegasus/Provider/CIMOMHandle.h>
-
 #include <functional>
 #include <map>
 #include <memory>
@@ -24,12 +22,21 @@
 
 namespace velmar_embedded {
 
+/// A registered module, and whether its library is where libraries are searched.
+struct RegisteredModule {
+    std::string name;
+    std::string location;
+    std::vector<std::string> providers;  ///< names of those that are in it
+    std::vector<std::string> folders;    ///< that are searched
+    bool isFound;
+};
+
 class RegistrationReader {
  public:
-    using MakeHandle = std::function<Pegasus::CIMOMHandle(const std::string& providerName)>;
+    using MakeChannel = std::function<std::shared_ptr<Channel>(const std::string& providerName)>;
 
     /// Declares the namespaces root and root/PG_InterOp, the latter with the registration classes.
-    RegistrationReader(Repository& repository, Registry& registry, MakeHandle makeHandle);
+    RegistrationReader(Repository& repository, Registry& registry, MakeChannel makeChannel);
 
     /// Libraries are searched in the directories in the order of these calls.
     void addDirectory(const std::string& directory);
@@ -39,6 +46,7 @@ class RegistrationReader {
     /// Registers what is new in the repository. An instance that cannot be is removed from it and
     /// named in the MofError, with its place.
     void readInstances();
+    std::vector<RegisteredModule> modules() const;
     /// Closes the libraries; their providers must have gone from the registry.
     void closeModules();
 
@@ -56,8 +64,8 @@ class RegistrationReader {
 
     Repository& _repository;
     Registry& _registry;
-    const MakeHandle _makeHandle;
-    std::mutex _lock;
+    const MakeChannel _makeChannel;
+    mutable std::mutex _lock;
     std::set<std::string> _known;          // paths of the instances that were read
     std::map<std::string, Place> _places;  // of those that were not yet, by path
     std::map<std::string, std::shared_ptr<Module>> _modules;

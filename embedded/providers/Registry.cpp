@@ -28,9 +28,9 @@ std::string keyOf(const CIMNamespaceName& nameSpace, const CIMName& className, P
 
 std::shared_ptr<LoadedProvider> Registry::addProvider(const std::string& name,
                                                       ProviderFactory create,
-                                                      std::function<CIMOMHandle()> makeHandle) {
-    auto provider = std::make_shared<LoadedProvider>(name, std::move(create), std::move(makeHandle),
-                                                     _problems, _running);
+                                                      ChannelFactory makeChannel) {
+    auto provider = std::make_shared<LoadedProvider>(
+        name, std::move(create), std::move(makeChannel), _problems, _running, _observer);
     std::unique_lock<std::shared_mutex> guard(_lock);
     _providers.push_back(provider);
     return provider;
@@ -45,9 +45,12 @@ void Registry::addCapabilities(const std::shared_ptr<LoadedProvider>& provider,
     const CIMName className(capabilities.className.c_str());
     std::unique_lock<std::shared_mutex> guard(_lock);
     std::vector<std::string> keys;
+    std::vector<Registration> added;
     for (const std::string& nameSpace : capabilities.nameSpaces) {
         for (ProviderType type : capabilities.types) {
-            keys.push_back(keyOf(CIMNamespaceName(nameSpace.c_str()), className, type));
+            const CIMNamespaceName place(nameSpace.c_str());
+            keys.push_back(keyOf(place, className, type));
+            added.push_back({provider->name(), className, place, type, entry.methods});
             auto other = _entries.find(keys.back());
             if (type != ProviderType::Indication && other != _entries.end()) {
                 throw RegistrationError("class " + capabilities.className + " in namespace " +
@@ -60,6 +63,7 @@ void Registry::addCapabilities(const std::shared_ptr<LoadedProvider>& provider,
     for (const std::string& key : keys) {
         _entries.emplace(key, entry);
     }
+    _registrations.insert(_registrations.end(), added.begin(), added.end());
 }
 
 const Registry::Entry* Registry::findEntry(const std::string& key) const {
@@ -95,6 +99,11 @@ std::vector<LoadedProvider*> Registry::findIndicationProviders(const CIMNamespac
         providers.push_back(entry->second.provider.get());
     }
     return providers;
+}
+
+std::vector<Registration> Registry::registrations() const {
+    std::shared_lock<std::shared_mutex> guard(_lock);
+    return _registrations;
 }
 
 void Registry::clear() {

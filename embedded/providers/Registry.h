@@ -28,16 +28,26 @@ class RegistrationError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// One class in one namespace that a provider is registered for, with one provider type.
+struct Registration {
+    std::string provider;
+    Pegasus::CIMName className;
+    Pegasus::CIMNamespaceName nameSpace;
+    ProviderType type;
+    std::vector<Pegasus::CIMName> methods;  ///< supported ones; empty: all
+};
+
 class Registry {
  public:
-    /// What providers report to, and where their calls are kept.
-    Registry(Problems& problems, RunningCalls& running) : _problems(problems), _running(running) {}
+    /// What providers report to, where their calls are kept, and who is told of their loading.
+    Registry(Problems& problems, RunningCalls& running, LoadObserver& observer)
+        : _problems(problems), _running(running), _observer(observer) {}
     Registry(const Registry&) = delete;
     Registry& operator=(const Registry&) = delete;
 
-    /// Adds a provider; `makeHandle` as for LoadedProvider.
+    /// Adds a provider; `makeChannel` as for LoadedProvider.
     std::shared_ptr<LoadedProvider> addProvider(const std::string& name, ProviderFactory create,
-                                                std::function<Pegasus::CIMOMHandle()> makeHandle);
+                                                ChannelFactory makeChannel);
 
     /// Registers what a provider serves. Throws RegistrationError when another one serves it.
     void addCapabilities(const std::shared_ptr<LoadedProvider>& provider,
@@ -56,6 +66,9 @@ class Registry {
     std::vector<LoadedProvider*> findIndicationProviders(const Pegasus::CIMNamespaceName& nameSpace,
                                                          const Pegasus::CIMName& className) const;
 
+    /// All, in the order in which they were added.
+    std::vector<Registration> registrations() const;
+
     /// Terminates the loaded providers in the order of their registration and forgets all. No
     /// operation may be running.
     void clear();
@@ -69,9 +82,11 @@ class Registry {
 
     Problems& _problems;
     RunningCalls& _running;
+    LoadObserver& _observer;
     mutable std::shared_mutex _lock;
     std::vector<std::shared_ptr<LoadedProvider>> _providers;
     std::multimap<std::string, Entry> _entries;  // by namespace, class and type
+    std::vector<Registration> _registrations;
 };
 
 }  // namespace velmar_embedded

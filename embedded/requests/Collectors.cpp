@@ -26,6 +26,7 @@ void checkDelivered(const CIMObject& object) { checkContents(!object.isUninitial
 void checkDelivered(const CIMObjectPath& path) { checkContents(!path.getClassName().isNull()); }
 
 void MethodResultCollector::deliverParamValue(const CIMParamValue& parameter) {
+    tellDelivered(parameter);
     checkContents(!parameter.isUninitialized());
     _parameters.append(parameter);
 }
@@ -37,6 +38,7 @@ void MethodResultCollector::deliverParamValue(const Array<CIMParamValue>& parame
 }
 
 void MethodResultCollector::deliver(const CIMValue& returnValue) {
+    tellDelivered(returnValue);
     checkContents(!returnValue.isNull());
     _returnValue = returnValue;
 }

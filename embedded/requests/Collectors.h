@@ -16,7 +16,36 @@
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/ResponseHandler.h>
 
+#include <memory>
+
+#include "checks/CallWatch.h"
+#include "exchange/Request.h"
+
 namespace velmar_embedded {
+
+/// What the checks want to know of a handler; nobody watches unless `watch` is set.
+class Watched {
+ public:
+    void watch(velmar_checks::CallWatch* watch) { _watch = watch; }
+
+ protected:
+    /// Calls a member of the watch, if there is one.
+    template <class Member, class... Arguments>
+    void tell(Member member, const Arguments&... arguments) {
+        if (_watch) {
+            (_watch->*member)(arguments...);
+        }
+    }
+    template <class T>
+    void tellDelivered(const T& delivered) {
+        if (_watch) {
+            _watch->delivered(delivered);
+        }
+    }
+
+ private:
+    velmar_checks::CallWatch* _watch = nullptr;
+};
 
 /// Throws CIMException (CIM_ERR_FAILED) for what has no contents.
 void checkDelivered(const Pegasus::CIMInstance& instance);
@@ -24,27 +53,29 @@ void checkDelivered(const Pegasus::CIMObject& object);
 void checkDelivered(const Pegasus::CIMObjectPath& path);
 
 /// For operations that deliver nothing.
-class Acknowledgement : virtual public Pegasus::ResponseHandler {
+class Acknowledgement : virtual public Pegasus::ResponseHandler, public Watched {
  public:
-    void processing() override {}
-    void complete() override {}
+    void processing() override { tell(&velmar_checks::CallWatch::processing); }
+    void complete() override { tell(&velmar_checks::CallWatch::completed); }
 };
 
 /// Gathers items of type T for a Base with the two `deliver` functions of T. With `single` exactly
 /// one item must come.
 template <class Base, class T>
-class Collector : public Base {
+class Collector : public Base, public Watched {
  public:
     explicit Collector(bool single = false) : _single(single) {}
 
-    void processing() override {}
+    void processing() override { tell(&velmar_checks::CallWatch::processing); }
     void complete() override {
+        tell(&velmar_checks::CallWatch::completed);
         if (_single && _items.size() == 0) {
             fail("Too few objects delivered.");
         }
         _complete = true;
     }
     void deliver(const T& item) override {
+        tellDelivered(item);
         checkDelivered(item);
         if (_single && _items.size() > 0) {
             fail("Too many objects delivered.");
@@ -74,10 +105,13 @@ using InstanceCollector = Collector<Pegasus::InstanceResponseHandler, Pegasus::C
 using PathCollector = Collector<Pegasus::ObjectPathResponseHandler, Pegasus::CIMObjectPath>;
 using ObjectCollector = Collector<Pegasus::ObjectResponseHandler, Pegasus::CIMObject>;
 
-class MethodResultCollector : public Pegasus::MethodResultResponseHandler {
+class MethodResultCollector : public Pegasus::MethodResultResponseHandler, public Watched {
  public:
-    void processing() override {}
-    void complete() override { _complete = true; }
+    void processing() override { tell(&velmar_checks::CallWatch::processing); }
+    void complete() override {
+        tell(&velmar_checks::CallWatch::completed);
+        _complete = true;
+    }
     void deliverParamValue(const Pegasus::CIMParamValue& parameter) override;
     void deliverParamValue(const Pegasus::Array<Pegasus::CIMParamValue>& parameters) override;
     /// A second value replaces the first.

@@ -13,6 +13,8 @@
 #include <vector>
 
 #include "ServerTypes.h"
+#include "checks/CallWatch.h"
+#include "checks/Checks.h"
 #include "exchange/Request.h"
 #include "providers/Problems.h"
 #include "providers/Registry.h"
@@ -29,6 +31,7 @@ struct Services {
     WorkerPool& workers;
     Problems& problems;
     RunningCalls& running;
+    velmar_checks::Checks& checks;
     std::function<void(const ProviderCall&)> observeCall;  ///< set before the first request
     std::function<void(const Arrival&)> observeArrival;    ///< the same
 };
@@ -62,10 +65,32 @@ void fanOut(Services& services, std::vector<std::function<void()>> tasks);
 /// than Nesting::limit.
 void checkNesting(const Purpose& purpose, const LoadedProvider& provider);
 
-/// Calls an operation of a provider's interface, which is loaded first.
-template <class Interface, class Call>
+/// Runs a provider's operation, which delivers to the handler, under the eyes of the checks.
+template <class Handler, class Call>
+void callWatched(Services& services, const LoadedProvider& provider, const Request& request,
+                 const Pegasus::CIMName& asked, Handler& handler, Answer& answer, Call&& call) {
+    velmar_checks::CallWatch watch(services.checks, provider.name(), request, asked);
+    handler.watch(&watch);
+    try {
+        call();
+    } catch (...) {
+        handler.watch(nullptr);
+        watch.threw();
+        throw;
+    }
+    handler.watch(nullptr);
+    watch.returned();
+    if (watch.guard()) {
+        answer.guards.push_back(watch.guard());
+    }
+}
+
+/// Calls an operation of a provider's interface, which is loaded first. It delivers to `handler`
+/// what becomes part of `answer`; `asked` is the class that it is asked for.
+template <class Interface, class Handler, class Call>
 void callProvider(Services& services, LoadedProvider& provider, const Request& request,
-                  const Pegasus::CIMObjectPath& path, Call&& call) {
+                  const Pegasus::CIMObjectPath& path, const Pegasus::CIMName& asked,
+                  Handler& handler, Answer& answer, Call&& call) {
     const Purpose purpose{operationName(request.operation), &path.getClassName()};
     checkNesting(purpose, provider);
     const RunningCalls::Scope running(services.running, purpose, provider.title(), &request);
@@ -73,7 +98,11 @@ void callProvider(Services& services, LoadedProvider& provider, const Request& r
     if (services.observeCall) {
         services.observeCall({purpose.operation, provider.name(), path, request.fromHandle});
     }
-    call(object);
+    if (services.checks.areOn()) {
+        callWatched(services, provider, request, asked, handler, answer, [&] { call(object); });
+    } else {
+        call(object);
+    }
 }
 
 }  // namespace velmar_embedded

@@ -45,32 +45,42 @@ void checkRequest(const Services& services, const Request& request) {
     }
 }
 
-void callAssociationProvider(CIMAssociationProvider& object, const Request& request,
-                             const CIMObjectPath& path, const CIMName& association,
-                             Answer& answer) {
-    ObjectCollector objects;
-    PathCollector paths;
-    switch (request.operation) {
-        case Operation::Associators:
-            object.associators(request.context, path, association, request.resultClass,
-                               request.role, request.resultRole, request.includeQualifiers,
-                               request.includeClassOrigin, request.propertyList, objects);
-            break;
-        case Operation::AssociatorNames:
-            object.associatorNames(request.context, path, association, request.resultClass,
-                                   request.role, request.resultRole, paths);
-            break;
-        case Operation::References:
-            object.references(request.context, path, association, request.role,
-                              request.includeQualifiers, request.includeClassOrigin,
-                              request.propertyList, objects);
-            break;
-        default:
-            object.referenceNames(request.context, path, association, request.role, paths);
-            break;
-    }
-    answer.objects = objects.items();
-    answer.paths = paths.items();
+void callForObjects(Services& services, LoadedProvider& provider, const Request& request,
+                    const CIMObjectPath& path, const CIMName& association, Answer& answer) {
+    ObjectCollector handler;
+    callProvider<CIMAssociationProvider>(
+        services, provider, request, path, association, handler, answer, [&](auto& object) {
+            if (request.operation == Operation::Associators) {
+                object.associators(request.context, path, association, request.resultClass,
+                                   request.role, request.resultRole, request.includeQualifiers,
+                                   request.includeClassOrigin, request.propertyList, handler);
+            } else {
+                object.references(request.context, path, association, request.role,
+                                  request.includeQualifiers, request.includeClassOrigin,
+                                  request.propertyList, handler);
+            }
+        });
+    answer.objects = handler.items();
+}
+
+void callForPaths(Services& services, LoadedProvider& provider, const Request& request,
+                  const CIMObjectPath& path, const CIMName& association, Answer& answer) {
+    PathCollector handler;
+    callProvider<CIMAssociationProvider>(
+        services, provider, request, path, association, handler, answer, [&](auto& object) {
+            if (request.operation == Operation::AssociatorNames) {
+                object.associatorNames(request.context, path, association, request.resultClass,
+                                       request.role, request.resultRole, handler);
+            } else {
+                object.referenceNames(request.context, path, association, request.role, handler);
+            }
+        });
+    answer.paths = handler.items();
+}
+
+bool wantsNames(const Request& request) {
+    return request.operation == Operation::AssociatorNames ||
+           request.operation == Operation::ReferenceNames;
 }
 
 // Fills in what a path lacks of host and namespace; false if nothing.
@@ -89,10 +99,9 @@ bool complete(CIMObjectPath& path, const Request& request) {
 // Completes the delivered object itself, which its provider may have delivered to another request
 // at the same time: the second one must find it complete, not in the making.
 void complete(CIMObject object, const Services& services, const Request& request) {
-    static std::mutex lock;
     CIMNamespaceName nameSpace;
     {
-        std::lock_guard<std::mutex> guard(lock);
+        std::lock_guard<std::mutex> guard(deliveredPathLock());
         CIMObjectPath path = object.getPath();
         if (complete(path, request)) {
             object.setPath(path);
@@ -105,6 +114,7 @@ void complete(CIMObject object, const Services& services, const Request& request
 }
 
 void addPart(const Answer& part, const Services& services, const Request& request, Answer& whole) {
+    whole.guards.insert(whole.guards.end(), part.guards.begin(), part.guards.end());
     for (Uint32 i = 0; i < part.objects.size(); i++) {
         complete(part.objects[i], services, request);
         whole.objects.append(part.objects[i]);
@@ -118,12 +128,10 @@ void addPart(const Answer& part, const Services& services, const Request& reques
 
 Answer serveClassLinks(Services& services, const Request& request,
                        const std::vector<AssociationClass>& associations) {
-    const bool names = request.operation == Operation::AssociatorNames ||
-                       request.operation == Operation::ReferenceNames;
     Answer answer;
     for (const CIMName& name : linkedClasses(services.repository, request, associations)) {
         const CIMObjectPath path = providerPath(request, name);
-        if (names) {
+        if (wantsNames(request)) {
             answer.paths.append(path);
         } else {
             CIMClass cimClass = classFor(services, request, name);
@@ -156,10 +164,8 @@ Answer serveAssociation(Services& services, const Request& request) {
             continue;
         }
         calls.push_back([&, provider, &part = parts[i]] {
-            callProvider<CIMAssociationProvider>(
-                services, *provider, request, path, [&](CIMAssociationProvider& object) {
-                    callAssociationProvider(object, request, path, name, part);
-                });
+            (wantsNames(request) ? callForPaths : callForObjects)(services, *provider, request,
+                                                                  path, name, part);
         });
     }
     fanOut(services, std::move(calls));

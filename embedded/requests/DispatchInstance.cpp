@@ -25,10 +25,12 @@ Answer getInstance(Services& services, const Request& request, LoadedProvider* p
         return answer;
     }
     InstanceCollector handler(true);
-    callProvider<CIMInstanceProvider>(services, *provider, request, path, [&](auto& object) {
-        object.getInstance(request.context, path, request.includeQualifiers,
-                           request.includeClassOrigin, request.propertyList, handler);
-    });
+    callProvider<CIMInstanceProvider>(
+        services, *provider, request, path, path.getClassName(), handler, answer,
+        [&](auto& object) {
+            object.getInstance(request.context, path, request.includeQualifiers,
+                               request.includeClassOrigin, request.propertyList, handler);
+        });
     answer.instances = handler.items();
     return answer;
 }
@@ -37,14 +39,17 @@ Answer createInstance(Services& services, const Request& request, LoadedProvider
                       const CIMObjectPath& path) {
     Answer answer;
     if (!provider) {
+        services.checks.noteStored(request.nameSpace, request.instance);
         answer.paths.append(
             services.repository.createInstance(request.nameSpace, request.instance));
         return answer;
     }
     PathCollector handler(true);
-    callProvider<CIMInstanceProvider>(services, *provider, request, path, [&](auto& object) {
-        object.createInstance(request.context, path, request.instance, handler);
-    });
+    callProvider<CIMInstanceProvider>(services, *provider, request, path, path.getClassName(),
+                                      handler, answer, [&](auto& object) {
+                                          object.createInstance(request.context, path,
+                                                                request.instance, handler);
+                                      });
     answer.paths = handler.items();
     return answer;
 }
@@ -57,12 +62,15 @@ Answer modifyInstance(Services& services, const Request& request, LoadedProvider
         services.repository.modifyInstance(request.nameSpace, changes);
         return Answer();
     }
+    Answer answer;
     Acknowledgement handler;
-    callProvider<CIMInstanceProvider>(services, *provider, request, path, [&](auto& object) {
-        object.modifyInstance(request.context, path, request.instance, request.includeQualifiers,
-                              request.propertyList, handler);
-    });
-    return Answer();
+    callProvider<CIMInstanceProvider>(
+        services, *provider, request, path, path.getClassName(), handler, answer,
+        [&](auto& object) {
+            object.modifyInstance(request.context, path, request.instance,
+                                  request.includeQualifiers, request.propertyList, handler);
+        });
+    return answer;
 }
 
 Answer deleteInstance(Services& services, const Request& request, LoadedProvider* provider,
@@ -71,11 +79,12 @@ Answer deleteInstance(Services& services, const Request& request, LoadedProvider
         services.repository.deleteInstance(request.nameSpace, request.path);
         return Answer();
     }
+    Answer answer;
     Acknowledgement handler;
-    callProvider<CIMInstanceProvider>(services, *provider, request, path, [&](auto& object) {
-        object.deleteInstance(request.context, path, handler);
-    });
-    return Answer();
+    callProvider<CIMInstanceProvider>(
+        services, *provider, request, path, path.getClassName(), handler, answer,
+        [&](auto& object) { object.deleteInstance(request.context, path, handler); });
+    return answer;
 }
 
 // Without deep inheritance the instances of subclasses are cut down to the class asked for.
@@ -113,17 +122,18 @@ void enumerateProvided(Services& services, LoadedProvider& provider, const Reque
     const CIMObjectPath path = providerPath(request, className);
     if (request.operation == Operation::EnumerateInstanceNames) {
         PathCollector handler;
-        callProvider<CIMInstanceProvider>(services, provider, request, path, [&](auto& object) {
-            object.enumerateInstanceNames(request.context, path, handler);
-        });
+        callProvider<CIMInstanceProvider>(
+            services, provider, request, path, className, handler, answer,
+            [&](auto& object) { object.enumerateInstanceNames(request.context, path, handler); });
         answer.paths = handler.items();
         return;
     }
     InstanceCollector handler;
-    callProvider<CIMInstanceProvider>(services, provider, request, path, [&](auto& object) {
-        object.enumerateInstances(request.context, path, request.includeQualifiers,
-                                  request.includeClassOrigin, answer.propertyList, handler);
-    });
+    callProvider<CIMInstanceProvider>(
+        services, provider, request, path, className, handler, answer, [&](auto& object) {
+            object.enumerateInstances(request.context, path, request.includeQualifiers,
+                                      request.includeClassOrigin, answer.propertyList, handler);
+        });
     answer.instances = handler.items();
 }
 
@@ -150,6 +160,7 @@ Answer enumerate(Services& services, const Request& request) {
     for (const Answer& part : parts) {
         whole.instances.appendArray(part.instances);
         whole.paths.appendArray(part.paths);
+        whole.guards.insert(whole.guards.end(), part.guards.begin(), part.guards.end());
     }
     return whole;
 }

@@ -58,10 +58,11 @@ Answer serveMethod(Services& services, const Request& request) {
     const Array<CIMParamValue> parameters =
         request.fromHandle ? request.parameters : typedParameters(services, request);
     MethodResultCollector handler;
-    callProvider<CIMMethodProvider>(services, *provider, request, path, [&](auto& object) {
-        object.invokeMethod(request.context, path, request.methodName, parameters, handler);
-    });
     Answer answer;
+    callProvider<CIMMethodProvider>(
+        services, *provider, request, path, className, handler, answer, [&](auto& object) {
+            object.invokeMethod(request.context, path, request.methodName, parameters, handler);
+        });
     answer.returnValue = handler.returnValue();
     answer.parameters = handler.parameters();
     return answer;

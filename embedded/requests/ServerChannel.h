@@ -8,6 +8,7 @@
 #ifndef VELMAR_EMBEDDED_REQUESTS_SERVERCHANNEL_H
 #define VELMAR_EMBEDDED_REQUESTS_SERVERCHANNEL_H
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -21,10 +22,13 @@ class ServerChannel : public Channel {
  public:
     ServerChannel(std::weak_ptr<Admission> server, const std::string& providerName);
     Answer exchange(Request request) override;
+    void keepLoaded(bool keep) override { _keepLoaded += keep ? 1 : -1; }
+    bool staysLoaded() const override { return _keepLoaded > 0; }
 
  private:
     const std::weak_ptr<Admission> _server;
     Gate _gate;
+    std::atomic<int> _keepLoaded{0};
 };
 
 }  // namespace velmar_embedded

@@ -230,6 +230,7 @@ void Repository::createNamespace(const CIMNamespaceName& nameSpace) {
     std::unique_ptr<NameSpace>& slot = _nameSpaces[nameSpace.getString()];
     if (!slot) {
         slot = std::make_unique<NameSpace>();
+        _revision++;
     }
 }
 
@@ -265,6 +266,7 @@ void Repository::createClass(const CIMNamespaceName& nameSpace, const CIMClass& 
     const CIMClass definition = space.resolve(cimClass, superClass);
     space.classes[name.getString()].definition = definition;
     space.subclasses[superName.getString()].push_back(name);
+    _revision++;
 }
 
 void Repository::deleteClass(const CIMNamespaceName& nameSpace, const CIMName& className) {
@@ -281,6 +283,7 @@ void Repository::deleteClass(const CIMNamespaceName& nameSpace, const CIMName& c
     auto& siblings = space.subclasses[stored.definition.getSuperClassName().getString()];
     siblings.erase(std::find(siblings.begin(), siblings.end(), className));
     space.classes.erase(className.getString());
+    _revision++;
 }
 
 CIMClass Repository::getClass(const CIMNamespaceName& nameSpace, const CIMName& className) const {

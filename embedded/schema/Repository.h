@@ -17,6 +17,8 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObjectPath.h>
 
+#include <atomic>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <shared_mutex>
@@ -37,6 +39,9 @@ class Repository {
     ~Repository();
     Repository(const Repository&) = delete;
     Repository& operator=(const Repository&) = delete;
+
+    /// Grows with every change of the classes or namespaces.
+    uint64_t revision() const { return _revision.load(std::memory_order_acquire); }
 
     bool hasNamespace(const Pegasus::CIMNamespaceName& nameSpace) const;
     /// Quiet when the namespace exists already.
@@ -108,6 +113,7 @@ class Repository {
     NameSpace& find(const Pegasus::CIMNamespaceName& nameSpace) const;
 
     mutable std::shared_mutex _lock;
+    std::atomic<uint64_t> _revision{1};
     std::map<Pegasus::String, std::unique_ptr<NameSpace>, Less> _nameSpaces;
 };
 

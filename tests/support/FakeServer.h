@@ -118,7 +118,7 @@ class FakeServer {
             request.fromHandle = true;
             return fake.serve(request);
         }
-        void keepProvider(bool keep) override { fake.kept += keep ? 1 : -1; }
+        void keepLoaded(bool keep) override { fake.kept += keep ? 1 : -1; }
         FakeServer& fake;
     };
     struct Started : velmar_embedded::LocalServer {

@@ -110,6 +110,8 @@ void CIMValue::fetch(Array<T>& x) const {
     }
 }
 
+CIMValue::CIMValue(const char* text) : CIMValue(Boolean(text != nullptr)) {}
+
 CIMValue::CIMValue() : _arraySize(0), _type(CIMTYPE_BOOLEAN), _isArray(false) {}
 
 CIMValue::CIMValue(CIMType type, Boolean isArray, Uint32 arraySize) {

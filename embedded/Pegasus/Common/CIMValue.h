@@ -17,6 +17,7 @@
 #include <Pegasus/Common/Config.h>
 #include <Pegasus/Common/String.h>
 
+#include <cstddef>
 #include <memory>
 
 namespace Pegasus {
@@ -61,6 +62,13 @@ class PEGASUS_EXPORT CIMValue {
     PEGASUS_VALUE_MEMBERS(const CIMInstance&, CIMInstance)
 #undef PEGASUS_VALUE_MEMBERS
 
+    /// A boolean, as a pointer is: TRUE, unless it is null. Takes the place of CIMValue(Boolean)
+    /// for texts only to say so, also where a CIMKeyBinding or CIMProperty is made from a text.
+    [[deprecated(
+        "a text becomes the boolean TRUE here; write CIMValue(String(\"text\"))")]] CIMValue(const char*
+                                                                                                 text);
+    CIMValue(std::nullptr_t) = delete;
+
     void assign(const CIMValue& x);
     /// Back to the null boolean.
     void clear();
@@ -80,6 +88,8 @@ class PEGASUS_EXPORT CIMValue {
     String toString() const;
 
  private:
+    friend struct HandleAccess;
+
     template <class T>
     void store(const T& x);
     template <class T>

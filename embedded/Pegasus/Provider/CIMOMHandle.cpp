@@ -98,8 +98,8 @@ CIMValue CIMOMHandle::invokeMethod(Context context, NameSpace in, Path path, Nam
     return Operations(_channel, &context).invokeMethod(in, path, method, given, returned);
 }
 
-void CIMOMHandle::disallowProviderUnload() { _channel->keepProvider(true); }
+void CIMOMHandle::disallowProviderUnload() { _channel->keepLoaded(true); }
 
-void CIMOMHandle::allowProviderUnload() { _channel->keepProvider(false); }
+void CIMOMHandle::allowProviderUnload() { _channel->keepLoaded(false); }
 
 }  // namespace Pegasus

@@ -1,0 +1,179 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "checks/AssociationRules.h"
+
+#include <Pegasus/Common/CIMProperty.h>
+#include <Pegasus/Common/CIMValue.h>
+#include <Pegasus/Common/Exception.h>
+#include <Pegasus/Common/System.h>
+
+#include <algorithm>
+
+#include "checks/Wording.h"
+
+using namespace Pegasus;
+
+namespace velmar_checks {
+
+namespace {
+
+const Rule nullEnd{"association.null-end", Severity::Error,
+                   "A reference of an association instance is missing or null.",
+                   "Give both references a path: CIMValue(CIMObjectPath)."};
+const Rule endClass{
+    "association.end-class", Severity::Error,
+    "An end is of a class that is neither the declared one nor a subclass, or that the namespace "
+    "does not have. Requests about the right object do not find the association.",
+    "Correct the end's class, exchange left and right, or declare a wider class in the MOF."};
+const Rule endPlace{
+    "association.end-place", Severity::Error,
+    "An end lacks the host or the namespace that requests carry, or has others. Ends are compared "
+    "as whole paths, so associators and references find nothing.",
+    "Give the path of the end System::getHostName() and the namespace of its instance."};
+const Rule farClass{
+    "association.far-class", Severity::Error,
+    "associators or associatorNames delivered something that is at no end of the association, or "
+    "not of the result class that was asked for.",
+    "Deliver the far ends only, and honour the result class."};
+
+const Rule refusedRole{
+    "association.refused-role", Severity::Error,
+    "A provider refused a role that its association class declares: it does not know the reference "
+    "property by this name, so it finds no association without roles either.",
+    "Give InstanceAssociationProvider's constructor the reference properties as the MOF spells "
+    "them, letter case included."};
+
+// Ends as class paths stand for all instances of their class, wherever they are.
+void checkEndPlace(const Report& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
+                   const std::string& name, const CIMObjectPath& end) {
+    const bool noHost = end.getHost().size() == 0;
+    const bool noNameSpace = end.getNameSpace().isNull();
+    const String host = System::getHostName();
+    std::string wrong;
+    if (noHost || noNameSpace) {
+        wrong = std::string("lacks ") + (noHost && noNameSpace ? "host and namespace"
+                                         : noHost              ? "the host"
+                                                               : "the namespace");
+    } else if (!String::equalNoCase(end.getHost(), host)) {
+        wrong = "has the host " + textOf(end.getHost());
+    } else if (end.getNameSpace() != nameSpace &&
+               !schema.find(end.getNameSpace(), end.getClassName())) {
+        // Associations may reach into other namespaces.
+        wrong = "has the namespace " + textOf(end.getNameSpace()) + ", which has no class " +
+                textOf(end.getClassName());
+    } else {
+        return;
+    }
+    report.add(endPlace, name,
+               "end " + name + " (" + textOf(end) + ") " + wrong + ", requests carry //" +
+                   textOf(host) + "/" + textOf(nameSpace) +
+                   ", so no association is found; set both in the end's path");
+}
+
+void checkEnd(const Report& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
+              const Declared& reference, const CIMObjectPath& end) {
+    const std::string name = textOf(reference.name);
+    if (end.getClassName().isNull()) {
+        report.add(nullEnd, name,
+                   "end " + name + " is an empty path; give it the path of an object");
+        return;
+    }
+    const CIMNamespaceName& place = end.getNameSpace().isNull() ? nameSpace : end.getNameSpace();
+    Facts facts = schema.find(place, end.getClassName());
+    if (!facts) {
+        facts = schema.find(nameSpace, end.getClassName());
+    }
+    if (!facts || !facts->isA(reference.referenceClass)) {
+        report.add(endClass, name,
+                   "end " + name + " (" + textOf(end) + ") is of class " +
+                       textOf(end.getClassName()) +
+                       (facts ? "" : ", which namespace " + textOf(place) + " does not have") +
+                       ", the class declares " + reference.typeText() +
+                       "; correct the path's class, or exchange the ends");
+    }
+    if (end.getKeyBindings().size() > 0) {
+        checkEndPlace(report, schema, nameSpace, name, end);
+    }
+}
+
+}  // namespace
+
+RuleList associationRules() { return {&nullEnd, &endClass, &endPlace, &farClass, &refusedRole}; }
+
+void checkEnds(const Report& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
+               const ClassFacts& association, const CIMConstObject& object) {
+    if (!association.isAssociation()) {
+        return;
+    }
+    for (const Declared* reference : association.references()) {
+        const Uint32 index = object.findProperty(reference->name);
+        if (index == PEG_NOT_FOUND) {
+            continue;  // a missing key has a rule of its own, the others may be left out
+        }
+        const CIMValue value = object.getProperty(index).getValue();
+        const std::string name = textOf(reference->name);
+        if (value.isNull()) {
+            report.add(nullEnd, name, "end " + name + " is null; give it the path of an object");
+        } else if (value.getType() == CIMTYPE_REFERENCE && !value.isArray()) {
+            CIMObjectPath end;
+            value.get(end);
+            checkEnd(report, schema, nameSpace, *reference, end);
+        }
+    }
+}
+
+void checkEndKeys(const Report& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
+                  const ClassFacts& association, const CIMObjectPath& path) {
+    if (!association.isAssociation()) {
+        return;
+    }
+    const Array<CIMKeyBinding>& keys = path.getKeyBindings();
+    for (Uint32 i = 0; i < keys.size(); i++) {
+        const Declared* reference = association.property(keys[i].getName());
+        if (reference && reference->type == CIMTYPE_REFERENCE &&
+            keys[i].getType() == CIMKeyBinding::REFERENCE) {
+            CIMObjectPath end;
+            try {
+                end.set(keys[i].getValue());
+            } catch (const MalformedObjectNameException&) {
+                end.clear();  // a path that was never parsed
+            }
+            checkEnd(report, schema, nameSpace, *reference, end);
+        }
+    }
+}
+
+void checkFarClass(const Report& report, const ClassFacts& association, const CIMName& resultClass,
+                   const ClassFacts& delivered) {
+    const std::vector<const Declared*>& ends = association.references();
+    const bool atAnEnd = std::any_of(ends.begin(), ends.end(), [&](const Declared* end) {
+        return delivered.isA(end->referenceClass);
+    });
+    if (!atAnEnd) {
+        report.add(
+            farClass, delivered.name(),
+            "delivers an object of class " + delivered.name() +
+                " as associated, which is at no end of the association; deliver the far ends "
+                "only");
+    } else if (!resultClass.isNull() && !delivered.isA(resultClass)) {
+        report.add(farClass, delivered.name(),
+                   "delivers an object of class " + delivered.name() + " as associated, but only " +
+                       textOf(resultClass) + " was asked for; honour the result class");
+    }
+}
+
+void checkRefusedRole(const Report& report, const ClassFacts& association, const String& role) {
+    for (const Declared* reference : association.references()) {
+        const std::string name = textOf(reference->name);
+        if (name == textOf(role)) {  // in other letter case it may be refused
+            report.add(refusedRole, name,
+                       "refuses the role " + name +
+                           ", which the class declares; give the "
+                           "constructor of the provider the reference properties as the MOF spells "
+                           "them");
+        }
+    }
+}
+
+}  // namespace velmar_checks

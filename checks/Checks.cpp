@@ -1,0 +1,92 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "checks/Checks.h"
+
+#include <stdio.h>
+
+#include "checks/CreationRules.h"
+#include "checks/IndicationRules.h"
+#include "checks/LoadingRules.h"
+#include "checks/RegistrationRules.h"
+#include "checks/Wording.h"
+
+using namespace Pegasus;
+
+namespace velmar_checks {
+
+void Checks::tell(const Finding& finding) {
+    auto toObserver = [this, finding] {
+        try {
+            _observer(finding);
+        } catch (...) {
+            fprintf(stderr, "CIM server: the observer of findings failed, told of %s\n",
+                    toLine(finding).c_str());
+        }
+    };
+    if (!_observer || !_teller.queue(toObserver)) {
+        fprintf(stderr, "CIM server: %s\n", toLine(finding).c_str());
+    }
+}
+
+void Checks::checkPackage(const std::vector<velmar_embedded::RegisteredModule>& modules) {
+    if (!_on) {
+        return;
+    }
+    Findings now;  // whatever was found before
+    checkModules(now, modules);
+    checkRegistrations(now, _schema, _registry.registrations());
+    for (const Finding& finding : now.all()) {
+        bool isNew;
+        {
+            std::lock_guard<std::mutex> guard(_packageLock);
+            isNew = _packageFindings.insert(toLine(finding)).second;
+        }
+        if (isNew) {
+            _findings.add(finding);
+        }
+    }
+}
+
+bool Checks::isServedByOther(const CIMNamespaceName& nameSpace, const CIMName& className,
+                             const std::string& provider) const {
+    const velmar_embedded::LoadedProvider* serving =
+        _registry.find(nameSpace, className, velmar_embedded::ProviderType::Instance);
+    return serving && serving->name() != provider;
+}
+
+void Checks::checkIndication(const std::string& provider, const CIMIndication& indication) {
+    if (_on && !indication.isUninitialized()) {
+        velmar_checks::checkIndication(
+            Report(_findings, provider, textOf(indication.getClassName())), _schema, indication);
+    }
+}
+
+void Checks::noteStored(const CIMNamespaceName& nameSpace, const CIMInstance& instance) {
+    const Facts facts = _on ? _schema.find(nameSpace, instance.getClassName()) : nullptr;
+    if (facts && nameSpace != CIMNamespaceName("root/PG_InterOp")) {
+        const Report report(_findings, "", facts->name());
+        checkGiven(report, *facts, "createInstance", instance);
+        velmar_checks::noteStored(report, nameSpace, facts->name());
+    }
+}
+
+void Checks::notCreated(const std::string& provider) {
+    if (_on) {
+        checkNotCreated(_findings, provider);
+    }
+}
+
+void Checks::notInitialized(const std::string& provider) {
+    if (_on) {
+        checkNotInitialized(_findings, provider);
+    }
+}
+
+void Checks::loaded(const std::string& provider, const CIMProvider& object, bool staysLoaded) {
+    if (_on) {
+        checkLoaded(_findings, provider, object, staysLoaded, _registry.registrations());
+    }
+}
+
+}  // namespace velmar_checks

@@ -1,0 +1,63 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "checks/Findings.h"
+
+#include <utility>
+
+namespace velmar_checks {
+
+std::string toLine(const Finding& finding) {
+    std::string line = finding.severity == Severity::Error ? "error: " : "warning: ";
+    line += finding.text + " [" + finding.id + "]";
+    if (finding.count > 1) {
+        line += " (" + std::to_string(finding.count) + " times)";
+    }
+    return line;
+}
+
+void Findings::add(Finding finding) {
+    std::string key = finding.id;
+    for (const std::string* part : {&finding.provider, &finding.className, &finding.element}) {
+        key += '\n';
+        key += *part;
+    }
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        const auto [entry, isNew] = _byKey.emplace(std::move(key), _findings.size());
+        if (!isNew) {
+            _findings[entry->second].count++;
+            return;
+        }
+        _findings.push_back(finding);
+    }
+    if (_tell) {
+        _tell(finding);
+    }
+}
+
+std::vector<Finding> Findings::all() const {
+    std::lock_guard<std::mutex> guard(_lock);
+    return {_findings.begin(), _findings.end()};
+}
+
+void Report::add(const Rule& rule, const std::string& element, const std::string& sentence) const {
+    _added++;
+    std::string who;
+    if (!_provider.empty()) {
+        who = "provider \"" + _provider + "\"";
+    }
+    if (!_className.empty()) {
+        who += (who.empty() ? "class " : ", class ") + _className;
+    }
+    Finding finding;
+    finding.id = rule.id;
+    finding.severity = rule.severity;
+    finding.provider = _provider;
+    finding.className = _className;
+    finding.element = element;
+    finding.text = who.empty() ? sentence : who + ": " + sentence;
+    _findings.add(std::move(finding));
+}
+
+}  // namespace velmar_checks

@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// The order in which a provider must drive its response handler: processing, deliveries, complete.
+//
+// One object watches one call; not thread-safe.
+#ifndef VELMAR_CHECKS_PROTOCOLRULES_H
+#define VELMAR_CHECKS_PROTOCOLRULES_H
+
+#include <string>
+
+#include "checks/Findings.h"
+
+namespace velmar_checks {
+
+class Protocol {
+ public:
+    /// With `single` exactly one object must be delivered.
+    Protocol(const char* operation, bool single) : _operation(operation), _single(single) {}
+
+    void processing(const Report& report);
+    void delivered(const Report& report);
+    /// A delivery of something without contents, which the server refuses.
+    void emptyDelivery(const Report& report);
+    void completed(const Report& report);
+    /// The operation has returned normally.
+    void returned(const Report& report);
+    /// It has ended with the exception that is being handled, a CIMException or not.
+    void threw(const Report& report);
+
+ private:
+    const std::string _operation;
+    const bool _single;
+    unsigned _processing = 0, _deliveries = 0, _completed = 0;
+};
+
+}  // namespace velmar_checks
+
+#endif

@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// What is wrong with registrations, and with the classes that they and their namespaces bring.
+//
+// Thread-safe.
+#ifndef VELMAR_CHECKS_REGISTRATIONRULES_H
+#define VELMAR_CHECKS_REGISTRATIONRULES_H
+
+#include <vector>
+
+#include "checks/ClassFacts.h"
+#include "checks/Findings.h"
+#include "providers/Registry.h"
+
+namespace velmar_checks {
+
+void checkRegistrations(Findings& findings, SchemaFacts& schema,
+                        const std::vector<velmar_embedded::Registration>& registrations);
+
+}  // namespace velmar_checks
+
+#endif

@@ -1,0 +1,119 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "checks/Wording.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "model/Utf8.h"
+
+using namespace Pegasus;
+
+namespace velmar_checks {
+
+namespace {
+
+const size_t longestValue = 60;
+
+std::string shortened(const std::string& text) {
+    return text.size() <= longestValue ? text : text.substr(0, longestValue) + "...";
+}
+
+const char* cppType(CIMType type) {
+    static const char* const names[] = {
+        "Boolean", "Uint8",       "Sint8",         "Uint16",    "Sint16",     "Uint32",
+        "Sint32",  "Uint64",      "Sint64",        "Real32",    "Real64",     "Char16",
+        "String",  "CIMDateTime", "CIMObjectPath", "CIMObject", "CIMInstance"};
+    return names[type];
+}
+
+// Letters that must change to get from one text to the other.
+size_t distance(const std::string& a, const std::string& b) {
+    std::vector<size_t> row(b.size() + 1);
+    for (size_t j = 0; j <= b.size(); j++) {
+        row[j] = j;
+    }
+    for (size_t i = 1; i <= a.size(); i++) {
+        size_t diagonal = row[0];
+        row[0] = i;
+        for (size_t j = 1; j <= b.size(); j++) {
+            const bool same = std::tolower(static_cast<unsigned char>(a[i - 1])) ==
+                              std::tolower(static_cast<unsigned char>(b[j - 1]));
+            const size_t replaced = diagonal + (same ? 0 : 1);
+            diagonal = row[j];
+            row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+}  // namespace
+
+std::string textOf(const String& text) { return velmar_embedded::utf8(text); }
+std::string textOf(const CIMName& name) { return textOf(name.getString()); }
+std::string textOf(const CIMNamespaceName& name) { return textOf(name.getString()); }
+std::string textOf(const CIMObjectPath& path) { return textOf(path.toString()); }
+
+std::string typeText(CIMType type, bool isArray) {
+    return std::string(cimTypeToString(type)) + (isArray ? "[]" : "");
+}
+
+std::string describe(const CIMValue& value) {
+    const std::string type = typeText(value.getType(), value.isArray());
+    if (value.isNull()) {
+        return "null " + type;
+    }
+    if (value.isArray()) {
+        return type + " of " + std::to_string(value.getArraySize());
+    }
+    const std::string text = shortened(textOf(value.toString()));
+    const bool quoted = value.getType() == CIMTYPE_STRING || value.getType() == CIMTYPE_REFERENCE;
+    return type + (quoted ? " \"" + text + "\"" : " " + text);
+}
+
+std::string howToWrite(CIMType type, bool isArray, const CIMValue& found) {
+    const std::string name = cppType(type);
+    if (!isArray && found.getType() == CIMTYPE_BOOLEAN && !found.isArray() &&
+        type == CIMTYPE_STRING) {
+        return "CIMValue(\"text\") is a boolean, write CIMValue(String(\"text\"))";
+    }
+    if (isArray) {
+        return "write CIMValue(items) with an Array<" + name + ">";
+    }
+    switch (type) {
+        case CIMTYPE_DATETIME:
+            return "write CIMValue(CIMDateTime(String(\"20250101120000.000000+000\")))";
+        case CIMTYPE_REFERENCE:
+            return "write CIMValue(path) with a CIMObjectPath";
+        case CIMTYPE_OBJECT:
+        case CIMTYPE_INSTANCE:
+            return "write CIMValue(object) with a " + name;
+        default:
+            return "write CIMValue(" + name + "(" + (type == CIMTYPE_STRING ? "text" : "number") +
+                   "))";
+    }
+}
+
+std::string listing(const std::vector<std::string>& items) {
+    std::string text;
+    for (size_t i = 0; i < items.size(); i++) {
+        text += (i == 0 ? "" : i + 1 == items.size() ? " and " : ", ") + items[i];
+    }
+    return text;
+}
+
+std::string didYouMean(const std::string& wrong, const std::vector<std::string>& names) {
+    const std::string* nearest = nullptr;
+    size_t least = std::min<size_t>(3, wrong.size() / 3 + 1);
+    for (const std::string& name : names) {
+        const size_t changes = distance(wrong, name);
+        if (changes < least || (changes == least && !nearest)) {
+            nearest = &name;
+            least = changes;
+        }
+    }
+    return nearest ? "; did you mean " + *nearest + "?" : "";
+}
+
+}  // namespace velmar_checks
