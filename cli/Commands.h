@@ -17,6 +17,8 @@ enum ExitCode { Good = 0, Findings = 1, Unusable = 2 };
 /// Runs the chosen subcommand after the command line was read. May throw.
 using Run = std::function<ExitCode()>;
 
+void addCheck(CLI::App& app, Run& run);
+
 }  // namespace velmar_cli
 
 #endif

@@ -1,0 +1,110 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// A GoogleTest fixture that serves a provider package from the embedded CIM server: every finding
+// of the server's checks is a failure of the test.
+//
+//     class Fans : public velmar_kit::ServedPackage {
+//      protected:
+//         Fans() : ServedPackage({{"Fans.mof"}, {"FansRegistration.mof"}, {MODULE_DIR}}) {}
+//     };
+//     TEST_F(Fans, HasTwo) { EXPECT_EQ(client.enumerateInstances(nameSpace, "ACME_Fan").size(), 2);
+//     }
+//
+// The members may be used from the test's thread; other threads take clients of their own.
+#ifndef VELMAR_KIT_SERVEDPACKAGE_H
+#define VELMAR_KIT_SERVEDPACKAGE_H
+
+#include <Pegasus/Client/CIMClient.h>
+#include <velmar_embedded/Server.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "Printers.h"
+
+namespace velmar_kit {
+
+/// What a package is made of.
+struct PackageFiles {
+    std::vector<std::string> schemas;        ///< MOF files of the classes, in this order
+    std::vector<std::string> registrations;  ///< MOF files of the registrations
+    std::vector<std::string> modules;        ///< folders of the provider libraries
+    std::string nameSpace = "root/velmar_remote";
+};
+
+/// Every finding of the server so far becomes a failure of the running test.
+inline void failOnFindings(const velmar_embedded::Server& server) {
+    for (const velmar_checks::Finding& finding : server.findings()) {
+        ADD_FAILURE() << velmar_checks::toLine(finding);
+    }
+}
+
+/// Subscribes for its lifetime to a class of indications and keeps what comes. Thread-safe.
+class Subscriber {
+ public:
+    /// Throws CIMException where nobody can serve the subscription.
+    Subscriber(velmar_embedded::Server& server, const std::string& className,
+               const std::string& nameSpace = "root/velmar_remote")
+        : _server(server),
+          _id(server.subscribe("SELECT * FROM " + className, {nameSpace},
+                               [this](const Pegasus::CIMInstance& indication) {
+                                   const std::lock_guard<std::mutex> guard(_lock);
+                                   _received.push_back(indication);
+                               })) {}
+    /// Ends the subscription, unless the server has stopped.
+    ~Subscriber() {
+        try {
+            _server.unsubscribe(_id);
+        } catch (const Pegasus::Exception&) {
+        }
+    }
+    Subscriber(const Subscriber&) = delete;
+    Subscriber& operator=(const Subscriber&) = delete;
+
+    /// What providers have delivered up to now.
+    std::vector<Pegasus::CIMInstance> received() {
+        _server.drain();
+        const std::lock_guard<std::mutex> guard(_lock);
+        return _received;
+    }
+
+ private:
+    velmar_embedded::Server& _server;
+    std::mutex _lock;
+    std::vector<Pegasus::CIMInstance> _received;
+    const std::string _id;
+};
+
+class ServedPackage : public ::testing::Test {
+ protected:
+    /// Compiles the MOF files and starts the server. Throws velmar_embedded::MofError.
+    explicit ServedPackage(const PackageFiles& files) : nameSpace(files.nameSpace.c_str()) {
+        for (const std::string& schema : files.schemas) {
+            server.compileMof(files.nameSpace, schema);
+        }
+        for (const std::string& registration : files.registrations) {
+            server.compileMof("root/PG_InterOp", registration);
+        }
+        for (const std::string& directory : files.modules) {
+            server.addProviderDirectory(directory);
+        }
+        server.observeFindings([](const velmar_checks::Finding&) {});  // failures at the end
+        server.start();
+        client.connectLocal();
+    }
+    void TearDown() override {
+        client.disconnect();
+        server.stop();
+        failOnFindings(server);
+    }
+
+    const Pegasus::CIMNamespaceName nameSpace;
+    velmar_embedded::Server server;
+    Pegasus::CIMClient client;
+};
+
+}  // namespace velmar_kit
+
+#endif
