@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 //
 // velmar check: loads a package, asks it everything that clients ask, and says what is wrong.
-#include <fmt/core.h>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <mutex>
