@@ -5,9 +5,13 @@
 #ifndef VELMAR_EMBEDDED_SERVERTYPES_H
 #define VELMAR_EMBEDDED_SERVERTYPES_H
 
+#include <Pegasus/Common/CIMFlavor.h>
+#include <Pegasus/Common/CIMName.h>
 #include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/CIMValue.h>
 #include <stdint.h>
 
+#include <bitset>
 #include <string>
 #include <vector>
 
@@ -45,6 +49,19 @@ struct IndicationCounts {
     uint64_t overflowed = 0;  ///< dropped because the subscription's queue was full
     uint64_t unmatched = 0;   ///< not of the filter's class or of its namespaces, or without one
     uint64_t discarded = 0;   ///< not yet handed over when the subscription ended
+};
+
+/// Where a qualifier may stand: the scopes that DSP0201 has attributes for, in this order.
+constexpr unsigned qualifierScopeCount = 7;
+extern const char* const qualifierScopeNames[qualifierScopeCount];
+using QualifierScopes = std::bitset<qualifierScopeCount>;
+
+/// A qualifier declaration, as MOF gives it.
+struct QualifierDeclaration {
+    Pegasus::CIMName name;
+    Pegasus::CIMValue defaultValue;  ///< typed; null when the declaration gives none
+    Pegasus::CIMFlavor flavor;
+    QualifierScopes scopes = {};
 };
 
 }  // namespace velmar_embedded

@@ -93,6 +93,7 @@ Answer transmitted(const Request& request, Answer delivered) {
     Answer answer;
     answer.classes = delivered.classes;
     answer.names = delivered.names;
+    answer.qualifiers = delivered.qualifiers;
     answer.returnValue = delivered.returnValue;
     for (Uint32 i = 0; i < delivered.instances.size(); i++) {
         CIMInstance instance = transmitted(delivered.instances[i], request, delivered);

@@ -36,11 +36,27 @@ String safeText(const char* text) {
 }  // namespace
 
 const char* operationName(Operation operation) {
-    static const char* const names[] = {
-        "getClass",        "enumerateClasses", "enumerateClassNames", "createClass",
-        "deleteClass",     "getInstance",      "enumerateInstances",  "enumerateInstanceNames",
-        "createInstance",  "modifyInstance",   "deleteInstance",      "associators",
-        "associatorNames", "references",       "referenceNames",      "invokeMethod"};
+    static const char* const names[] = {"getClass",
+                                        "enumerateClasses",
+                                        "enumerateClassNames",
+                                        "createClass",
+                                        "modifyClass",
+                                        "deleteClass",
+                                        "getQualifier",
+                                        "enumerateQualifiers",
+                                        "setQualifier",
+                                        "deleteQualifier",
+                                        "getInstance",
+                                        "enumerateInstances",
+                                        "enumerateInstanceNames",
+                                        "createInstance",
+                                        "modifyInstance",
+                                        "deleteInstance",
+                                        "associators",
+                                        "associatorNames",
+                                        "references",
+                                        "referenceNames",
+                                        "invokeMethod"};
     return names[static_cast<int>(operation)];
 }
 

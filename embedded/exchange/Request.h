@@ -25,6 +25,8 @@
 #include <string>
 #include <vector>
 
+#include "ServerTypes.h"
+
 namespace velmar_embedded {
 
 enum class Operation {
@@ -32,7 +34,12 @@ enum class Operation {
     EnumerateClasses,
     EnumerateClassNames,
     CreateClass,
+    ModifyClass,
     DeleteClass,
+    GetQualifier,
+    EnumerateQualifiers,
+    SetQualifier,
+    DeleteQualifier,
     GetInstance,
     EnumerateInstances,
     EnumerateInstanceNames,
@@ -108,6 +115,7 @@ struct Request {
 
     Pegasus::CIMInstance instance;
     Pegasus::CIMClass cimClass;
+    QualifierDeclaration qualifier;  ///< to get and to delete one, its name alone
     Pegasus::CIMName methodName;
     Pegasus::Array<Pegasus::CIMParamValue> parameters;
 };
@@ -128,6 +136,7 @@ std::mutex& deliveredPathLock();
 struct Answer {
     Pegasus::Array<Pegasus::CIMClass> classes;
     Pegasus::Array<Pegasus::CIMName> names;
+    std::vector<QualifierDeclaration> qualifiers;
     Pegasus::Array<Pegasus::CIMInstance> instances;
     Pegasus::Array<Pegasus::CIMObjectPath> paths;
     Pegasus::Array<Pegasus::CIMObject> objects;

@@ -47,6 +47,8 @@ struct HandleAccess {
     }
     /// What a value holds; null if it is null. Another object after every assignment.
     static const std::shared_ptr<const void>& data(const CIMValue& value) { return value._data; }
+    /// That a qualifier's text may be translated, which no flavor that programs name says.
+    static const CIMFlavor translatable;
     template <class Handle, class Rep>
     static Handle handle(std::shared_ptr<Rep> rep) {
         Handle handle;

@@ -14,81 +14,83 @@ namespace Pegasus {
 
 namespace {
 
-class Writer {
- public:
-    void raw(const String& text) { _out.append(text); }
-    void escaped(const String& text);
-    /// ` name="value"`, left out for an empty value.
-    void attribute(const char* name, const String& value);
-    void element(const char* name, const String& contents);
-
-    void value(const CIMValue& value);
-    void valueAttributes(const CIMValue& value, Uint32 arraySize);
-    void qualifiers(const NamedList<CIMQualifier>& list);
-    void property(const CIMProperty& property);
-    void parameter(const CIMParameter& parameter);
-    void method(const CIMMethod& method);
-    void path(const CIMObjectPath& path);
-    void object(const ObjectRep& object);
-
-    String take() { return std::move(_out); }
-
- private:
-    void name(const CIMObjectPath& path);
-    void keyValue(const CIMKeyBinding& key);
-    template <class Feature>
-    void declaration(const char* tag, const Feature& feature, const CIMValue& typed);
-    void end(const char* tag) { _out.append("</").append(tag).append(Char16('>')); }
-    void item(const CIMObjectPath& x);
-    template <class T>
-    void item(const T& x) {
-        element("VALUE", textOf(x));
+// What a text must write another way to be read back as it was; null for the rest. Blanks in an
+// attribute would be read as spaces, a carriage return anywhere as a line feed; what XML has no
+// form for at all becomes the replacement character.
+const char* entityFor(Uint32 c, bool inAttribute) {
+    switch (c) {
+        case '&':
+            return "&amp;";
+        case '<':
+            return "&lt;";
+        case '>':
+            return "&gt;";
+        case '"':
+            return "&quot;";
+        case '\t':
+            return inAttribute ? "&#9;" : nullptr;
+        case '\n':
+            return inAttribute ? "&#10;" : nullptr;
+        case '\r':
+            return "&#13;";
+        case 0xFFFE:
+        case 0xFFFF:
+            return "\xEF\xBF\xBD";
+        default:
+            return c < 0x20 ? "\xEF\xBF\xBD" : nullptr;
     }
-
-    String _out;
-};
-
-void Writer::escaped(const String& text) {
-    const Char16* data = text.getChar16Data();
-    Uint32 done = 0;
-    const Uint32 size = text.size();
-    for (Uint32 i = 0; i < size; i++) {
-        const char* entity = data[i] == '&'   ? "&amp;"
-                             : data[i] == '<' ? "&lt;"
-                             : data[i] == '>' ? "&gt;"
-                             : data[i] == '"' ? "&quot;"
-                                              : nullptr;
-        if (!entity) {
-            continue;
-        }
-        _out.append(data + done, i - done).append(entity);
-        done = i + 1;
-    }
-    _out.append(data + done, size - done);
 }
 
-void Writer::attribute(const char* name, const String& value) {
+}  // namespace
+
+void XmlWriter::escaped(const String& text, bool inAttribute) {
+    const Char16* const units = text.getChar16Data();
+    const Uint32 size = text.size();
+    for (Uint32 i = 0; i < size;) {
+        const Uint32 c = Uint16(units[i]);
+        if (const char* const entity = entityFor(c, inAttribute)) {
+            _out += entity;
+            i++;
+        } else if (c < 0x80) {
+            _out += char(c);
+            i++;
+        } else {
+            const Uint32 start = i;
+            while (i < size && Uint16(units[i]) >= 0x80 && Uint16(units[i]) < 0xFFFE) {
+                i++;
+            }
+            _out += String(units + start, i - start).getCString();
+        }
+    }
+}
+
+void XmlWriter::attribute(const char* name, const String& value) {
     if (value.size() == 0) {
         return;
     }
-    _out.append(Char16(' ')).append(name).append("=\"");
-    escaped(value);
-    _out.append(Char16('"'));
+    (_out += ' ').append(name).append("=\"");
+    escaped(value, true);
+    _out += '"';
 }
 
-void Writer::element(const char* name, const String& contents) {
-    _out.append(Char16('<')).append(name).append(Char16('>'));
+void XmlWriter::element(const char* name, const String& contents) {
+    ((_out += '<') += name) += '>';
     escaped(contents);
     end(name);
 }
 
-void Writer::item(const CIMObjectPath& x) {
+template <class T>
+void XmlWriter::item(const T& x) {
+    element("VALUE", textOf(x));
+}
+
+void XmlWriter::item(const CIMObjectPath& x) {
     raw("<VALUE.REFERENCE>");
     path(x);
     raw("</VALUE.REFERENCE>");
 }
 
-void Writer::value(const CIMValue& value) {
+void XmlWriter::value(const CIMValue& value) {
     if (value.isNull()) {
         return;
     }
@@ -103,7 +105,7 @@ void Writer::value(const CIMValue& value) {
         value.get(items);
         const char* const tag =
             std::is_same_v<T, CIMObjectPath> ? "VALUE.REFARRAY>" : "VALUE.ARRAY>";
-        _out.append(Char16('<')).append(tag);
+        (_out += '<') += tag;
         for (Uint32 i = 0; i < items.size(); i++) {
             item(items[i]);
         }
@@ -113,8 +115,8 @@ void Writer::value(const CIMValue& value) {
 
 // The begin of a property's or parameter's element: its name and the type of its values.
 template <class Feature>
-void Writer::declaration(const char* tag, const Feature& feature, const CIMValue& typed) {
-    _out.append(Char16('<')).append(tag);
+void XmlWriter::declaration(const char* tag, const Feature& feature, const CIMValue& typed) {
+    (_out += '<') += tag;
     attribute("NAME", feature.getName().getString());
     if (typed.getType() == CIMTYPE_REFERENCE) {
         attribute("REFERENCECLASS", feature.getReferenceClassName().getString());
@@ -123,8 +125,15 @@ void Writer::declaration(const char* tag, const Feature& feature, const CIMValue
     }
 }
 
+void XmlWriter::flavors(const CIMFlavor& flavor) {
+    attribute("OVERRIDABLE", flavor.hasFlavor(CIMFlavor::DISABLEOVERRIDE) ? "false" : "");
+    attribute("TOSUBCLASS", flavor.hasFlavor(CIMFlavor::RESTRICTED) ? "false" : "");
+    attribute("TOINSTANCE", flavor.hasFlavor(CIMFlavor::TOINSTANCE) ? "true" : "");
+    attribute("TRANSLATABLE", flavor.hasFlavor(HandleAccess::translatable) ? "true" : "");
+}
+
 // Objects travel as text, with the kind beside the type.
-void Writer::valueAttributes(const CIMValue& value, Uint32 arraySize) {
+void XmlWriter::valueAttributes(const CIMValue& value, Uint32 arraySize) {
     const CIMType type = value.getType();
     const bool embedded = type == CIMTYPE_OBJECT || type == CIMTYPE_INSTANCE;
     attribute("TYPE", embedded ? "string" : cimTypeToString(type));
@@ -136,18 +145,19 @@ void Writer::valueAttributes(const CIMValue& value, Uint32 arraySize) {
     }
 }
 
-void Writer::qualifiers(const NamedList<CIMQualifier>& list) {
+void XmlWriter::qualifiers(const NamedList<CIMQualifier>& list) {
     for (const CIMQualifier& qualifier : list) {
         raw("<QUALIFIER");
         attribute("NAME", qualifier.getName().getString());
         valueAttributes(qualifier.getValue(), 0);
+        flavors(qualifier.getFlavor());
         raw(">");
         value(qualifier.getValue());
         raw("</QUALIFIER>");
     }
 }
 
-void Writer::property(const CIMProperty& property) {
+void XmlWriter::property(const CIMProperty& property) {
     const bool reference = property.getType() == CIMTYPE_REFERENCE;
     const char* const tag = property.isArray() ? "PROPERTY.ARRAY"
                             : reference        ? "PROPERTY.REFERENCE"
@@ -161,7 +171,7 @@ void Writer::property(const CIMProperty& property) {
     end(tag);
 }
 
-void Writer::parameter(const CIMParameter& parameter) {
+void XmlWriter::parameter(const CIMParameter& parameter) {
     const bool reference = parameter.getType() == CIMTYPE_REFERENCE;
     const char* const tag = reference && parameter.isArray() ? "PARAMETER.REFARRAY"
                             : reference                      ? "PARAMETER.REFERENCE"
@@ -173,7 +183,7 @@ void Writer::parameter(const CIMParameter& parameter) {
     end(tag);
 }
 
-void Writer::method(const CIMMethod& method) {
+void XmlWriter::method(const CIMMethod& method) {
     raw("<METHOD");
     attribute("NAME", method.getName().getString());
     attribute("TYPE", cimTypeToString(method.getType()));
@@ -187,7 +197,7 @@ void Writer::method(const CIMMethod& method) {
     raw("</METHOD>");
 }
 
-void Writer::keyValue(const CIMKeyBinding& key) {
+void XmlWriter::keyValue(const CIMKeyBinding& key) {
     if (key.getType() == CIMKeyBinding::REFERENCE) {
         item(CIMObjectPath(key.getValue()));
         return;
@@ -202,7 +212,7 @@ void Writer::keyValue(const CIMKeyBinding& key) {
 }
 
 // INSTANCENAME, or CLASSNAME for a path without keys.
-void Writer::name(const CIMObjectPath& path) {
+void XmlWriter::name(const CIMObjectPath& path) {
     const Array<CIMKeyBinding>& keys = path.getKeyBindings();
     if (keys.size() == 0) {
         raw("<CLASSNAME");
@@ -223,20 +233,9 @@ void Writer::name(const CIMObjectPath& path) {
     raw("</INSTANCENAME>");
 }
 
-void Writer::path(const CIMObjectPath& path) {
-    if (path.getNameSpace().isNull()) {
-        name(path);
-        return;
-    }
-    const bool full = path.getHost().size() != 0;
-    const char* kind = path.getKeyBindings().size() != 0 ? "INSTANCEPATH>" : "CLASSPATH>";
-    _out.append(full ? "<" : "<LOCAL").append(kind);
-    if (full) {
-        raw("<NAMESPACEPATH>");
-        element("HOST", path.getHost());
-    }
+void XmlWriter::nameSpace(const CIMNamespaceName& nameSpace) {
     raw("<LOCALNAMESPACEPATH>");
-    const String& text = path.getNameSpace().getString();
+    const String& text = nameSpace.getString();
     for (Uint32 start = 0; start <= text.size();) {
         Uint32 slash = text.find(start, Char16('/'));
         if (slash == PEG_NOT_FOUND) {
@@ -248,6 +247,21 @@ void Writer::path(const CIMObjectPath& path) {
         start = slash + 1;
     }
     raw("</LOCALNAMESPACEPATH>");
+}
+
+void XmlWriter::path(const CIMObjectPath& path) {
+    if (path.getNameSpace().isNull()) {
+        name(path);
+        return;
+    }
+    const bool full = path.getHost().size() != 0;
+    const char* kind = path.getKeyBindings().size() != 0 ? "INSTANCEPATH>" : "CLASSPATH>";
+    _out.append(full ? "<" : "<LOCAL").append(kind);
+    if (full) {
+        raw("<NAMESPACEPATH>");
+        element("HOST", path.getHost());
+    }
+    nameSpace(path.getNameSpace());
     if (full) {
         raw("</NAMESPACEPATH>");
     }
@@ -255,7 +269,7 @@ void Writer::path(const CIMObjectPath& path) {
     _out.append(full ? "</" : "</LOCAL").append(kind);
 }
 
-void Writer::object(const ObjectRep& object) {
+void XmlWriter::object(const ObjectRep& object) {
     raw(object.isClass ? "<CLASS" : "<INSTANCE");
     attribute(object.isClass ? "NAME" : "CLASSNAME", object.path.getClassName().getString());
     attribute("SUPERCLASS", object.superClassName.getString());
@@ -270,12 +284,11 @@ void Writer::object(const ObjectRep& object) {
     raw(object.isClass ? "</CLASS>" : "</INSTANCE>");
 }
 
-}  // namespace
-
 String objectXml(const ObjectRep& object) {
-    Writer writer;
+    XmlWriter writer;
     writer.object(object);
-    return writer.take();
+    const std::string text = writer.take();
+    return String(text.data(), Uint32(text.size()));
 }
 
 }  // namespace Pegasus

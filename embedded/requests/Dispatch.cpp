@@ -20,7 +20,12 @@ Answer serve(Services& services, const Request& request) {
         case Operation::EnumerateClasses:
         case Operation::EnumerateClassNames:
         case Operation::CreateClass:
+        case Operation::ModifyClass:
         case Operation::DeleteClass:
+        case Operation::GetQualifier:
+        case Operation::EnumerateQualifiers:
+        case Operation::SetQualifier:
+        case Operation::DeleteQualifier:
             return serveClass(services, request);
         case Operation::Associators:
         case Operation::AssociatorNames:

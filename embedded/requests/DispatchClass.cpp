@@ -55,6 +55,14 @@ void dropFeatures(CIMClass& cimClass, bool localOnly, const CIMPropertyList& pro
     }
 }
 
+QualifierDeclaration qualifierOf(const Services& services, const Request& request) {
+    QualifierDeclaration declared;
+    if (!services.repository.findQualifier(request.nameSpace, request.qualifier.name, declared)) {
+        throw CIMException(CIM_ERR_NOT_FOUND, request.qualifier.name.getString());
+    }
+    return declared;
+}
+
 }  // namespace
 
 CIMClass classFor(const Services& services, const Request& request, const CIMName& className) {
@@ -80,8 +88,23 @@ Answer serveClass(Services& services, const Request& request) {
         case Operation::CreateClass:
             services.repository.createClass(request.nameSpace, request.cimClass);
             break;
+        case Operation::ModifyClass:
+            services.repository.modifyClass(request.nameSpace, request.cimClass);
+            break;
         case Operation::DeleteClass:
             services.repository.deleteClass(request.nameSpace, className);
+            break;
+        case Operation::GetQualifier:
+            answer.qualifiers.push_back(qualifierOf(services, request));
+            break;
+        case Operation::EnumerateQualifiers:
+            answer.qualifiers = services.repository.qualifiers(request.nameSpace);
+            break;
+        case Operation::SetQualifier:
+            services.repository.declareQualifier(request.nameSpace, request.qualifier);
+            break;
+        case Operation::DeleteQualifier:
+            services.repository.deleteQualifier(request.nameSpace, request.qualifier.name);
             break;
         default:
             answer.names = services.repository.subclassNames(request.nameSpace, className,

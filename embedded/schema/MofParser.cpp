@@ -9,6 +9,8 @@
 #include <iterator>
 #include <utility>
 
+#include "model/CIMReps.h"
+
 namespace velmar_embedded {
 
 using namespace Pegasus;
@@ -156,7 +158,7 @@ void MofParser::qualifierDeclaration() {
         const MofToken part = identifier("Scope or Flavor");
         expect('(');
         if (part.is("scope")) {
-            scope();
+            result.scopes |= scope();
         } else if (part.is("flavor")) {
             do {
                 if (!acceptFlavor(result.flavor)) {
@@ -173,31 +175,40 @@ void MofParser::qualifierDeclaration() {
     advance();
 }
 
-// Where a qualifier may stand is not enforced, but a misspelt scope is no scope.
-void MofParser::scope() {
-    static const char* const names[] = {"any",       "association", "class",     "indication",
-                                        "instance",  "method",      "parameter", "property",
-                                        "qualifier", "reference",   "schema"};
+// Where a qualifier may stand is kept but not enforced; a misspelt scope is no scope.
+QualifierScopes MofParser::scope() {
+    QualifierScopes scopes;
     do {
-        if (std::none_of(std::begin(names), std::end(names),
-                         [&](const char* name) { return _token.is(name); })) {
+        unsigned found = 0;
+        while (found < qualifierScopeCount && !_token.is(qualifierScopeNames[found])) {
+            found++;
+        }
+        if (found < qualifierScopeCount) {
+            scopes.set(found);
+        } else if (_token.is("any")) {
+            scopes.set();
+        } else if (!_token.is("instance") && !_token.is("qualifier") && !_token.is("schema")) {
             failExpected("a scope");
         }
         advance();
     } while (accept(','));
+    return scopes;
 }
 
 bool MofParser::acceptFlavor(CIMFlavor& flavor) {
     bool overridable = !flavor.hasFlavor(CIMFlavor::DISABLEOVERRIDE);
     bool toSubclass = !flavor.hasFlavor(CIMFlavor::RESTRICTED);
     bool toInstance = flavor.hasFlavor(CIMFlavor::TOINSTANCE);
+    bool translatable = flavor.hasFlavor(HandleAccess::translatable);
     if (_token.is("enableoverride") || _token.is("disableoverride")) {
         overridable = _token.is("enableoverride");
     } else if (_token.is("tosubclass") || _token.is("restricted")) {
         toSubclass = _token.is("tosubclass");
     } else if (_token.is("toinstance")) {
         toInstance = true;
-    } else if (!_token.is("translatable")) {
+    } else if (_token.is("translatable")) {
+        translatable = true;
+    } else {
         return false;
     }
     advance();
@@ -205,6 +216,9 @@ bool MofParser::acceptFlavor(CIMFlavor& flavor) {
              (toSubclass ? CIMFlavor::TOSUBCLASS : CIMFlavor::RESTRICTED);
     if (toInstance) {
         flavor.addFlavor(CIMFlavor::TOINSTANCE);
+    }
+    if (translatable) {
+        flavor.addFlavor(HandleAccess::translatable);
     }
     return true;
 }

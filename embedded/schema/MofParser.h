@@ -66,7 +66,7 @@ class MofParser {
     void declaration();
     void pragma();
     void qualifierDeclaration();
-    void scope();
+    QualifierScopes scope();
     bool acceptFlavor(Pegasus::CIMFlavor& flavor);
     Pegasus::CIMQualifier qualifier();
     Qualifiers qualifiers();

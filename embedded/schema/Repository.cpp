@@ -15,6 +15,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "model/CIMReps.h"
+
 namespace velmar_embedded {
 
 using namespace Pegasus;
@@ -115,6 +117,19 @@ struct Repository::NameSpace {
         return found->second;
     }
 
+    // One that nothing depends on.
+    StoredClass& findUnused(const CIMName& name) {
+        StoredClass& stored = find(name, CIM_ERR_NOT_FOUND);
+        const auto children = subclasses.find(name.getString());
+        if (children != subclasses.end() && !children->second.empty()) {
+            throw CIMException(CIM_ERR_CLASS_HAS_CHILDREN, name.getString());
+        }
+        if (!stored.instances.empty()) {
+            throw CIMException(CIM_ERR_CLASS_HAS_INSTANCES, name.getString());
+        }
+        return stored;
+    }
+
     // A qualifier made by a program says nothing about its flavor; then the declaration decides.
     bool reachesSubclasses(const CIMConstQualifier& qualifier) const {
         const CIMFlavor& flavor = qualifier.getFlavor();
@@ -164,7 +179,34 @@ struct Repository::NameSpace {
     }
 
     CIMClass resolve(const CIMClass& given, const CIMClass* superClass) const;
+    void declareFlavors(const NamedList<CIMQualifier>& list) const;
+    void declareFlavors(const CIMClass& cimClass) const;
 };
+
+// Qualifiers that say nothing about their flavors get the declared ones.
+void Repository::NameSpace::declareFlavors(const NamedList<CIMQualifier>& list) const {
+    for (const CIMQualifier& qualifier : list) {
+        const auto declared = qualifiers.find(qualifier.getName().getString());
+        CIMFlavor& flavor = HandleAccess::rep(qualifier)->flavor;
+        if (flavor.equal(CIMFlavor(CIMFlavor::NONE)) && declared != qualifiers.end()) {
+            flavor = declared->second.flavor;
+        }
+    }
+}
+
+void Repository::NameSpace::declareFlavors(const CIMClass& cimClass) const {
+    const ObjectRep& object = *HandleAccess::rep(cimClass);
+    declareFlavors(object.qualifiers);
+    for (const CIMProperty& property : object.properties) {
+        declareFlavors(HandleAccess::rep(property)->qualifiers);
+    }
+    for (const CIMMethod& method : object.methods) {
+        declareFlavors(HandleAccess::rep(method)->qualifiers);
+        for (const CIMParameter& parameter : HandleAccess::rep(method)->parameters) {
+            declareFlavors(HandleAccess::rep(parameter)->qualifiers);
+        }
+    }
+}
 
 // The superclass's features come first. One that the class defines again keeps that place and the
 // superclass's qualifiers that it does not give itself (so an overridden key stays a key); all
@@ -203,8 +245,12 @@ CIMClass Repository::NameSpace::resolve(const CIMClass& given, const CIMClass* s
             result.addMethod(own(source.getMethod(i), name));
         }
     }
+    declareFlavors(result);
     return result;
 }
+
+const char* const qualifierScopeNames[qualifierScopeCount] = {
+    "class", "association", "reference", "property", "method", "parameter", "indication"};
 
 Repository::Repository() = default;
 Repository::~Repository() = default;
@@ -215,6 +261,15 @@ Repository::NameSpace& Repository::find(const CIMNamespaceName& nameSpace) const
         throw CIMException(CIM_ERR_INVALID_NAMESPACE, nameSpace.getString());
     }
     return *found->second;
+}
+
+Array<CIMNamespaceName> Repository::nameSpaces() const {
+    std::shared_lock lock(_lock);
+    Array<CIMNamespaceName> result;
+    for (const auto& nameSpace : _nameSpaces) {
+        result.append(CIMNamespaceName(nameSpace.first));
+    }
+    return result;
 }
 
 bool Repository::hasNamespace(const CIMNamespaceName& nameSpace) const {
@@ -252,6 +307,22 @@ bool Repository::findQualifier(const CIMNamespaceName& nameSpace, const CIMName&
     return true;
 }
 
+std::vector<QualifierDeclaration> Repository::qualifiers(const CIMNamespaceName& nameSpace) const {
+    std::shared_lock lock(_lock);
+    std::vector<QualifierDeclaration> result;
+    for (const auto& declared : find(nameSpace).qualifiers) {
+        result.push_back(declared.second);
+    }
+    return result;
+}
+
+void Repository::deleteQualifier(const CIMNamespaceName& nameSpace, const CIMName& name) {
+    std::unique_lock lock(_lock);
+    if (find(nameSpace).qualifiers.erase(name.getString()) == 0) {
+        throw CIMException(CIM_ERR_NOT_FOUND, name.getString());
+    }
+}
+
 void Repository::createClass(const CIMNamespaceName& nameSpace, const CIMClass& cimClass) {
     std::unique_lock lock(_lock);
     NameSpace& space = find(nameSpace);
@@ -269,17 +340,24 @@ void Repository::createClass(const CIMNamespaceName& nameSpace, const CIMClass& 
     _revision++;
 }
 
+void Repository::modifyClass(const CIMNamespaceName& nameSpace, const CIMClass& cimClass) {
+    std::unique_lock lock(_lock);
+    NameSpace& space = find(nameSpace);
+    StoredClass& stored = space.findUnused(cimClass.getClassName());
+    const CIMName& superName = stored.definition.getSuperClassName();
+    if (!superName.equal(cimClass.getSuperClassName())) {
+        throw CIMException(CIM_ERR_INVALID_SUPERCLASS, cimClass.getSuperClassName().getString());
+    }
+    const CIMClass* superClass =
+        superName.isNull() ? nullptr
+                           : &space.find(superName, CIM_ERR_INVALID_SUPERCLASS).definition;
+    stored.definition = space.resolve(cimClass, superClass);
+}
+
 void Repository::deleteClass(const CIMNamespaceName& nameSpace, const CIMName& className) {
     std::unique_lock lock(_lock);
     NameSpace& space = find(nameSpace);
-    const StoredClass& stored = space.find(className, CIM_ERR_NOT_FOUND);
-    const auto children = space.subclasses.find(className.getString());
-    if (children != space.subclasses.end() && !children->second.empty()) {
-        throw CIMException(CIM_ERR_CLASS_HAS_CHILDREN, className.getString());
-    }
-    if (!stored.instances.empty()) {
-        throw CIMException(CIM_ERR_CLASS_HAS_INSTANCES, className.getString());
-    }
+    const StoredClass& stored = space.findUnused(className);
     auto& siblings = space.subclasses[stored.definition.getSuperClassName().getString()];
     siblings.erase(std::find(siblings.begin(), siblings.end(), className));
     space.classes.erase(className.getString());

@@ -23,15 +23,11 @@
 #include <memory>
 #include <shared_mutex>
 #include <string>
+#include <vector>
+
+#include "../ServerTypes.h"
 
 namespace velmar_embedded {
-
-/// A qualifier declaration, as MOF gives it.
-struct QualifierDeclaration {
-    Pegasus::CIMName name;
-    Pegasus::CIMValue defaultValue;  ///< typed; null when the declaration gives none
-    Pegasus::CIMFlavor flavor;
-};
 
 class Repository {
  public:
@@ -43,6 +39,7 @@ class Repository {
     /// Grows with every change of the classes or namespaces.
     uint64_t revision() const { return _revision.load(std::memory_order_acquire); }
 
+    Pegasus::Array<Pegasus::CIMNamespaceName> nameSpaces() const;
     bool hasNamespace(const Pegasus::CIMNamespaceName& nameSpace) const;
     /// Quiet when the namespace exists already.
     void createNamespace(const Pegasus::CIMNamespaceName& nameSpace);
@@ -53,10 +50,17 @@ class Repository {
     /// False when the namespace has no declaration of that name; `declaration` is then unchanged.
     bool findQualifier(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& name,
                        QualifierDeclaration& declaration) const;
+    /// All of a namespace, by name.
+    std::vector<QualifierDeclaration> qualifiers(const Pegasus::CIMNamespaceName& nameSpace) const;
+    /// CIM_ERR_NOT_FOUND for an unknown qualifier.
+    void deleteQualifier(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& name);
 
     /// Stores the class with the features of its superclass before its own, propagated flags and
     /// class origins set. CIM_ERR_INVALID_SUPERCLASS, CIM_ERR_ALREADY_EXISTS.
     void createClass(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMClass& cimClass);
+    /// Replaces a class. CIM_ERR_NOT_FOUND for an unknown class, CIM_ERR_CLASS_HAS_CHILDREN,
+    /// CIM_ERR_CLASS_HAS_INSTANCES, CIM_ERR_INVALID_SUPERCLASS for another superclass.
+    void modifyClass(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMClass& cimClass);
     /// CIM_ERR_NOT_FOUND for an unknown class, CIM_ERR_CLASS_HAS_CHILDREN,
     /// CIM_ERR_CLASS_HAS_INSTANCES.
     void deleteClass(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className);

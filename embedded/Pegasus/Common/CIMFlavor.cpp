@@ -3,6 +3,8 @@
 
 #include <Pegasus/Common/CIMFlavor.h>
 
+#include "model/CIMReps.h"
+
 namespace Pegasus {
 
 // Constant-initialized: other static objects may use them.
@@ -10,6 +12,7 @@ const CIMFlavor CIMFlavor::NONE(0);
 const CIMFlavor CIMFlavor::OVERRIDABLE(1);
 const CIMFlavor CIMFlavor::TOSUBCLASS(2);
 const CIMFlavor CIMFlavor::TOINSTANCE(4);
+const CIMFlavor HandleAccess::translatable(8);
 const CIMFlavor CIMFlavor::DISABLEOVERRIDE(16);
 const CIMFlavor CIMFlavor::RESTRICTED(32);
 const CIMFlavor CIMFlavor::DEFAULTS(1 | 2);
@@ -18,11 +21,9 @@ String CIMFlavor::toString() const {
     static const struct {
         const CIMFlavor& flavor;
         const char* keyword;
-    } keywords[] = {{OVERRIDABLE, "EnableOverride"},
-                    {DISABLEOVERRIDE, "DisableOverride"},
-                    {TOSUBCLASS, "ToSubclass"},
-                    {RESTRICTED, "Restricted"},
-                    {TOINSTANCE, "ToInstance"}};
+    } keywords[] = {{OVERRIDABLE, "EnableOverride"}, {DISABLEOVERRIDE, "DisableOverride"},
+                    {TOSUBCLASS, "ToSubclass"},      {RESTRICTED, "Restricted"},
+                    {TOINSTANCE, "ToInstance"},      {HandleAccess::translatable, "Translatable"}};
     String text;
     for (const auto& entry : keywords) {
         if (!hasFlavor(entry.flavor)) {

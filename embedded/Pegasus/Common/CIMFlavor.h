@@ -34,6 +34,8 @@ class PEGASUS_EXPORT CIMFlavor {
     String toString() const;
 
  private:
+    friend struct HandleAccess;
+
     constexpr explicit CIMFlavor(Uint32 flags) : _flags(flags) {}
 
     Uint32 _flags;
