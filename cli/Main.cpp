@@ -31,6 +31,9 @@ int main(int argc, char** argv) {
     app.set_version_flag("--version", "velmar " VELMAR_VERSION " (embedded CIM server)");
     velmar_cli::Run run;
     velmar_cli::addCheck(app, run);
+#ifdef VELMAR_HAS_WIRE
+    velmar_cli::addServe(app, run);
+#endif
 
     try {
         app.parse(argc, argv);

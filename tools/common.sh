@@ -41,7 +41,8 @@ install_packages() {
 
 # shellcheck disable=SC2034  # used by those that source this
 {
-    BUILD_PACKAGES=(g++ cmake ninja-build pkg-config nlohmann-json3-dev libfmt-dev libcli11-dev)
+    BUILD_PACKAGES=(g++ cmake ninja-build pkg-config nlohmann-json3-dev libfmt-dev libcli11-dev
+                    libcpp-httplib-dev libpugixml-dev)
     TEST_PACKAGES=(libgtest-dev)
     BENCH_PACKAGES=(libbenchmark-dev)
 }

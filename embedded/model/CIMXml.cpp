@@ -133,10 +133,10 @@ void XmlWriter::flavors(const CIMFlavor& flavor) {
 }
 
 // Objects travel as text, with the kind beside the type.
-void XmlWriter::valueAttributes(const CIMValue& value, Uint32 arraySize) {
+void XmlWriter::valueAttributes(const CIMValue& value, Uint32 arraySize, const char* typeName) {
     const CIMType type = value.getType();
     const bool embedded = type == CIMTYPE_OBJECT || type == CIMTYPE_INSTANCE;
-    attribute("TYPE", embedded ? "string" : cimTypeToString(type));
+    attribute(typeName, embedded ? "string" : cimTypeToString(type));
     if (embedded) {
         attribute("EmbeddedObject", cimTypeToString(type));
     }
@@ -212,9 +212,9 @@ void XmlWriter::keyValue(const CIMKeyBinding& key) {
 }
 
 // INSTANCENAME, or CLASSNAME for a path without keys.
-void XmlWriter::name(const CIMObjectPath& path) {
+void XmlWriter::name(const CIMObjectPath& path, bool isInstance) {
     const Array<CIMKeyBinding>& keys = path.getKeyBindings();
-    if (keys.size() == 0) {
+    if (!isInstance) {
         raw("<CLASSNAME");
         attribute("NAME", path.getClassName().getString());
         raw("/>");

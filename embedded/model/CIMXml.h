@@ -28,12 +28,14 @@ class XmlWriter {
 
     /// VALUE, VALUE.ARRAY, VALUE.REFERENCE or VALUE.REFARRAY; nothing for a null value.
     void value(const CIMValue& value);
-    /// TYPE, for embedded objects EmbeddedObject, and for a fixed array ARRAYSIZE.
-    void valueAttributes(const CIMValue& value, Uint32 arraySize);
+    /// TYPE (under that name or another), for embedded objects EmbeddedObject, and for a fixed
+    /// array ARRAYSIZE.
+    void valueAttributes(const CIMValue& value, Uint32 arraySize, const char* typeName = "TYPE");
     /// What differs from the flavors that a qualifier has when nothing is said of them.
     void flavors(const CIMFlavor& flavor);
     /// CLASSNAME or INSTANCENAME.
-    void name(const CIMObjectPath& path);
+    void name(const CIMObjectPath& path) { name(path, path.getKeyBindings().size() != 0); }
+    void name(const CIMObjectPath& path, bool isInstance);
     /// The same, with namespace and host where the path has them.
     void path(const CIMObjectPath& path);
     /// LOCALNAMESPACEPATH.

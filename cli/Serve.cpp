@@ -1,0 +1,79 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// velmar serve: a package on the wire, until it is told to stop.
+#include <signal.h>
+#include <velmar_wire/WireServer.h>
+
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "Commands.h"
+#include "Package.h"
+
+namespace velmar_cli {
+
+namespace {
+
+struct Arguments {
+    Package package;
+    velmar_wire::Options wire;
+    double retryInterval = 30;
+};
+
+// The signals that end a server come to the thread that waits for them, from before the first
+// other thread is there.
+class EndSignals {
+ public:
+    EndSignals() {
+        sigemptyset(&_set);
+        sigaddset(&_set, SIGINT);
+        sigaddset(&_set, SIGTERM);
+        pthread_sigmask(SIG_BLOCK, &_set, nullptr);
+    }
+    void wait() {
+        int received = 0;
+        sigwait(&_set, &received);
+    }
+
+ private:
+    sigset_t _set;
+};
+
+ExitCode serve(Arguments& arguments) {
+    EndSignals end;
+    arguments.package.resolve();
+    arguments.wire.delivery.interval =
+        std::chrono::milliseconds(static_cast<long long>(arguments.retryInterval * 1000));
+    velmar_embedded::Server server;
+    arguments.package.load(server);
+    server.start();
+    {
+        const velmar_wire::WireServer wire(server, arguments.wire);
+        std::cout << "listening on http://127.0.0.1:" << wire.port() << std::endl;
+        end.wait();
+    }
+    server.stop();
+    return Good;
+}
+
+}  // namespace
+
+void addServe(CLI::App& app, Run& run) {
+    auto* const command = app.add_subcommand(
+        "serve", "Serves a package to WBEM clients of this host until SIGINT or SIGTERM");
+    const auto arguments = std::make_shared<Arguments>();
+    arguments->package.addOptions(*command);
+    arguments->wire.port = 5988;
+    command->add_option("--port", arguments->wire.port, "Port on 127.0.0.1; 0: a free one")
+        ->capture_default_str();
+    command
+        ->add_option("--retry-interval", arguments->retryInterval,
+                     "Seconds before an alert that a listener did not take is sent again")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 86400.0));
+    command->callback([&run, arguments] { run = [arguments] { return serve(*arguments); }; });
+}
+
+}  // namespace velmar_cli

@@ -1,0 +1,176 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "HttpConnection.h"
+
+#include <errno.h>
+#include <poll.h>
+#include <strings.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+
+namespace velmar_wire {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+int millisecondsUntil(Clock::time_point time) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(time - Clock::now()).count();
+    return int(std::clamp<decltype(left)>(left, 0, 3600 * 1000));
+}
+
+}  // namespace
+
+// False when the time is over, the client has gone, or the server stops and that matters.
+bool HttpConnection::receive(Time until, bool untilStop) {
+    pollfd wanted[] = {{_socket, POLLIN, 0}, {_stopping, POLLIN, 0}};
+    int ready = 0;
+    do {
+        ready = poll(wanted, untilStop ? 2 : 1, millisecondsUntil(until));
+    } while (ready < 0 && errno == EINTR);
+    if (ready <= 0 || (wanted[0].revents & (POLLIN | POLLHUP)) == 0) {
+        return false;
+    }
+    char buffer[16384];
+    const ssize_t count = recv(_socket, buffer, sizeof buffer, 0);
+    if (count <= 0) {
+        return false;
+    }
+    _input.append(buffer, size_t(count));
+    return true;
+}
+
+bool HttpConnection::send(const std::string& text) {
+    const Time until = Clock::now() + _limits.requestTime;
+    for (size_t sent = 0; sent < text.size();) {
+        const ssize_t count =
+            ::send(_socket, text.data() + sent, text.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (count > 0) {
+            sent += size_t(count);
+            continue;
+        }
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        pollfd wanted = {_socket, POLLOUT, 0};
+        if (count == 0 || (errno != EAGAIN && errno != EWOULDBLOCK) ||
+            poll(&wanted, 1, millisecondsUntil(until)) <= 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// After a request that was not read to its end nothing on the connection makes sense any more.
+HttpConnection::Outcome HttpConnection::refuse(int status, const char* detail) {
+    HttpResponse response;
+    response.status = status;
+    response.endsConnection = true;
+    if (detail) {
+        response.headers.emplace_back("PGErrorDetail", percentEncoded(detail));
+    }
+    send(response.text());
+    return Outcome::Refused;
+}
+
+HttpConnection::Outcome HttpConnection::readHead(HttpRequest& request) {
+    size_t searched = 0;
+    size_t end = 0;
+    while ((end = _input.find("\r\n\r\n", searched)) == std::string::npos) {
+        if (_input.size() > _limits.headSize) {
+            return refuse(431);
+        }
+        searched = _input.size() < 3 ? 0 : _input.size() - 3;
+        const bool isIdle = _input.empty();
+        if (!receive(isIdle ? Clock::now() + _limits.idleTime : _until, isIdle)) {
+            return Outcome::Ended;
+        }
+        if (isIdle) {
+            _until = Clock::now() + _limits.requestTime;
+        }
+    }
+    if (end > _limits.headSize) {
+        return refuse(431);
+    }
+    const auto head = parseHead(_input.substr(0, end));
+    _input.erase(0, end + 4);
+    if (!head) {
+        return refuse(501);
+    }
+    request = *head;
+    return Outcome::Good;
+}
+
+HttpConnection::Outcome HttpConnection::readBody(HttpRequest& request) {
+    const BodyLength length = bodyLength(request);
+    if (length.kind == BodyLength::Missing) {
+        return Outcome::Ended;  // a real server waits for ever; there is nothing to wait for
+    }
+    if (length.kind == BodyLength::Malformed) {
+        return refuse(400, "Invalid Content-Length header detected");
+    }
+    if (length.size > _limits.bodySize) {
+        return refuse(413);
+    }
+    const std::string* const expected = request.header("Expect");
+    if (expected && strcasecmp(expected->c_str(), "100-continue") == 0 &&
+        !send("HTTP/1.1 100 Continue\r\n\r\n")) {
+        return Outcome::Ended;
+    }
+    if (length.kind == BodyLength::Known) {
+        while (_input.size() < length.size) {
+            if (!receive(_until, false)) {
+                return Outcome::Ended;
+            }
+        }
+        request.body = _input.substr(0, length.size);
+        _input.erase(0, length.size);
+        return Outcome::Good;
+    }
+    ChunkReader chunks;
+    for (;;) {
+        const ChunkReader::Result result = chunks.read(_input, request.body);
+        if (result == ChunkReader::Malformed) {
+            return refuse(400);
+        }
+        if (request.body.size() > _limits.bodySize) {
+            return refuse(413);
+        }
+        if (result == ChunkReader::Whole) {
+            return Outcome::Good;
+        }
+        if (!receive(_until, false)) {
+            return Outcome::Ended;
+        }
+    }
+}
+
+bool HttpConnection::serveOne() {
+    HttpRequest request;
+    if (readHead(request) != Outcome::Good) {
+        return false;
+    }
+    const HttpResponse refused = _check(request);
+    if (refused.status == 501 ||
+        (refused.status != 200 && bodyLength(request).kind != BodyLength::Known)) {
+        refuse(refused.status);
+        return false;
+    }
+    if (readBody(request) != Outcome::Good) {
+        return false;
+    }
+    HttpResponse response = _handle(request);
+    response.endsConnection = !request.keepsConnection();
+    return send(response.text()) && !response.endsConnection;
+}
+
+void HttpConnection::run() {
+    _until = Clock::now() + _limits.requestTime;
+    while (serveOne()) {
+        _until = Clock::now() + _limits.requestTime;
+    }
+}
+
+}  // namespace velmar_wire

@@ -1,0 +1,212 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "HttpMessage.h"
+
+#include <string.h>
+#include <strings.h>
+
+#include <algorithm>
+#include <charconv>
+
+namespace velmar_wire {
+
+namespace {
+
+const char* reasonOf(int status) {
+    switch (status) {
+        case 200:
+            return "OK";
+        case 400:
+            return "Bad Request";
+        case 413:
+            return "Payload Too Large";
+        case 431:
+            return "Request Header Fields Too Large";
+        case 501:
+            return "Not Implemented";
+        case 503:
+            return "Service Unavailable";
+        default:
+            return "Internal Server Error";
+    }
+}
+
+std::string trimmed(const std::string& text) {
+    const size_t first = text.find_first_not_of(" \t");
+    return first == std::string::npos
+               ? std::string()
+               : text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+bool isToken(const std::string& text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) {
+        return c > 0x20 && c < 0x7F && !strchr("()<>@,;:\\\"/[]?={}", c);
+    });
+}
+
+template <class Number>
+bool parseNumber(const std::string& text, Number& number, int base) {
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number, base);
+    return !text.empty() && result.ec == std::errc() && result.ptr == text.data() + text.size();
+}
+
+int digitOf(char c) {
+    return c >= '0' && c <= '9'   ? c - '0'
+           : c >= 'a' && c <= 'f' ? c - 'a' + 10
+           : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                  : -1;
+}
+
+}  // namespace
+
+const std::string* HttpRequest::header(const std::string& name) const {
+    for (const auto& each : headers) {
+        if (strcasecmp(each.first.c_str(), name.c_str()) == 0) {
+            return &each.second;
+        }
+    }
+    return nullptr;
+}
+
+bool HttpRequest::keepsConnection() const {
+    const std::string* const connection = header("Connection");
+    if (!connection) {
+        return !isHttp10;
+    }
+    return strcasecmp(connection->c_str(), isHttp10 ? "keep-alive" : "close") == 0 ? isHttp10
+                                                                                   : !isHttp10;
+}
+
+std::string HttpResponse::text() const {
+    std::string text = "HTTP/1.1 " + std::to_string(status) + " " + reasonOf(status) + "\r\n";
+    text.reserve(text.size() + 256 + body.size());
+    for (const auto& header : headers) {
+        text.append(header.first).append(": ").append(header.second).append("\r\n");
+    }
+    text.append("Content-Length: ").append(std::to_string(body.size())).append("\r\n");
+    if (endsConnection) {
+        text += "Connection: close\r\n";
+    }
+    return text.append("\r\n").append(body);
+}
+
+std::optional<HttpRequest> parseHead(const std::string& head) {
+    HttpRequest request;
+    const size_t lineEnd = std::min(head.find("\r\n"), head.size());
+    const std::string line = head.substr(0, lineEnd);
+    const size_t first = line.find(' ');
+    const size_t last = line.rfind(' ');
+    if (first == std::string::npos || last == first) {
+        return std::nullopt;
+    }
+    request.method = line.substr(0, first);
+    request.target = line.substr(first + 1, last - first - 1);
+    const std::string version = line.substr(last + 1);
+    request.isHttp10 = version == "HTTP/1.0";
+    if (!isToken(request.method) || (version != "HTTP/1.1" && !request.isHttp10)) {
+        return std::nullopt;
+    }
+    for (size_t start = lineEnd + 2; start < head.size();) {
+        const size_t end = std::min(head.find("\r\n", start), head.size());
+        const std::string field = head.substr(start, end - start);
+        const size_t colon = field.find(':');
+        if (colon == std::string::npos || !isToken(field.substr(0, colon))) {
+            return std::nullopt;
+        }
+        request.headers.emplace_back(field.substr(0, colon), trimmed(field.substr(colon + 1)));
+        start = end + 2;
+    }
+    return request;
+}
+
+BodyLength bodyLength(const HttpRequest& request) {
+    const std::string* const coding = request.header("Transfer-Encoding");
+    const std::string* length = nullptr;
+    for (const auto& header : request.headers) {
+        if (strcasecmp(header.first.c_str(), "Content-Length") != 0) {
+            continue;
+        }
+        if (length && *length != header.second) {
+            return {BodyLength::Malformed};
+        }
+        length = &header.second;
+    }
+    if (coding) {
+        // Both would leave open where the next request begins.
+        const bool chunked = strcasecmp(coding->c_str(), "chunked") == 0;
+        return {chunked && !length ? BodyLength::Chunked : BodyLength::Malformed};
+    }
+    if (!length) {
+        return {BodyLength::Missing};
+    }
+    size_t size = 0;
+    return parseNumber(*length, size, 10) ? BodyLength{BodyLength::Known, size}
+                                          : BodyLength{BodyLength::Malformed};
+}
+
+ChunkReader::Result ChunkReader::read(std::string& input, std::string& body) {
+    for (;;) {
+        if (_state == Data) {
+            const size_t now = std::min(_left, input.size());
+            body.append(input, 0, now);
+            input.erase(0, now);
+            _left -= now;
+            if (_left > 0) {
+                return More;
+            }
+            _state = DataEnd;
+        }
+        const size_t end = input.find("\r\n");
+        if (end == std::string::npos) {
+            return input.size() > 1024 ? Malformed : More;
+        }
+        const std::string line = input.substr(0, end);
+        input.erase(0, end + 2);
+        if (_state == Trailer) {
+            if (line.empty()) {
+                return Whole;
+            }
+        } else if (_state == DataEnd) {
+            if (!line.empty()) {
+                return Malformed;
+            }
+            _state = Size;
+        } else if (!parseNumber(trimmed(line.substr(0, line.find(';'))), _left, 16)) {
+            return Malformed;
+        } else {
+            _state = _left == 0 ? Trailer : Data;
+        }
+    }
+}
+
+std::string percentEncoded(const std::string& text) {
+    static const char digits[] = "0123456789ABCDEF";
+    std::string encoded;
+    for (const char each : text) {
+        const auto c = static_cast<unsigned char>(each);
+        if (c < 0x80 && (isalnum(c) || (c && strchr("-_.!~*'()/", c)))) {
+            encoded += each;
+        } else {
+            ((encoded += '%') += digits[c >> 4]) += digits[c & 15];
+        }
+    }
+    return encoded;
+}
+
+std::string percentDecoded(const std::string& text) {
+    std::string decoded;
+    for (size_t i = 0; i < text.size(); i++) {
+        const int high = text[i] == '%' && i + 2 < text.size() ? digitOf(text[i + 1]) : -1;
+        const int low = high >= 0 ? digitOf(text[i + 2]) : -1;
+        if (low >= 0) {
+            decoded += char(high * 16 + low);
+            i += 2;
+        } else {
+            decoded += text[i];
+        }
+    }
+    return decoded;
+}
+
+}  // namespace velmar_wire

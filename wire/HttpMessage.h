@@ -1,0 +1,66 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// HTTP messages as far as CIM operations need them.
+#ifndef VELMAR_WIRE_HTTPMESSAGE_H
+#define VELMAR_WIRE_HTTPMESSAGE_H
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace velmar_wire {
+
+using HttpHeaders = std::vector<std::pair<std::string, std::string>>;
+
+struct HttpRequest {
+    std::string method;
+    std::string target;
+    bool isHttp10 = false;
+    HttpHeaders headers;
+    std::string body;
+
+    /// The value of the first header of this name in any letter case; null without one.
+    const std::string* header(const std::string& name) const;
+    bool keepsConnection() const;
+};
+
+struct HttpResponse {
+    int status = 200;
+    HttpHeaders headers;
+    std::string body;
+    bool endsConnection = false;
+
+    /// The whole message.
+    std::string text() const;
+};
+
+/// The line and headers of a request, up to the empty line. Nothing for what is none.
+std::optional<HttpRequest> parseHead(const std::string& head);
+
+/// How long a request's body is, and how it comes.
+struct BodyLength {
+    enum Kind { Known, Chunked, Missing, Malformed } kind;
+    size_t size = 0;
+};
+BodyLength bodyLength(const HttpRequest& request);
+
+/// Takes what is whole of a chunked body off the begin of `input` and adds it to `body`.
+class ChunkReader {
+ public:
+    enum Result { More, Whole, Malformed };
+    Result read(std::string& input, std::string& body);
+
+ private:
+    enum { Size, Data, DataEnd, Trailer } _state = Size;
+    size_t _left = 0;
+};
+
+std::string percentEncoded(const std::string& text);
+/// As it is where a % is followed by no two digits.
+std::string percentDecoded(const std::string& text);
+
+}  // namespace velmar_wire
+
+#endif

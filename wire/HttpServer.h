@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// An HTTP server on the loopback interface. Sockets, threads and the accept loop are cpp-httplib's;
+// requests are read here, because its own reader answers what is no plain request (M-POST, a
+// missing length, garbage) in ways of its own.
+#ifndef VELMAR_WIRE_HTTPSERVER_H
+#define VELMAR_WIRE_HTTPSERVER_H
+
+#include <stdint.h>
+
+#include <functional>
+#include <memory>
+
+#include "HttpMessage.h"
+#include "WireServer.h"
+
+namespace velmar_wire {
+
+class HttpServer {
+ public:
+    using Handler = std::function<HttpResponse(const HttpRequest&)>;
+
+    /// `check` answers a head whose body is not to be read with a status that is not 200; `handle`
+    /// gives the answer. Both are called on several threads.
+    HttpServer(const Limits& limits, Handler check, Handler handle);
+    ~HttpServer();
+
+    /// Throws std::runtime_error when the port (0: any) cannot be had. Returns the port.
+    uint16_t start(uint16_t port);
+    /// Ends idle connections, waits for the answers that are being made.
+    void stop();
+
+ private:
+    class Impl;
+    std::unique_ptr<Impl> _impl;
+};
+
+}  // namespace velmar_wire
+
+#endif

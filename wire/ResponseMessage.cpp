@@ -1,0 +1,194 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// Responses: written by servers, read by clients; and what all messages have around them.
+#include <Pegasus/Common/Exception.h>
+#include <string.h>
+
+#include "CimReader.h"
+#include "MessageParts.h"
+#include "Messages.h"
+
+using namespace Pegasus;
+using velmar_embedded::Answer;
+using velmar_embedded::Operation;
+using velmar_embedded::Request;
+
+namespace velmar_wire {
+
+namespace {
+
+const char* elementOf(const Call& call) {
+    return call.isExtrinsic ? "METHODRESPONSE" : "IMETHODRESPONSE";
+}
+
+template <class Write>
+std::string response(const Call& call, Write&& write) {
+    XmlWriter writer;
+    openMessage(writer, call.id, "SIMPLERSP");
+    writer.raw("<");
+    writer.raw(elementOf(call));
+    writer.attribute("NAME", stringOf(call.method));
+    writer.raw(">");
+    write(writer);
+    writer.raw("</");
+    writer.raw(elementOf(call));
+    writer.raw(">");
+    closeMessage(writer, "SIMPLERSP");
+    return writer.take();
+}
+
+void writeMethodResult(XmlWriter& writer, const Answer& answer) {
+    writer.raw("<RETURNVALUE");
+    writer.valueAttributes(answer.returnValue, 0, "PARAMTYPE");
+    writer.raw(">");
+    writer.value(answer.returnValue);
+    writer.raw("</RETURNVALUE>");
+    for (Uint32 i = 0; i < answer.parameters.size(); i++) {
+        const CIMParamValue& parameter = answer.parameters[i];
+        writer.raw("<PARAMVALUE");
+        writer.attribute("NAME", parameter.getParameterName());
+        writer.valueAttributes(parameter.getValue(), 0, "PARAMTYPE");
+        writer.raw(">");
+        writer.value(parameter.getValue());
+        writer.raw("</PARAMVALUE>");
+    }
+}
+
+void throwError(pugi::xml_node element) {
+    const String code = attributeOf(element, "CODE");
+    char* end = nullptr;
+    const std::string digits = textOf(code);
+    const unsigned long number = strtoul(digits.c_str(), &end, 10);
+    if (digits.empty() || *end || number == 0 || number > 0xFFFF) {
+        meaningless(element, "Illegal value for ERROR.CODE attribute");
+    }
+    throw CIMException(CIMStatusCode(number),
+                       stringOf(element.attribute("DESCRIPTION").as_string()));
+}
+
+void readIntrinsicResult(const Intrinsic& intrinsic, pugi::xml_node element, Answer& answer) {
+    const pugi::xml_node result = firstElement(element);
+    if (!result || !intrinsic.result) {
+        return;
+    }
+    if (!is(result, "IRETURNVALUE")) {
+        invalid(result, std::string("Expected IRETURNVALUE, got ") + result.name());
+    }
+    for (auto item = firstElement(result); item; item = nextElement(item)) {
+        intrinsic.result->read(answer, item);
+    }
+}
+
+void readMethodResult(pugi::xml_node element, Answer& answer) {
+    for (auto child = firstElement(element); child; child = nextElement(child)) {
+        if (is(child, "RETURNVALUE")) {
+            answer.returnValue = returnValueOf(child);
+        } else if (is(child, "PARAMVALUE")) {
+            answer.parameters.append(parameterOf(child));
+        } else {
+            invalid(child, std::string("Expected RETURNVALUE or PARAMVALUE, got ") + child.name());
+        }
+    }
+}
+
+void checkVersion(pugi::xml_node element, const char* attribute, const char* begin,
+                  const char* what, const char* cimError) {
+    const std::string version = textOf(attributeOf(element, attribute));
+    const std::string text = std::string(what) + " version \"" + version + "\" is not supported.";
+    if (version.rfind(begin, 0) != 0) {
+        throw MessageFault(Defect::Unsupported, text, -1, cimError);
+    }
+}
+
+}  // namespace
+
+void openMessage(XmlWriter& writer, const std::string& id, const char* kind) {
+    writer.raw(
+        "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n"
+        "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\">\n<MESSAGE ID=\"");
+    writer.escaped(stringOf(id), true);
+    writer.raw("\" PROTOCOLVERSION=\"1.0\">\n<");
+    writer.raw(kind);
+    writer.raw(">\n");
+}
+
+void closeMessage(XmlWriter& writer, const char* kind) {
+    writer.raw("\n</");
+    writer.raw(kind);
+    writer.raw(">\n</MESSAGE>\n</CIM>\n");
+}
+
+pugi::xml_node messageOf(const Document& document) {
+    if (!document.hasDeclaration()) {
+        throw MessageFault(Defect::Invalid, "Expected <?xml ... ?> style declaration", 0);
+    }
+    const pugi::xml_node root = document.root();
+    if (!is(root, "CIM")) {
+        invalid(root, "Expected open of CIM element");
+    }
+    checkVersion(root, "CIMVERSION", "2.", "CIM", "unsupported-cim-version");
+    checkVersion(root, "DTDVERSION", "2.", "DTD", "unsupported-dtd-version");
+    const pugi::xml_node message = onlyElement(root);
+    if (!is(message, "MESSAGE")) {
+        invalid(message, std::string("Expected MESSAGE, got ") + message.name());
+    }
+    if (!message.attribute("ID")) {
+        invalid(message, "Invalid or missing MESSAGE.ID attribute");
+    }
+    checkVersion(message, "PROTOCOLVERSION", "1.", "CIM protocol", "unsupported-protocol-version");
+    return message;
+}
+
+std::string responseTo(const Call& call, const Answer& answer) {
+    return response(call, [&](XmlWriter& writer) {
+        if (call.isExtrinsic) {
+            writeMethodResult(writer, answer);
+        } else if (call.intrinsic->result) {
+            writer.raw("<IRETURNVALUE>");
+            call.intrinsic->result->write(writer, answer);
+            writer.raw("</IRETURNVALUE>");
+        }
+    });
+}
+
+std::string errorTo(const Call& call, CIMStatusCode code, const String& text) {
+    return response(call, [&](XmlWriter& writer) {
+        writer.raw("<ERROR");
+        writer.attribute("CODE", CIMValue(Uint32(code)).toString());
+        writer.attribute("DESCRIPTION", text);
+        writer.raw("/>");
+    });
+}
+
+std::string emptyResponseTo(const Call& call) {
+    return response(call, [](XmlWriter&) {});
+}
+
+Answer readResponse(const Request& request, const std::string& body) {
+    const Document document(body);
+    const pugi::xml_node message = messageOf(document);
+    const pugi::xml_node reply = onlyElement(message);
+    if (!is(reply, "SIMPLERSP")) {
+        invalid(reply, std::string("Expected SIMPLERSP, got ") + reply.name());
+    }
+    const bool isExtrinsic = request.operation == Operation::InvokeMethod;
+    const pugi::xml_node element = onlyElement(reply);
+    if (!is(element, isExtrinsic ? "METHODRESPONSE" : "IMETHODRESPONSE")) {
+        invalid(element, std::string("Expected the response of a method, got ") + element.name());
+    }
+    if (is(firstElement(element), "ERROR")) {
+        throwError(firstElement(element));
+    }
+    return guarded([&] {
+        Answer answer;
+        if (isExtrinsic) {
+            readMethodResult(element, answer);
+        } else {
+            readIntrinsicResult(*findIntrinsic(request.operation), element, answer);
+        }
+        return answer;
+    });
+}
+
+}  // namespace velmar_wire

@@ -1,0 +1,26 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "WireServer.h"
+
+#include "CimHandler.h"
+#include "HttpServer.h"
+
+namespace velmar_wire {
+
+struct WireServer::Impl {
+    Impl(velmar_embedded::Server&, const Options& options)
+        : http(options.limits, checkHead, answerTo), port(http.start(options.port)) {}
+
+    HttpServer http;
+    const uint16_t port;
+};
+
+WireServer::WireServer(velmar_embedded::Server& server, const Options& options)
+    : _impl(std::make_unique<Impl>(server, options)) {}
+
+WireServer::~WireServer() = default;
+
+uint16_t WireServer::port() const { return _impl->port; }
+
+}  // namespace velmar_wire
