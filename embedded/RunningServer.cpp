@@ -76,7 +76,10 @@ RunningServer::RunningServer()
                           [this](const std::string& name) { return makeChannel(name); }),
       _services{_repository, _registry, _workers, _problems, _running, _checks, nullptr, nullptr},
       _admission(_services),
-      _subscriptions(_services) {}
+      _subscriptions(_services),
+      _interop{_repository, _subscriptions, _problems, [this] { return destinations(); }} {
+    addInterop(_interop, _registry);
+}
 
 RunningServer::~RunningServer() = default;
 
@@ -150,6 +153,16 @@ void RunningServer::unsubscribe(const std::string& id) {
     std::shared_ptr<Subscription> removed;
     _admission.complete([&] { removed = _subscriptions.remove(id); });
     _subscriptions.close(removed);  // on this thread, which may be in a subscriber
+}
+
+void RunningServer::setDestinations(std::shared_ptr<Destinations> destinations) {
+    std::lock_guard<std::mutex> guard(_destinationsLock);
+    _destinations = std::move(destinations);
+}
+
+std::shared_ptr<Destinations> RunningServer::destinations() {
+    std::lock_guard<std::mutex> guard(_destinationsLock);
+    return _destinations;
 }
 
 std::shared_ptr<Channel> RunningServer::makeChannel(const std::string& providerName) {

@@ -10,12 +10,14 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
 #include "checks/Checks.h"
 #include "exchange/LocalServer.h"
 #include "indications/Subscriptions.h"
+#include "interop/Interop.h"
 #include "providers/Problems.h"
 #include "providers/RegistrationReader.h"
 #include "providers/Registry.h"
@@ -48,6 +50,8 @@ class RunningServer : public LocalServer, public std::enable_shared_from_this<Ru
     /// For the handle of a provider's initialize.
     std::shared_ptr<Channel> makeChannel(const std::string& providerName);
 
+    void setDestinations(std::shared_ptr<Destinations> destinations);
+
     Repository& repository() { return _repository; }
     Registry& registry() { return _registry; }
     RegistrationReader& registrationReader() { return _registrationReader; }
@@ -61,6 +65,8 @@ class RunningServer : public LocalServer, public std::enable_shared_from_this<Ru
     void registered();
 
  private:
+    std::shared_ptr<Destinations> destinations();
+
     std::chrono::milliseconds _patience{5000};
     Teller _teller;
     Problems _problems;
@@ -74,6 +80,9 @@ class RunningServer : public LocalServer, public std::enable_shared_from_this<Ru
     Admission _admission;
     Subscriptions _subscriptions;
     std::atomic<bool> _started{false};
+    std::mutex _destinationsLock;
+    std::shared_ptr<Destinations> _destinations;
+    const InteropServices _interop;
 };
 
 }  // namespace velmar_embedded

@@ -124,6 +124,10 @@ IndicationCounts Server::indicationCounts(const std::string& id) const {
     return _impl->server->subscriptions().counts(id);
 }
 
+void Server::setDestinations(std::shared_ptr<Destinations> destinations) {
+    _impl->server->setDestinations(std::move(destinations));
+}
+
 Repository& Server::repository() { return _impl->server->repository(); }
 
 void Server::observeCalls(std::function<void(const ProviderCall&)> observer) {

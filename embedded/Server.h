@@ -29,6 +29,8 @@
 
 namespace velmar_embedded {
 
+class Destinations;
+
 class Server {
  public:
     /// Knows the namespaces root and root/PG_InterOp, the latter with the PG_ registration classes.
@@ -98,6 +100,10 @@ class Server {
     IndicationCounts indicationCounts() const;
     /// Of one that has not ended. Throws CIMException (CIM_ERR_NOT_FOUND).
     IndicationCounts indicationCounts(const std::string& id) const;
+
+    /// What subscriptions that clients create as instances in root/PG_InterOp are delivered
+    /// through; without it they are refused. Null takes it away from later ones. At any time.
+    void setDestinations(std::shared_ptr<Destinations> destinations);
 
     Repository& repository();
 

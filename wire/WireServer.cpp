@@ -4,14 +4,27 @@
 #include "WireServer.h"
 
 #include "CimHandler.h"
+#include "Deliveries.h"
 #include "HttpServer.h"
 
 namespace velmar_wire {
 
 struct WireServer::Impl {
-    Impl(velmar_embedded::Server&, const Options& options)
-        : http(options.limits, checkHead, answerTo), port(http.start(options.port)) {}
+    Impl(velmar_embedded::Server& served, const Options& options)
+        : server(served),
+          deliveries(std::make_shared<Deliveries>(options.delivery)),
+          http(options.limits, checkHead, answerTo),
+          port(http.start(options.port)) {
+        server.setDestinations(deliveries);
+    }
+    ~Impl() {
+        http.stop();
+        server.setDestinations(nullptr);
+        deliveries->stop();
+    }
 
+    velmar_embedded::Server& server;
+    const std::shared_ptr<Deliveries> deliveries;
     HttpServer http;
     const uint16_t port;
 };

@@ -93,7 +93,7 @@ Subscriptions::~Subscriptions() = default;
 std::shared_ptr<Subscription> Subscriptions::prepare(const std::string& query,
                                                      const std::vector<std::string>& nameSpaces,
                                                      IndicationQueue::Deliver subscriber,
-                                                     size_t capacity) {
+                                                     size_t capacity, const CIMInstance& given) {
     auto subscription = std::make_shared<Subscription>();
     subscription->className = classOf(query);
     if (nameSpaces.empty()) {
@@ -111,7 +111,8 @@ std::shared_ptr<Subscription> Subscriptions::prepare(const std::string& query,
     }
     subscription->id = std::to_string(++_lastId);
 
-    const CIMInstance instance = subscriptionInstance(subscription->id);
+    const CIMInstance instance =
+        given.isUninitialized() ? subscriptionInstance(subscription->id) : given;
     subscription->path = instance.getPath();
     OperationContext& context = subscription->context;
     context.insert(IdentityContainer(userName()));
@@ -131,6 +132,14 @@ std::shared_ptr<Subscription> Subscriptions::prepare(const std::string& query,
         _services.workers, "subscription " + subscription->id + " (" + query + ")", capacity,
         deliver, [this](const std::string& problem) { _services.problems.report(problem); });
     return subscription;
+}
+
+void Subscriptions::checkFilterQuery(const std::string& query) {
+    static const std::regex select("\\s*select\\s[^]*", std::regex::icase);
+    if (!std::regex_match(query, select)) {
+        throw refused(CIM_ERR_INVALID_PARAMETER, "parse error: syntax error");
+    }
+    classOf(query);
 }
 
 // Each provider once, with the paths of the classes that it is registered for.

@@ -35,10 +35,13 @@ class Subscriptions {
     Subscriptions& operator=(const Subscriptions&) = delete;
 
     /// A subscription that nobody knows of yet. Throws CIMException for a query or an argument
-    /// that cannot be.
-    std::shared_ptr<Subscription> prepare(const std::string& query,
-                                          const std::vector<std::string>& nameSpaces,
-                                          IndicationQueue::Deliver subscriber, size_t capacity);
+    /// that cannot be. `instance` is the subscription as clients see it, if they do.
+    std::shared_ptr<Subscription> prepare(
+        const std::string& query, const std::vector<std::string>& nameSpaces,
+        IndicationQueue::Deliver subscriber, size_t capacity,
+        const Pegasus::CIMInstance& instance = Pegasus::CIMInstance());
+    /// Throws what clients hear of a filter whose query cannot be.
+    static void checkFilterQuery(const std::string& query);
     /// Keeps a subscription for createStored; false when that has begun already.
     bool store(const std::shared_ptr<Subscription>& subscription);
     /// Creates the stored subscriptions, then enables the providers. What fails is reported.

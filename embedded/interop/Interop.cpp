@@ -1,0 +1,108 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "interop/Interop.h"
+
+#include <string>
+#include <vector>
+
+#include "schema/Mof.h"
+
+using namespace Pegasus;
+
+namespace velmar_embedded {
+
+namespace {
+
+// The parts of the CIM Schema's classes that clients set and read.
+const char* const interopClasses = R"(
+[Abstract] class CIM_ManagedElement {
+    string Caption;
+    string Description;
+    string ElementName;
+};
+[Abstract] class CIM_Namespace : CIM_ManagedElement {
+    [Key] string SystemCreationClassName;
+    [Key] string SystemName;
+    [Key] string ObjectManagerCreationClassName;
+    [Key] string ObjectManagerName;
+    [Key] string CreationClassName;
+    [Key] string Name;
+    uint16 ClassInfo;
+    uint16 ClassType;
+};
+class PG_NameSpace : CIM_Namespace {
+};
+class CIM_IndicationFilter : CIM_ManagedElement {
+    [Key] string SystemCreationClassName;
+    [Key] string SystemName;
+    [Key] string CreationClassName;
+    [Key] string Name;
+    string SourceNamespace;
+    string SourceNamespaces[];
+    string Query;
+    string QueryLanguage;
+};
+[Abstract] class CIM_ListenerDestination : CIM_ManagedElement {
+    [Key] string SystemCreationClassName;
+    [Key] string SystemName;
+    [Key] string CreationClassName;
+    [Key] string Name;
+    uint16 PersistenceType = 2;
+    string OtherPersistenceType;
+};
+class CIM_ListenerDestinationCIMXML : CIM_ListenerDestination {
+    string Destination;
+};
+[Abstract] class CIM_IndicationHandler : CIM_ListenerDestination {
+    string Owner;
+};
+class CIM_IndicationHandlerCIMXML : CIM_IndicationHandler {
+    string Destination;
+};
+[Association] class CIM_IndicationSubscription {
+    [Key] CIM_IndicationFilter REF Filter;
+    [Key] CIM_ListenerDestination REF Handler;
+    uint16 OnFatalErrorPolicy = 2;
+    string OtherOnFatalErrorPolicy;
+    uint64 FailureTriggerTimeInterval;
+    uint16 SubscriptionState = 2;
+    string OtherSubscriptionState;
+    datetime TimeOfLastStateChange;
+    uint64 SubscriptionDuration;
+    datetime SubscriptionStartTime;
+    uint64 SubscriptionTimeRemaining;
+    uint16 RepeatNotificationPolicy = 2;
+    string OtherRepeatNotificationPolicy;
+    uint64 RepeatNotificationInterval;
+    uint64 RepeatNotificationGap;
+    uint16 RepeatNotificationCount;
+};
+)";
+
+// These have no use for upcalls, so their handle has no channel to the server.
+void add(Registry& registry, const char* name, ProviderFactory create,
+         const std::vector<const char*>& classNames) {
+    const auto provider =
+        registry.addProvider(name, std::move(create), [] { return CIMOMHandle(); });
+    for (const char* const className : classNames) {
+        registry.addCapabilities(provider,
+                                 {className, {interopNamespace}, {ProviderType::Instance}, {}});
+    }
+}
+
+}  // namespace
+
+void addInterop(const InteropServices& services, Registry& registry) {
+    // A real server has these from the begin.
+    services.repository.createNamespace("root/PG_Internal");
+    services.repository.createNamespace("root/cimv2");
+    compileMofText(services.repository, interopNamespace, interopClasses, "interop classes");
+    add(registry, "NamespaceProvider", [&services] { return newNamespaceProvider(services); },
+        {"PG_NameSpace"});
+    add(registry, "SubscriptionProvider", [&services] { return newSubscriptionProvider(services); },
+        {"CIM_IndicationFilter", "CIM_ListenerDestinationCIMXML", "CIM_IndicationHandlerCIMXML",
+         "CIM_IndicationSubscription"});
+}
+
+}  // namespace velmar_embedded

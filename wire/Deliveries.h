@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// Indications on their way to listeners over HTTP: to each listener in the order of their coming,
+// whatever happens to the others.
+#ifndef VELMAR_WIRE_DELIVERIES_H
+#define VELMAR_WIRE_DELIVERIES_H
+
+#include <condition_variable>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "WireServer.h"
+#include "indications/Destination.h"
+
+namespace velmar_wire {
+
+class Listener;
+
+/// Thread-safe.
+class Deliveries : public velmar_embedded::Destinations {
+ public:
+    explicit Deliveries(const DeliveryPolicy& policy) : _policy(policy) {}
+    ~Deliveries() override;
+
+    /// Subscriptions with the same URL share one queue. Throws CIMException for what is no
+    /// http:// URL.
+    std::shared_ptr<velmar_embedded::Destination> open(const std::string& url,
+                                                       const Report& report) override;
+
+    /// Gives up what is on its way, and takes no more.
+    void stop();
+
+ private:
+    const DeliveryPolicy _policy;
+    std::mutex _lock;
+    bool _stopped = false;
+    std::map<std::string, std::shared_ptr<Listener>> _listeners;  // by URL
+};
+
+}  // namespace velmar_wire
+
+#endif
