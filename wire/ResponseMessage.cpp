@@ -63,8 +63,9 @@ void throwError(pugi::xml_node element) {
     if (digits.empty() || *end || number == 0 || number > 0xFFFF) {
         meaningless(element, "Illegal value for ERROR.CODE attribute");
     }
-    throw CIMException(CIMStatusCode(number),
-                       stringOf(element.attribute("DESCRIPTION").as_string()));
+    const auto status = CIMStatusCode(number);
+    const String text = stringOf(element.attribute("DESCRIPTION").as_string());
+    throw CIMException(status, text.size() > 0 ? text : String(cimStatusCodeToString(status)));
 }
 
 void readIntrinsicResult(const Intrinsic& intrinsic, pugi::xml_node element, Answer& answer) {

@@ -134,7 +134,22 @@ void ClientConnection::connectLocal() {
     }
 }
 
+void ClientConnection::connect(const String& host, Uint32 port, const String& user,
+                               const String& password) {
+    const Connector* const connector = Connector::installed();
+    if (!connector) {
+        throw CannotConnectException(
+            String("Cannot connect to ") + host +
+            String(": this program knows no network; link velmar_remote::wire, or use "
+                   "connectLocal"));
+    }
+    _remote = connector->connect(host, port, user, password, _timeout);
+}
+
 Answer ClientConnection::exchange(Request request) {
+    if (_remote) {
+        return _remote->exchange(request, _timeout);
+    }
     if (!_server) {
         throw NotConnectedException();
     }

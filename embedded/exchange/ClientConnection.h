@@ -11,6 +11,7 @@
 #include <mutex>
 
 #include "exchange/Channel.h"
+#include "exchange/Connector.h"
 #include "exchange/LocalServer.h"
 
 namespace velmar_embedded {
@@ -21,10 +22,16 @@ Pegasus::String userName();
 /// Not thread-safe: one request at a time.
 class ClientConnection : public Channel {
  public:
-    bool isConnected() const { return _server != nullptr; }
+    bool isConnected() const { return _server || _remote; }
     /// Throws CannotConnectException without a started server.
     void connectLocal();
-    void disconnect() { _server.reset(); }
+    /// To a server outside of this process. Throws CannotConnectException.
+    void connect(const Pegasus::String& host, Pegasus::Uint32 port, const Pegasus::String& user,
+                 const Pegasus::String& password);
+    void disconnect() {
+        _server.reset();
+        _remote.reset();
+    }
 
     Pegasus::Uint32 timeout() const { return _timeout; }
     /// Milliseconds.
@@ -37,6 +44,7 @@ class ClientConnection : public Channel {
 
  private:
     std::shared_ptr<LocalServer> _server;
+    std::unique_ptr<RemoteServer> _remote;
     Pegasus::Uint32 _timeout = 20000;
 };
 

@@ -20,6 +20,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <numeric>
 #include <string>
@@ -28,6 +29,9 @@
 
 #include <velmar_embedded/Server.h>
 #include <velmar_embedded/exchange/Request.h>
+#ifdef VELMAR_TEST_OVER_HTTP
+#include <velmar_wire/WireServer.h>
+#endif
 #include "support/Objects.h"
 
 namespace support {
@@ -282,7 +286,18 @@ class ScriptedServer : public ::testing::Test {
     }
     void start() {
         server.start();
-        client.connectLocal();
+        connect(client);
+    }
+    /// In this process; over HTTP in the tests that are built for it.
+    void connect(CIMClient& to) {
+#ifdef VELMAR_TEST_OVER_HTTP
+        if (!_wire) {
+            _wire = std::make_unique<velmar_wire::WireServer>(server);
+        }
+        to.connect("127.0.0.1", _wire->port(), String(), String());
+#else
+        to.connectLocal();
+#endif
     }
     /// Registers a provider that the server deletes at its stop.
     Scripted* provide(const std::string& name, const std::vector<std::string>& classes,
@@ -306,10 +321,15 @@ class ScriptedServer : public ::testing::Test {
     /// The same through a client of its own, for other threads and for providers.
     CIMInstance getApart(const std::string& localPath, Uint32 timeout = 20000) {
         CIMClient own;
-        own.connectLocal();
+        connect(own);
         own.setTimeout(timeout);
         return own.getInstance(ns, path(localPath));
     }
+
+#ifdef VELMAR_TEST_OVER_HTTP
+ private:
+    std::unique_ptr<velmar_wire::WireServer> _wire;
+#endif
 };
 
 }  // namespace support

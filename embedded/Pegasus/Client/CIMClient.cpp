@@ -29,13 +29,12 @@ void CIMClient::setTimeout(Uint32 timeoutMilliseconds) {
     _connection->setTimeout(timeoutMilliseconds);
 }
 
-void CIMClient::connect(const String& host, const Uint32, const String&, const String&) {
+void CIMClient::connect(const String& host, const Uint32 portNumber, const String& userName,
+                        const String& password) {
     if (_connection->isConnected()) {
         throw AlreadyConnectedException();
     }
-    String message("Cannot connect to ");
-    message.append(host).append(String(": the server has no network port, use connectLocal"));
-    throw CannotConnectException(message);
+    _connection->connect(host, portNumber, userName, password);
 }
 
 void CIMClient::connectLocal() {

@@ -61,7 +61,7 @@ class CIMClient {
     Uint32 getTimeout() const;
     void setTimeout(Uint32 timeoutMilliseconds);
 
-    /// The server has no network port: throws CannotConnectException, or
+    /// Over HTTP, in a program that links velmar_remote::wire. Throws CannotConnectException,
     /// AlreadyConnectedException.
     void connect(const String& host, const Uint32 portNumber, const String& userName,
                  const String& password);
