@@ -224,6 +224,10 @@ void XmlWriter::name(const CIMObjectPath& path, bool isInstance) {
     attribute("CLASSNAME", path.getClassName().getString());
     raw(">");
     for (Uint32 i = 0; i < keys.size(); i++) {
+        if (keys[i].getName().isNull()) {  // the only key of a class may come without its name
+            keyValue(keys[i]);
+            continue;
+        }
         raw("<KEYBINDING");
         attribute("NAME", keys[i].getName().getString());
         raw(">");

@@ -1,0 +1,352 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// The server on its socket: what misbehaving clients get, and that nobody else notices them; the
+// delivery of alerts; the client's side of what can go wrong.
+#include <Pegasus/Common/CIMIndication.h>
+#include <Pegasus/Provider/CIMIndicationProvider.h>
+#include <arpa/inet.h>
+#include <httplib.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <velmar_wire/WireServer.h>
+#include "Deliveries.h"
+#include "support/ScriptedServer.h"
+
+using namespace support;
+using namespace std::chrono_literals;
+
+namespace {
+
+// A connection to a port of this host; raw bytes.
+class Socket {
+ public:
+    explicit Socket(uint16_t port) : _socket(socket(AF_INET, SOCK_STREAM, 0)) {
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (connect(_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+            throw std::runtime_error("no connection");
+        }
+    }
+    ~Socket() { close(_socket); }
+    void send(const std::string& text) { ::send(_socket, text.data(), text.size(), MSG_NOSIGNAL); }
+    /// All that comes until the server closes.
+    std::string all() {
+        std::string text;
+        char buffer[4096];
+        for (ssize_t n; (n = recv(_socket, buffer, sizeof buffer, 0)) > 0;) {
+            text.append(buffer, size_t(n));
+        }
+        return text;
+    }
+
+ private:
+    const int _socket;
+};
+
+std::string post(const std::string& headers, const std::string& body) {
+    return "POST / HTTP/1.1\r\nHost: h\r\nContent-Type: text/xml\r\nCIMOperation: MethodCall\r\n"
+           "CIMMethod: GetQualifier\r\nCIMObject: root/test\r\n" +
+           headers + "\r\n" + body;
+}
+
+const std::string body =
+    "<?xml version=\"1.0\"?><CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" "
+    "PROTOCOLVERSION=\"1.0\"><SIMPLEREQ><IMETHODCALL NAME=\"GetQualifier\"><LOCALNAMESPACEPATH>"
+    "<NAMESPACE NAME=\"root\"/><NAMESPACE NAME=\"test\"/></LOCALNAMESPACEPATH><IPARAMVALUE "
+    "NAME=\"QualifierName\"><VALUE>Key</VALUE></IPARAMVALUE></IMETHODCALL></SIMPLEREQ></MESSAGE>"
+    "</CIM>";
+const std::string length = "Content-Length: " + std::to_string(body.size()) + "\r\n";
+
+class WireServer : public ScriptedServer {
+ protected:
+    velmar_wire::Options options;
+    std::unique_ptr<velmar_wire::WireServer> wire;
+
+    WireServer() {
+        options.limits.requestTime = 500ms;
+        options.limits.idleTime = 5s;
+        options.limits.headSize = 2000;
+        options.limits.bodySize = 4000;
+    }
+    void TearDown() override {
+        client.disconnect();
+        wire.reset();
+        server.stop();
+    }
+    void serve() {
+        server.start();
+        wire = std::make_unique<velmar_wire::WireServer>(server, options);
+        client.connect("127.0.0.1", wire->port(), String(), String());
+    }
+    // The status codes of all answers to what is sent on one connection.
+    std::string statuses(const std::string& sent) {
+        Socket socket(wire->port());
+        socket.send(sent);
+        const std::string answers = socket.all();
+        std::string codes;
+        for (size_t at = 0; (at = answers.find("HTTP/1.1 ", at)) != std::string::npos; at += 9) {
+            codes += answers.substr(at + 9, 4);
+        }
+        return codes;
+    }
+};
+
+TEST_F(WireServer, WhatClientsSendIsLimited) {
+    serve();
+    const std::string closing = post("Connection: close\r\n" + length, body);
+    const std::string chunked = "Transfer-Encoding: chunked\r\n";
+    const struct {
+        std::string sent;
+        const char* statuses;
+    } cases[] = {
+        {post(length, body) + post(length, body) + closing, "200 200 200 "},
+        {post("Expect: 100-continue\r\n" + length, body) + closing, "100 200 200 "},
+        {"POST / HTTP/1.0\r\n" + closing.substr(closing.find("Host")), "200 "},
+        {post(chunked, "5;x=y\r\n<?xml\r\n0\r\nT: v\r\n\r\n") + closing, "400 200 "},
+        {post(chunked + "Connection: close\r\n", "zz\r\n"), "400 "},
+        {post(chunked, "fff\r\n" + std::string(0xFFF, ' ') + "\r\n"), "413 "},
+        {post(chunked + length, body), "400 "},
+        {post("Content-Length: -1\r\n", ""), "400 "},
+        {post("Content-Length: 99999999999999999999999\r\n", ""), "400 "},
+        {post("Content-Length: 5000\r\n", ""), "413 "},
+        {post(length + "Content-Length: 1\r\n", body), "400 "},
+        {post("", body), ""},
+        {post("X: " + std::string(3000, 'x') + "\r\n" + length, body), "431 "},
+        {std::string(3000, 'x'), "431 "},
+        {"GET / HTTP/1.1\r\nHost: h\r\n\r\n", "501 "},
+        {"POST / HTTP/1.1\r\n : \r\n\r\n", "501 "},
+        {post(length, body.substr(1)), ""},  // the rest never comes
+        {"POST / HT", ""},
+    };
+    for (const auto& each : cases) {
+        EXPECT_EQ(statuses(each.sent), each.statuses) << each.sent.substr(0, 300);
+    }
+    EXPECT_EQ(outcome([&] { client.enumerateClassNames(ns); }), "ok");
+}
+
+TEST_F(WireServer, OneConnectionTooManyIsRefusedAndLaterNotAnyMore) {
+    options.limits.connections = 2;
+    serve();  // the client's does not count: it comes with the first request
+    auto first = std::make_unique<Socket>(wire->port());
+    auto second = std::make_unique<Socket>(wire->port());
+    EXPECT_EQ(Socket(wire->port()).all().substr(0, 12), "HTTP/1.1 503");
+    first->send(post("Connection: close\r\n" + length, body));
+    EXPECT_EQ(first->all().substr(0, 12), "HTTP/1.1 200");
+    std::string status;
+    while ((status = statuses(post("Connection: close\r\n" + length, body))) == "503 ") {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(status, "200 ");
+}
+
+TEST_F(WireServer, ClientsThatGoAreNotWaitedForAndTheOthersAreServed) {
+    Scripted* const provider = provide("P", {"T_A"});
+    Count entered, released;
+    provider->get = [&](const Scripted::Call& call, InstanceResponseHandler& handler) {
+        if (call.key() == "slow") {
+            entered.up();
+            released.waitFor(1);
+        }
+        handler.deliver(item(text(call.path)));
+    };
+    serve();
+    client.setTimeout(50);
+    EXPECT_EQ(outcome([&] { get("T_A.k=\"slow\""); }), "connection timed out");
+    entered.waitFor(1);
+    client.setTimeout(20000);
+    EXPECT_EQ(outcome([&] { get("T_A.k=\"quick\""); }), "ok");
+    released.up();
+    Socket idle(wire->port());
+    wire.reset();  // with a connection open; returns at once
+    EXPECT_EQ(idle.all(), "");
+    EXPECT_EQ(outcome([&] { get("T_A.k=\"quick\""); }).substr(0, 13), "Connection to");
+    CIMClient other;
+    EXPECT_EQ(outcome([&] { other.connect("127.0.0.1", 1, String(), String()); }),
+              "Cannot connect to 127.0.0.1:1");
+}
+
+TEST_F(WireServer, APortIsHadOnce) {
+    serve();
+    options.port = wire->port();
+    EXPECT_THROW(velmar_wire::WireServer(server, options), std::runtime_error);
+}
+
+// ---- Alerts -------------------------------------------------------------------------------------
+
+// A listener that answers as it is told, and notes the numbers that come.
+class Listener {
+ public:
+    Listener() {
+        _server.Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
+            std::lock_guard<std::mutex> guard(_lock);
+            const size_t at = request.body.find("<VALUE>") + 7;
+            log += request.body.substr(at, request.body.find('<', at) - at) + " ";
+            response.status = failures > 0 ? 500 : 200;
+            failures -= failures > 0;
+            came.up();
+        });
+        _server.set_keep_alive_max_count(1);
+        port = _server.bind_to_any_port("127.0.0.1");
+        _thread = std::thread([this] { _server.listen_after_bind(); });
+    }
+    ~Listener() {
+        while (!_server.is_running()) {
+            std::this_thread::yield();
+        }
+        _server.stop();
+        _thread.join();
+    }
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(port) + "/alerts"; }
+
+    Count came;
+    std::string log;
+    std::atomic<int> failures{0};
+    int port = 0;
+
+ private:
+    std::mutex _lock;
+    httplib::Server _server;
+    std::thread _thread;
+};
+
+CIMInstance numbered(int number) {
+    CIMInstance indication = instanceAt("root/test:T_Alert");
+    add(indication, "Note", CIMValue(String(std::to_string(number).c_str())));
+    return indication;
+}
+
+TEST(Deliveries, EachListenerGetsItsAlertsInOrderOrLosesThemWithAReport) {
+    velmar_wire::DeliveryPolicy policy;
+    policy.interval = 1ms;
+    velmar_wire::Deliveries deliveries(policy);
+    std::mutex lock;
+    std::string problems;
+    Count reported;
+    auto report = [&](const std::string& problem) {
+        std::lock_guard<std::mutex> guard(lock);
+        problems += problem + "\n";
+        reported.up();
+    };
+    Listener good, bad;
+    good.failures = 2;  // within the retries
+    bad.failures = 4;   // one more than those: the first alert is lost
+    const auto toGood = deliveries.open(good.url(), report);
+    const auto toBad = deliveries.open(bad.url(), report);
+    EXPECT_EQ(deliveries.open(good.url(), report), toGood);
+    for (int i = 0; i < 3; i++) {
+        toBad->take(numbered(i));
+        toGood->take(numbered(i));
+    }
+    good.came.waitFor(5);
+    bad.came.waitFor(6);
+    reported.waitFor(1);
+    EXPECT_EQ(good.log, "0 0 0 1 2 ");
+    EXPECT_EQ(bad.log, "0 0 0 0 1 2 ");
+    EXPECT_EQ(problems, "listener " + bad.url() + ": it answered 500, an alert is lost\n");
+    for (const char* url :
+         {"https://h", "http://", "http://h:0", "http://h:x", "h", "http://h y"}) {
+        EXPECT_EQ(code([&] { deliveries.open(url, report); }), CIM_ERR_INVALID_PARAMETER) << url;
+    }
+}
+
+TEST(Deliveries, AListenerThatIsNotThereHoldsNobodyUp) {
+    velmar_wire::DeliveryPolicy policy;  // half a minute between tries
+    policy.queueCapacity = 2;
+    velmar_wire::Deliveries deliveries(policy);
+    Count reported;
+    auto report = [&](const std::string&) { reported.up(); };
+    const auto nobody = deliveries.open("http://127.0.0.1:1", report);
+    Listener listener;
+    const auto somebody = deliveries.open(listener.url(), report);
+    for (int i = 0; i < 5; i++) {
+        nobody->take(numbered(i));
+        somebody->take(numbered(i));
+        listener.came.waitFor(i + 1);
+    }
+    EXPECT_EQ(listener.log, "0 1 2 3 4 ");
+    EXPECT_EQ(reported.value(), 1);  // of the first that did not fit
+    deliveries.stop();
+    EXPECT_EQ(reported.value(), 2);  // of those that are given up
+}
+
+class AlertProvider : public CIMIndicationProvider {
+ public:
+    static inline IndicationResponseHandler* handler = nullptr;
+
+    void initialize(CIMOMHandle&) override {}
+    void terminate() override { delete this; }
+    void enableIndications(IndicationResponseHandler& given) override { handler = &given; }
+    void disableIndications() override { handler = nullptr; }
+    void createSubscription(const OperationContext&, const CIMObjectPath&,
+                            const Array<CIMObjectPath>&, const CIMPropertyList&,
+                            const Uint16) override {}
+    void modifySubscription(const OperationContext&, const CIMObjectPath&,
+                            const Array<CIMObjectPath>&, const CIMPropertyList&,
+                            const Uint16) override {}
+    void deleteSubscription(const OperationContext&, const CIMObjectPath&,
+                            const Array<CIMObjectPath>&) override {}
+};
+
+TEST_F(WireServer, SubscriptionsAreInstances) {
+    server.compileMofText("root/test", "class T_Alert { string Note; };");
+    server.registerProvider("Alerts", new AlertProvider,
+                            {{"T_Alert", {"root/test"}, {ProviderType::Indication}, {}}});
+    const CIMNamespaceName interop("root/PG_InterOp");
+    Listener listener;
+    serve();
+    auto create = [&](const char* className, const std::string& name, const char* property,
+                      const std::string& value) {
+        CIMInstance instance = instanceAt(className);
+        add(instance, "Name", name.c_str());
+        add(instance, property, value.c_str());
+        add(instance, "QueryLanguage", "WQL");
+        add(instance, "SourceNamespace", "root/test");
+        if (std::string(property) == "Destination") {
+            instance.removeProperty(3);
+            instance.removeProperty(2);
+        }
+        return client.createInstance(interop, instance);
+    };
+    auto subscribe = [&](const CIMObjectPath& filter, const CIMObjectPath& handler) {
+        CIMInstance instance = instanceAt("CIM_IndicationSubscription");
+        add(instance, "Filter", CIMValue(filter));
+        add(instance, "Handler", CIMValue(handler));
+        return client.createInstance(interop, instance);
+    };
+    const auto filter = create("CIM_IndicationFilter", "f", "Query", "select * from T_Alert");
+    const auto other = create("CIM_IndicationFilter", "g", "Query", "select * from T_A");
+    const auto handler = create("CIM_IndicationHandlerCIMXML", "h", "Destination", listener.url());
+    EXPECT_EQ(outcome([&] { subscribe(other, handler); }),
+              "7 CIM_ERR_NOT_SUPPORTED: No providers are capable of servicing the subscription.");
+    EXPECT_EQ(client.enumerateInstanceNames(interop, "CIM_IndicationSubscription").size(), 0u);
+    EXPECT_EQ(client.enumerateInstanceNames(interop, "CIM_ListenerDestination").size(), 1u);
+    const CIMObjectPath subscription = subscribe(filter, handler);
+    EXPECT_EQ(code([&] { subscribe(filter, handler); }), CIM_ERR_ALREADY_EXISTS);
+    EXPECT_EQ(code([&] { client.deleteInstance(interop, handler); }), CIM_ERR_FAILED);
+
+    auto setState = [&](Uint16 state) {
+        CIMInstance change = instanceAt("CIM_IndicationSubscription");
+        change.setPath(subscription);
+        add(change, "SubscriptionState", CIMValue(state));
+        client.modifyInstance(interop, change);
+    };
+    AlertProvider::handler->deliver(numbered(1));
+    listener.came.waitFor(1);
+    setState(4);
+    EXPECT_EQ(AlertProvider::handler, nullptr);  // disabled with its only subscription
+    setState(2);
+    AlertProvider::handler->deliver(numbered(2));
+    client.deleteInstance(interop, subscription);
+    listener.came.waitFor(2);  // delivered before the end, so it comes
+    EXPECT_EQ(listener.log, "1 2 ");
+    EXPECT_EQ(AlertProvider::handler, nullptr);
+    client.deleteInstance(interop, handler);
+    EXPECT_EQ(code([&] { client.getInstance(interop, handler); }), CIM_ERR_NOT_FOUND);
+}
+
+}  // namespace
