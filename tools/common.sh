@@ -43,7 +43,7 @@ install_packages() {
 {
     BUILD_PACKAGES=(g++ cmake ninja-build pkg-config nlohmann-json3-dev libfmt-dev libcli11-dev
                     libcpp-httplib-dev libpugixml-dev)
-    TEST_PACKAGES=(libgtest-dev)
+    TEST_PACKAGES=(libgtest-dev python3 sblim-wbemcli)
     BENCH_PACKAGES=(libbenchmark-dev)
 }
 

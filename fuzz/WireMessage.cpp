@@ -1,0 +1,61 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// Reads arbitrary bytes as a request, and as the response to each kind of request. What was read as
+// a request must be written so that it is read as the same again.
+#include <Pegasus/Common/Exception.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "Messages.h"
+
+using namespace Pegasus;
+using namespace velmar_wire;
+using velmar_embedded::Operation;
+using velmar_embedded::Request;
+
+namespace {
+
+void require(bool condition) {
+    if (!condition) {
+        abort();
+    }
+}
+
+// False for what is refused in the one way that there is.
+template <class Read>
+bool accepted(Read read) {
+    try {
+        read();
+        return true;
+    } catch (const MessageFault&) {
+        return false;
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const std::string body(reinterpret_cast<const char*>(data), size);
+    Call call;
+    if (accepted([&] { call = readCall(body); })) {
+        require(bool(call.request) != bool(call.refusal));
+        if (call.request) {
+            const std::string written = requestMessage(*call.request, 1);
+            const Call again = readCall(written);
+            require(again.request && requestMessage(*again.request, 1) == written);
+        }
+    }
+    for (int i = 0; i <= int(Operation::InvokeMethod); i++) {
+        accepted([&] {
+            try {
+                readResponse(Request(Operation(i), "n", CIMObjectPath()), body);
+            } catch (const CIMException&) {
+                // An error that the response holds.
+            }
+        });
+    }
+    return 0;
+}
