@@ -42,6 +42,12 @@ bool HttpConnection::receive(Time until, bool untilStop) {
     return true;
 }
 
+// Whether nobody is there any more to get an answer.
+bool HttpConnection::isGone() const {
+    pollfd state = {_socket, 0, 0};
+    return poll(&state, 1, 0) == 1 && (state.revents & (POLLERR | POLLHUP)) != 0;
+}
+
 bool HttpConnection::send(const std::string& text) {
     const Time until = Clock::now() + _limits.requestTime;
     for (size_t sent = 0; sent < text.size();) {
@@ -159,6 +165,9 @@ bool HttpConnection::serveOne() {
         return false;
     }
     if (readBody(request) != Outcome::Good) {
+        return false;
+    }
+    if (isGone()) {
         return false;
     }
     HttpResponse response = _handle(request);

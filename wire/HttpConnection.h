@@ -27,6 +27,7 @@ class HttpConnection {
     enum class Outcome { Good, Refused, Ended };
 
     bool receive(Time until, bool untilStop);
+    bool isGone() const;
     bool send(const std::string& text);
     Outcome refuse(int status, const char* detail = nullptr);
     Outcome readHead(HttpRequest& request);

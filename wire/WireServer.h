@@ -19,7 +19,7 @@ namespace velmar_wire {
 struct Limits {
     size_t headSize = 64 * 1024;                   ///< bytes of a request's line and headers
     size_t bodySize = 16 * 1024 * 1024;            ///< bytes
-    size_t connections = 200;                      ///< at a time; more are refused
+    size_t connections = 100;                      ///< at a time; more are refused
     std::chrono::milliseconds requestTime{20000};  ///< for a request to arrive, or to be read
     std::chrono::milliseconds idleTime{60000};     ///< between two requests of a connection
 };
