@@ -32,8 +32,7 @@ uint16_t port() {
         auto* const site = new LinkServer;
         for (const int64_t count : {6, 100, 1000}) {
             const char* const name = classOf(count);
-            site->server.compileMofText(NAMESPACE,
-                                        std::string("class ") + name + " : T_Thing {};");
+            site->server.compileMofText(NAMESPACE, std::string("class ") + name + " : T_Thing {};");
             Things* const things = new Things(name);
             for (int64_t i = 0; i < count; i++) {
                 things->_cache.insert(makeThing(std::to_string(i), name));
@@ -64,13 +63,14 @@ class ByteClient {
         }
         const std::string body =
             "<?xml version=\"1.0\"?><CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" "
-            "PROTOCOLVERSION=\"1.0\"><SIMPLEREQ><IMETHODCALL NAME=\"" + method +
-            "\"><LOCALNAMESPACEPATH>" + place + "</LOCALNAMESPACEPATH>" + parameter +
+            "PROTOCOLVERSION=\"1.0\"><SIMPLEREQ><IMETHODCALL NAME=\"" +
+            method + "\"><LOCALNAMESPACEPATH>" + place + "</LOCALNAMESPACEPATH>" + parameter +
             "</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>";
-        _request = "POST /cimom HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/xml\r\n"
-                   "CIMOperation: MethodCall\r\nCIMMethod: " + method + "\r\nCIMObject: " +
-                   nameSpace + "\r\nContent-Length: " + std::to_string(body.size()) +
-                   "\r\n\r\n" + body;
+        _request =
+            "POST /cimom HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/xml\r\n"
+            "CIMOperation: MethodCall\r\nCIMMethod: " +
+            method + "\r\nCIMObject: " + nameSpace +
+            "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
         sockaddr_in address = {};
         address.sin_family = AF_INET;
         address.sin_port = htons(port());
@@ -137,8 +137,8 @@ void GetInstanceBytes(benchmark::State& state) {
     const CIMKeyBinding key = wanted.getKeyBindings()[0];
     ByteClient client("GetInstance",
                       "<IPARAMVALUE NAME=\"InstanceName\"><INSTANCENAME CLASSNAME=\"T_Hundred\">"
-                      "<KEYBINDING NAME=\"" + text(key.getName().getString()) +
-                          "\"><KEYVALUE>" + text(key.getValue()) +
+                      "<KEYBINDING NAME=\"" +
+                          text(key.getName().getString()) + "\"><KEYVALUE>" + text(key.getValue()) +
                           "</KEYVALUE></KEYBINDING></INSTANCENAME></IPARAMVALUE>");
     for (auto _ : state) {
         client.exchange();
@@ -159,7 +159,12 @@ BENCHMARK(GetInstance)->UseRealTime()->Threads(1)->Threads(4);
 BENCHMARK(EnumerateInstances)->Arg(6)->Arg(100)->Arg(1000)->UseRealTime()->Threads(1)->Threads(4);
 BENCHMARK(GetInstanceBytes)->UseRealTime()->Threads(1)->Threads(4);
 BENCHMARK(EnumerateInstancesBytes)
-    ->Arg(6)->Arg(100)->Arg(1000)->UseRealTime()->Threads(1)->Threads(4);
+    ->Arg(6)
+    ->Arg(100)
+    ->Arg(1000)
+    ->UseRealTime()
+    ->Threads(1)
+    ->Threads(4);
 
 }  // namespace
 

@@ -9,7 +9,11 @@
 
 #include <CLI/CLI.hpp>
 #include <exception>
+#include <optional>
 
+#ifdef VELMAR_HAS_WIRE
+#include <velmar_wire/WireServer.h>
+#endif
 #include "Demo.h"
 #include "site/SiteModel.h"
 
@@ -21,6 +25,7 @@ struct Options {
     std::string site;
     std::string mof;
     std::string modules;
+    bool overHttp = false;
 };
 
 // True when all was as the site file says.
@@ -34,7 +39,19 @@ bool run(const Options& options) {
     server.addProviderDirectory(options.modules);
     server.start();
     CIMClient client;
+#ifdef VELMAR_HAS_WIRE
+    std::optional<velmar_wire::WireServer> wire;
+    if (options.overHttp) {
+        wire.emplace(server);
+        client.connect("127.0.0.1", wire->port(), String(), String());
+        fmt::print("listening on http://127.0.0.1:{}, where this client gets its answers\n",
+                   wire->port());
+    } else {
+        client.connectLocal();
+    }
+#else
     client.connectLocal();
+#endif
 
     demo::Story story;
     const demo::Demo demo{site, server, client, story};
@@ -58,6 +75,9 @@ int main(int argc, char** argv) {
     app.add_option("--modules", options.modules, "Folder of libSiteProviders.so")
         ->required()
         ->check(CLI::ExistingDirectory);
+#ifdef VELMAR_HAS_WIRE
+    app.add_flag("--serve", options.overHttp, "Make the requests over HTTP");
+#endif
     CLI11_PARSE(app, argc, argv);
 
     try {
