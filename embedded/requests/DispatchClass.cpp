@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 //
 // The class operations: all answered by the schema.
+#include "model/CIMReps.h"
 #include "requests/Dispatch.h"
 
 using namespace Pegasus;
@@ -51,6 +52,11 @@ void dropFeatures(CIMClass& cimClass, bool localOnly, const CIMPropertyList& pro
     for (Uint32 i = cimClass.getMethodCount(); localOnly && i-- > 0;) {
         if (cimClass.getMethod(i).getPropagated()) {
             cimClass.removeMethod(i);
+        }
+    }
+    for (Uint32 i = cimClass.getQualifierCount(); localOnly && i-- > 0;) {
+        if (HandleAccess::rep(cimClass.getQualifier(i))->propagated) {
+            cimClass.removeQualifier(i);
         }
     }
 }
