@@ -23,12 +23,12 @@ int millisecondsUntil(Clock::time_point time) {
 
 }  // namespace
 
-// False when the time is over, the client has gone, or the server stops and that matters.
-bool HttpConnection::receive(Time until, bool untilStop) {
+// False when the time is over, the client has gone, or the server stops and nothing has come.
+bool HttpConnection::receive(Time until) {
     pollfd wanted[] = {{_socket, POLLIN, 0}, {_stopping, POLLIN, 0}};
     int ready = 0;
     do {
-        ready = poll(wanted, untilStop ? 2 : 1, millisecondsUntil(until));
+        ready = poll(wanted, 2, millisecondsUntil(until));
     } while (ready < 0 && errno == EINTR);
     if (ready <= 0 || (wanted[0].revents & (POLLIN | POLLHUP)) == 0) {
         return false;
@@ -48,6 +48,16 @@ bool HttpConnection::isGone() const {
     return poll(&state, 1, 0) == 1 && (state.revents & (POLLERR | POLLHUP)) != 0;
 }
 
+// Not for long once the server stops.
+bool HttpConnection::waitToSend(Time until) const {
+    pollfd wanted[] = {{_socket, POLLOUT, 0}, {_stopping, POLLIN, 0}};
+    const int ready = poll(wanted, 2, millisecondsUntil(until));
+    if (ready <= 0) {
+        return ready < 0 && errno == EINTR;
+    }
+    return wanted[0].revents != 0 || poll(wanted, 1, 1000) == 1;
+}
+
 bool HttpConnection::send(const std::string& text) {
     const Time until = Clock::now() + _limits.requestTime;
     for (size_t sent = 0; sent < text.size();) {
@@ -60,9 +70,7 @@ bool HttpConnection::send(const std::string& text) {
         if (count < 0 && errno == EINTR) {
             continue;
         }
-        pollfd wanted = {_socket, POLLOUT, 0};
-        if (count == 0 || (errno != EAGAIN && errno != EWOULDBLOCK) ||
-            poll(&wanted, 1, millisecondsUntil(until)) <= 0) {
+        if (count == 0 || (errno != EAGAIN && errno != EWOULDBLOCK) || !waitToSend(until)) {
             return false;
         }
     }
@@ -90,7 +98,7 @@ HttpConnection::Outcome HttpConnection::readHead(HttpRequest& request) {
         }
         searched = _input.size() < 3 ? 0 : _input.size() - 3;
         const bool isIdle = _input.empty();
-        if (!receive(isIdle ? Clock::now() + _limits.idleTime : _until, isIdle)) {
+        if (!receive(isIdle ? Clock::now() + _limits.idleTime : _until)) {
             return Outcome::Ended;
         }
         if (isIdle) {
@@ -127,7 +135,7 @@ HttpConnection::Outcome HttpConnection::readBody(HttpRequest& request) {
     }
     if (length.kind == BodyLength::Known) {
         while (_input.size() < length.size) {
-            if (!receive(_until, false)) {
+            if (!receive(_until)) {
                 return Outcome::Ended;
             }
         }
@@ -147,7 +155,7 @@ HttpConnection::Outcome HttpConnection::readBody(HttpRequest& request) {
         if (result == ChunkReader::Whole) {
             return Outcome::Good;
         }
-        if (!receive(_until, false)) {
+        if (!receive(_until)) {
             return Outcome::Ended;
         }
     }

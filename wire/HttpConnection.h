@@ -26,7 +26,8 @@ class HttpConnection {
     using Time = std::chrono::steady_clock::time_point;
     enum class Outcome { Good, Refused, Ended };
 
-    bool receive(Time until, bool untilStop);
+    bool receive(Time until);
+    bool waitToSend(Time until) const;
     bool isGone() const;
     bool send(const std::string& text);
     Outcome refuse(int status, const char* detail = nullptr);

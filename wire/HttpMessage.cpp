@@ -146,23 +146,30 @@ BodyLength bodyLength(const HttpRequest& request) {
 }
 
 ChunkReader::Result ChunkReader::read(std::string& input, std::string& body) {
+    size_t used = 0;
+    const Result result = read(input, used, body);
+    input.erase(0, used);
+    return result;
+}
+
+ChunkReader::Result ChunkReader::read(const std::string& input, size_t& used, std::string& body) {
     for (;;) {
         if (_state == Data) {
-            const size_t now = std::min(_left, input.size());
-            body.append(input, 0, now);
-            input.erase(0, now);
+            const size_t now = std::min(_left, input.size() - used);
+            body.append(input, used, now);
+            used += now;
             _left -= now;
             if (_left > 0) {
                 return More;
             }
             _state = DataEnd;
         }
-        const size_t end = input.find("\r\n");
+        const size_t end = input.find("\r\n", used);
         if (end == std::string::npos) {
-            return input.size() > 1024 ? Malformed : More;
+            return input.size() - used > 1024 ? Malformed : More;
         }
-        const std::string line = input.substr(0, end);
-        input.erase(0, end + 2);
+        const std::string line = input.substr(used, end - used);
+        used = end + 2;
         if (_state == Trailer) {
             if (line.empty()) {
                 return Whole;

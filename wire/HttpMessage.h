@@ -53,6 +53,8 @@ class ChunkReader {
     Result read(std::string& input, std::string& body);
 
  private:
+    Result read(const std::string& input, size_t& used, std::string& body);
+
     enum { Size, Data, DataEnd, Trailer } _state = Size;
     size_t _left = 0;
 };

@@ -1,8 +1,7 @@
-#!/usr/bin/env python3
 # SPDX-FileCopyrightText: The velmar_remote authors
 # SPDX-License-Identifier: MIT
 """Sends recorded requests, in order, to a server started afresh for each kind, and compares the answers with the recorded ones.
-Usage: replay KIND COMMAND...   (KIND: site, alerts or http; COMMAND serves on a port of its choice and says which)
+Usage: replay.py KIND COMMAND...   (KIND: site, alerts or http; COMMAND serves on a port of its choice and says which)
 
 The exchanges in recorded/ are those of a real OpenPegasus 2.14 with the example site. Equal means: the same elements,
 attributes, texts and order of properties; the order of what an enumeration returns, white space between elements, message
