@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -29,9 +30,12 @@ class ConnectionThreads : public httplib::TaskQueue {
  public:
     explicit ConnectionThreads(size_t limit) : _limit(limit) {}
 
+    // At the limit the next connection waits a moment for one that is about to end: clients that
+    // come and go faster than they are noticed must not cost the others theirs.
     void enqueue(std::function<void()> serve) override {
         std::unique_lock<std::mutex> guard(_lock);
-        if (_waiting.size() < _idle || start()) {
+        auto isFree = [this] { return _waiting.size() < _idle; };
+        if (isFree() || start() || _ended.wait_for(guard, std::chrono::seconds(1), isFree)) {
             _waiting.push_back(std::move(serve));
             _changed.notify_one();
             return;
@@ -82,12 +86,14 @@ class ConnectionThreads : public httplib::TaskQueue {
             serve();
             guard.lock();
             _idle++;
+            _ended.notify_one();
         }
     }
 
     const size_t _limit;
     std::mutex _lock;
     std::condition_variable _changed;
+    std::condition_variable _ended;
     std::deque<std::function<void()>> _waiting;
     std::vector<std::thread> _threads;
     size_t _idle = 0;  // threads that are serving nothing; each waiting connection has one

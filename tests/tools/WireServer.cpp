@@ -269,9 +269,10 @@ TEST(Deliveries, AListenerThatIsNotThereHoldsNobodyUp) {
         listener.came.waitFor(i + 1);
     }
     EXPECT_EQ(listener.log, "0 1 2 3 4 ");
-    EXPECT_EQ(reported.value(), 1);  // of the first that did not fit
+    const int dropped = reported.value();  // once for each run of those that do not fit
+    EXPECT_GE(dropped, 1);
     deliveries.stop();
-    EXPECT_EQ(reported.value(), 2);  // of those that are given up
+    EXPECT_EQ(reported.value(), dropped + 1);  // those that are given up
 }
 
 class AlertProvider : public CIMIndicationProvider {
