@@ -223,10 +223,10 @@ CIMInstance numbered(int number) {
 TEST(Deliveries, EachListenerGetsItsAlertsInOrderOrLosesThemWithAReport) {
     velmar_wire::DeliveryPolicy policy;
     policy.interval = 1ms;
-    velmar_wire::Deliveries deliveries(policy);
     std::mutex lock;
     std::string problems;
     Count reported;
+    velmar_wire::Deliveries deliveries(policy);  // may report to its end
     auto report = [&](const std::string& problem) {
         std::lock_guard<std::mutex> guard(lock);
         problems += problem + "\n";
@@ -257,12 +257,12 @@ TEST(Deliveries, EachListenerGetsItsAlertsInOrderOrLosesThemWithAReport) {
 TEST(Deliveries, AListenerThatIsNotThereHoldsNobodyUp) {
     velmar_wire::DeliveryPolicy policy;  // half a minute between tries
     policy.queueCapacity = 2;
-    velmar_wire::Deliveries deliveries(policy);
     Count reported;
+    velmar_wire::Deliveries deliveries(policy);
     auto report = [&](const std::string&) { reported.up(); };
     const auto nobody = deliveries.open("http://127.0.0.1:1", report);
     Listener listener;
-    const auto somebody = deliveries.open(listener.url(), report);
+    const auto somebody = deliveries.open(listener.url(), [](const std::string&) {});
     for (int i = 0; i < 5; i++) {
         nobody->take(numbered(i));
         somebody->take(numbered(i));
