@@ -77,7 +77,8 @@ RunningServer::RunningServer()
       _services{_repository, _registry, _workers, _problems, _running, _checks, nullptr, nullptr},
       _admission(_services),
       _subscriptions(_services),
-      _interop{_repository, _subscriptions, _problems, [this] { return destinations(); }} {
+      _interop{_repository, _subscriptions, _problems, [this] { return destinations(); },
+               [this](const std::string& name) { return makeChannel(name); }} {
     addInterop(_interop, _registry);
 }
 

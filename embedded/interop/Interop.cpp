@@ -14,7 +14,8 @@ namespace velmar_embedded {
 
 namespace {
 
-// The parts of the CIM Schema's classes that clients set and read.
+// The parts of the CIM Schema's classes that clients set and read. The subscription is marked as no
+// association: nobody walks from a filter to it, and its ends keep the form that the client gave.
 const char* const interopClasses = R"(
 [Abstract] class CIM_ManagedElement {
     string Caption;
@@ -60,7 +61,7 @@ class CIM_ListenerDestinationCIMXML : CIM_ListenerDestination {
 class CIM_IndicationHandlerCIMXML : CIM_IndicationHandler {
     string Destination;
 };
-[Association] class CIM_IndicationSubscription {
+class CIM_IndicationSubscription {
     [Key] CIM_IndicationFilter REF Filter;
     [Key] CIM_ListenerDestination REF Handler;
     uint16 OnFatalErrorPolicy = 2;
@@ -80,11 +81,10 @@ class CIM_IndicationHandlerCIMXML : CIM_IndicationHandler {
 };
 )";
 
-// These have no use for upcalls, so their handle has no channel to the server.
-void add(Registry& registry, const char* name, ProviderFactory create,
-         const std::vector<const char*>& classNames) {
-    const auto provider =
-        registry.addProvider(name, std::move(create), [] { return CIMOMHandle(); });
+void add(const InteropServices& services, Registry& registry, const char* name,
+         ProviderFactory create, const std::vector<const char*>& classNames) {
+    const auto provider = registry.addProvider(
+        name, std::move(create), [&services, name] { return services.makeChannel(name); });
     for (const char* const className : classNames) {
         registry.addCapabilities(provider,
                                  {className, {interopNamespace}, {ProviderType::Instance}, {}});
@@ -98,9 +98,10 @@ void addInterop(const InteropServices& services, Registry& registry) {
     services.repository.createNamespace("root/PG_Internal");
     services.repository.createNamespace("root/cimv2");
     compileMofText(services.repository, interopNamespace, interopClasses, "interop classes");
-    add(registry, "NamespaceProvider", [&services] { return newNamespaceProvider(services); },
-        {"PG_NameSpace"});
-    add(registry, "SubscriptionProvider", [&services] { return newSubscriptionProvider(services); },
+    add(services, registry, "NamespaceProvider",
+        [&services] { return newNamespaceProvider(services); }, {"PG_NameSpace"});
+    add(services, registry, "SubscriptionProvider",
+        [&services] { return newSubscriptionProvider(services); },
         {"CIM_IndicationFilter", "CIM_ListenerDestinationCIMXML", "CIM_IndicationHandlerCIMXML",
          "CIM_IndicationSubscription"});
 }

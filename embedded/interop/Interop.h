@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "indications/Destination.h"
 #include "indications/Subscriptions.h"
@@ -23,6 +24,8 @@ struct InteropServices {
     Problems& problems;
     /// Null where nothing delivers to other processes.
     std::function<std::shared_ptr<Destinations>()> destinations;
+    /// For the handle of the provider that is named.
+    std::function<std::shared_ptr<Channel>(const std::string&)> makeChannel;
 };
 
 constexpr const char* interopNamespace = "root/PG_InterOp";

@@ -17,7 +17,7 @@ class NamespaceProvider : public CIMInstanceProvider {
  public:
     explicit NamespaceProvider(const InteropServices& services) : _services(services) {}
 
-    void initialize(CIMOMHandle&) override {}
+    void initialize(CIMOMHandle& cimom) override { cimom.disallowProviderUnload(); }
     void terminate() override { delete this; }
 
     void getInstance(const OperationContext&, const CIMObjectPath& path, const Boolean,

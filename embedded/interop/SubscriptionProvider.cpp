@@ -78,7 +78,7 @@ class SubscriptionProvider : public CIMInstanceProvider {
  public:
     explicit SubscriptionProvider(const InteropServices& services) : _services(services) {}
 
-    void initialize(CIMOMHandle&) override {}
+    void initialize(CIMOMHandle& cimom) override { cimom.disallowProviderUnload(); }
     void terminate() override { delete this; }
 
     void getInstance(const OperationContext&, const CIMObjectPath& path, const Boolean,

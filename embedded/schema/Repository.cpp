@@ -352,6 +352,7 @@ void Repository::modifyClass(const CIMNamespaceName& nameSpace, const CIMClass& 
         superName.isNull() ? nullptr
                            : &space.find(superName, CIM_ERR_INVALID_SUPERCLASS).definition;
     stored.definition = space.resolve(cimClass, superClass);
+    _revision++;
 }
 
 void Repository::deleteClass(const CIMNamespaceName& nameSpace, const CIMName& className) {
