@@ -105,7 +105,6 @@ class Routing : public ScriptedServer {
             _calls.insert(name + "." + said(call));
             _context = call.context;
         };
-        provider->onInitialize = [this](CIMOMHandle& handle) { cimom = handle; };
         return provider;
     }
     /// Those since the last question, sorted.
@@ -139,7 +138,7 @@ class Routing : public ScriptedServer {
     std::mutex _lock;
     std::multiset<std::string> _calls;
     OperationContext _context;
-    bool _fromHandle = false;
+    std::atomic<bool> _fromHandle{false};
 };
 
 #define BOTH(operation) &CIMClient::operation, &CIMOMHandle::operation
@@ -160,6 +159,7 @@ TEST_F(Routing, WhatProvidersAreGivenAndCallersGet) {
     methods->invoke = [](auto&, auto& h) { h.deliver(CIMValue(Uint32(7))); };
     start();
     client.enumerateInstanceNames(ns, "T_A");  // loads the provider
+    cimom = instances->cimom;
     calls();
 
     const CIMPropertyList list = listOf({"N", "x"}), key = listOf({"K"});
