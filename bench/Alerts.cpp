@@ -9,7 +9,7 @@
 #include <atomic>
 #include <memory>
 
-#include "support/AlertSite.h"
+#include "AlertSite.h"
 
 using namespace Pegasus;
 using namespace support;

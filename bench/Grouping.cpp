@@ -4,8 +4,8 @@
 // Grouping 1,000 systems by their hardware control points, through the embedded server.
 #include <benchmark/benchmark.h>
 
+#include "AlertSite.h"
 #include "Common/Util.h"
-#include "support/AlertSite.h"
 
 using namespace Pegasus;
 using namespace support;

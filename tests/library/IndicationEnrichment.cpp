@@ -17,11 +17,10 @@ using velmar_embedded::Operation;
 
 namespace {
 
-const char PARTITION[] = "QORP_LPAR_CS.k=\"part\"";
+const char PARTITION[] = "//else/root/other:QORP_LPAR_CS.k=\"part\"";
 const char HOST[] = "QORP_CEC_CS.k=\"host\"";
 const char DOMAIN[] = "QOR_MAPAdminDomain.k=\"hall\"";
 const char SENSOR[] = "T_Sensor.uuid=\"s-1\"";
-const char ELSEWHERE[] = "//else/root/other:QORP_LPAR_CS.k=\"part\"";
 
 class Alerts : public velmar_remote::IndicationMethodProvider {
  public:
@@ -29,46 +28,28 @@ class Alerts : public velmar_remote::IndicationMethodProvider {
     using IndicationMethodProvider::IndicationMethodProvider;
 };
 
-/// A partition on a host in a box, all under one control point cp-1. Of everything there is a
-/// second one, which does not count.
+/// Systems on a host in a box, all under one control point cp-1. Of everything there is a second
+/// one, which does not count.
 class IndicationEnrichment : public ::testing::Test {
  protected:
     IndicationEnrichment() {
         server.classes = {{"QORP_ComputerSystem", ""},
-                          {"QORP_CEC_CS", "QORP_ComputerSystem"},
                           {"QORP_LPAR_CS", "QORP_ComputerSystem"},
+                          {"QORP_CEC_CS", "QORP_ComputerSystem"},
                           {"T_VIOS", "QORP_LPAR_CS"},
                           {"T_Sensor", ""}};
-        for (const char* system : {PARTITION, HOST, ELSEWHERE, "T_VIOS.k=\"vios\""}) {
-            link(system, {DOMAIN, "QOR_MAPAdminDomain.k=\"annex\""});
-        }
-        link(DOMAIN, {"QOR_HWCtrlPoint.UUID=\"cp-1\"", "QOR_HWCtrlPoint.UUID=\"cp-2\""});
-        for (const char* partition : {PARTITION, ELSEWHERE, "T_VIOS.k=\"vios\""}) {
-            link(partition, {HOST, "QORP_CEC_CS.k=\"second\""});
-        }
-        link(HOST, {"QOR_PhysicalPackage.k=\"box\"", "QOR_PhysicalPackage.k=\"spare\""});
-        CIMInstance& box = instances["QOR_PhysicalPackage.k=\"box\""];
-        box = CIMInstance("QOR_PhysicalPackage");
         add(box, "VendorEquipmentType", "9117");
         add(box, "Model", CIMValue(CIMTYPE_STRING, false));
         add(box, "SerialNumber", "06B4");
-        for (const char* system : {PARTITION, ELSEWHERE}) {
-            add(instances[system] = CIMInstance("QORP_LPAR_CS"), "LPARID", "3");
-        }
+        add(system, "LPARID", "3");
         server.answer = [this](const Request& r, Answer& answer) {
-            if (r.operation == Operation::GetInstance) {
-                const auto found = instances.find(text(r.path));
-                answer.instances.append(found == instances.end() ? CIMInstance("QORP_CEC_CS")
-                                                                 : found->second);
-            } else {
-                for (const char* end : links[text(r.path) + " " + text(r.resultClass)]) {
-                    answer.paths.append(path(end));
-                }
+            const bool isBox = r.path.getClassName() == CIMName("QOR_PhysicalPackage");
+            answer.instances.append(isBox ? box : system);
+            for (const char* end : associated[text(r.resultClass)]) {
+                answer.paths.append(path(end));
             }
         };
-    }
-    void link(const std::string& from, const std::vector<const char*>& to) {
-        links[from + " " + text(path(to[0]).getClassName())] = to;
+        alerts.initialize(server.handle);
     }
     /// Sender, own UUID, type, model, serial number and partition number; or what was thrown.
     std::string enriched(const CIMValue& element,
@@ -89,10 +70,14 @@ class IndicationEnrichment : public ::testing::Test {
 
     FakeServer server;
     Alerts alerts{"T_Alert", nullptr};
-    std::map<std::string, std::vector<const char*>> links;
-    std::map<std::string, CIMInstance> instances;
+    std::map<std::string, std::vector<const char*>> associated = {
+        {"QOR_MAPAdminDomain", {DOMAIN, "QOR_MAPAdminDomain.k=\"annex\""}},
+        {"QOR_HWCtrlPoint", {"QOR_HWCtrlPoint.UUID=\"cp-1\"", "QOR_HWCtrlPoint.UUID=\"cp-2\""}},
+        {"QORP_CEC_CS", {HOST, "QORP_CEC_CS.k=\"second\""}},
+        {"QOR_PhysicalPackage",
+         {"QOR_PhysicalPackage.k=\"box\"", "QOR_PhysicalPackage.k=\"spare\""}}};
+    CIMInstance box{"QOR_PhysicalPackage"}, system{"QORP_LPAR_CS"}, alert;
     std::vector<std::pair<const char*, CIMValue>> preset;
-    CIMInstance alert;
 };
 
 const char CLASSES[] =
@@ -121,81 +106,75 @@ const char PACKAGE[] = "getInstance QOR_PhysicalPackage.k=\"box\"\n";
 std::string numberOf(const std::string& system) { return "getInstance " + system + " {LPARID}\n"; }
 
 TEST_F(IndicationEnrichment, UpcallsInOrder) {
-    alerts.initialize(server.handle);
     EXPECT_EQ(server.kept, 1);
-    EXPECT_EQ(enriched(ELSEWHERE), "ok cp-1 (none) 9117  06B4 3");
-    EXPECT_EQ(server.taken(), CLASSES + senderOf(ELSEWHERE) + hostOf(ELSEWHERE) + packageOf(HOST) +
-                                  PACKAGE + numberOf(ELSEWHERE));
+    EXPECT_EQ(enriched(PARTITION), "ok cp-1 (none) 9117  06B4 3");
+    EXPECT_EQ(server.taken(), CLASSES + senderOf(PARTITION) + hostOf(PARTITION) + packageOf(HOST) +
+                                  PACKAGE + numberOf(PARTITION));
     EXPECT_EQ(propertyNames(alert),
               "AlertingManagedElement,SenderUUID,Type,Model,SerialNumber,LPARID");
-    EXPECT_EQ(property(alert, "AlertingManagedElement"), ELSEWHERE);
+    EXPECT_EQ(property(alert, "AlertingManagedElement"), PARTITION);
     EXPECT_EQ(alert.getProperty(0).getType(), CIMTYPE_REFERENCE);
-    EXPECT_EQ(enriched(HOST), "ok cp-1 (none) 9117  06B4 0");
+    EXPECT_EQ(enriched(HOST), "ok cp-1 (none) 9117  06B4 3");
     EXPECT_EQ(server.taken(),
               CLASSES + senderOf(HOST) + packageOf(HOST) + PACKAGE + numberOf(HOST));
     EXPECT_EQ(enriched(SENSOR), "ok s-1 s-1 (none) (none) (none) (none)");
     EXPECT_EQ(server.taken(), CLASSES);
     EXPECT_EQ(enriched("T_Sensor.Tag=\"t\""), "ok   (none) (none) (none) (none)");
-    links.erase(std::string(PARTITION) + " QORP_CEC_CS");  // its package is its own then
-    server.taken();
-    EXPECT_EQ(enriched(PARTITION), "ok cp-1 (none) (none) (none) (none) 3");
-    EXPECT_EQ(server.taken(), CLASSES + senderOf(PARTITION) + hostOf(PARTITION) +
-                                  packageOf(PARTITION) + numberOf(PARTITION));
     // What is there already stays, and is not looked for; a package is, in case.
     for (const char* name : {"senderuuid", "Type", "Model", "SerialNumber", "lparid", "UUID"}) {
         preset.emplace_back(name, CIMValue(String("own")));
     }
+    EXPECT_EQ(enriched(SENSOR), "ok own own own own own own");
     server.taken();
     EXPECT_EQ(enriched(HOST), "ok own own own own own own");
     EXPECT_EQ(server.taken(), CLASSES + packageOf(HOST) + PACKAGE);
-    EXPECT_EQ(enriched(SENSOR), "ok own own own own own own");
-    preset = {{"alertingmanagedelement", CIMValue(String(PARTITION))},
+    preset = {{"alertingmanagedelement", CIMValue(String("T_VIOS.k=1"))},
               {"Model", CIMValue(Uint8(1))}};
+    associated["QORP_CEC_CS"].clear();  // the package is the partition's own, if there is one
+    associated["QOR_PhysicalPackage"].clear();
     EXPECT_EQ(enriched(SENSOR), "ok cp-1 (none) (none) 1 (none) 3");
+    EXPECT_EQ(server.taken(), CLASSES + senderOf("T_VIOS.k=1") + hostOf("T_VIOS.k=1") +
+                                  packageOf("T_VIOS.k=1") + numberOf("T_VIOS.k=1"));
     EXPECT_EQ(alert.getProperty(0).getType(), CIMTYPE_STRING);
 }
 
 TEST_F(IndicationEnrichment, ValuesThatCount) {
-    alerts.initialize(server.handle);
-    EXPECT_EQ(enriched("T_VIOS.k=\"vios\""), "ok cp-1 (none) 9117  06B4 0");
     const struct {
-        const char* of;
+        CIMInstance& of;
         const char* name;
         CIMValue value;
-        const char* expected;
+        const char *expected, *without;
     } cases[] = {
-        {PARTITION, "LPARID", CIMValue(String()), "ok cp-1 (none) 9117  06B4 "},
-        {PARTITION, "LPARID", CIMValue(CIMTYPE_STRING, false), "ok cp-1 (none) 9117  06B4 0"},
-        {PARTITION, "LPARID", CIMValue(Uint32(3)), "type mismatch"},
-        {"QOR_PhysicalPackage.k=\"box\"", "Model", CIMValue(Uint32(3)), "type mismatch"},
-        {"QOR_PhysicalPackage.k=\"box\"", "SerialNumber", CIMValue(), "type mismatch"},
+        {system, "LPARID", CIMValue(String()), "ok cp-1 (none) 9117  06B4 ",
+         "ok cp-1 (none) 9117  06B4 0"},
+        {system, "LPARID", CIMValue(CIMTYPE_STRING, false), "ok cp-1 (none) 9117  06B4 0",
+         "ok cp-1 (none) 9117  06B4 0"},
+        {system, "LPARID", CIMValue(Uint32(3)), "type mismatch", "ok cp-1 (none) 9117  06B4 0"},
+        {box, "Model", CIMValue(Uint32(3)), "type mismatch", "type mismatch"},
     };
     for (const auto& c : cases) {
-        const CIMInstance kept = instances[c.of].clone();
-        velmar_remote::replaceProp(instances[c.of], c.name, c.value);
-        EXPECT_EQ(enriched(PARTITION), c.expected) << c.name << " " << c.value.toString();
-        velmar_remote::deleteProp(instances[c.of], c.name);
-        EXPECT_EQ(enriched(PARTITION),
-                  c.of == std::string(PARTITION) ? "ok cp-1 (none) 9117  06B4 0" : "type mismatch");
-        instances[c.of] = kept;
+        velmar_remote::replaceProp(c.of, c.name, c.value);
+        EXPECT_EQ(enriched(PARTITION), c.expected) << &c - cases;
+        velmar_remote::deleteProp(c.of, c.name);
+        EXPECT_EQ(enriched(PARTITION), c.without) << &c - cases;
     }
 }
 
 TEST_F(IndicationEnrichment, Failures) {
-    alerts.initialize(server.handle);
     EXPECT_EQ(enriched(CIMValue(path(PARTITION))), "type mismatch");
     EXPECT_EQ(enriched(CIMValue(String(PARTITION)), "alertingManagedElement"), "type mismatch");
     EXPECT_NE(enriched("no path").find("no path"), std::string::npos);
-    links.clear();  // no domain: its control point is asked for all the same
+    associated.clear();  // no domain: its control point is asked for all the same
     server.taken();
     EXPECT_EQ(enriched(HOST), "type mismatch");
     EXPECT_NE(server.taken().find("associatorNames through QOR_SystemComponent to QOR_HWCtrlPoint"),
               std::string::npos);
+    for (auto& known : server.classes) {
+        known.second.clear();
+    }
     for (const char* missing : {"QORP_ComputerSystem", "QORP_LPAR_CS"}) {
         server.classes.erase(server.classes.begin());
-        server.classes[0].second = server.classes[1].second = "";
         EXPECT_EQ(enriched(SENSOR), std::string("6 ") + missing);
-        std::swap(server.classes[0], server.classes[1]);
     }
 }
 

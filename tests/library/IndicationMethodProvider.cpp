@@ -8,10 +8,7 @@
 #include <Pegasus/Common/System.h>
 #include <gtest/gtest.h>
 
-#include <future>
-#include <memory>
 #include <set>
-#include <vector>
 
 #include <velmar_kit/RecordingHandlers.h>
 #include "support/FakeServer.h"
@@ -24,6 +21,24 @@ using velmar_kit::MethodResultRecorder;
 
 namespace {
 
+/// Calls back from every call of the caller's handler, numbered.
+struct Caller : MethodResultRecorder {
+    void processing() override { MethodResultRecorder::processing(), at(0); }
+    void deliver(const CIMValue& value) override { MethodResultRecorder::deliver(value), at(1); }
+    void complete() override { MethodResultRecorder::complete(), at(2); }
+    std::function<void(int)> at = [](int) {};
+};
+
+/// Notes which form of delivery it gets, and calls back.
+struct Subscribers : IndicationRecorder {
+    void deliver(const CIMIndication& one) override { IndicationRecorder::deliver(one), at(4); }
+    void deliver(const Array<CIMIndication>& many) override { IndicationRecorder::deliver(many); }
+    void deliver(const OperationContext&, const CIMIndication&) override { note("context"); }
+    void deliver(const OperationContext&, const Array<CIMIndication>&) override { note("both"); }
+    void complete() override { IndicationRecorder::complete(), at(5); }
+    std::function<void(int)> at = [](int) {};
+};
+
 class Alerts : public velmar_remote::IndicationMethodProvider {
  public:
     using IndicationMethodProvider::_enabled;
@@ -33,25 +48,17 @@ class Alerts : public velmar_remote::IndicationMethodProvider {
 
     std::function<Boolean(CIMInstance&)> generate = [](CIMInstance&) { return true; };
 
-    /// What the caller of "send" gets: the return value, or the exception that leaves.
+    /// What the caller of "send" gets: the return value, and the exception that leaves.
     std::string send(
-        const char* method = "send", std::function<void()> answered = [] {}) {
-        struct Caller : MethodResultRecorder {
-            void complete() override {
-                MethodResultRecorder::complete();
-                answered();
-            }
-            std::function<void()> answered;
-        } handler;
-        handler.answered = std::move(answered);
+        const char* method = "send", std::function<void(int)> at = [](int) {}) {
+        Caller caller;
+        caller.at = std::move(at);
         const std::string result = outcome([&] {
             invokeMethod(callersContext(), CIMObjectPath(), method,
-                         Array<CIMParamValue>(1, CIMParamValue("X", CIMValue(true))), handler);
+                         Array<CIMParamValue>(1, CIMParamValue("X", CIMValue(true))), caller);
         });
-        const CIMValue& value = handler.returnValue;
-        return handler.calls + " " + result +
-               (value.isNull() ? "" : std::string(" ") + cimTypeToString(value.getType()) + " ") +
-               text(value.toString());
+        return caller.calls + " " + cimTypeToString(caller.returnValue.getType()) + " " +
+               text(caller.returnValue.toString()) + " " + result;
     }
     void subscribe() {
         createSubscription(OperationContext(), CIMObjectPath(), Array<CIMObjectPath>(),
@@ -66,33 +73,22 @@ class Alerts : public velmar_remote::IndicationMethodProvider {
                                const Array<CIMParamValue>& parameters) override {
         EXPECT_EQ(asked(context, CIMPropertyList()), "caller");
         EXPECT_EQ(text(parameters[0].getParameterName()), "X");
-        // The object may end in here, and its function with it.
-        const auto own = generate;
+        const auto own = generate;  // the object may end in here
         return own(inst);
     }
 };
 
-/// Notes which form of delivery it gets.
-class FormRecorder : public IndicationRecorder {
- public:
-    using IndicationRecorder::deliver;
-    void deliver(const OperationContext& context, const CIMIndication& indication) override {
-        note("with context:");
-        IndicationRecorder::deliver(context, indication);
-    }
-};
-
-const char SENT[] = "processing deliver complete ok sint32 1";
-const char REFUSED[] = "processing deliver complete ok sint32 0";
+const char SENT[] = "processing deliver complete sint32 1 ok";
+const char REFUSED[] = "processing deliver complete sint32 0 ok";
 
 TEST(IndicationMethodProvider, OnlySendAndOnlyWhileEnabled) {
     Alerts alerts("T_Alert", nullptr);
-    FormRecorder handler;
+    Subscribers handler;
     const Uint32 before = Alerts::_ID;
     alerts.disableIndications();  // never enabled: there is nobody to complete
     EXPECT_EQ(alerts.send(), REFUSED);
     alerts.enableIndications(handler);
-    EXPECT_EQ(alerts.send("Sendx"), "processing 17 Sendx");
+    EXPECT_EQ(alerts.send("Sendx"), "processing boolean  17 Sendx");
     EXPECT_EQ(Alerts::_ID, before);
     EXPECT_EQ(alerts.send("SEND"), SENT);
     alerts.disableIndications();
@@ -105,7 +101,7 @@ TEST(IndicationMethodProvider, OnlySendAndOnlyWhileEnabled) {
 TEST(IndicationMethodProvider, CompleteIndicationInOrder) {
     System::setFullyQualifiedHostName("host.in.full");
     Alerts alerts("T_Alert", nullptr);
-    IndicationRecorder handler;
+    Subscribers handler;
     alerts.enableIndications(handler);
     alerts.generate = [](CIMInstance& inst) {
         add(inst, "perceivedseverity", CIMValue(Uint16(6)));
@@ -118,27 +114,24 @@ TEST(IndicationMethodProvider, CompleteIndicationInOrder) {
     std::string all;
     for (Uint32 i = 0; i < indication.getPropertyCount(); i++) {
         const CIMConstProperty p = indication.getProperty(i);
-        const std::string value = text(p.getValue().toString());
-        all += text(p.getName()) + " " + cimTypeToString(p.getType()) + (p.isArray() ? "[]" : "") +
-               (p.getValue().isNull() ? "" : "=" + (i < 2 ? "..." : value)) + "\n";
+        const std::string value = i < 2 ? "..." : text(p.getValue().toString());
+        all += (i ? "," : "") + text(p.getName()) + " " + cimTypeToString(p.getType()) +
+               (p.isArray() ? "[]" : "") + (p.getValue().isNull() ? "" : "=" + value);
     }
     EXPECT_EQ(all,
-              "IndicationIdentifier string=...\nIndicationTime datetime=...\n"
-              "SystemName string=host.in.full\nSystemCreationClassName string=CIM_ComputerSystem\n"
-              "UniqueSystemID string=0\nperceivedseverity uint16=6\nOwn string=mine\n"
-              "AlertType uint16\nAlertingElementFormat uint16\n"
-              "AlertingManagedElement string\nCorrelatedIndications string[]\n"
-              "Description string\nEventID string\nEventTime datetime\nLPARID string\n"
-              "Model string\nOtherAlertType string\nOtherAlertingElementFormat string\n"
-              "OtherSeverity string\nProbableCause uint16\n"
-              "ProbableCauseDescription string\nProviderName string\n"
-              "RecommendedActions string[]\nSenderUUID string\nSerialNumber string\n"
-              "Trending uint16\nType string\nUUID string\n");
+              "IndicationIdentifier string=...,IndicationTime datetime=...,SystemName string=host."
+              "in.full,SystemCreationClassName string=CIM_ComputerSystem,UniqueSystemID string=0,"
+              "perceivedseverity uint16=6,Own string=mine,AlertType uint16,AlertingElementFormat "
+              "uint16,AlertingManagedElement string,CorrelatedIndications string[],Description "
+              "string,EventID string,EventTime datetime,LPARID string,Model string,OtherAlertType "
+              "string,OtherAlertingElementFormat string,OtherSeverity string,ProbableCause uint16,"
+              "ProbableCauseDescription string,ProviderName string,RecommendedActions string[],"
+              "SenderUUID string,SerialNumber string,Trending uint16,Type string,UUID string");
 }
 
 TEST(IndicationMethodProvider, IdentifiersAreTakenOnceAcrossObjects) {
     Alerts one("T_Alert", nullptr), two("T_Alert", nullptr);
-    IndicationRecorder handler;
+    Subscribers handler;
     one.enableIndications(handler);
     two.enableIndications(handler);
     const Uint32 first = Alerts::_ID;
@@ -146,7 +139,7 @@ TEST(IndicationMethodProvider, IdentifiersAreTakenOnceAcrossObjects) {
     two.generate = [](CIMInstance&) { return false; };
     EXPECT_EQ(two.send(), SENT);  // the caller is not told that nothing was delivered
     two.generate = [](CIMInstance&) -> Boolean { throw CIMException(CIM_ERR_NOT_FOUND, "gone"); };
-    EXPECT_EQ(two.send(), "processing deliver complete 6 gone sint32 1");
+    EXPECT_EQ(two.send(), "processing deliver complete sint32 1 6 gone");
     one.send();
     ASSERT_EQ(handler.delivered.size(), 2u);
     EXPECT_EQ(property(handler.delivered[0], "IndicationIdentifier"), std::to_string(first));
@@ -156,220 +149,140 @@ TEST(IndicationMethodProvider, IdentifiersAreTakenOnceAcrossObjects) {
 TEST(IndicationMethodProvider, SharedCounterDisablesTheLastOneOnly) {
     Uint32 count = 0;
     Alerts one("T_Alert", &count), two("T_Alert", &count), uncounted;
-    IndicationRecorder handler;
+    Subscribers handler;
     one.subscribe();
     EXPECT_FALSE(one._enabled);  // a subscription alone enables nothing
     two.subscribe();
-    one.enableIndications(handler);
-    two.enableIndications(handler);
-    uncounted.enableIndications(handler);
+    for (Alerts* alerts : {&one, &two, &uncounted}) {
+        alerts->enableIndications(handler);
+    }
     one.unsubscribe();
-    EXPECT_EQ(count, 1u);
-    EXPECT_TRUE(one._enabled);
     two.modifySubscription(OperationContext(), CIMObjectPath(), Array<CIMObjectPath>(),
                            CIMPropertyList(), 1);
+    uncounted.subscribe();
+    uncounted.unsubscribe();
     EXPECT_EQ(count, 1u);
+    EXPECT_TRUE(one._enabled && two._enabled && uncounted._enabled);
     two.unsubscribe();
     EXPECT_EQ(count, 0u);
-    EXPECT_TRUE(one._enabled);
-    EXPECT_FALSE(two._enabled);
+    EXPECT_TRUE(one._enabled && !two._enabled);
     one.unsubscribe();
     EXPECT_EQ(count, 0u);
     EXPECT_FALSE(one._enabled);
-    uncounted.subscribe();
-    uncounted.unsubscribe();
-    EXPECT_TRUE(uncounted._enabled);
     EXPECT_EQ(handler.calls, "");  // nobody completed the handler
 }
 
+thread_local std::set<std::string> takenHere;
+
 // Enough of either that an update lost between two threads is sure to happen.
 TEST(IndicationMethodProvider, CountsAreExactOnManyThreads) {
-    const int THREADS = 8, SENDS = 3000, SUBSCRIPTIONS = 30000;
-    std::vector<std::set<std::string>> taken(THREADS);
-    Uint32 count = 0;
-    std::vector<std::unique_ptr<Alerts>> alerts;
-    IndicationRecorder handler;
-    for (std::set<std::string>& own : taken) {
-        alerts.push_back(std::make_unique<Alerts>("T_Alert", &count));
-        alerts.back()->enableIndications(handler);
-        alerts.back()->generate = [&own](CIMInstance& inst) {
-            own.insert(property(inst, "IndicationIdentifier"));
-            return false;
-        };
-    }
-    const Uint32 first = Alerts::_ID;
-    inThreads(THREADS, [&](int i) {
-        for (int n = 0; n < SENDS; n++) {
-            alerts[i]->send();
-        }
-        for (int n = 0; n < SUBSCRIPTIONS; n++) {
-            alerts[i]->subscribe();
-        }
-    });
-    for (int i = 1; i < THREADS; i++) {
-        taken[0].merge(taken[i]);
-    }
-    EXPECT_EQ(taken[0].size(), size_t(THREADS * SENDS));
-    EXPECT_EQ(Alerts::_ID - first, Uint32(THREADS * SENDS));
-    EXPECT_EQ(count, Uint32(THREADS * SUBSCRIPTIONS));
-    inThreads(THREADS, [&](int i) {
-        for (int n = 0; n < SUBSCRIPTIONS - 1; n++) {
-            alerts[i]->unsubscribe();
-        }
-    });
-    EXPECT_EQ(count, Uint32(THREADS));
-}
-
-// A server deletes the handler as soon as disableIndications has returned. The sanitizers see any
-// delivery that comes later.
-TEST(IndicationMethodProvider, NoDeliveryOutlivesDisabling) {
-    struct Mortal : IndicationRecorder {
-        using IndicationRecorder::deliver;
-        explicit Mortal(std::atomic<int>& counted) : total(counted) {}
-        void deliver(const CIMIndication&) override {
-            EXPECT_TRUE(alive);
-            total++;
-        }
-        ~Mortal() override { alive = false; }
-        std::atomic<int>& total;
-        std::atomic<bool> alive{true};
-    };
+    const Uint32 SENDS = 20000, SUBSCRIPTIONS = 100000;
     Uint32 count = 0;
     Alerts alerts("T_Alert", &count);
-    std::atomic<int> delivered{0};
-    std::atomic<bool> stop{false};
+    Subscribers handler;
+    alerts.enableIndications(handler);
+    alerts.generate = [](CIMInstance& inst) {
+        takenHere.insert(property(inst, "IndicationIdentifier"));
+        return false;
+    };
+    std::set<std::string> taken[4];
+    const Uint32 first = Alerts::_ID;
     inThreads(4, [&](int i) {
-        while (i > 0 && !stop) {
+        for (Uint32 n = 0; n < SENDS; n++) {
             alerts.send();
         }
-        for (int round = 0; i == 0 && round < 20; round++) {
-            auto handler = std::make_unique<Mortal>(delivered);
-            const int before = delivered;
+        for (Uint32 n = 0; n < SUBSCRIPTIONS; n++) {
             alerts.subscribe();
-            alerts.enableIndications(*handler);
-            while (delivered == before) {
-                std::this_thread::yield();
-            }
-            if (round % 2) {
-                alerts.unsubscribe();
-            }
-            alerts.disableIndications();
         }
-        stop = true;
+        taken[i] = takenHere;
     });
+    for (int i = 1; i < 4; i++) {
+        taken[0].merge(taken[i]);
+    }
+    EXPECT_EQ(taken[0].size(), size_t(4 * SENDS));
+    EXPECT_EQ(Alerts::_ID - first, 4 * SENDS);
+    EXPECT_EQ(count, 4 * SUBSCRIPTIONS);
+    inThreads(4, [&](int) {
+        for (Uint32 n = 1; n < SUBSCRIPTIONS; n++) {
+            alerts.unsubscribe();
+        }
+    });
+    EXPECT_EQ(count, 4u);
 }
 
+// A server deletes the handler as soon as disableIndications has returned.
 TEST(IndicationMethodProvider, DisablingWaitsForItsOwnDeliveriesOnly) {
-    struct Slow : IndicationRecorder {
-        using IndicationRecorder::deliver;
-        void deliver(const CIMIndication&) override {
-            delivering.set_value();
-            goOn.get_future().wait();
-            finished = true;
+    Alerts busy("T_Alert", nullptr), idle("T_Alert", nullptr);
+    Subscribers slow, none;
+    Count delivering, goOn, completed;
+    slow.at = [&](int place) {
+        if (place == 4) {
+            delivering.up();
+            goOn.waitFor(1);
+        } else {
+            completed.up();
         }
-        void complete() override { early = !finished, completed = true; }
-        std::promise<void> delivering, goOn;
-        std::atomic<bool> finished{false}, early{false}, completed{false};
-    } slow;
-    Alerts busy("T_Alert", nullptr);
+    };
     busy.enableIndications(slow);
+    idle.enableIndications(none);
     std::thread sender([&] { busy.send(); });
-    slow.delivering.get_future().wait();
-
-    std::vector<std::unique_ptr<Alerts>> others;  // enough of them to meet any shared lock
-    for (int i = 0; i < 64; i++) {
-        others.push_back(std::make_unique<Alerts>("T_Alert", nullptr));
-        IndicationRecorder handler;
-        others.back()->enableIndications(handler);
-        others.back()->disableIndications();  // would never return
-    }
-    auto disabled = std::async(std::launch::async, [&] { busy.disableIndications(); });
-    while (__atomic_load_n(&busy._enabled, __ATOMIC_ACQUIRE)) {
-        std::this_thread::yield();
-    }
-    // One that did not wait would complete the handler now.
-    for (int i = 0; i < 10000 && !slow.completed; i++) {
-        std::this_thread::yield();
-    }
-    slow.goOn.set_value();
-    disabled.get();
-    EXPECT_TRUE(slow.completed);
-    EXPECT_FALSE(slow.early);
+    delivering.waitFor(1);
+    idle.disableIndications();  // would never return
+    std::thread disabler([&] { busy.disableIndications(); });
+    EXPECT_FALSE(completed.reaches(1));
+    goOn.up();
     sender.join();
+    disabler.join();
+    EXPECT_EQ(completed.value(), 1);
 }
 
 // Whomever a "send" calls may disable the object, end it, or both: it must not wait for itself, and
 // what goes on afterwards must not need the object.
 TEST(IndicationMethodProvider, EndsInsideItsOwnWork) {
-    struct Caller : MethodResultRecorder {
-        using MethodResultRecorder::deliver;
-        void processing() override { MethodResultRecorder::processing(), at(0); }
-        void deliver(const CIMValue& value) override {
-            MethodResultRecorder::deliver(value), at(1);
-        }
-        void complete() override { MethodResultRecorder::complete(), at(2); }
-        std::function<void(int)> at;
-    };
-    struct Subscribers : IndicationRecorder {
-        using IndicationRecorder::deliver;
-        void deliver(const CIMIndication& i) override { IndicationRecorder::deliver(i), at(4); }
-        std::function<void(int)> at;
-    };
-    for (int place = 0; place < 5; place++) {
-        for (const bool disables : {false, true}) {
-            for (const bool terminates : {false, true}) {
-                SCOPED_TRACE(place);
-                auto* const alerts = new Alerts("T_Alert", nullptr);
-                const auto act = [=](int here) {
-                    if (here == place && disables) {
-                        alerts->disableIndications();
-                    }
-                    if (here == place && terminates) {
-                        alerts->terminate();
-                    }
-                };
-                Caller caller;
-                Subscribers subscribers;
-                caller.at = subscribers.at = act;
-                alerts->generate = [act](CIMInstance&) { return act(3), true; };
-                alerts->enableIndications(subscribers);
-                alerts->invokeMethod(callersContext(), CIMObjectPath(), "send",
-                                     Array<CIMParamValue>(1, CIMParamValue("X", CIMValue(true))),
-                                     caller);
-                const bool ended = disables || terminates;
-                EXPECT_EQ(caller.calls, "processing deliver complete");
-                EXPECT_EQ(text(caller.returnValue.toString()), ended && place == 0 ? "0" : "1");
-                EXPECT_EQ(subscribers.calls,
-                          std::string(!ended || place == 4 ? "deliver" : "") +
-                              (disables ? place == 4 ? " complete" : "complete" : ""));
-                if (!terminates) {
-                    alerts->disableIndications();  // nothing is running any more
-                    alerts->terminate();
-                }
+    for (int n = 0; n < 5 * 4; n++) {
+        const int place = n / 4;
+        const bool disables = n & 1, terminates = n & 2;
+        SCOPED_TRACE(n);
+        auto* const alerts = new Alerts("T_Alert", nullptr);
+        const auto act = [=](int here) {
+            if (here == place && disables) {
+                alerts->disableIndications();
             }
+            if (here == place && terminates) {
+                alerts->terminate();
+            }
+        };
+        Subscribers subscribers;
+        subscribers.at = act;
+        alerts->generate = [act](CIMInstance&) { return act(3), true; };
+        alerts->enableIndications(subscribers);
+        const bool early = place == 0 && (disables || terminates);
+        EXPECT_EQ(alerts->send("send", act), early ? REFUSED : SENT);
+        const bool delivered = place == 4 || !(disables || terminates);
+        EXPECT_EQ(subscribers.calls, std::string(delivered ? "deliver" : "") +
+                                         (delivered && disables ? " " : "") +
+                                         (disables ? "complete" : ""));
+        if (!terminates) {
+            alerts->disableIndications();  // nothing is running any more
+            alerts->terminate();
         }
     }
 }
 
 // Two threads, both inside a delivery, that disable the provider of either: neither can wait.
 TEST(IndicationMethodProvider, DisabledInTwoDeliveriesAtOnce) {
-    struct Meeting : IndicationRecorder {
-        using IndicationRecorder::deliver;
-        void deliver(const CIMIndication&) override {
-            inside->up();
-            inside->waitFor(2);
-            other->disableIndications();
-        }
-        void complete() override {}
-        Count* inside;
-        Alerts* other;
-    } handlers[2];
     for (const int other : {0, 1}) {  // its own, or the other's
         Count inside;
         Alerts alerts[] = {{"T_Alert", nullptr}, {"T_Alert", nullptr}};
+        Subscribers handlers[2];
         for (int i = 0; i < 2; i++) {
-            handlers[i].inside = &inside;
-            handlers[i].other = &alerts[other ? 1 - i : 0];
+            handlers[i].at = [&, i](int place) {
+                if (place == 4) {
+                    inside.up();
+                    inside.waitFor(2);
+                    alerts[other ? 1 - i : 0].disableIndications();
+                }
+            };
             alerts[i].enableIndications(handlers[i]);
         }
         inThreads(2, [&](int i) { EXPECT_EQ(alerts[other ? i : 0].send(), SENT); });

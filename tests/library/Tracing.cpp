@@ -27,36 +27,44 @@ class Alerts : public IndicationMethodProvider {
     using IndicationMethodProvider::IndicationMethodProvider;
 };
 
-/// What a call writes: "Outer([detail]Inner())", with "!" for what is left by an exception.
-std::string traceOf(const std::function<void()>& call) {
-    TraceFile trace;
-    outcome(call);
-    std::string all;
-    std::vector<std::string> open;
-    for (const std::string& record : trace.texts()) {
-        const std::string name = record.substr(record.find(" method ") + 8);
-        if (record == "Entering method " + name) {
-            all += name + "(";
-            open.push_back(name);
-        } else if (!open.empty() && record == "Exiting method " + open.back()) {
-            all += ")";
-            open.pop_back();
-        } else {
-            all += "[" + record + "]";
+/// What calls write: "Class: outer([detail] inner())", with "!" for what an exception leaves. A
+/// class is named where it changes.
+std::string traceOf(const std::vector<std::function<void()>>& calls) {
+    std::string all, last;
+    for (const auto& call : calls) {
+        TraceFile trace;
+        outcome(call);
+        std::vector<std::string> open;
+        for (const std::string& record : trace.texts()) {
+            const std::string name = record.substr(record.find(" method ") + 8);
+            const std::string unit = name.substr(0, name.find("::"));
+            if (record == "Entering method " + name) {
+                all += unit == last ? " " : (open.empty() ? "\n" : " ") + unit + ": ";
+                all += name.substr(std::min(name.size(), unit.size() + 2)) + "(";
+                open.push_back(name);
+                last = unit;
+            } else if (!open.empty() && record == "Exiting method " + open.back()) {
+                all += ")";
+                open.pop_back();
+            } else {
+                all += "[" + record + "]";
+            }
         }
+        all += std::string(open.size(), '!');
     }
-    return all + std::string(open.size(), '!');
+    return all;
 }
 
 TEST(Tracing, EveryOperation) {
     System::setHostName("h");
     FakeServer server;
-    server.classes = {{"T_Thing", ""}, {"QORP_LPAR_CS", ""}, {"QORP_ComputerSystem", ""}};
+    server.classes = {{"T", ""}, {"QORP_LPAR_CS", ""}, {"QORP_ComputerSystem", ""}};
     const OperationContext context;
     const CIMPropertyList all;
-    const CIMObjectPath a = path("T_Thing.Name=\"5%s\"");
-    CIMInstance instance = instanceAt("//h/root/x:T_Thing.Name=\"5%s\"");
-    add(instance, "Name", "5%s");
+    const CIMObjectPath a = path("T.Name=\"%s\"");
+    const CIMName none;
+    CIMInstance instance = instanceAt("//h/root/x:T.Name=\"%s\"");
+    add(instance, "Name", "%s");
     Array<CIMInstance> instances;
     Array<CIMObjectPath> paths;
     Array<Array<CIMInstance>> groups;
@@ -67,83 +75,66 @@ TEST(Tracing, EveryOperation) {
     velmar_kit::MethodResultRecorder result;
     velmar_kit::IndicationRecorder indications;
     InstanceCache cache;
-    Things& things = *new Things("T_Thing");
+    Things& things = *new Things("T");
     Links& links = *new Links("T_Link", "Left", "T_Thing", "Right", "T_Thing");
     Alerts& alerts = *new Alerts("T_Alert", nullptr);
 
-    std::string written;
-    const auto run = [&](auto call) { written += traceOf(call) + "\n"; };
-    run([&] { cache.insert(instance); });
-    run([&] { cache.insert(instance); });
-    run([&] { cache.lookup(a, instance); });
-    run([&] { cache.replace(instance); });
-    run([&] { cache.contains(a); });
-    run([&] { cache.getInstances(instances); });
-    run([&] { cache.clear(); });
-    run([&] { things.initialize(server.handle); });
-    run([&] { things.createInstance(context, a, instance, names); });
-    run([&] { things.getInstance(context, a, false, false, all, got); });
-    run([&] { things.enumerateInstances(context, a, false, false, all, got); });
-    run([&] { things.enumerateInstanceNames(context, a, names); });
-    run([&] { things.modifyInstance(context, a, instance, false, all, names); });
-    run([&] { things.deleteInstance(context, a, names); });
-    run([&] { things.invokeMethod(context, a, "Touch", parameters, result); });
-    run([&] { things.terminate(); });
-    run([&] { links.associators(context, a, "L", CIMName(), "", "", false, false, all, objects); });
-    run([&] { links.associatorNames(context, a, "L", CIMName(), "", "", names); });
-    run([&] { links.references(context, a, CIMName(), "", false, false, all, objects); });
-    run([&] { links.referenceNames(context, a, CIMName(), "", names); });
+    const std::string written = traceOf({
+        [&] { cache.insert(instance); },
+        [&] { cache.insert(instance); },
+        [&] { cache.lookup(a, instance); },
+        [&] { cache.replace(instance); },
+        [&] { cache.contains(a); },
+        [&] { cache.getInstances(instances); },
+        [&] { cache.clear(); },
+        [&] { things.initialize(server.handle); },
+        [&] { things.createInstance(context, a, instance, names); },
+        [&] { things.getInstance(context, a, false, false, all, got); },
+        [&] { things.enumerateInstances(context, a, false, false, all, got); },
+        [&] { things.enumerateInstanceNames(context, a, names); },
+        [&] { things.modifyInstance(context, a, instance, false, all, names); },
+        [&] { things.deleteInstance(context, a, names); },
+        [&] { things.invokeMethod(context, a, "Touch", parameters, result); },
+        [&] { things.terminate(); },
+        [&] { links.associators(context, a, none, none, "", "", false, false, all, objects); },
+        [&] { links.associatorNames(context, a, none, none, "", "", names); },
+        [&] { links.references(context, a, none, "", false, false, all, objects); },
+        [&] { links.referenceNames(context, a, none, "", names); },
+        [&] { alerts.initialize(server.handle); },
+        [&] { alerts.enableIndications(indications); },
+        [&] { alerts.createSubscription(context, a, paths, all, 1); },
+        [&] { alerts.modifySubscription(context, a, paths, all, 1); },
+        [&] { alerts.deleteSubscription(context, a, paths); },
+        [&] { alerts.invokeMethod(context, a, "send", parameters, result); },
+        [&] { sendIndication(server.handle, context, a, "T_Alert", parameters); },
+        [&] { alerts.generateIndication(context, instance, parameters); },
+        [&] { alerts.disableIndications(); },
+        [&] { alerts.terminate(); },
+        [&] { groupByHCP(server.handle, context, instances, groups, instances); },
+    });
     links.terminate();
-    run([&] { alerts.initialize(server.handle); });
-    run([&] { alerts.enableIndications(indications); });
-    run([&] { alerts.createSubscription(context, a, paths, all, 1); });
-    run([&] { alerts.modifySubscription(context, a, paths, all, 1); });
-    run([&] { alerts.deleteSubscription(context, a, paths); });
-    run([&] { alerts.invokeMethod(context, a, "send", parameters, result); });
-    run([&] { sendIndication(server.handle, context, a, "T_Alert", parameters); });
-    run([&] { alerts.generateIndication(context, instance, parameters); });
-    run([&] { alerts.disableIndications(); });
-    run([&] { alerts.terminate(); });
-    run([&] { groupByHCP(server.handle, context, instances, groups, instances); });
-    EXPECT_EQ(written, R"(InstanceCache::insert([Inserting into cache: T_Thing.Name="5%s"])
-InstanceCache::insert()
-InstanceCache::lookup([Found in cache: //h/root/x:T_Thing.Name="5%s"])
-InstanceCache::replace([Replacing in cache: T_Thing.Name="5%s"])
-InstanceCache::contains()
-InstanceCache::getInstances()
-InstanceCache::clear(InstanceCache::getPaths()InstanceCache::remove([Removing from cache: T_Thing.Name="5%s"]))
-CachedInstanceProvider::initialize()
-CachedInstanceProvider::createInstance(InstanceCache::insert([Inserting into cache: T_Thing.Name="5%s"]))
-CachedInstanceProvider::getInstance(InstanceCache::lookup([Found in cache: //h/root/velmar_remote:T_Thing.Name="5%s"])CachedInstanceProvider::fillProperties(CachedInstanceProvider::fillProperties()))
-CachedInstanceProvider::enumerateInstances(InstanceCache::getInstances()CachedInstanceProvider::fillProperties())
-CachedInstanceProvider::enumerateInstanceNames(InstanceCache::getPaths())
-CachedInstanceProvider::modifyInstance(!
-CachedInstanceProvider::deleteInstance(InstanceCache::remove([Removing from cache: T_Thing.Name="5%s"]))
-InstanceMethodProvider::invokeMethod(InstanceCache::lookup()InstanceMethodProvider::callMethod(!!
-CachedInstanceProvider::terminate()
-InstanceAssociationProvider::associators(InstanceAssociationProvider::go(InstanceCache::getInstances()))
-InstanceAssociationProvider::associatorNames(InstanceAssociationProvider::go(InstanceCache::getInstances()))
-InstanceAssociationProvider::references(InstanceAssociationProvider::go(InstanceCache::getInstances()))
-InstanceAssociationProvider::referenceNames(InstanceAssociationProvider::go(InstanceCache::getInstances()))
-IndicationMethodProvider::initialize()
-IndicationMethodProvider::enableIndications()
-IndicationMethodProvider::createSubscription()
-IndicationMethodProvider::modifySubscription()
-IndicationMethodProvider::deleteSubscription()
-IndicationMethodProvider::invokeMethod(IndicationMethodProvider::generateIndication(!!
-sendIndication([Sending Indication: [AlertingManagedElement=T_Thing.Name="5%s"] [IndicationType=T_Alert]])
-IndicationMethodProvider::generateIndication()
-IndicationMethodProvider::disableIndications()
-IndicationMethodProvider::terminate()
-Util::groupByHCP()
-)");
+    EXPECT_EQ(written, R"(
+InstanceCache: insert([Inserting into cache: T.Name="%s"]) insert() lookup([Found in cache: //h/root/x:T.Name="%s"]) replace([Replacing in cache: T.Name="%s"]) contains() getInstances() clear( getPaths() remove([Removing from cache: T.Name="%s"]))
+CachedInstanceProvider: initialize() createInstance( InstanceCache: insert([Inserting into cache: T.Name="%s"]))
+CachedInstanceProvider: getInstance( InstanceCache: lookup([Found in cache: //h/root/velmar_remote:T.Name="%s"]) CachedInstanceProvider: fillProperties( fillProperties())) enumerateInstances( InstanceCache: getInstances() CachedInstanceProvider: fillProperties()) enumerateInstanceNames( InstanceCache: getPaths())
+CachedInstanceProvider: modifyInstance(! deleteInstance( InstanceCache: remove([Removing from cache: T.Name="%s"]))
+InstanceMethodProvider: invokeMethod( InstanceCache: lookup() InstanceMethodProvider: callMethod(!!
+CachedInstanceProvider: terminate()
+InstanceAssociationProvider: associators( go( InstanceCache: getInstances()))
+InstanceAssociationProvider: associatorNames( go( InstanceCache: getInstances()))
+InstanceAssociationProvider: references( go( InstanceCache: getInstances()))
+InstanceAssociationProvider: referenceNames( go( InstanceCache: getInstances()))
+IndicationMethodProvider: initialize() enableIndications() createSubscription() modifySubscription() deleteSubscription() invokeMethod( generateIndication(!!
+sendIndication: ([Sending Indication: [AlertingManagedElement=T.Name="%s"] [IndicationType=T_Alert]])
+IndicationMethodProvider: generateIndication() disableIndications() terminate()
+Util: groupByHCP())");
 }
 
 TEST(Tracing, ElapsedTime) {
     Benchmark watch;
     // Without a start it would count from 1970.
-    const std::string written = traceOf([&] { watch.logElapsedTime("100%s %n"); });
-    EXPECT_TRUE(std::regex_match(written, std::regex("\\[100%s %n took [0-9]{1,6} ms\\.\\]")))
+    const std::string written = traceOf({[&] { watch.logElapsedTime("100%s %n"); }});
+    EXPECT_TRUE(std::regex_match(written, std::regex(" *\\[100%s %n took [0-9]{1,6} ms\\.\\]")))
         << written;
 }
 

@@ -231,12 +231,7 @@ TEST(SplitString, Pieces) {
         }
         EXPECT_EQ(pieces, expected) << given;
     }
-    EXPECT_EQ(splitString("a\xc2\xa7"
-                          "b",
-                          '\xa7')
-                  .size(),
-              2u)
-        << "a delimiter beyond ASCII";
+    EXPECT_EQ(splitString("z\xc2\xa7z", '\xa7').size(), 2u) << "a delimiter beyond ASCII";
 }
 
 TEST(SplitSysName, FieldsOrNothing) {
@@ -258,12 +253,10 @@ TEST(SplitSysName, FieldsOrNothing) {
 }
 
 TEST(GetIPAddr, EmptyWithoutAnAddress) {
-    const String name = System::getHostName();
     System::setHostName("127.0.0.2");  // an address stands for itself, whatever the resolver knows
     EXPECT_EQ(text(getIPAddr()), "127.0.0.2");
     System::setHostName("::1");
     EXPECT_EQ(text(getIPAddr()), "");
-    System::setHostName(name);
 }
 
 }  // namespace

@@ -4,8 +4,8 @@
 // An embedded server with the classes of the example's site, served by the library's providers:
 // what alerts are enriched from and systems are grouped by. Alerts are of the class QOR_SiteAlert.
 // The build defines SITE_SCHEMA, the file of the classes.
-#ifndef VELMAR_TESTS_SUPPORT_ALERTSITE_H
-#define VELMAR_TESTS_SUPPORT_ALERTSITE_H
+#ifndef VELMAR_BENCH_ALERTSITE_H
+#define VELMAR_BENCH_ALERTSITE_H
 
 #include <functional>
 #include <map>
