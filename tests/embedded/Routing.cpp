@@ -139,7 +139,7 @@ class Routing : public ScriptedServer {
     std::mutex _lock;
     std::multiset<std::string> _calls;
     OperationContext _context;
-    bool _fromHandle = false;
+    std::atomic<bool> _fromHandle{false};
 };
 
 #define BOTH(operation) &CIMClient::operation, &CIMOMHandle::operation
