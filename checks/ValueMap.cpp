@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
-#include <optional>
 
 #include "checks/Wording.h"
 
@@ -22,21 +21,24 @@ __extension__ typedef __int128 Wide;
 const Wide lowest = std::numeric_limits<Sint64>::min();
 const Wide highest = std::numeric_limits<Uint64>::max();
 
-std::optional<Wide> numberOf(const std::string& text) {
-    Uint64 unsignedNumber = 0;
-    Sint64 signedNumber = 0;
+// False for what is no number; the number is then unchanged.
+bool parse(const std::string& text, Wide& number) {
+    Uint64 natural = 0;
+    Sint64 negative = 0;
     const char* const end = text.data() + text.size();
     const bool isHex = text.rfind("0x", 0) == 0 || text.rfind("0X", 0) == 0;
     const char* const begin = text.data() + (isHex ? 2 : 0);
-    const auto natural = std::from_chars(begin, end, unsignedNumber, isHex ? 16 : 10);
-    if (natural.ec == std::errc() && natural.ptr == end && begin != end) {
-        return Wide(unsignedNumber);
+    const auto first = std::from_chars(begin, end, natural, isHex ? 16 : 10);
+    if (first.ec == std::errc() && first.ptr == end) {
+        number = Wide(natural);
+        return true;
     }
-    const auto negative = std::from_chars(text.data(), end, signedNumber);
-    if (negative.ec == std::errc() && negative.ptr == end && !text.empty()) {
-        return Wide(signedNumber);
+    const auto second = std::from_chars(text.data(), end, negative);
+    if (second.ec == std::errc() && second.ptr == end) {
+        number = Wide(negative);
+        return true;
     }
-    return std::nullopt;
+    return false;
 }
 
 // Whether an entry allows the number; an entry that is no number or range allows any.
@@ -44,15 +46,17 @@ bool allows(const std::string& entry, Wide number) {
     const size_t dots = entry.find("..");
     const std::string first = entry.substr(0, dots);
     const std::string last = dots == std::string::npos ? first : entry.substr(dots + 2);
-    const auto low = first.empty() ? std::optional<Wide>(lowest) : numberOf(first);
-    const auto high = last.empty() ? std::optional<Wide>(highest) : numberOf(last);
-    return !low || !high || (*low <= number && number <= *high);
+    Wide low = lowest;
+    Wide high = highest;
+    const bool isRange = (first.empty() || parse(first, low)) && (last.empty() || parse(last, high));
+    return !isRange || (low <= number && number <= high);
 }
 
 bool knows(const std::vector<std::string>& map, const std::string& text, bool isNumber) {
-    const auto number = isNumber ? numberOf(text) : std::nullopt;
+    Wide number = 0;
+    const bool parsed = isNumber && parse(text, number);
     return std::any_of(map.begin(), map.end(), [&](const std::string& entry) {
-        return entry == text || (number && allows(entry, *number));
+        return entry == text || (parsed && allows(entry, number));
     });
 }
 

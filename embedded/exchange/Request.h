@@ -25,7 +25,7 @@
 #include <string>
 #include <vector>
 
-#include "ServerTypes.h"
+#include <velmar_embedded/ServerTypes.h>
 
 namespace velmar_embedded {
 

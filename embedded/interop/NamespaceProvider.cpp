@@ -4,6 +4,7 @@
 // The server's namespaces, as instances to be read.
 #include <Pegasus/Common/System.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
+#include <Pegasus/Provider/CIMOMHandle.h>
 
 #include "interop/Interop.h"
 

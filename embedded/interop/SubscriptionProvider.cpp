@@ -5,6 +5,7 @@
 // subscription is there and enabled, indications go from its providers to its destination.
 #include <Pegasus/Common/System.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
+#include <Pegasus/Provider/CIMOMHandle.h>
 #include <strings.h>
 
 #include <map>

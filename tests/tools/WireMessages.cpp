@@ -175,7 +175,7 @@ TEST(WireMessages, ValuesOfAllTypesTravel) {
         parameters.append(CIMParamValue("typed", value));
         const Request request =
             Request(Operation::InvokeMethod, "n", path("C.k=\"1\"")).method("m", parameters);
-        const Call call = readCall(requestMessage(request, 7));
+        const velmar_wire::Call call = readCall(requestMessage(request, 7));
         ASSERT_TRUE(call.request);
         // Of a null array nothing but its type is said.
         const CIMValue wanted = value.isNull() ? CIMValue(value.getType(), false) : value;
