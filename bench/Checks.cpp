@@ -107,9 +107,15 @@ void Enumerate100(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 
-BENCHMARK(GetInstance)->Arg(0)->Arg(1)->UseRealTime()->Threads(1)->Threads(4);
-BENCHMARK(GetNewInstance)->Arg(0)->Arg(1)->UseRealTime();
-BENCHMARK(Enumerate100)->Arg(0)->Arg(1)->UseRealTime();
+BENCHMARK(GetInstance)
+    ->Arg(0)
+    ->Arg(1)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime()
+    ->Threads(1)
+    ->Threads(4);
+BENCHMARK(GetNewInstance)->Arg(0)->Arg(1)->MeasureProcessCPUTime()->UseRealTime();
+BENCHMARK(Enumerate100)->Arg(0)->Arg(1)->MeasureProcessCPUTime()->UseRealTime();
 
 }  // namespace
 

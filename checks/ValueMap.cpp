@@ -48,7 +48,8 @@ bool allows(const std::string& entry, Wide number) {
     const std::string last = dots == std::string::npos ? first : entry.substr(dots + 2);
     Wide low = lowest;
     Wide high = highest;
-    const bool isRange = (first.empty() || parse(first, low)) && (last.empty() || parse(last, high));
+    const bool isRange =
+        (first.empty() || parse(first, low)) && (last.empty() || parse(last, high));
     return !isRange || (low <= number && number <= high);
 }
 
