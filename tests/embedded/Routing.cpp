@@ -370,7 +370,7 @@ TEST_F(Routing, UntypedParametersGetTheDeclaredType) {
                  {"Flags", flags, "boolean=TRUE FALSE "},
                  {"Peer", String("T_A.k=\"1\""), "reference=T_A.k=\"1\""},
                  {"Numbers", Array<Uint8>(2, 7), "sint64=7 7 "},
-                 {"Text", Array<Char16>(1, 'x'), "char16=x "},
+                 {"Text", Array<Char16>(1, 'x'), overHttp ? "string=x " : "char16=x "},
                  {"Ratio", String("1.5"), "real32=1.5000000000000000e+00"},
                  {"no name", String("7"), "string=7"},
                  {"Ratio", String("1.5x"), ""},
@@ -414,7 +414,8 @@ TEST_F(Routing, Errors) {
         {missing, invoke("T_D", "Do")},
         {missing, invoke("T_B", "Do")},  // a superclass's provider does not count
         {"6 CIM_ERR_NOT_FOUND: T_No", invoke("T_No", "Do")},
-        {parameter, [&] { client.associatorNames(ns, CIMObjectPath()); }},
+        {parameter + (overHttp ? ": Required parameter \"ObjectName\" missing from request." : ""),
+         [&] { client.associatorNames(ns, CIMObjectPath()); }},
         {parameter + ": T_No", [&] { client.references(ns, no); }},
         {parameter + ": T_No", [&] { client.associatorNames(ns, one, "T_No"); }},
         {parameter + ": T_No", [&] { client.references(ns, one, "T_No"); }},

@@ -288,7 +288,12 @@ class ScriptedServer : public ::testing::Test {
         server.start();
         connect(client);
     }
-    /// In this process; over HTTP in the tests that are built for it.
+    /// Whether the client's requests go over HTTP, as they do in tests that are built for it.
+#ifdef VELMAR_TEST_OVER_HTTP
+    static constexpr bool overHttp = true;
+#else
+    static constexpr bool overHttp = false;
+#endif
     void connect(CIMClient& to) {
 #ifdef VELMAR_TEST_OVER_HTTP
         if (!_wire) {

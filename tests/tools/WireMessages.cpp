@@ -202,7 +202,7 @@ TEST(WireMessages, ClassesAndQualifiersTravel) {
     const CIMClass original = server.repository().getClass("n", "B");
     Request request(Operation::CreateClass, "n", "B");
     request.cimClass = original;
-    Call call = readCall(requestMessage(request, 1));
+    auto call = readCall(requestMessage(request, 1));
     EXPECT_EQ(text(CIMObject(call.request->cimClass).toString()),
               text(CIMObject(original).toString()));
 
