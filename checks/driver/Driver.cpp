@@ -11,7 +11,12 @@ namespace velmar_driver {
 
 std::vector<ClassReport> drive(velmar_embedded::Server& server, const DriveOptions& options,
                                const Report& report) {
-    const std::vector<RegisteredClass> classes = registeredClasses(server);
+    return drive(server, registeredClasses(server), options, report);
+}
+
+std::vector<ClassReport> drive(velmar_embedded::Server& server,
+                               const std::vector<RegisteredClass>& classes,
+                               const DriveOptions& options, const Report& report) {
     std::vector<ClassReport> result;
     for (const RegisteredClass& one : classes) {
         if (one.definition.isUninitialized()) {

@@ -28,6 +28,11 @@ struct DriveOptions {
 std::vector<ClassReport> drive(velmar_embedded::Server& server, const DriveOptions& options,
                                const Report& report);
 
+/// The same for these classes.
+std::vector<ClassReport> drive(velmar_embedded::Server& server,
+                               const std::vector<RegisteredClass>& classes,
+                               const DriveOptions& options, const Report& report);
+
 // The parts, for one class each.
 void driveInstances(Session& session, const DriveOptions& options);
 void driveAssociation(Session& session, const DriveOptions& options);

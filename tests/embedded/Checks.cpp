@@ -12,6 +12,7 @@
 #include <sstream>
 
 #include "checks/Rule.h"
+#include "checks/driver/DriverRules.h"
 #include "support/FanPackage.h"
 
 using namespace support;
@@ -537,7 +538,11 @@ TEST(Checks, PageListsTheRules) {
             listed.insert(line);
         }
     }
-    for (const velmar_checks::Rule* rule : velmar_checks::allRules()) {
+    velmar_checks::RuleList rules = velmar_checks::allRules();
+    for (const velmar_checks::Rule* rule : velmar_driver::driverRules()) {
+        rules.push_back(rule);
+    }
+    for (const velmar_checks::Rule* rule : rules) {
         const bool isError = rule->severity == velmar_checks::Severity::Error;
         const std::string row = std::string("| `") + rule->id + "` | " +
                                 (isError ? "error" : "warning") + " | " + rule->meaning + " | " +
