@@ -103,15 +103,15 @@ TEST_F(CachedInstanceProvider, RefusesWhatItCannotDo) {
 
 TEST_F(CachedInstanceProvider, KeepsItsHandleAndDeletesItself) {
     FakeServer server;
-    bool destroyed = false;
+    const auto held = std::make_shared<int>();
     auto* const own = new Cached("T_Thing");
-    own->onDestroy = [&] { destroyed = true; };
+    own->fill = [held](const OperationContext&, Array<CIMInstance>&, const CIMPropertyList&) {};
     own->initialize(server.handle);
     EXPECT_EQ(server.kept, 1);
     own->_cimom.deleteInstance(context, NAMESPACE, path(thing("a")));
     EXPECT_EQ(server.taken(), "deleteInstance " + thing("a") + "\n");
     own->terminate();
-    EXPECT_TRUE(destroyed);
+    EXPECT_EQ(held.use_count(), 1) << "destroyed";
 }
 
 TEST_F(CachedInstanceProvider, CreatesACopyUnderThePathOfItsClassesKeys) {

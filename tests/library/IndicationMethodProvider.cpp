@@ -176,7 +176,7 @@ thread_local std::set<std::string> takenHere;
 
 // Enough of either that an update lost between two threads is sure to happen.
 TEST(IndicationMethodProvider, CountsAreExactOnManyThreads) {
-    const Uint32 SENDS = 20000, SUBSCRIPTIONS = 100000;
+    const Uint32 SENDS = 20000, SUBSCRIPTIONS = 200000;
     Uint32 count = 0;
     Alerts alerts("T_Alert", &count);
     Subscribers handler;

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// An embedded server with one cached class (T_Thing, with a subclass T_Part) and one association
-// class between things (T_Link), whose providers live in the test process.
+// An embedded server with one cached class (T_Thing) and one association class between things
+// (T_Link), whose providers live in the test process.
 #ifndef VELMAR_TESTS_SUPPORT_LINKSERVER_H
 #define VELMAR_TESTS_SUPPORT_LINKSERVER_H
 
@@ -10,8 +10,6 @@
 #include <Pegasus/Common/System.h>
 
 #include <functional>
-#include <map>
-#include <mutex>
 #include <string>
 
 #include <velmar_embedded/Server.h>
@@ -27,8 +25,6 @@ const char LINK_MOF[] = R"(
 Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
 Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride, ToSubclass);
 class T_Thing { [Key] string Name; uint32 Size; uint32 Touch(); };
-class T_Part : T_Thing { };
-class T_Other { [Key] string Name; };
 [Association] class T_Link { [Key] T_Thing REF Left; [Key] T_Thing REF Right; string Note; };
 )";
 
@@ -72,22 +68,7 @@ class Open : public Base {
     std::function<void(const Pegasus::OperationContext&, Pegasus::Array<Pegasus::CIMInstance>&,
                        const Pegasus::CIMPropertyList&)>
         fill;
-    std::function<void()> beforeDelete;
-    std::function<void()> onDestroy;
 
-    ~Open() override {
-        if (onDestroy) {
-            onDestroy();
-        }
-    }
-    void deleteInstance(const Pegasus::OperationContext& context,
-                        const Pegasus::CIMObjectPath& reference,
-                        Pegasus::ResponseHandler& handler) override {
-        if (beforeDelete) {
-            beforeDelete();
-        }
-        Base::deleteInstance(context, reference, handler);
-    }
     using Base::fillProperties;
 
  protected:
@@ -117,31 +98,13 @@ class LinkServer {
         server.registerProvider(
             "Links", links,
             {{"T_Link", {NAMESPACE}, {ProviderType::Instance, ProviderType::Association}, {}}});
-        server.observeArrivals([this](const velmar_embedded::Arrival& arrival) {
-            const std::lock_guard<std::mutex> lock(_mutex);
-            _arrivals[arrival.operation]++;
-        });
         server.start();
     }
     ~LinkServer() { server.stop(); }
 
-    /// How many requests of that name have arrived since the last forget().
-    int arrived(const std::string& operation) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        return _arrivals.count(operation) ? _arrivals[operation] : 0;
-    }
-    void forget() {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        _arrivals.clear();
-    }
-
     velmar_embedded::Server server;
     Things* things;  ///< the server's
     Links* links;    ///< the server's
-
- private:
-    std::mutex _mutex;
-    std::map<std::string, int> _arrivals;
 };
 
 /// A connected client.
