@@ -67,6 +67,8 @@ void Server::addProviderDirectory(const std::string& directory) {
     _impl->server->registrationReader().addDirectory(directory);
 }
 
+void Server::keepModules() { _impl->server->registrationReader().keepModules(); }
+
 void Server::registerProvider(const std::string& name, CIMProvider* provider,
                               const std::vector<Capabilities>& capabilities) {
     // The owner deletes the object if no request ever asks for it.

@@ -49,6 +49,9 @@ class Server {
 
     /// Folder in which provider modules (lib<Location>.so) are searched, after those added before.
     void addProviderDirectory(const std::string& directory);
+    /// Leaves provider libraries open at stop, so that what a leak checker reports at the end of
+    /// the process has names.
+    void keepModules();
     /// Registers an object made in this process. The server owns it from here on and drives it
     /// like a loaded one: initialize before its first call, terminate (which deletes it) at stop.
     /// One that no request has asked for is deleted.

@@ -90,6 +90,7 @@ class ServedPackage : public ::testing::Test {
         for (const std::string& directory : files.modules) {
             server.addProviderDirectory(directory);
         }
+        server.keepModules();
         server.observeFindings([](const velmar_checks::Finding&) {});  // failures at the end
         server.start();
         client.connectLocal();

@@ -57,6 +57,11 @@ void Module::open() {
     }
 }
 
+void Module::keepLoaded() {
+    std::lock_guard<std::mutex> guard(_lock);
+    _library = nullptr;
+}
+
 CIMProvider* Module::createProvider(const std::string& name) {
     CIMProvider* (*create)(const String&) = nullptr;
     {

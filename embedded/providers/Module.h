@@ -50,6 +50,8 @@ class Module {
     /// Opens the library if need be and asks it for a provider. Throws ModuleError with the
     /// folders tried, with the loader's text, or when the library does not know the name.
     Pegasus::CIMProvider* createProvider(const std::string& name);
+    /// From here on the library is never closed.
+    void keepLoaded();
 
  private:
     std::string file() const;

@@ -227,6 +227,11 @@ std::vector<RegisteredModule> RegistrationReader::modules() const {
 void RegistrationReader::closeModules() {
     std::lock_guard<std::mutex> guard(_lock);
     _providers.clear();
+    if (_keepsModules) {
+        for (const auto& module : _modules) {
+            module.second->keepLoaded();
+        }
+    }
     _modules.clear();
 }
 

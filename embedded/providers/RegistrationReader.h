@@ -7,6 +7,7 @@
 #ifndef VELMAR_EMBEDDED_PROVIDERS_REGISTRATIONREADER_H
 #define VELMAR_EMBEDDED_PROVIDERS_REGISTRATIONREADER_H
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -40,6 +41,8 @@ class RegistrationReader {
 
     /// Libraries are searched in the directories in the order of these calls.
     void addDirectory(const std::string& directory);
+    /// closeModules then leaves the libraries open.
+    void keepModules() { _keepsModules = true; }
     /// Notes where an instance of a registration class was declared; others are of no interest.
     void note(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMObjectPath& path,
               const std::string& file, unsigned line);
@@ -72,6 +75,7 @@ class RegistrationReader {
     std::map<std::pair<std::string, std::string>, std::shared_ptr<LoadedProvider>> _providers;
     mutable std::mutex _directoriesLock;
     std::vector<std::string> _directories;
+    std::atomic<bool> _keepsModules{false};
 };
 
 }  // namespace velmar_embedded
