@@ -8,6 +8,7 @@
 #include <Pegasus/Common/System.h>
 #include <gtest/gtest.h>
 
+#include <mutex>
 #include <set>
 
 #include <velmar_kit/RecordingHandlers.h>
@@ -29,14 +30,28 @@ struct Caller : MethodResultRecorder {
     std::function<void(int)> at = [](int) {};
 };
 
-/// Notes which form of delivery it gets, and calls back.
+/// Notes which form of delivery it gets, and calls back. Takes single deliveries, and their end, on
+/// any thread.
 struct Subscribers : IndicationRecorder {
-    void deliver(const CIMIndication& one) override { IndicationRecorder::deliver(one), at(4); }
+    void deliver(const CIMIndication& one) override {
+        locked([&] { IndicationRecorder::deliver(one); });
+        at(4);
+    }
     void deliver(const Array<CIMIndication>& many) override { IndicationRecorder::deliver(many); }
     void deliver(const OperationContext&, const CIMIndication&) override { note("context"); }
     void deliver(const OperationContext&, const Array<CIMIndication>&) override { note("both"); }
-    void complete() override { IndicationRecorder::complete(), at(5); }
+    void complete() override {
+        locked([&] { IndicationRecorder::complete(); });
+        at(5);
+    }
     std::function<void(int)> at = [](int) {};
+
+ private:
+    void locked(const std::function<void()>& work) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        work();
+    }
+    std::mutex _mutex;
 };
 
 class Alerts : public velmar_remote::IndicationMethodProvider {
