@@ -23,15 +23,15 @@ using velmar_remote::InstanceCache;
 // The allocation of this thread that fails, counted down; 0 for none.
 static thread_local int failingAllocation = 0;
 
-void* operator new(size_t size) {
+__attribute__((noinline)) void* operator new(size_t size) {
     void* const memory = failingAllocation > 0 && --failingAllocation == 0 ? nullptr : malloc(size);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
     return memory;
 }
-void operator delete(void* memory) noexcept { free(memory); }
-void operator delete(void* memory, size_t) noexcept { free(memory); }
+__attribute__((noinline)) void operator delete(void* memory) noexcept { free(memory); }
+__attribute__((noinline)) void operator delete(void* memory, size_t) noexcept { free(memory); }
 
 namespace {
 
