@@ -240,6 +240,9 @@ TEST_F(Subscriptions, DrainingAndUnsubscribingWaitForARunningSubscriber) {
         bool finished = false;
         const std::string id = server.subscribe(alertQuery, {"root/test"}, [&](const CIMInstance&) {
             begun.up();
+            while (!drains && server.indicationCounts().discarded == 0) {
+                std::this_thread::yield();  // until the end is under way
+            }
             EXPECT_FALSE(returned.reaches(1));
             finished = true;
         });

@@ -272,7 +272,7 @@ class ScriptedServer : public ::testing::Test {
             Qualifier Description : string = null, Scope(any);
             class T_A { [Key, Description("d")] string k; uint32 n; string s;
                         [Description("m")] uint32 Do([Description("p")] uint8 Small,
-                            string Text, boolean Flags[], T_A REF Peer, sint64 Numbers[],
+                            string Text, boolean Flags[], T_A REF Peer, sint8 Numbers[], string Texts[],
                             real32 Ratio, char16 Letter); };
             class T_B : T_A { string extra; };
             class T_C : T_B { };
