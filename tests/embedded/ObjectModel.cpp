@@ -179,6 +179,7 @@ TEST(CIMObjectPath, TextAndParts) {
     EXPECT_EQ(text(path), "//h/:A." + keys);
     for (int again = 0; again < 2; again++) {  // shared with the copy, then alone
         path.set(path.getHost(), "root", path.getClassName(), path.getKeyBindings());
+        EXPECT_EQ(text(path), "//h/root:A." + keys);
     }
     const String own = System::getHostName();
     System::setHostName("-own host-");

@@ -200,7 +200,8 @@ TEST_F(Schema, ValuesAndMistakes) {
             << name << v.literal << result;
     }
     const char* const mistakes[][2] = {
-        {"class X {\n string S = \"abc\n; };", "2: unterminated string \"abc"},
+        {"class X {\n string S = \"0123456789012345678901234567890123456789\n; };",
+         "2: unterminated string \"012345678901234567890123456789012345678..."},
         {"\n/* class X {\n};", "2: unterminated comment"},
         {"class X {\n/* \n */ string S = \"\\q\"; };", "3: unknown escape \\q"},
         {"class X { string S = \"\xff\"; };", "1: a literal is not UTF-8"},
