@@ -8,7 +8,7 @@
 
 #ifdef BROKEN
 int definedNowhere();
-int (*const needed)() = definedNowhere;
+int (*needed)() = definedNowhere;  // not constant: optimised builds would leave it out
 #endif
 
 PEGASUS_EXPORT Pegasus::CIMProvider* PegasusCreateProvider(const Pegasus::String&);
