@@ -5,6 +5,7 @@
 
 A comment in front of a code block says what becomes of it, and readers don't see it:
     <!-- file: fans/FanProviders.cpp -->   the block is this file, below the working folder
+    <!-- append: fans/FanProviders.cpp --> this file goes on with the block
     <!-- mof: fans/Fans.mof -->            a file that compiles by itself
     <!-- run: fans -->                     its commands are typed in this folder
     <!-- prints -->                        the last commands have printed these lines, in order; "..." in
@@ -116,9 +117,10 @@ class Reader:
     def do(self, directive, language, text):
         what, _, argument = directive.partition(": ")
         text = text.replace("5988", self.port)
-        if what in ("file", "mof"):
+        if what in ("file", "append", "mof"):
             folder = self.in_folder(os.path.dirname(argument))
-            (self.folder / argument).write_text(text)
+            with open(self.folder / argument, "a" if what == "append" else "w") as target:
+                target.write(text)
             if what == "mof":
                 type_commands(f"velmar check --registration /dev/null --modules . --schema "
                               f"{os.path.basename(argument)}", folder, self.environment, 0)
