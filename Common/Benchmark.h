@@ -13,6 +13,7 @@
 
 namespace velmar_remote {
 
+/// A stopwatch that writes what it has measured to the trace.
 class Benchmark {
  public:
     /// Starts a measurement.

@@ -31,6 +31,8 @@
 
 namespace velmar_remote {
 
+/// Answers the instance operations of one class from its cache. Create it with new: terminate,
+/// which the CIM server calls last, deletes it.
 class CachedInstanceProvider : public Pegasus::CIMInstanceProvider {
  public:
     /// Leaves `_CIMClassName` empty; the derived class sets it before requests arrive.
@@ -41,13 +43,14 @@ class CachedInstanceProvider : public Pegasus::CIMInstanceProvider {
     CachedInstanceProvider(const Pegasus::String& CIMClassName, Uint32 chains);
     ~CachedInstanceProvider() override;
 
-    /// Keeps a copy of the handle and forbids unloading the provider when it is idle.
+    /// Keeps a copy of the handle and forbids unloading the provider when it is idle. Comes before
+    /// any request, alone; an override calls it.
     void initialize(Pegasus::CIMOMHandle& cimom) override;
     /// Deletes this object.
     void terminate() override;
 
-    /// Delivers the cached instance after fillProperties. Throws CIMException 6 with an empty
-    /// message for a path that is not cached.
+    /// Delivers the cached instance after fillProperties. Throws CIM_ERR_NOT_FOUND with an
+    /// empty message for a path that is not cached.
     void getInstance(const Pegasus::OperationContext& context,
                      const Pegasus::CIMObjectPath& instanceReference,
                      const Boolean includeQualifiers, const Boolean includeClassOrigin,
@@ -63,7 +66,7 @@ class CachedInstanceProvider : public Pegasus::CIMInstanceProvider {
     void enumerateInstanceNames(const Pegasus::OperationContext& context,
                                 const Pegasus::CIMObjectPath& classReference,
                                 Pegasus::ObjectPathResponseHandler& handler) override;
-    /// Throws CIMException 7; a derived provider may override it.
+    /// Throws CIM_ERR_NOT_SUPPORTED; a derived provider may override it.
     void modifyInstance(const Pegasus::OperationContext& context,
                         const Pegasus::CIMObjectPath& instanceReference,
                         const Pegasus::CIMInstance& instanceObject, const Boolean includeQualifiers,
@@ -83,8 +86,10 @@ class CachedInstanceProvider : public Pegasus::CIMInstanceProvider {
                         Pegasus::ResponseHandler& handler) override;
 
  protected:
-    /// Hook: sets or refreshes properties of instances about to be handed out, in place (it puts no
-    /// other handles into the array). `propertyList` is the request's. Does nothing by default.
+    /// Hook: sets or refreshes properties of instances about to be handed out. What is edited in
+    /// place is the cached instance, which others may be reading. An override that puts edited
+    /// clones in their places instead overrides the other form, too, which is not told of them.
+    /// `propertyList` is the request's. Does nothing by default.
     virtual void fillProperties(const Pegasus::OperationContext& context,
                                 Pegasus::Array<Pegasus::CIMInstance>& instances,
                                 const Pegasus::CIMPropertyList& propertyList);

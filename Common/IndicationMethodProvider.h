@@ -31,6 +31,7 @@
 
 namespace velmar_remote {
 
+/// Serves one class of alerts: turns calls of "send" into indications for the subscribers.
 class IndicationMethodProvider : public Pegasus::CIMIndicationProvider,
                                  public Pegasus::CIMMethodProvider {
  public:
@@ -71,11 +72,11 @@ class IndicationMethodProvider : public Pegasus::CIMIndicationProvider,
                             const Pegasus::CIMObjectPath& subscriptionName,
                             const Pegasus::Array<Pegasus::CIMObjectPath>& classNames) override;
 
-    /// Serves "send" (case ignored; any other name: CIMException 17 with the name). Returns sint32
-    /// 0 while disabled; else 1, and only then builds and delivers the indication. An exception
-    /// on the way replaces the caller's 1 (status 4 for a system in no domain, 6 for a partition
-    /// that cannot be found, 1 for what is no CIMException); the identifier taken is not used
-    /// again.
+    /// Serves "send" (case ignored; any other name: CIM_ERR_METHOD_NOT_FOUND with the name).
+    /// Returns sint32 0 while disabled; else 1, and only then builds and delivers the indication.
+    /// An exception on the way replaces the caller's 1 (status 4 for a system in no domain, 6 for a
+    /// partition that cannot be found, 1 for what is no CIMException); the identifier taken is not
+    /// used again.
     void invokeMethod(const Pegasus::OperationContext& context,
                       const Pegasus::CIMObjectPath& objectReference,
                       const Pegasus::CIMName& methodName,

@@ -26,6 +26,7 @@
 
 namespace velmar_remote {
 
+/// Answers instance and association operations of one association class from its cache.
 class InstanceAssociationProvider : public CachedInstanceProvider,
                                     public Pegasus::CIMAssociationProvider {
  public:
@@ -46,8 +47,8 @@ class InstanceAssociationProvider : public CachedInstanceProvider,
     ~InstanceAssociationProvider() override;
 
     // In all four, a role that names neither reference property (letter case counts) throws
-    // CIMException 4, "invalid role" or "invalid resultRole"; an empty role fits both. Duplicates
-    // are not removed. Exceptions of the CIM server and the client pass through.
+    // CIM_ERR_INVALID_PARAMETER, "invalid role" or "invalid resultRole"; an empty role fits both.
+    // Duplicates are not removed. Exceptions of the CIM server and the client pass through.
 
     /// Delivers the far ends' instances: those of a keyed end through a client connection of its
     /// own, those of a class-path end one by one. A far end that no longer exists gives nothing.
@@ -80,10 +81,10 @@ class InstanceAssociationProvider : public CachedInstanceProvider,
                         Pegasus::ObjectPathResponseHandler& handler) override;
 
  protected:
-    Pegasus::String _leftClassName;
-    Pegasus::String _rightClassName;
-    Pegasus::String _leftPropertyName;
-    Pegasus::String _rightPropertyName;
+    Pegasus::String _leftClassName;      ///< class at the left end; set before requests arrive
+    Pegasus::String _rightClassName;     ///< class at the right end
+    Pegasus::String _leftPropertyName;   ///< reference key to the left end
+    Pegasus::String _rightPropertyName;  ///< reference key to the right end
 
  private:
     struct Request;

@@ -22,6 +22,7 @@
 
 namespace velmar_remote {
 
+/// A thread-safe store of shared instance handles, keyed by class name and keys.
 class InstanceCache {
  public:
     /// For some thousand instances: a table of 32 chains, in which letter case does not matter
@@ -35,14 +36,15 @@ class InstanceCache {
     /// Releases the stored handles; deletes nothing through the CIM server.
     ~InstanceCache();
 
-    /// The single form, for each element in order; the lock is taken once per element.
+    /// The single form, for each element in order; the lock is taken once per element. Stops at the
+    /// first exception.
     void insert(const Pegasus::Array<Pegasus::CIMInstance>& instanceObjects);
     /// Stores the handle under the instance's own path, localized. Quiet when that key is cached
     /// already: the old instance stays. Throws UninitializedObjectException for an uninitialized
     /// instance.
     void insert(const Pegasus::CIMInstance& instanceObject);
 
-    /// The single form, for each element in order.
+    /// The single form, for each element in order. Stops at the first exception.
     void replace(const Pegasus::Array<Pegasus::CIMInstance>& instanceObjects);
     /// Puts the handle in the place of the cached one with the same key; never adds a new key.
     void replace(const Pegasus::CIMInstance& instanceObject);
@@ -55,6 +57,7 @@ class InstanceCache {
     /// Client exceptions pass through; the entry is gone by then.
     void remove(const Pegasus::CIMObjectPath& instanceReference);
 
+    /// Whether an instance is cached under that path, host and namespace aside.
     Boolean contains(const Pegasus::CIMObjectPath& instanceReference);
 
     /// Assigns the cached handle to `instanceObject` and returns true; otherwise false, and

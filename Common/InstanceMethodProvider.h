@@ -16,10 +16,12 @@
 
 namespace velmar_remote {
 
+/// Answers instance operations from its cache, and hands methods to a hook.
 class InstanceMethodProvider : public CachedInstanceProvider, public Pegasus::CIMMethodProvider {
  public:
     /// Leaves `_CIMClassName` empty; the derived class sets it before requests arrive.
     InstanceMethodProvider();
+    /// `CIMClassName` is the CIM class that this provider serves.
     explicit InstanceMethodProvider(const Pegasus::String& CIMClassName);
     /// For more than some thousand instances: `chains` as in InstanceCache's constructor.
     InstanceMethodProvider(const Pegasus::String& CIMClassName, Uint32 chains);
@@ -37,8 +39,8 @@ class InstanceMethodProvider : public CachedInstanceProvider, public Pegasus::CI
 
  protected:
     /// Hook: runs the method and returns its value (null: none); `outParameters` arrives empty.
-    /// `inst` shares its contents with the cache. The default throws CIMException 7 with an empty
-    /// message.
+    /// `inst` shares its contents with the cache. The default throws CIM_ERR_NOT_SUPPORTED with
+    /// an empty message.
     virtual Pegasus::CIMValue callMethod(const Pegasus::OperationContext& context,
                                          const Pegasus::CIMInstance& inst,
                                          const Pegasus::CIMName& methodName,

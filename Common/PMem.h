@@ -11,6 +11,7 @@
 
 namespace velmar_remote {
 
+/// Reads the physical memory of this machine.
 class PMem {
  public:
     /// Opens nothing.
@@ -24,9 +25,9 @@ class PMem {
     /// Always true.
     bool close();
 
-    /// Copies `length` bytes from the physical address `phys_addr` on to `retval`. 0 on success;
-    /// otherwise the kernel refused part of the range, or no such range exists, and what `retval`
-    /// holds is undefined.
+    /// After a successful open: copies `length` bytes from the physical address `phys_addr` on to
+    /// `retval`. 0 on success; otherwise the kernel refused part of the range, or no such range
+    /// exists, and what `retval` holds is undefined.
     long read(void* retval, unsigned long phys_addr, long length);
 
     /// The first of the addresses start_addr, start_addr + step_size, ... below `end_addr` at which

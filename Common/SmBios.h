@@ -15,6 +15,7 @@
 
 namespace velmar_remote {
 
+/// A structure table; a copy is independent of the original.
 class SmBios {
  public:
     /// One structure: its header fields and its bytes. Offsets count from the first header byte.
@@ -28,15 +29,17 @@ class SmBios {
         /// bytes give an empty table; a structure that is cut off keeps the bytes that are there.
         Table(const std::vector<uint8_t>& bytes);
 
-        Table(const Table& table) = default;
-        Table(Table&& table) = default;
-        Table& operator=(const Table& table) = default;
-        Table& operator=(Table&& table) = default;
+        Table(const Table& table) = default;             ///< a copy with bytes of its own
+        Table(Table&& table) = default;                  ///< leaves `table` without bytes
+        Table& operator=(const Table& table) = default;  ///< a copy with bytes of its own
+        Table& operator=(Table&& table) = default;       ///< leaves `table` without bytes
         virtual ~Table() {}
 
+        /// What the structure describes, as numbered by DSP0134.
         uint8_t getType() const { return _type; }
         /// Of the formatted area in bytes, header included, as the structure states it.
         uint8_t getLength() const { return _length; }
+        /// The number by which other structures refer to this one.
         uint16_t getHandle() const { return _handle; }
 
         /// The formatted area and the strings, with the two NULs that end them.
@@ -47,8 +50,8 @@ class SmBios {
 
         /// The values that begin at `i` and end inside the formatted area.
         uint16_t getWord(uint8_t i) const;
-        uint32_t getDWord(uint8_t i) const;
-        uint64_t getQWord(uint8_t i) const;
+        uint32_t getDWord(uint8_t i) const;  ///< as getWord, of 4 bytes
+        uint64_t getQWord(uint8_t i) const;  ///< as getWord, of 8 bytes
 
         /// The string of number `i`, counted from 1; a null pointer for 0, which stands for "no
         /// string". It belongs to this table and lives until the table is changed or destroyed;
@@ -56,10 +59,10 @@ class SmBios {
         char* getString(uint8_t i) const;
 
      protected:
-        uint8_t _type;
-        uint8_t _length;
-        uint16_t _handle;
-        std::vector<uint8_t> _data;
+        uint8_t _type;               ///< see getType
+        uint8_t _length;             ///< see getLength
+        uint16_t _handle;            ///< see getHandle
+        std::vector<uint8_t> _data;  ///< see getData
 
      private:
         friend class SmBios;
@@ -73,10 +76,14 @@ class SmBios {
     /// Parses the image of a whole structure table, to its last byte; the version is 0.
     SmBios(const std::vector<uint8_t>& bytes);
 
+    /// Of the SMBIOS standard that the table follows; 0 for one that was made of an image.
     uint8_t getMajorVersion() const { return static_cast<uint8_t>(_version); }
+    /// See getMajorVersion.
     uint8_t getMinorVersion() const { return static_cast<uint8_t>(_version >> 8); }
+    /// See getMajorVersion; 0 where the entry point has none.
     uint8_t getRevision() const { return static_cast<uint8_t>(_version >> 16); }
 
+    /// All structures, in the order of the table.
     const std::vector<Table>& getTables() const { return _tables; }
 
     /// The structure at position `i`, unchecked.
@@ -86,8 +93,8 @@ class SmBios {
     uint8_t find(uint8_t type) const;
 
  protected:
-    uint32_t _version;
-    std::vector<Table> _tables;
+    uint32_t _version;           ///< major, minor and revision, from the lowest byte on
+    std::vector<Table> _tables;  ///< see getTables
 };
 
 /// The machine's table, found at load time; empty when there is no access to it. Only read it.

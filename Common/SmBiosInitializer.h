@@ -11,6 +11,7 @@
 
 namespace velmar_remote {
 
+/// Finds the table of this machine when the library is loaded.
 class SmBiosInitializer : public SmBios {
  public:
     /// Reads the table behind the "_SM_" entry point, or behind "_DMI_" when there is no "_SM_",

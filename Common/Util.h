@@ -36,6 +36,7 @@ namespace velmar_remote {
 
 /// Hash functor that keys a HashTable by object path: the string hash of the path's full text.
 struct PathHashFunc {
+    /// Paths that differ in letter case have different hashes.
     static Uint32 hash(const Pegasus::CIMObjectPath& ref);
 };
 

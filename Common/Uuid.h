@@ -24,24 +24,28 @@ namespace velmar_remote {
 /// structure does not hold throw std::out_of_range, and strings belong to this object.
 class TableType1 : public SmBios::Table {
  public:
+    /// A copy of a structure, of whatever type it is.
     TableType1(const SmBios::Table& table) : SmBios::Table(table) {}
 
-    /// Null when the structure names no string for the field.
+    /// Null when the structure names no string for the field, as for the three below.
     char* getManufacturer() const { return getString(getByte(0x04)); }
-    char* getProductName() const { return getString(getByte(0x05)); }
-    char* getVersion() const { return getString(getByte(0x06)); }
-    char* getSerialNumber() const { return getString(getByte(0x07)); }
+    char* getProductName() const { return getString(getByte(0x05)); }   ///< may be null
+    char* getVersion() const { return getString(getByte(0x06)); }       ///< may be null
+    char* getSerialNumber() const { return getString(getByte(0x07)); }  ///< may be null
 
     /// As stored, 16 bytes; fewer when the structure is shorter.
     std::vector<uint8_t> getUUID() const;
 
+    /// The code of the event that switched the machine on, as numbered by DSP0134.
     uint8_t getWakeUpTime() const { return getByte(0x18); }
 };
 
+/// A system's identifier of 16 bytes, in the order in which its firmware stores them.
 class Uuid {
  public:
     /// All bytes 0.
     Uuid() : _uuid() {}
+    /// Copies the bytes.
     Uuid(const Uint8 (&bytes)[16]);
     /// All bytes 0 unless there are exactly 16.
     Uuid(const std::vector<Uint8>& bytes);
@@ -54,6 +58,7 @@ class Uuid {
     /// The text form: 32 uppercase hexadecimal digits in stored order, in groups of 8, 4, 4, 4 and
     /// 12 with dashes between them.
     operator std::string() const;
+    /// The same text.
     operator Pegasus::String() const;
     /// The 16 bytes in stored order.
     operator std::vector<unsigned char>() const;

@@ -14,14 +14,15 @@ namespace velmar_checks {
 /// A warning is what a real server tolerates and a user will most likely regret.
 enum class Severity { Warning, Error };
 
+/// What a rule has to say. A plain value.
 struct Finding {
     std::string id;  ///< the rule, "group.rule", for example "instance.property-type"
-    Severity severity = Severity::Error;
-    std::string provider;   ///< its registered name; empty where there is none
-    std::string className;  ///< empty where the finding is about no class
-    std::string element;    ///< property, key, parameter, method or module; may be empty
-    std::string text;       ///< one sentence: who, what was found, what was expected, the fix
-    unsigned count = 1;     ///< how often: the same id, provider, class and element count as one
+    Severity severity = Severity::Error;  ///< whether it is a fault
+    std::string provider;                 ///< its registered name; empty where there is none
+    std::string className;                ///< empty where the finding is about no class
+    std::string element;  ///< property, key, parameter, method or module; may be empty
+    std::string text;     ///< one sentence: who, what was found, what was expected, the fix
+    unsigned count = 1;   ///< how often: the same id, provider, class and element count as one
 };
 
 /// One line of text: severity, sentence, id, and the count when it is more than one.

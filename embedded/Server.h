@@ -31,6 +31,7 @@ namespace velmar_embedded {
 
 class Destinations;
 
+/// A CIM server inside this process.
 class Server {
  public:
     /// Knows the namespaces root and root/PG_InterOp, the latter with the PG_ registration classes.
@@ -108,6 +109,7 @@ class Server {
     /// through; without it they are refused. Null takes it away from later ones. At any time.
     void setDestinations(std::shared_ptr<Destinations> destinations);
 
+    /// Classes and instances that no provider serves. It lives as long as the server.
     Repository& repository();
 
     /// Called on the worker thread before every provider call; set before start.

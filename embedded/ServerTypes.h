@@ -22,9 +22,9 @@ enum class ProviderType { Instance = 2, Association = 3, Indication = 4, Method 
 
 /// What a provider serves: one PG_ProviderCapabilities instance.
 struct Capabilities {
-    std::string className;
-    std::vector<std::string> nameSpaces;
-    std::vector<ProviderType> types;
+    std::string className;                      ///< exactly this class, not its subclasses
+    std::vector<std::string> nameSpaces;        ///< where it serves the class
+    std::vector<ProviderType> types;            ///< what it serves of the class
     std::vector<std::string> supportedMethods;  ///< empty: all methods
 };
 
@@ -40,7 +40,7 @@ struct ProviderCall {
 struct Arrival {
     std::string operation;        ///< "getClass", "enumerateClasses", "getInstance", ...
     Pegasus::CIMObjectPath path;  ///< class or instance, as the caller gave it
-    bool fromHandle;
+    bool fromHandle;              ///< an upcall through a CIMOMHandle, not a client's request
 };
 
 /// What became of the indications that providers delivered.
@@ -58,10 +58,10 @@ using QualifierScopes = std::bitset<qualifierScopeCount>;
 
 /// A qualifier declaration, as MOF gives it.
 struct QualifierDeclaration {
-    Pegasus::CIMName name;
+    Pegasus::CIMName name;           ///< letter case does not count
     Pegasus::CIMValue defaultValue;  ///< typed; null when the declaration gives none
-    Pegasus::CIMFlavor flavor;
-    QualifierScopes scopes = {};
+    Pegasus::CIMFlavor flavor;       ///< who inherits it, and whether it may be changed
+    QualifierScopes scopes = {};     ///< where it may stand
 };
 
 }  // namespace velmar_embedded

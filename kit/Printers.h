@@ -80,6 +80,7 @@ inline std::string describeException() {
 /// reports others while they are being handled.
 class ExceptionListener : public ::testing::EmptyTestEventListener {
  public:
+    /// Prints a line after the failure of an unknown exception.
     void OnTestPartResult(const ::testing::TestPartResult& result) override {
         if (result.failed() && std::strstr(result.message(), "Unknown C++ exception") != nullptr &&
             std::current_exception()) {

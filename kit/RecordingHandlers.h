@@ -29,12 +29,13 @@ namespace velmar_kit {
 template <class Handler>
 class RecorderBase : public Handler {
  public:
-    void processing() override { note("processing"); }
-    void complete() override { note("complete"); }
+    void processing() override { note("processing"); }  ///< noted
+    void complete() override { note("complete"); }      ///< noted
 
-    std::string calls;
+    std::string calls;  ///< "processing deliver deliver complete"
 
  protected:
+    /// Adds a call.
     void note(const std::string& call) { calls += (calls.empty() ? "" : " ") + call; }
 };
 
@@ -43,10 +44,12 @@ template <class Handler, class T>
 class Recorder : public RecorderBase<Handler> {
  public:
     using Handler::deliver;
+    /// Keeps the object.
     void deliver(const T& object) override {
         this->note("deliver");
         delivered.push_back(object);
     }
+    /// Keeps the objects.
     void deliver(const Pegasus::Array<T>& objects) override {
         this->note("deliver[" + std::to_string(objects.size()) + "]");
         for (Pegasus::Uint32 i = 0; i < objects.size(); i++) {
@@ -54,7 +57,7 @@ class Recorder : public RecorderBase<Handler> {
         }
     }
 
-    std::vector<T> delivered;
+    std::vector<T> delivered;  ///< in their order
 };
 
 /// For getInstance and enumerateInstances.
@@ -69,21 +72,24 @@ typedef RecorderBase<Pegasus::ResponseHandler> PlainRecorder;
 /// For invokeMethod. A second return value replaces the first.
 class MethodResultRecorder : public RecorderBase<Pegasus::MethodResultResponseHandler> {
  public:
+    /// Keeps the return value.
     void deliver(const Pegasus::CIMValue& value) override {
         note("deliver");
         returnValue = value;
     }
+    /// Keeps the out-parameter.
     void deliverParamValue(const Pegasus::CIMParamValue& value) override {
         note("param");
         outParameters.append(value);
     }
+    /// Keeps the out-parameters.
     void deliverParamValue(const Pegasus::Array<Pegasus::CIMParamValue>& values) override {
         note("param[" + std::to_string(values.size()) + "]");
         outParameters.appendArray(values);
     }
 
-    Pegasus::CIMValue returnValue;  ///< null when none was delivered
-    Pegasus::Array<Pegasus::CIMParamValue> outParameters;
+    Pegasus::CIMValue returnValue;                         ///< null when none was delivered
+    Pegasus::Array<Pegasus::CIMParamValue> outParameters;  ///< in their order
 };
 
 /// For enableIndications. It must live until disableIndications has returned; the contexts of the
@@ -92,10 +98,12 @@ class IndicationRecorder
     : public Recorder<Pegasus::IndicationResponseHandler, Pegasus::CIMIndication> {
  public:
     using Recorder::deliver;
+    /// Keeps the indication.
     void deliver(const Pegasus::OperationContext&,
                  const Pegasus::CIMIndication& indication) override {
         deliver(indication);
     }
+    /// Keeps the indications.
     void deliver(const Pegasus::OperationContext&,
                  const Pegasus::Array<Pegasus::CIMIndication>& indications) override {
         deliver(indications);

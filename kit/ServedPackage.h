@@ -28,10 +28,10 @@ namespace velmar_kit {
 
 /// What a package is made of.
 struct PackageFiles {
-    std::vector<std::string> schemas;        ///< MOF files of the classes, in this order
-    std::vector<std::string> registrations;  ///< MOF files of the registrations
-    std::vector<std::string> modules;        ///< folders of the provider libraries
-    std::string nameSpace = "root/velmar_remote";
+    std::vector<std::string> schemas;              ///< MOF files of the classes, in this order
+    std::vector<std::string> registrations;        ///< MOF files of the registrations
+    std::vector<std::string> modules;              ///< folders of the provider libraries
+    std::string nameSpace = "root/velmar_remote";  ///< where the schemas are compiled into
 };
 
 /// Every finding of the server so far becomes a failure of the running test.
@@ -77,6 +77,7 @@ class Subscriber {
     const std::string _id;
 };
 
+/// Serves a package while a test runs; `client` is connected to it.
 class ServedPackage : public ::testing::Test {
  protected:
     /// Compiles the MOF files and starts the server. Throws velmar_embedded::MofError.
@@ -95,15 +96,16 @@ class ServedPackage : public ::testing::Test {
         server.start();
         client.connectLocal();
     }
+    /// Stops the server; its findings are failures. An override calls it last.
     void TearDown() override {
         client.disconnect();
         server.stop();
         failOnFindings(server);
     }
 
-    const Pegasus::CIMNamespaceName nameSpace;
-    velmar_embedded::Server server;
-    Pegasus::CIMClient client;
+    const Pegasus::CIMNamespaceName nameSpace;  ///< of the package's classes
+    velmar_embedded::Server server;             ///< started
+    Pegasus::CIMClient client;                  ///< connected; for the test's own thread
 };
 
 }  // namespace velmar_kit

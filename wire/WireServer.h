@@ -32,13 +32,14 @@ struct DeliveryPolicy {
     size_t queueCapacity = 1000;                ///< per listener; what comes then is dropped
 };
 
+/// What a WireServer is made with.
 struct Options {
-    uint16_t port = 0;  ///< 0: a free one
-    Limits limits;
-    DeliveryPolicy delivery;
+    uint16_t port = 0;        ///< 0: a free one
+    Limits limits;            ///< on what clients send
+    DeliveryPolicy delivery;  ///< to listeners
 };
 
-/// Thread-safe.
+/// Serves an embedded server to WBEM clients of this host (DSP0200). Thread-safe.
 class WireServer {
  public:
     /// Serves `server`, which must outlive this object, from here on: it has to be started. Throws
@@ -50,6 +51,7 @@ class WireServer {
     WireServer(const WireServer&) = delete;
     WireServer& operator=(const WireServer&) = delete;
 
+    /// Where it listens, on 127.0.0.1.
     uint16_t port() const;
 
  private:
