@@ -104,7 +104,9 @@ extern SmBios _smbios;
 /// Each writes every element between angle brackets, bytes and words as numbers in the stream's
 /// base; a null pointer, which getString gives for "no string", as nothing.
 std::ostream& operator<<(std::ostream& os, const std::vector<char*>& strings);
+/// See above.
 std::ostream& operator<<(std::ostream& os, const std::vector<uint16_t>& words);
+/// See above.
 std::ostream& operator<<(std::ostream& os, const std::vector<uint8_t>& bytes);
 
 }  // namespace velmar_remote

@@ -32,6 +32,7 @@
 
 #include "Config.h"
 
+/// Building blocks for CIM providers.
 namespace velmar_remote {
 
 /// Hash functor that keys a HashTable by object path: the string hash of the path's full text.

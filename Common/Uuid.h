@@ -74,7 +74,9 @@ extern const Uint8 INVALID_UUID[16];
 
 /// Writes the text form.
 std::ostream& operator<<(std::ostream& os, const Uuid& uuid);
+/// Whether all 16 bytes are the same.
 bool operator==(const Uuid& a, const Uuid& b);
+/// Whether any of the 16 bytes differs.
 bool operator!=(const Uuid& a, const Uuid& b);
 
 }  // namespace velmar_remote

@@ -9,6 +9,7 @@
 
 #include <string>
 
+/// What is wrong with a provider.
 namespace velmar_checks {
 
 /// A warning is what a real server tolerates and a user will most likely regret.

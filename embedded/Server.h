@@ -27,6 +27,7 @@
 #include "schema/Mof.h"
 #include "schema/Repository.h"
 
+/// A CIM server for development and tests.
 namespace velmar_embedded {
 
 class Destinations;

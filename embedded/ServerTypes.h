@@ -53,7 +53,9 @@ struct IndicationCounts {
 
 /// Where a qualifier may stand: the scopes that DSP0201 has attributes for, in this order.
 constexpr unsigned qualifierScopeCount = 7;
+/// The attributes' names.
 extern const char* const qualifierScopeNames[qualifierScopeCount];
+/// A bit for each, in the same order.
 using QualifierScopes = std::bitset<qualifierScopeCount>;
 
 /// A qualifier declaration, as MOF gives it.

@@ -95,6 +95,7 @@ class ExceptionListener : public ::testing::EmptyTestEventListener {
         return true;
     }
 };
+/// Made when the program starts.
 inline const bool exceptionListenerIsInstalled = ExceptionListener::install();
 
 }  // namespace velmar_kit

@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+/// What a provider's own tests use.
 namespace velmar_kit {
 
 /// The part all recorders share: `calls` names the handler calls in order, separated by blanks; the

@@ -26,7 +26,8 @@ def link(page, match):
     path = os.path.normpath(os.path.join(os.path.dirname(page), path)) if path else page
     if not path.endswith(".md") or not (path in PAGES or path.startswith("docs/")):
         return text if text.startswith("`") else f"{text} (`{path}`)" if text != path else f"`{path}`"
-    return f"@ref {name_of(path, heading)} \"{text.strip('`')}\""
+    kind = "subpage" if page == "docs/index.md" else "ref"  # of which Doxygen makes the tree
+    return f"@{kind} {name_of(path, heading)} \"{text.replace('`', '')}\""
 
 
 def main(page):
@@ -41,8 +42,10 @@ def main(page):
             heading = re.match(r"(#+) (.*)", line)
             if heading:
                 name = name_of(page, "" if first else heading.group(2))
-                line = f"{heading.group(1)} {heading.group(2)} {{#{name}}}\n"
+                title = heading.group(2).replace("`", "")  # the tree shows markup as it stands
+                line = f"{heading.group(1)} {title} {{#{name}}}\n"
                 first = False
+            line = re.sub(r"\*\*(.+?)\*\*", r"<b>\1</b>", line)  # ** before code is not read
             line = re.sub(r"!\[([^\]]*)\]\(\S*?([\w-]+\.svg)\)", r"![\1](\2)", line)
             line = re.sub(r"(?<!!)\[([^\]]*)\]\(([^)\s]*)\)", lambda m: link(page, m), line)
         sys.stdout.write(line)

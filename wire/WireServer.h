@@ -13,6 +13,7 @@
 #include <chrono>
 #include <memory>
 
+/// CIM operations over HTTP.
 namespace velmar_wire {
 
 /// What a client may ask of the server.

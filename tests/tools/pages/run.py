@@ -149,7 +149,7 @@ def main(folder, *rest):
                 if reader.server:
                     reader.server.kill()
                 sys.exit(f"{name}:{line}: {fault}")
-            count += bool(directive)
+            count += directive not in ("", "real server")
         reader.end_page()
         print(f"{name}: {count} blocks tried")
 
