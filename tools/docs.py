@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 # SPDX-FileCopyrightText: The velmar_remote authors
 # SPDX-License-Identifier: MIT
 """Prints a Markdown page as Doxygen wants it: headings with names, links to them by these names, and
