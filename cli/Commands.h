@@ -18,6 +18,7 @@ enum ExitCode { Good = 0, Findings = 1, Unusable = 2 };
 using Run = std::function<ExitCode()>;
 
 void addCheck(CLI::App& app, Run& run);
+void addGenerate(CLI::App& app, Run& run);
 /// Only with the wire, VELMAR_HAS_WIRE.
 void addServe(CLI::App& app, Run& run);
 

@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     app.set_version_flag("--version", "velmar " VELMAR_VERSION " (embedded CIM server)");
     velmar_cli::Run run;
+    velmar_cli::addGenerate(app, run);
     velmar_cli::addCheck(app, run);
 #ifdef VELMAR_HAS_WIRE
     velmar_cli::addServe(app, run);

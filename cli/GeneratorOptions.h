@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// What velmar generate and velmar new have in common: MOF files, and what to make of them.
+#ifndef VELMAR_CLI_GENERATOROPTIONS_H
+#define VELMAR_CLI_GENERATOROPTIONS_H
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "generator/Generator.h"
+
+namespace velmar_cli {
+
+struct GeneratorOptions {
+    std::vector<std::string> schemas;  ///< MOF files, compiled in this order
+    velmar_generator::Options generator;
+    bool noEnrichment = false;
+
+    /// Adds the options to a command.
+    void addOptions(CLI::App& command);
+    /// The options of the generator as they have become.
+    velmar_generator::Options resolved() const;
+    /// Compiles the MOF files. Throws velmar_embedded::MofError.
+    void compile(velmar_embedded::Repository& repository) const;
+    /// The MOF files and what they include, each once.
+    std::vector<std::string> filesRead() const;
+};
+
+}  // namespace velmar_cli
+
+#endif

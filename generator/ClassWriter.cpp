@@ -1,0 +1,316 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include <fmt/format.h>
+
+#include "Names.h"
+#include "Writers.h"
+
+namespace velmar_generator {
+
+namespace {
+
+std::string place(const ClassModel& model, const Element& property) {
+    return quoted(model.name + "." + property.name);
+}
+
+std::string memberOf(const Element& property) {
+    return (property.isKey ? "keys." : "") + property.cppName;
+}
+
+// An enumeration for numbers, constants for texts.
+std::string enumeration(const Element& element, const std::string& owner) {
+    if (element.enumName.empty()) {
+        return "";
+    }
+    const bool isText = element.type == Pegasus::CIMTYPE_STRING;
+    static const char* const numbers[] = {"",       "Uint8",  "Sint8",  "Uint16", "Sint16",
+                                          "Uint32", "Sint32", "Uint64", "Sint64"};
+    std::string text =
+        fmt::format("    /// Values of {} that have names; others are allowed.\n", owner);
+    text += isText ? fmt::format("    struct {} {{\n", element.enumName)
+                   : fmt::format("    enum class {} : Pegasus::{} {{\n", element.enumName,
+                                 numbers[element.type]);
+    for (const NamedValue& value : element.values) {
+        text += isText ? fmt::format("        static constexpr const char* {} = {};\n",
+                                     value.cppName, value.value)
+                       : fmt::format("        {} = {},\n", value.cppName, value.value);
+    }
+    return text + "    };\n";
+}
+
+std::string enumerations(const ClassModel& model) {
+    std::string text;
+    for (const Element& property : model.properties) {
+        text += enumeration(property, property.name);
+    }
+    for (const Method& method : model.methods) {
+        text += enumeration(method.result, method.name + "()");
+        for (const Element& parameter : method.parameters) {
+            text += enumeration(parameter, method.name + "(" + parameter.name + ")");
+        }
+    }
+    return text.empty() ? "" : text + "\n";
+}
+
+std::string declaration(const Element& property, unsigned indentation) {
+    return comment(property.description, indentation) +
+           fmt::format("{}cim::Property<{}> {};\n", std::string(indentation, ' '), property.cppType,
+                       property.cppName);
+}
+
+std::string keysStruct(const ClassModel& model) {
+    std::string text = "    /// What tells the instances of the class apart.\n    struct Keys {\n";
+    std::string same;
+    for (const Element* key : model.keys()) {
+        text += declaration(*key, 8);
+        same +=
+            fmt::format("{}a.{} == b.{}", same.empty() ? "" : " && ", key->cppName, key->cppName);
+    }
+    return text + fmt::format(
+                      "        friend bool operator==(const Keys& a, const Keys& b) {{\n"
+                      "            return {};\n        }}\n    }};\n    Keys keys;\n\n",
+                      same);
+}
+
+// Key by key for the few keys that most classes have, and always all together.
+std::string constructors(const ClassModel& model) {
+    const auto keys = model.keys();
+    std::string text =
+        fmt::format("    /// With all properties null.\n    {}() {{}}\n", model.cppName);
+    if (keys.empty()) {
+        return text;
+    }
+    text += fmt::format("    explicit {}(const Keys& with) : keys(with) {{}}\n", model.cppName);
+    if (keys.size() <= 3) {
+        std::string parameters;
+        std::string body;
+        for (const Element* key : keys) {
+            parameters += fmt::format("{}const cim::Property<{}>& with{}",
+                                      parameters.empty() ? "" : ", ", key->cppType, key->cppName);
+            body += fmt::format("        keys.{} = with{};\n", key->cppName, key->cppName);
+        }
+        text += fmt::format("    {}{}({}) {{\n{}    }}\n", keys.size() == 1 ? "explicit " : "",
+                            model.cppName, parameters, body);
+    }
+    return text;
+}
+
+std::string pathFunctions(const ClassModel& model) {
+    if (model.keys().empty()) {
+        return "";
+    }
+    std::string keys;
+    for (const Element* key : model.keys()) {
+        keys += fmt::format("        cim::addKey(bindings, names().{}, keys.{}, {});\n",
+                            key->cppName, key->cppName, place(model, *key));
+    }
+    return fmt::format(
+        "    /// With the local host name, the namespace, the class and the keys. Throws\n"
+        "    /// CIMException (CIM_ERR_INVALID_PARAMETER) for a key that is null.\n"
+        "    Path path() const {{ return Path(cim::localPath(Path::nameSpace(), className(), "
+        "keyBindings())); }}\n"
+        "    /// Of all instances of the class.\n"
+        "    static Path classPath() {{ return Path::classPath(); }}\n\n"
+        "    Pegasus::Array<Pegasus::CIMKeyBinding> keyBindings() const {{\n"
+        "        Pegasus::Array<Pegasus::CIMKeyBinding> bindings;\n"
+        "        bindings.reserveCapacity({});\n{}        return bindings;\n    }}\n\n",
+        model.keys().size(), keys);
+}
+
+std::string instanceFunctions(const ClassModel& model) {
+    std::string adds;
+    for (const Element& property : model.properties) {
+        adds += fmt::format("        cim::add(object, names().{}, {});\n", property.cppName,
+                            memberOf(property));
+    }
+    if (model.isIndication) {
+        return "";
+    }
+    if (model.keys().empty()) {
+        return fmt::format(
+            "    /// With the properties that are not null, and without keys.\n"
+            "    Pegasus::CIMInstance instance() const {{\n"
+            "        Pegasus::CIMInstance object(className());\n{}"
+            "        return object;\n    }}\n",
+            adds);
+    }
+    return fmt::format(
+        "    /// At path(), with the properties that are not null. What is null is left out: to a\n"
+        "    /// client it makes no difference, and to the server less work.\n"
+        "    Pegasus::CIMInstance instance() const {{ return instance(path().object()); }}\n"
+        "    /// The same at a path that is known already.\n"
+        "    Pegasus::CIMInstance instance(const Pegasus::CIMObjectPath& at) const {{\n"
+        "        Pegasus::CIMInstance object(className());\n        object.setPath(at);\n{}"
+        "        return object;\n    }}\n",
+        adds);
+}
+
+std::string fromFunction(const ClassModel& model) {
+    if (model.isIndication) {
+        return "";
+    }
+    const std::string keys =
+        model.keys().empty() ? "" : "        cim::checkKeys(given, object.keyBindings());\n";
+    return fmt::format(
+        "    /// Throws CIMException (CIM_ERR_INVALID_PARAMETER), with what was found and what "
+        "was\n"
+        "    /// expected, for an instance of another class, a property that the class does not\n"
+        "    /// declare or of another type, and a key that is missing or not what the path says.\n"
+        "    /// Qualifiers are left behind.\n"
+        "    static {0} from(const Pegasus::CIMInstance& given) {{\n"
+        "        {0} object;\n"
+        "        cim::readAll(given, object, members(), {1});\n{2}        return object;\n    }}\n",
+        model.cppName, model.properties.size(), keys);
+}
+
+std::string alertFunctions(const ClassModel& model) {
+    if (!model.isIndication) {
+        return "";
+    }
+    std::string adds;
+    std::string parameters;
+    for (const Element& property : model.properties) {
+        adds += fmt::format("        cim::addUnlessThere(object, names().{}, {});\n",
+                            property.cppName, property.cppName);
+        if (property.name != "AlertingManagedElement") {  // sendIndication adds it
+            parameters += fmt::format("        cim::add(result, {}, {});\n", quoted(property.name),
+                                      property.cppName);
+        }
+    }
+    return fmt::format(
+        "    /// What the sender of an alert gives: the properties that are not null.\n"
+        "    Pegasus::Array<Pegasus::CIMParamValue> parameters() const {{\n"
+        "        Pegasus::Array<Pegasus::CIMParamValue> result;\n{}        return result;\n    }}\n"
+        "    /// Sets the property of that name, if there is one and the value is of its type.\n"
+        "    void take(const Pegasus::String& name, const Pegasus::CIMValue& value) {{\n"
+        "        if (!Pegasus::CIMName::legal(name)) {{\n            return;\n        }}\n"
+        "        const std::size_t place = cim::findMember(members(), {}, "
+        "Pegasus::CIMName(name), 0);\n"
+        "        if (place < {} && members()[place].fits(value)) {{\n"
+        "            members()[place].read(*this, value);\n        }}\n    }}\n"
+        "    /// Adds the properties that are not null, unless the instance has them.\n"
+        "    void addTo(Pegasus::CIMInstance& object) const {{\n{}    }}\n",
+        parameters, model.properties.size(), model.properties.size(), adds);
+}
+
+std::string tables(const ClassModel& model) {
+    std::string names;
+    std::string members;
+    for (const Element& property : model.properties) {
+        names += fmt::format("        const Pegasus::CIMName {}{{{}}};\n", property.cppName,
+                             quoted(property.name));
+        members += fmt::format(
+            "            {{names().{0},\n"
+            "             []({1}& object, const Pegasus::CIMValue& value) {{\n"
+            "                 cim::read(value, object.{2}, {3});\n             }},\n"
+            "             &cim::fits<{4}>}},\n",
+            property.cppName, model.cppName, memberOf(property), place(model, property),
+            property.cppType);
+    }
+    std::string text = fmt::format(
+        " private:\n    // Made once: a name is checked letter by letter when it is made.\n"
+        "    struct Names {{\n{}    }};\n"
+        "    static const Names& names() {{\n        static const Names all;\n"
+        "        return all;\n    }}\n",
+        names);
+    if (model.properties.empty()) {
+        text += fmt::format("    static const cim::Member<{}>* members() {{ return nullptr; }}\n",
+                            model.cppName);
+    } else {
+        text += fmt::format(
+            "    static const cim::Member<{0}>* members() {{\n"
+            "        static const cim::Member<{0}> all[] = {{\n{1}        }};\n"
+            "        return all;\n    }}\n",
+            model.cppName, members);
+    }
+    return text;
+}
+
+std::string members(const ClassModel& model) {
+    std::string text;
+    for (const Element& property : model.properties) {
+        if (!property.isKey) {
+            text += declaration(property, 4);
+        }
+    }
+    return text.empty() ? "" : text + "\n";
+}
+
+}  // namespace
+
+std::string headerStart(const std::string& guard, const std::string& purpose,
+                        const std::vector<std::string>& includes) {
+    std::string text = "// Generated by velmar from the schema; changes are lost.\n//\n// " +
+                       purpose + "\n#ifndef " + guard + "\n#define " + guard + "\n\n";
+    for (const std::string& include : includes) {
+        text += "#include \"" + include + "\"\n";
+    }
+    return text + "\n";
+}
+
+std::string classHeader(const Options& options, const ClassModel& model) {
+    std::string text = headerStart(
+        fmt::format("VELMAR_GENERATED_{}_{}_H", options.cppNamespace, model.cppName),
+        "Class " + model.name + " with types. A plain value.", {"Paths.h", "Support.h"});
+    text += fmt::format("namespace {} {{\n\n", options.cppNamespace);
+    text += comment(model.description, 0);
+    text += fmt::format("class {} {{\n public:\n    using Path = paths::{};\n\n", model.cppName,
+                        model.cppName);
+    text += enumerations(model);
+    if (!model.keys().empty()) {
+        text += keysStruct(model);
+    }
+    text += members(model);
+    text += constructors(model) + "\n" + pathFunctions(model) + instanceFunctions(model) +
+            fromFunction(model) + alertFunctions(model);
+    text += fmt::format(
+        "    static const Pegasus::CIMName& className() {{ return "
+        "Path::className(); }}\n\n{}}};\n\n}}  // namespace {}\n\n#endif\n",
+        tables(model), options.cppNamespace);
+    return text;
+}
+
+std::string pathsHeader(const Options& options, const std::vector<PathClass>& classes) {
+    std::string text =
+        headerStart(fmt::format("VELMAR_GENERATED_{}_PATHS_H", options.cppNamespace),
+                    "Paths that know their class: those of a subclass are those of its superclass, "
+                    "too.",
+                    {"Support.h"});
+    text += fmt::format("namespace {} {{\nnamespace paths {{\n\n", options.cppNamespace);
+    text += "inline const cim::Parent parents[] = {\n";
+    for (const PathClass& one : classes) {
+        text += fmt::format("    {{{}, {}}},\n", quoted(one.name),
+                            one.superclass.empty() ? "nullptr" : quoted(one.superclass));
+    }
+    text += "};\n\n";
+    for (const PathClass& one : classes) {
+        const std::string name = Scope().add(one.name);
+        const std::string base =
+            one.superclass.empty() ? "cim::AnyPath" : Scope().add(one.superclass);
+        text += fmt::format(
+            "class {0} : public {1} {{\n public:\n    {0}() {{}}\n"
+            "    /// A path from elsewhere. Throws CIMException (CIM_ERR_INVALID_PARAMETER) when "
+            "it "
+            "is of\n    /// another class.\n"
+            "    explicit {0}(const Pegasus::CIMObjectPath& path)\n"
+            "        : {1}(cim::ofClass(path, {2}, parents, sizeof parents / sizeof *parents), "
+            "Checked()) {{}}\n"
+            "    static {0} classPath() {{\n"
+            "        return {0}(cim::localPath(nameSpace(), className(), {{}}));\n    }}\n"
+            "    static const Pegasus::CIMName& className() {{\n"
+            "        static const Pegasus::CIMName name({2});\n        return name;\n    }}\n"
+            "    static const Pegasus::CIMNamespaceName& nameSpace() {{\n"
+            "        static const Pegasus::CIMNamespaceName name({3});\n        return name;\n"
+            "    }}\n\n protected:\n"
+            "    {0}(const Pegasus::CIMObjectPath& path, Checked checked) : {1}(path, checked) "
+            "{{}}\n"
+            "}};\n\n",
+            name, base, quoted(one.name), quoted(options.cimNamespace));
+    }
+    text += fmt::format("}}  // namespace paths\n}}  // namespace {}\n\n#endif\n",
+                        options.cppNamespace);
+    return text;
+}
+
+}  // namespace velmar_generator

@@ -1,0 +1,155 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "Generator.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+#include "Model.h"
+#include "Names.h"
+#include "SupportTexts.h"
+#include "Writers.h"
+
+namespace fs = std::filesystem;
+
+namespace velmar_generator {
+
+namespace {
+
+// The classes whose paths are needed, superclasses first: those of the served classes and of all
+// that they refer to.
+std::vector<PathClass> pathClasses(const Reader& reader, const std::vector<ClassModel>& models) {
+    std::vector<PathClass> result;
+    std::set<std::string> known;
+    const auto take = [&](const std::string& name) {
+        if (!reader.has(name)) {
+            throw GeneratorError("class " + name +
+                                 ", to which a reference is declared, is not in the schema");
+        }
+        const std::vector<std::string> lineage = reader.lineage(name);
+        for (size_t i = lineage.size(); i-- > 0;) {
+            if (known.insert(lineage[i]).second) {
+                result.push_back({lineage[i], i + 1 < lineage.size() ? lineage[i + 1] : ""});
+            }
+        }
+    };
+    for (const ClassModel& model : models) {
+        take(model.name);
+        for (const Element& property : model.properties) {
+            if (property.type == Pegasus::CIMTYPE_REFERENCE) {
+                take(property.referenceClass);
+            }
+        }
+        for (const Method& method : model.methods) {
+            for (const Element& parameter : method.parameters) {
+                if (parameter.type == Pegasus::CIMTYPE_REFERENCE) {
+                    take(parameter.referenceClass);
+                }
+            }
+        }
+    }
+    return result;
+}
+
+// The support code with the package's own namespace, so that packages of different releases do not
+// meet in one server.
+std::string support(const char* text, const std::string& cppNamespace) {
+    std::string result = text;
+    const std::string placeholder = "velmar_generated";
+    for (size_t at = result.find(placeholder); at != std::string::npos;
+         at = result.find(placeholder, at)) {
+        result.replace(at, placeholder.size(), cppNamespace);
+    }
+    return result;
+}
+
+void checkOptions(const Options& options) {
+    const auto check = [](const std::string& name, const char* what) {
+        if (name.empty() || Scope().add(name) != name) {
+            throw GeneratorError(
+                fmt::format("\"{}\" cannot be {}: letters, digits and single "
+                            "underscores, a letter first, and no word of C++",
+                            name, what));
+        }
+    };
+    check(options.module, "the name of a module");
+    check(options.cppNamespace, "a C++ namespace");
+    if (options.classes.empty()) {
+        throw GeneratorError("no class is named");
+    }
+}
+
+std::vector<ClassModel> readClasses(const Reader& reader, const Options& options) {
+    std::vector<ClassModel> models;
+    for (const std::string& name : options.classes) {
+        ClassModel model = reader.read(name);
+        if (model.isAbstract) {
+            throw GeneratorError("class " + model.name +
+                                 " is abstract: there are no instances of it; name a subclass");
+        }
+        const bool isKnown = std::any_of(models.begin(), models.end(), [&](const ClassModel& one) {
+            return one.name == model.name;
+        });
+        if (!isKnown) {
+            models.push_back(std::move(model));
+        }
+    }
+    return models;
+}
+
+}  // namespace
+
+std::vector<GeneratedFile> generate(const velmar_embedded::Repository& schema,
+                                    const Options& options) {
+    checkOptions(options);
+    const Reader reader(schema, options);
+    const std::vector<ClassModel> models = readClasses(reader, options);
+    const bool enriched = options.enrichment.value_or(reader.has("QORP_LPAR_CS") &&
+                                                      reader.has("QORP_ComputerSystem"));
+    std::vector<GeneratedFile> files = {
+        {"Support.h", support(supportText, options.cppNamespace)},
+        {"Providers.h", support(providersText, options.cppNamespace)},
+        {"Paths.h", pathsHeader(options, pathClasses(reader, models))}};
+    std::vector<ClassModel> served;
+    for (const ClassModel& model : models) {
+        files.push_back({model.cppName + ".h", classHeader(options, model)});
+        if (model.kind == Kind::None) {
+            continue;  // can be used, for example embedded in others, and not be served
+        }
+        served.push_back(model);
+        files.push_back(
+            {model.cppName + "ProviderBase.h", providerHeader(options, model, enriched)});
+    }
+    files.push_back({"Factory.cpp", factorySource(options, served)});
+    files.push_back({options.module + "Registration.mof", registrationMof(options, served)});
+    return files;
+}
+
+void writeFiles(const std::string& folder, const std::vector<GeneratedFile>& files) {
+    for (const GeneratedFile& file : files) {
+        const fs::path path = fs::path(folder) / file.path;
+        fs::create_directories(path.parent_path());
+        std::ifstream old(path, std::ios::binary);
+        std::stringstream text;
+        text << old.rdbuf();
+        if (old && text.str() == file.text) {
+            continue;
+        }
+        old.close();
+        std::ofstream out(path, std::ios::binary);
+        out << file.text;
+        out.close();
+        if (!out) {
+            throw fs::filesystem_error("cannot write", path,
+                                       std::make_error_code(std::errc::io_error));
+        }
+    }
+}
+
+}  // namespace velmar_generator

@@ -1,0 +1,351 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "Model.h"
+
+#include <Pegasus/Common/CIMClass.h>
+#include <Pegasus/Common/Exception.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+
+#include "Names.h"
+
+using namespace Pegasus;
+
+namespace velmar_generator {
+
+namespace {
+
+std::string utf8(const String& text) { return std::string(text.getCString()); }
+std::string utf8(const CIMName& name) { return utf8(name.getString()); }
+
+template <class Feature>
+bool isTrue(const Feature& feature, const char* qualifier, bool byDefault = false) {
+    const Uint32 place = feature.findQualifier(CIMName(qualifier));
+    if (place == PEG_NOT_FOUND) {
+        return byDefault;
+    }
+    const CIMValue& value = feature.getQualifier(place).getValue();
+    Boolean set = false;
+    if (value.getType() == CIMTYPE_BOOLEAN && !value.isArray() && !value.isNull()) {
+        value.get(set);
+    }
+    return set;
+}
+
+template <class Feature>
+std::string textOf(const Feature& feature, const char* qualifier) {
+    const Uint32 place = feature.findQualifier(CIMName(qualifier));
+    String text;
+    if (place != PEG_NOT_FOUND && feature.getQualifier(place).getType() == CIMTYPE_STRING &&
+        !feature.getQualifier(place).isArray()) {
+        feature.getQualifier(place).getValue().get(text);
+    }
+    return utf8(text);
+}
+
+template <class Feature>
+std::vector<std::string> textsOf(const Feature& feature, const char* qualifier) {
+    const Uint32 place = feature.findQualifier(CIMName(qualifier));
+    Array<String> texts;
+    if (place != PEG_NOT_FOUND && feature.getQualifier(place).getType() == CIMTYPE_STRING &&
+        feature.getQualifier(place).isArray()) {
+        feature.getQualifier(place).getValue().get(texts);
+    }
+    std::vector<std::string> result;
+    for (Uint32 i = 0; i < texts.size(); i++) {
+        result.push_back(utf8(texts[i]));
+    }
+    return result;
+}
+
+bool isInteger(CIMType type) { return type >= CIMTYPE_UINT8 && type <= CIMTYPE_SINT64; }
+bool isSigned(CIMType type) {
+    return type == CIMTYPE_SINT8 || type == CIMTYPE_SINT16 || type == CIMTYPE_SINT32 ||
+           type == CIMTYPE_SINT64;
+}
+
+unsigned bits(CIMType type) {
+    switch (type) {
+        case CIMTYPE_UINT8:
+        case CIMTYPE_SINT8:
+            return 8;
+        case CIMTYPE_UINT16:
+        case CIMTYPE_SINT16:
+            return 16;
+        case CIMTYPE_UINT32:
+        case CIMTYPE_SINT32:
+            return 32;
+        default:
+            return 64;
+    }
+}
+
+// A single number of a ValueMap as C++ writes it; empty for ranges and what does not fit the type.
+std::string number(const std::string& text, CIMType type) {
+    if (text.empty() || text.find("..") != std::string::npos) {
+        return "";
+    }
+    char* end = nullptr;
+    errno = 0;
+    if (isSigned(type)) {
+        const long long value = std::strtoll(text.c_str(), &end, 0);
+        const unsigned free = 64 - bits(type);
+        const bool fits = free == 0 || ((value << free) >> free) == value;
+        // The least one has no literal of its own.
+        return *end != '\0' || errno != 0 || !fits || value == INT64_MIN
+                   ? ""
+                   : std::to_string(value) + (bits(type) == 64 ? "LL" : "");
+    }
+    const unsigned long long value = std::strtoull(text.c_str(), &end, 0);
+    const bool fits = bits(type) == 64 || value >> bits(type) == 0;
+    return *end != '\0' || errno != 0 || !fits || text[0] == '-'
+               ? ""
+               : std::to_string(value) + (bits(type) == 64 ? "ULL" : "");
+}
+
+// The named values of a ValueMap; without one, Values count from 0 (DSP0004).
+template <class Feature>
+void readValues(const Feature& feature, Element& element) {
+    const std::vector<std::string> values = textsOf(feature, "Values");
+    std::vector<std::string> map = textsOf(feature, "ValueMap");
+    const bool isText = element.type == CIMTYPE_STRING;
+    if (map.empty() && !isText) {
+        for (size_t i = 0; i < values.size(); i++) {
+            map.push_back(std::to_string(i));
+        }
+    }
+    if (!isText && !isInteger(element.type)) {
+        return;
+    }
+    Scope scope;
+    for (size_t i = 0; i < map.size(); i++) {
+        const std::string value = isText ? quoted(map[i]) : number(map[i], element.type);
+        if (!value.empty()) {
+            const std::string name = i < values.size() && !values[i].empty() ? values[i] : map[i];
+            element.values.push_back({scope.add(name), value});
+        }
+    }
+}
+
+const char* plainType(CIMType type) {
+    static const char* const names[] = {
+        "Boolean", "Uint8",       "Sint8",  "Uint16",    "Sint16",     "Uint32",
+        "Sint32",  "Uint64",      "Sint64", "Real32",    "Real64",     "Char16",
+        "String",  "CIMDateTime", "",       "CIMObject", "CIMInstance"};
+    return names[type];
+}
+
+template <class Feature>
+Element readElement(const Feature& feature, const std::string& name) {
+    Element element;
+    element.name = name;
+    element.description = textOf(feature, "Description");
+    element.type = feature.getType();
+    if (element.type == CIMTYPE_STRING) {
+        // Declared as strings, they travel as objects.
+        if (isTrue(feature, "EmbeddedObject")) {
+            element.type = CIMTYPE_OBJECT;
+        } else if (!textOf(feature, "EmbeddedInstance").empty()) {
+            element.type = CIMTYPE_INSTANCE;
+        }
+    }
+    readValues(feature, element);
+    return element;
+}
+
+// The type and, where its values have names, the enumeration, whose name is unique in the scope;
+// `scopeName` qualifies it for those outside.
+void nameType(Element& element, const std::string& enumName, Scope& scope,
+              const std::string& scopeName = "") {
+    std::string type;
+    if (element.type == CIMTYPE_REFERENCE) {
+        type = "paths::" + Scope().add(element.referenceClass);
+    } else if (!element.values.empty()) {
+        element.enumName = scope.add(enumName);
+        type = isInteger(element.type) ? "cim::Enumeration<" + scopeName + element.enumName + ">"
+                                       : "Pegasus::String";
+    } else {
+        type = std::string("Pegasus::") + plainType(element.type);
+    }
+    element.cppType = element.isArray ? "std::vector<" + type + ">" : type;
+}
+
+Method readMethod(const CIMConstMethod& method, Scope& functions, Scope& types,
+                  const std::string& className) {
+    Method result;
+    result.name = utf8(method.getName());
+    result.cppName = functions.add(result.name);
+    result.description = textOf(method, "Description");
+    result.isStatic = isTrue(method, "Static");
+    result.result = readElement(method, result.name);
+    nameType(result.result, result.name + "Result", types, className + "::");
+    Scope names({"context", "self", result.cppName});
+    for (Uint32 i = 0; i < method.getParameterCount(); i++) {
+        const CIMConstParameter parameter = method.getParameter(i);
+        Element element = readElement(parameter, utf8(parameter.getName()));
+        element.isArray = parameter.isArray();
+        element.isIn = isTrue(parameter, "In", true);
+        element.isOut = isTrue(parameter, "Out");
+        element.isRequired = isTrue(parameter, "Required");
+        if (element.type == CIMTYPE_REFERENCE) {
+            element.referenceClass = utf8(parameter.getReferenceClassName());
+        }
+        element.cppName = names.add(element.name);
+        nameType(element, result.name + element.name + "Value", types, className + "::");
+        result.parameters.push_back(element);
+    }
+    return result;
+}
+
+// What a provider of the class can be based on.
+void decideKind(ClassModel& model, bool isAssociation) {
+    const auto references =
+        std::count_if(model.properties.begin(), model.properties.end(),
+                      [](const Element& element) { return element.type == CIMTYPE_REFERENCE; });
+    if (model.isIndication) {
+        model.kind = Kind::Alert;
+    } else if (model.keys().empty()) {
+        model.kind = Kind::None;
+        model.reason = "it has no keys";
+    } else if (isAssociation && references == 2 && model.ends().size() == 2) {
+        model.kind = Kind::Association;
+    } else if (isAssociation) {
+        model.reason = fmt::format(
+            "association operations are not served: it has {} references, "
+            "of which {} are keys, where two of two are needed",
+            references, model.ends().size());
+    }
+}
+
+}  // namespace
+
+std::vector<const Element*> ClassModel::keys() const {
+    std::vector<const Element*> result;
+    for (const Element& property : properties) {
+        if (property.isKey) {
+            result.push_back(&property);
+        }
+    }
+    return result;
+}
+
+std::vector<const Element*> ClassModel::ends() const {
+    std::vector<const Element*> result;
+    for (const Element& property : properties) {
+        if (property.isKey && property.type == CIMTYPE_REFERENCE) {
+            result.push_back(&property);
+        }
+    }
+    return result;
+}
+
+Reader::Reader(const velmar_embedded::Repository& schema, const Options& options)
+    : _schema(schema), _nameSpace(options.cimNamespace.c_str()) {}
+
+bool Reader::has(const std::string& name) const {
+    return CIMName::legal(String(name.c_str())) &&
+           _schema.hasClass(_nameSpace, CIMName(name.c_str()));
+}
+
+std::vector<std::string> Reader::lineage(const std::string& name) const {
+    std::vector<std::string> result;
+    const Array<CIMName> names = _schema.lineage(_nameSpace, CIMName(name.c_str()));
+    for (Uint32 i = 0; i < names.size(); i++) {
+        result.push_back(utf8(names[i]));
+    }
+    return result;
+}
+
+std::string Reader::suggestion(const std::string& name) const {
+    const auto lower = [](std::string text) {
+        std::transform(text.begin(), text.end(), text.begin(),
+                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+        return text;
+    };
+    // What the name has after its schema's prefix is what people remember.
+    const std::string wanted = lower(name.substr(name.find('_') + 1));
+    std::string result;
+    unsigned found = 0;
+    const Array<CIMName> all = _schema.subclassNames(_nameSpace, CIMName(), true);
+    for (Uint32 i = 0; i < all.size() && found < 5; i++) {
+        const std::string one = utf8(all[i]);
+        const std::string tail = lower(one.substr(one.find('_') + 1));
+        if (tail.find(wanted) != std::string::npos || wanted.find(tail) != std::string::npos) {
+            result += (found++ == 0 ? "; like it: " : ", ") + one;
+        }
+    }
+    return result;
+}
+
+ClassModel Reader::read(const std::string& name) const {
+    if (!has(name)) {
+        throw GeneratorError("class " + name + " is not in the schema" + suggestion(name));
+    }
+    const CIMClass cimClass = _schema.getClass(_nameSpace, CIMName(name.c_str()));
+    ClassModel model;
+    model.name = utf8(cimClass.getClassName());
+    model.cppName = Scope().add(model.name);
+    model.superclass = utf8(cimClass.getSuperClassName());
+    model.description = textOf(cimClass, "Description");
+    model.isAbstract = isTrue(cimClass, "Abstract");
+    model.isIndication = isTrue(cimClass, "Indication");
+
+    Scope members({model.cppName, "Keys", "Path", "Names", "keys", "path", "classPath", "className",
+                   "instance", "from", "parameters", "take", "addTo", "members", "names",
+                   "keyBindings"});
+    for (Uint32 i = 0; i < cimClass.getPropertyCount(); i++) {
+        const CIMConstProperty property = cimClass.getProperty(i);
+        Element element = readElement(property, utf8(property.getName()));
+        element.isArray = property.isArray();
+        element.isKey = isTrue(property, "Key");
+        element.origin = utf8(property.getClassOrigin());
+        if (element.type == CIMTYPE_REFERENCE) {
+            element.referenceClass = utf8(property.getReferenceClassName());
+        }
+        element.cppName = members.add(element.name);
+        model.properties.push_back(element);
+    }
+    for (Element& property : model.properties) {
+        nameType(property, property.name + "Value", members);
+    }
+    Scope functions({"initialize",
+                     "terminate",
+                     "getInstance",
+                     "enumerateInstances",
+                     "enumerateInstanceNames",
+                     "modifyInstance",
+                     "createInstance",
+                     "deleteInstance",
+                     "fillProperties",
+                     "callMethod",
+                     "invokeMethod",
+                     "associators",
+                     "associatorNames",
+                     "references",
+                     "referenceNames",
+                     "add",
+                     "update",
+                     "erase",
+                     "find",
+                     "all",
+                     "refresh",
+                     "raise",
+                     "setRefreshes",
+                     "Object",
+                     "Typed",
+                     model.cppName + "ProviderBase",
+                     model.cppName + "Provider",
+                     model.cppName});
+    for (Uint32 i = 0; i < cimClass.getMethodCount(); i++) {
+        model.methods.push_back(
+            readMethod(cimClass.getMethod(i), functions, members, model.cppName));
+    }
+    decideKind(model, cimClass.isAssociation());
+    return model;
+}
+
+}  // namespace velmar_generator

@@ -1,0 +1,122 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "Names.h"
+
+#include <fmt/format.h>
+
+#include <cctype>
+#include <sstream>
+
+namespace velmar_generator {
+
+namespace {
+
+const std::set<std::string>& reserved() {
+    static const std::set<std::string> names = {
+        // C++17, with the alternative tokens and the names with a meaning in places.
+        "alignas", "alignof", "and", "and_eq", "asm", "auto", "bitand", "bitor", "bool", "break",
+        "case", "catch", "char", "char16_t", "char32_t", "class", "compl", "const", "const_cast",
+        "constexpr", "continue", "decltype", "default", "delete", "do", "double", "dynamic_cast",
+        "else", "enum", "explicit", "export", "extern", "false", "final", "float", "for", "friend",
+        "goto", "if", "inline", "int", "long", "mutable", "namespace", "new", "noexcept", "not",
+        "not_eq", "nullptr", "operator", "or", "or_eq", "override", "private", "protected",
+        "public", "register", "reinterpret_cast", "return", "short", "signed", "sizeof", "static",
+        "static_assert", "static_cast", "struct", "switch", "template", "this", "thread_local",
+        "throw", "true", "try", "typedef", "typeid", "typename", "union", "unsigned", "using",
+        "virtual", "void", "volatile", "wchar_t", "while", "xor", "xor_eq",
+        // C++20.
+        "char8_t", "co_await", "co_return", "co_yield", "concept", "consteval", "constinit",
+        "import", "module", "requires",
+        // Macros of system headers that the CIM library's headers bring along, or may.
+        "BUFSIZ", "DOMAIN", "EOF", "ERROR", "FALSE", "HUGE", "HUGE_VAL", "INFINITY", "MAX", "MIN",
+        "NAN", "NULL", "OVERFLOW", "PLOSS", "SING", "TLOSS", "TRUE", "UNDERFLOW", "assert", "errno",
+        "linux", "major", "makedev", "minor", "signbit", "stderr", "stdin", "stdout", "unix",
+        "isinf", "isnan", "isnormal", "isfinite", "offsetof", "st_atime", "st_ctime", "st_mtime",
+        "si_pid", "si_uid", "si_value", "s6_addr", "h_addr", "va_arg", "va_end", "va_list",
+        "va_start", "PEG_NOT_FOUND",
+        // Namespaces and names that every generated file uses.
+        "std", "Pegasus", "velmar_remote", "cim", "paths"};
+    return names;
+}
+
+}  // namespace
+
+bool isReserved(const std::string& name) {
+    return reserved().count(name) > 0 || name.rfind("PEG_", 0) == 0 ||
+           name.rfind("PEGASUS_", 0) == 0 || name.rfind("SIG", 0) == 0;
+}
+
+std::string Scope::add(const std::string& text) {
+    std::string name;
+    for (const char c : text) {
+        // Two underscores together are the compiler's.
+        const bool isFit = std::isalnum(static_cast<unsigned char>(c)) != 0;
+        if (isFit || (c == '_' && (name.empty() || name.back() != '_'))) {
+            name += c;
+        } else if (!name.empty() && name.back() != '_') {
+            name += '_';
+        }
+    }
+    while (name.size() > 1 && name.back() == '_' && text.back() != '_') {
+        name.pop_back();
+    }
+    if (name.empty() || name == "_") {
+        name = "Value";
+    }
+    if (std::isdigit(static_cast<unsigned char>(name[0])) != 0) {
+        name = "V" + name;
+    } else if (name[0] == '_') {
+        name = "V" + name;
+    }
+    if (isReserved(name)) {
+        name += "_";
+    }
+    std::string unique = name;
+    for (unsigned i = 2; !_taken.insert(unique).second; i++) {
+        unique = name + (name.back() == '_' ? "" : "_") + (i > 2 ? std::to_string(i - 1) : "");
+    }
+    return unique;
+}
+
+std::string quoted(const std::string& text) {
+    std::string result = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\') {
+            result += '\\';
+        }
+        if (static_cast<unsigned char>(c) < 0x20) {
+            result += fmt::format("\\{:03o}", static_cast<unsigned>(c));
+        } else {
+            result += c;
+        }
+    }
+    return result + "\"";
+}
+
+std::string comment(const std::string& text, unsigned indentation) {
+    const std::string start = std::string(indentation, ' ') + "///";
+    std::string result;
+    std::string line;
+    const auto end = [&] {
+        // A backslash there would take the next line into the comment.
+        while (!line.empty() && line.back() == '\\') {
+            line.pop_back();
+        }
+        if (!line.empty()) {
+            result += start + line + "\n";
+        }
+        line.clear();
+    };
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        if (!line.empty() && start.size() + line.size() + 1 + word.size() > 100) {
+            end();
+        }
+        line += " " + word;
+    }
+    end();
+    return result;
+}
+
+}  // namespace velmar_generator

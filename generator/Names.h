@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// CIM names and names of values as C++ identifiers. A name that C++, a macro of a common system
+// header or the generated code itself has taken gets an underscore at its end.
+#ifndef VELMAR_GENERATOR_NAMES_H
+#define VELMAR_GENERATOR_NAMES_H
+
+#include <set>
+#include <string>
+
+namespace velmar_generator {
+
+/// Hands out identifiers that are unique within one scope.
+class Scope {
+ public:
+    Scope() {}
+    /// With names that the scope has already.
+    explicit Scope(std::set<std::string> taken) : _taken(std::move(taken)) {}
+
+    /// `text` as an identifier; what is not allowed in one becomes an underscore, and one that is
+    /// taken gets underscores at its end.
+    std::string add(const std::string& text);
+
+ private:
+    std::set<std::string> _taken;
+};
+
+/// Whether C++ or a macro has the name.
+bool isReserved(const std::string& name);
+
+/// The text with quotes, as C++ and MOF write it.
+std::string quoted(const std::string& text);
+
+/// The text as lines of a documentation comment, indented by so many blanks, with a line's end
+/// after the last; nothing for an empty text.
+std::string comment(const std::string& text, unsigned indentation);
+
+}  // namespace velmar_generator
+
+#endif

@@ -1,0 +1,238 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include <fmt/format.h>
+
+#include "Names.h"
+#include "Writers.h"
+
+namespace velmar_generator {
+
+namespace {
+
+std::string resultType(const Method& method) {
+    return "cim::Property<" + method.result.cppType + ">";
+}
+
+// A required in-parameter comes as its value, everything else may be null.
+std::string parameterType(const Element& parameter) {
+    if (parameter.isOut) {
+        return "cim::Property<" + parameter.cppType + ">&";
+    }
+    return parameter.isRequired ? "const " + parameter.cppType + "&"
+                                : "const cim::Property<" + parameter.cppType + ">&";
+}
+
+// The hook's parameters, one to a line; their names are comments since the default uses none.
+std::string signature(const ClassModel& model, const Method& method) {
+    std::string text = "\n            const Pegasus::OperationContext& /*context*/";
+    if (!method.isStatic) {
+        text += fmt::format(",\n            const {}& /*self*/", model.cppName);
+    }
+    for (const Element& parameter : method.parameters) {
+        text +=
+            fmt::format(",\n            {} /*{}*/", parameterType(parameter), parameter.cppName);
+    }
+    return text;
+}
+
+std::string hook(const ClassModel& model, const Method& method) {
+    std::string text = comment(method.description, 4);
+    text += method.isStatic
+                ? "    /// Of the class: there is no object.\n"
+                : "    /// `self` is this call's own copy; update makes changes known.\n";
+    for (const Element& parameter : method.parameters) {
+        if (!parameter.description.empty()) {
+            text += comment(parameter.cppName + ": " + parameter.description, 4);
+        }
+    }
+    return text + fmt::format("    virtual {} {}({}) {{\n        cim::notWritten({});\n    }}\n",
+                              resultType(method), method.cppName, signature(model, method),
+                              quoted(model.name + "." + method.name));
+}
+
+std::string call(const ClassModel& model, const Method& method) {
+    std::string declared;
+    std::string before;
+    std::string arguments = "context";
+    std::string after;
+    if (!method.isStatic) {
+        arguments += fmt::format(", cim::calledOn<{}>(instance)", model.cppName);
+    }
+    for (const Element& parameter : method.parameters) {
+        declared += quoted(parameter.name) + ", ";
+        const std::string local = "the" + parameter.cppName;
+        if (parameter.isRequired && parameter.isIn && !parameter.isOut) {
+            before += fmt::format("            const auto {} = given.required<{}>({});\n", local,
+                                  parameter.cppType, quoted(parameter.name));
+        } else {
+            before += fmt::format("            cim::Property<{}> {};\n", parameter.cppType, local);
+        }
+        if (parameter.isIn && parameter.isRequired && parameter.isOut) {
+            before += fmt::format("            {} = given.required<{}>({});\n", local,
+                                  parameter.cppType, quoted(parameter.name));
+        } else if (parameter.isIn && !parameter.isRequired) {
+            before +=
+                fmt::format("            given.get({}, {});\n", quoted(parameter.name), local);
+        }
+        arguments += ", " + local;
+        if (parameter.isOut) {
+            after += fmt::format("            cim::add(outParameters, {}, {});\n",
+                                 quoted(parameter.name), local);
+        }
+    }
+    return fmt::format(
+        "        if (methodName == Pegasus::CIMName({})) {{\n"
+        "            static const char* const declared[] = {{{}nullptr}};\n"
+        "            const cim::InParameters given(inParameters, declared);\n{}"
+        "            const {} result = {}({});\n{}"
+        "            return cim::valueOf(result);\n        }}\n",
+        quoted(method.name), declared, before, resultType(method), method.cppName, arguments,
+        after);
+}
+
+std::string dispatch(const ClassModel& model) {
+    if (model.methods.empty()) {
+        return "";
+    }
+    std::string calls;
+    bool usesInstance = false;
+    for (const Method& method : model.methods) {
+        calls += call(model, method);
+        usesInstance = usesInstance || !method.isStatic;
+    }
+    return fmt::format(
+        "\n    Pegasus::CIMValue callMethod(const Pegasus::OperationContext& context,\n"
+        "                                 const Pegasus::CIMInstance&{},\n"
+        "                                 const Pegasus::CIMName& methodName,\n"
+        "                                 const Pegasus::Array<Pegasus::CIMParamValue>& "
+        "inParameters,\n"
+        "                                 Pegasus::Array<Pegasus::CIMParamValue>& outParameters) "
+        "override {{\n{}{}"
+        "        throw Pegasus::CIMException(Pegasus::CIM_ERR_METHOD_NOT_FOUND, "
+        "methodName.getString());\n    }}\n",
+        usesInstance ? " instance" : "",
+        calls.find("outParameters") == std::string::npos
+            ? "        static_cast<void>(outParameters);\n"
+            : "",
+        calls);
+}
+
+std::string baseOf(const ClassModel& model) {
+    const std::string library = "velmar_remote::";
+    if (model.kind == Kind::Association) {
+        return model.methods.empty()
+                   ? library + "InstanceAssociationProvider"
+                   : "cim::WithMethods<" + library + "InstanceAssociationProvider>";
+    }
+    return library + (model.methods.empty() ? "CachedInstanceProvider" : "InstanceMethodProvider");
+}
+
+std::string constructor(const ClassModel& model) {
+    std::string ends;
+    if (model.kind == Kind::Association) {
+        for (const Element* end : model.ends()) {
+            ends += fmt::format(", {}, {}", quoted(end->name), quoted(end->referenceClass));
+        }
+    }
+    return fmt::format(
+        "    /// For more than some thousand objects: `chains` as in\n"
+        "    /// velmar_remote::InstanceCache's constructor.\n"
+        "    explicit {}ProviderBase(Pegasus::Uint32 chains = 0)\n"
+        "        : Provider({}{}, chains) {{}}\n",
+        model.cppName, quoted(model.name), ends);
+}
+
+std::string alertBase(const ClassModel& model, bool enriched) {
+    const char* const reason =
+        enriched ? "The library adds the alerting element and what the CIM model knows of its "
+                   "system."
+                 : "Without the library's enrichment: it asks for the classes QORP_LPAR_CS and "
+                   "QORP_ComputerSystem, and where the schema lacks them every alert would end in "
+                   "an error.";
+    return comment(reason, 0) +
+           fmt::format("class {0}ProviderBase : public cim::AlertProvider<{0}, {1}> {{}};\n",
+                       model.cppName, enriched ? "true" : "false");
+}
+
+}  // namespace
+
+std::string providerHeader(const Options& options, const ClassModel& model, bool enriched) {
+    std::string text = headerStart(
+        fmt::format("VELMAR_GENERATED_{}_{}PROVIDERBASE_H", options.cppNamespace, model.cppName),
+        "What the provider of " + model.name + " derives from.",
+        {model.cppName + ".h", "Providers.h"});
+    text += fmt::format("namespace {} {{\n\n", options.cppNamespace);
+    if (model.kind == Kind::Alert) {
+        text += alertBase(model, enriched);
+    } else {
+        if (!model.reason.empty()) {
+            text += comment(model.reason + ".", 0);
+        }
+        text += fmt::format(
+            "class {0}ProviderBase : public cim::Provider<{0}, {1}> {{\n public:\n"
+            "{2}",
+            model.cppName, baseOf(model), constructor(model));
+        std::string hooks;
+        for (const Method& method : model.methods) {
+            hooks += "\n" + hook(model, method);
+        }
+        text += hooks.empty() ? "" : "\n protected:" + hooks + dispatch(model);
+        text += "};\n";
+    }
+    return text + fmt::format("\n}}  // namespace {}\n\n#endif\n", options.cppNamespace);
+}
+
+std::string factorySource(const Options& options, const std::vector<ClassModel>& served) {
+    std::string includes;
+    std::string makes;
+    for (const ClassModel& model : served) {
+        includes += fmt::format("#include \"{}Provider.h\"\n", model.cppName);
+        makes += fmt::format(
+            "    if (providerName == {}) {{\n"
+            "        return {}::cim::make<{}::{}Provider>();\n    }}\n",
+            quoted(model.name), options.cppNamespace, options.cppNamespace, model.cppName);
+    }
+    return fmt::format(
+        "// Generated by velmar from the schema; changes are lost.\n//\n"
+        "// The module's way in: makes the provider objects that the registration "
+        "names.\n#include <Pegasus/Common/Config.h>\n\n{}\n"
+        "extern \"C\" PEGASUS_EXPORT Pegasus::CIMProvider* PegasusCreateProvider(\n"
+        "    const Pegasus::String& providerName) {{\n{}    return nullptr;\n}}\n",
+        includes, makes);
+}
+
+std::string registrationMof(const Options& options, const std::vector<ClassModel>& served) {
+    std::string text = fmt::format(
+        "// Generated by velmar from the schema; changes are lost.\n//\n"
+        "// Registers the providers of lib{0}.so, in the namespace root/PG_InterOp.\n"
+        "// ProviderType: 2 instances, 3 associations, 4 indications, 5 methods.\n\n"
+        "instance of PG_ProviderModule {{\n    Name = \"{0}Module\";\n    Vendor = \"{0}\";\n"
+        "    Version = \"1.0.0\";\n    InterfaceType = \"C++Default\";\n"
+        "    InterfaceVersion = \"2.6.0\";\n    Location = \"{0}\";\n}};\n",
+        options.module);
+    for (const ClassModel& model : served) {
+        std::string types = model.kind == Kind::Alert         ? "4, 5"
+                            : model.kind == Kind::Association ? "2, 3"
+                                                              : "2";
+        std::string methods = model.kind == Kind::Alert ? "\"send\"" : "";
+        if (model.kind != Kind::Alert) {
+            types += model.methods.empty() ? "" : ", 5";
+            for (const Method& method : model.methods) {
+                methods += (methods.empty() ? "" : ", ") + quoted(method.name);
+            }
+        }
+        text += fmt::format(
+            "\ninstance of PG_Provider {{\n    ProviderModuleName = \"{0}Module\";\n"
+            "    Name = \"{1}\";\n}};\n"
+            "instance of PG_ProviderCapabilities {{\n    ProviderModuleName = \"{0}Module\";\n"
+            "    ProviderName = \"{1}\";\n    CapabilityID = \"{1}\";\n    ClassName = \"{1}\";\n"
+            "    Namespaces = {{ \"{2}\" }};\n    ProviderType = {{ {3} }};\n"
+            "    SupportedMethods = {4};\n    SupportedProperties = NULL;\n}};\n",
+            options.module, model.name, options.cimNamespace, types,
+            methods.empty() ? "NULL" : "{ " + methods + " }");
+    }
+    return text;
+}
+
+}  // namespace velmar_generator

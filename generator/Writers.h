@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// The texts of the generated files, one function each.
+#ifndef VELMAR_GENERATOR_WRITERS_H
+#define VELMAR_GENERATOR_WRITERS_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Model.h"
+
+namespace velmar_generator {
+
+/// A class's place among the typed paths.
+struct PathClass {
+    std::string name;
+    std::string superclass;  ///< empty: none
+};
+
+/// What a generated file begins with: what it is, its include guard and its includes.
+std::string headerStart(const std::string& guard, const std::string& purpose,
+                        const std::vector<std::string>& includes);
+
+/// Paths.h: superclasses stand before their subclasses.
+std::string pathsHeader(const Options& options, const std::vector<PathClass>& classes);
+/// NAME.h: the typed class.
+std::string classHeader(const Options& options, const ClassModel& model);
+/// NAMEProviderBase.h: what the user's provider class derives from.
+std::string providerHeader(const Options& options, const ClassModel& model, bool enriched);
+/// Factory.cpp: PegasusCreateProvider.
+std::string factorySource(const Options& options, const std::vector<ClassModel>& served);
+/// The registration, MOF for root/PG_InterOp.
+std::string registrationMof(const Options& options, const std::vector<ClassModel>& served);
+
+}  // namespace velmar_generator
+
+#endif

@@ -1,0 +1,335 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// What the generated provider classes of a package share: typed objects in the cache, values read
+// when they are asked for, methods with typed parameters, alerts.
+//
+// Thread-safe as the library's base classes are; no lock is held in a hook or while the CIM server
+// is asked.
+#ifndef VELMAR_GENERATED_PROVIDERS_H
+#define VELMAR_GENERATED_PROVIDERS_H
+
+#include <Common/CachedInstanceProvider.h>
+#include <Common/IndicationMethodProvider.h>
+#include <Common/InstanceAssociationProvider.h>
+#include <Common/InstanceMethodProvider.h>
+#include <Common/Util.h>
+#include <Pegasus/Provider/CIMMethodProvider.h>
+
+#include <mutex>
+
+#include "Support.h"
+
+namespace velmar_generated {
+namespace cim {
+
+/// Raises an alert about an element; see velmar_remote::sendIndication for what may go wrong. Not
+/// with a mutex held that the element's provider takes.
+template <class Alert>
+void raise(Pegasus::CIMOMHandle& cimom, const Alert& alert, const AnyPath& element) {
+    Pegasus::Array<Pegasus::CIMParamValue> parameters = alert.parameters();
+    velmar_remote::sendIndication(cimom, Pegasus::OperationContext(), element.object(),
+                                  Alert::className(), parameters);
+}
+
+/// The provider of class T on one of the library's base classes. The instances in its cache are
+/// never edited: each change puts a new one in the place of the old.
+template <class T, class Base>
+class Provider : public Base {
+ public:
+    using Object = T;
+    using Typed = Provider;
+
+    template <class... Arguments>
+    explicit Provider(const char* className, Arguments&&... arguments)
+        : Base(className, std::forward<Arguments>(arguments)...) {}
+
+    /// From here on clients see the object. Throws CIMException: CIM_ERR_ALREADY_EXISTS when there
+    /// is one with its keys, CIM_ERR_INVALID_PARAMETER for a null key.
+    void add(const T& object) {
+        const Pegasus::CIMInstance instance = object.instance();
+        const std::lock_guard<std::mutex> guard(_changing);
+        if (this->_cache.contains(instance.getPath())) {
+            fail(Pegasus::CIM_ERR_ALREADY_EXISTS,
+                 named(instance.getPath()) + " is there already; update changes it");
+        }
+        this->_cache.insert(instance);
+    }
+    /// Puts the object in the place of the one with its keys. Throws CIMException:
+    /// CIM_ERR_NOT_FOUND when there is none.
+    void update(const T& object) {
+        const Pegasus::CIMInstance instance = object.instance();
+        const std::lock_guard<std::mutex> guard(_changing);
+        if (!this->_cache.contains(instance.getPath())) {
+            fail(Pegasus::CIM_ERR_NOT_FOUND,
+                 named(instance.getPath()) + " is not there; add brings it");
+        }
+        this->_cache.replace(instance);
+    }
+    /// Changes the object of that path: `change` gets a copy, which then takes its place. No other
+    /// change comes between. Throws CIMException: CIM_ERR_NOT_FOUND when there is none; what
+    /// `change` throws passes through, and nothing has changed.
+    template <class Change>
+    void update(const typename T::Path& path, Change&& change) {
+        const std::lock_guard<std::mutex> guard(_changing);
+        Pegasus::CIMInstance current;
+        if (!this->_cache.lookup(path.object(), current)) {
+            fail(Pegasus::CIM_ERR_NOT_FOUND, named(path.object()) + " is not there");
+        }
+        this->_cache.replace(changed(current, change));
+    }
+    /// Takes the object away, and through the CIM server the associations that refer to it. Throws
+    /// CIMException: CIM_ERR_NOT_FOUND when there is none. Client exceptions pass through.
+    void erase(const typename T::Path& path) {
+        if (!this->_cache.contains(path.object())) {
+            fail(Pegasus::CIM_ERR_NOT_FOUND, named(path.object()) + " is not there");
+        }
+        this->_cache.remove(path.object());
+    }
+    /// The object of that path, as it was added or updated last; nothing when there is none.
+    std::optional<T> find(const typename T::Path& path) {
+        Pegasus::CIMInstance instance;
+        return this->_cache.lookup(path.object(), instance) ? std::optional<T>(T::from(instance))
+                                                            : std::nullopt;
+    }
+    /// All objects, in no order.
+    std::vector<T> all() {
+        std::vector<T> result;
+        Pegasus::Array<Pegasus::CIMInstance> instances;
+        this->_cache.getInstances(instances);
+        for (Pegasus::Uint32 i = 0; i < instances.size(); i++) {
+            result.push_back(T::from(instances[i]));
+        }
+        return result;
+    }
+
+    /// As add; answered with CIM_ERR_INVALID_PARAMETER where the instance does not fit the class.
+    void createInstance(const Pegasus::OperationContext&, const Pegasus::CIMObjectPath&,
+                        const Pegasus::CIMInstance& instanceObject,
+                        Pegasus::ObjectPathResponseHandler& handler) override {
+        handler.processing();
+        const T object = T::from(instanceObject);
+        add(object);
+        handler.deliver(object.path().object());
+        handler.complete();
+    }
+
+    /// The factory knows whether refresh is overridden; whoever makes an object otherwise need not
+    /// say so.
+    void setRefreshes(bool refreshes) { _refreshes = refreshes; }
+
+ protected:
+    /// Hook: sets what is read when it is asked for. `copy` is this request's own, whatever other
+    /// requests do meanwhile; its keys must stay. Called for every object that is handed out, on
+    /// any number of threads at once.
+    virtual void refresh(const Pegasus::OperationContext&, T&) {}
+
+    /// Raises an alert about an element. Not in refresh.
+    template <class Alert>
+    void raise(const Alert& alert, const AnyPath& element) {
+        cim::raise(this->_cimom, alert, element);
+    }
+    template <class Alert, class Element, class = typename Element::Keys>
+    void raise(const Alert& alert, const Element& element) {
+        cim::raise(this->_cimom, alert, element.path());
+    }
+
+    // A request gets a copy in the place of the cached instance, in both forms.
+    void fillProperties(const Pegasus::OperationContext& context, Pegasus::CIMInstance& instance,
+                        const Pegasus::CIMPropertyList&) override {
+        if (_refreshes) {
+            instance = changed(instance, [&](T& copy) { refresh(context, copy); });
+        }
+    }
+    void fillProperties(const Pegasus::OperationContext& context,
+                        Pegasus::Array<Pegasus::CIMInstance>& instances,
+                        const Pegasus::CIMPropertyList& propertyList) override {
+        for (Pegasus::Uint32 i = 0; _refreshes && i < instances.size(); i++) {
+            fillProperties(context, instances[i], propertyList);
+        }
+    }
+
+ private:
+    static std::string named(const Pegasus::CIMObjectPath& path) {
+        return utf8(velmar_remote::localize(path).toString());
+    }
+
+    /// A new instance at the path of the old.
+    template <class Change>
+    static Pegasus::CIMInstance changed(const Pegasus::CIMInstance& instance, Change&& change) {
+        T copy = T::from(instance);
+        const typename T::Keys keys = copy.keys;
+        change(copy);
+        if (!(keys == copy.keys)) {
+            fail(Pegasus::CIM_ERR_FAILED, named(instance.getPath()) + ": its keys were changed");
+        }
+        return copy.instance(instance.getPath());
+    }
+
+    std::mutex _changing;  ///< held while the cache changes, and in nobody's code but a change's
+    bool _refreshes = true;
+};
+
+/// An association with methods: what InstanceMethodProvider is to instances.
+template <class Base>
+class WithMethods : public Base, public Pegasus::CIMMethodProvider {
+ public:
+    using Base::Base;
+
+    void invokeMethod(const Pegasus::OperationContext& context,
+                      const Pegasus::CIMObjectPath& instanceReference,
+                      const Pegasus::CIMName& methodName,
+                      const Pegasus::Array<Pegasus::CIMParamValue>& inParameters,
+                      Pegasus::MethodResultResponseHandler& handler) override {
+        handler.processing();
+        Pegasus::CIMInstance instance{Pegasus::CIMName(this->_CIMClassName)};
+        if (this->_cache.lookup(instanceReference, instance)) {
+            this->fillProperties(context, instance, Pegasus::CIMPropertyList());
+        } else {
+            instance.setPath(instanceReference);
+        }
+        Pegasus::Array<Pegasus::CIMParamValue> outParameters;
+        const Pegasus::CIMValue result =
+            callMethod(context, instance, methodName, inParameters, outParameters);
+        if (!result.isNull()) {
+            handler.deliver(result);
+        }
+        if (outParameters.size() > 0) {
+            handler.deliverParamValue(outParameters);
+        }
+        handler.complete();
+    }
+
+ protected:
+    virtual Pegasus::CIMValue callMethod(const Pegasus::OperationContext& context,
+                                         const Pegasus::CIMInstance& instance,
+                                         const Pegasus::CIMName& methodName,
+                                         const Pegasus::Array<Pegasus::CIMParamValue>& inParameters,
+                                         Pegasus::Array<Pegasus::CIMParamValue>& outParameters) = 0;
+};
+
+/// The in-parameters of a call, by their declared names. Whatever is wrong with them is a
+/// CIMException (CIM_ERR_INVALID_PARAMETER) whose text begins with the parameter's name.
+class InParameters {
+ public:
+    /// `declared` ends with a null pointer and names all parameters of the method.
+    InParameters(const Pegasus::Array<Pegasus::CIMParamValue>& given, const char* const* declared)
+        : _given(given) {
+        for (Pegasus::Uint32 i = 0; i < given.size(); i++) {
+            const char* const* name = declared;
+            while (*name != nullptr && !isNamed(i, *name)) {
+                name++;
+            }
+            if (*name == nullptr) {
+                fail(Pegasus::CIM_ERR_INVALID_PARAMETER,
+                     utf8(given[i].getParameterName()) + ": the method has no such parameter");
+            }
+        }
+    }
+    /// Null where it was not given.
+    template <class T>
+    void get(const char* name, Property<T>& parameter) const {
+        for (Pegasus::Uint32 i = 0; i < _given.size(); i++) {
+            if (isNamed(i, name)) {
+                read(_given[i].getValue(), parameter, name);
+            }
+        }
+    }
+    /// Must be given, and not null.
+    template <class T>
+    T required(const char* name) const {
+        Property<T> parameter;
+        get(name, parameter);
+        if (parameter.isNull()) {
+            fail(Pegasus::CIM_ERR_INVALID_PARAMETER, std::string(name) + ": is required");
+        }
+        return parameter.value();
+    }
+
+ private:
+    bool isNamed(Pegasus::Uint32 i, const char* name) const {
+        return Pegasus::String::equalNoCase(_given[i].getParameterName(), Pegasus::String(name));
+    }
+    const Pegasus::Array<Pegasus::CIMParamValue>& _given;
+};
+
+/// The object that a method is called on. Throws CIMException (CIM_ERR_NOT_FOUND) where there is
+/// none at the path, which the library tells by an instance without properties.
+template <class T>
+T calledOn(const Pegasus::CIMInstance& instance) {
+    if (instance.getPropertyCount() == 0) {
+        fail(Pegasus::CIM_ERR_NOT_FOUND, utf8(instance.getPath().toString()));
+    }
+    return T::from(instance);
+}
+
+[[noreturn]] inline void notWritten(const char* method) {
+    fail(Pegasus::CIM_ERR_NOT_SUPPORTED, std::string(method) + " is not implemented");
+}
+
+/// How many subscriptions this module's alerts have.
+inline Pegasus::Uint32 subscriptions = 0;
+
+/// The provider of alerts of class T. ENRICHED: with what the library finds in the CIM model.
+template <class T, bool ENRICHED>
+class AlertProvider : public velmar_remote::IndicationMethodProvider {
+ public:
+    AlertProvider() : IndicationMethodProvider(T::className().getString(), &cim::subscriptions) {}
+
+ protected:
+    /// Hook: sets what the sender has not; false drops the alert.
+    virtual bool prepare(const Pegasus::OperationContext&, T&) { return true; }
+
+    Pegasus::Boolean generateIndication(
+        const Pegasus::OperationContext& context, Pegasus::CIMInstance& instance,
+        const Pegasus::Array<Pegasus::CIMParamValue>& inParameters) override {
+        T alert;
+        for (Pegasus::Uint32 i = 0; i < inParameters.size(); i++) {
+            // The library makes a reference of it.
+            const Pegasus::String name = inParameters[i].getParameterName();
+            if (!ENRICHED || name != "AlertingManagedElement") {
+                alert.take(name, inParameters[i].getValue());
+            }
+        }
+        if (!prepare(context, alert)) {
+            return false;
+        }
+        alert.addTo(instance);
+        return !ENRICHED ||
+               IndicationMethodProvider::generateIndication(context, instance, inParameters);
+    }
+};
+
+/// Whether P overrides refresh. It may be protected there, not private.
+template <class P>
+struct Probe : P {
+    static_assert(!std::is_final_v<P>, "a provider class must not be final");
+    static constexpr bool refreshes() {
+        using Inherited = void (P::Typed::*)(const Pegasus::OperationContext&, typename P::Object&);
+        return !std::is_same_v<decltype(&Probe::refresh), Inherited>;
+    }
+};
+
+template <class P, class = void>
+struct Maker {
+    static Pegasus::CIMProvider* make() { return new P; }
+};
+template <class P>
+struct Maker<P, std::void_t<typename P::Typed>> {
+    static Pegasus::CIMProvider* make() {
+        P* const provider = new P;
+        provider->setRefreshes(Probe<P>::refreshes());
+        return provider;
+    }
+};
+
+/// A provider object, for the CIM server, whose last call, terminate, deletes it.
+template <class P>
+Pegasus::CIMProvider* make() {
+    return Maker<P>::make();
+}
+
+}  // namespace cim
+}  // namespace velmar_generated
+
+#endif
