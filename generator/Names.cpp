@@ -6,7 +6,10 @@
 #include <fmt/format.h>
 
 #include <cctype>
+#include <iterator>
 #include <sstream>
+
+#include "Macros.h"
 
 namespace velmar_generator {
 
@@ -28,23 +31,23 @@ const std::set<std::string>& reserved() {
         // C++20.
         "char8_t", "co_await", "co_return", "co_yield", "concept", "consteval", "constinit",
         "import", "module", "requires",
-        // Macros of system headers that the CIM library's headers bring along, or may.
-        "BUFSIZ", "DOMAIN", "EOF", "ERROR", "FALSE", "HUGE", "HUGE_VAL", "INFINITY", "MAX", "MIN",
-        "NAN", "NULL", "OVERFLOW", "PLOSS", "SING", "TLOSS", "TRUE", "UNDERFLOW", "assert", "errno",
-        "linux", "major", "makedev", "minor", "signbit", "stderr", "stdin", "stdout", "unix",
-        "isinf", "isnan", "isnormal", "isfinite", "offsetof", "st_atime", "st_ctime", "st_mtime",
-        "si_pid", "si_uid", "si_value", "s6_addr", "h_addr", "va_arg", "va_end", "va_list",
-        "va_start", "PEG_NOT_FOUND",
         // Namespaces and names that every generated file uses.
         "std", "Pegasus", "velmar_remote", "cim", "paths"};
+    return names;
+}
+
+const std::set<std::string>& macros() {
+    static const std::set<std::string> names = [] {
+        std::istringstream words(macroNames);
+        return std::set<std::string>(std::istream_iterator<std::string>(words), {});
+    }();
     return names;
 }
 
 }  // namespace
 
 bool isReserved(const std::string& name) {
-    return reserved().count(name) > 0 || name.rfind("PEG_", 0) == 0 ||
-           name.rfind("PEGASUS_", 0) == 0 || name.rfind("SIG", 0) == 0;
+    return reserved().count(name) > 0 || macros().count(name) > 0 || name.rfind("PEGASUS_", 0) == 0;
 }
 
 std::string Scope::add(const std::string& text) {
@@ -100,7 +103,7 @@ std::string comment(const std::string& text, unsigned indentation) {
     std::string line;
     const auto end = [&] {
         // A backslash there would take the next line into the comment.
-        while (!line.empty() && line.back() == '\\') {
+        while (!line.empty() && (line.back() == '\\' || line.back() == ' ')) {
             line.pop_back();
         }
         if (!line.empty()) {

@@ -57,7 +57,9 @@ std::string call(const ClassModel& model, const Method& method) {
     std::string arguments = "context";
     std::string after;
     if (!method.isStatic) {
-        arguments += fmt::format(", cim::calledOn<{}>(instance)", model.cppName);
+        before += fmt::format("            const {0} self = cim::calledOn<{0}>(instance);\n",
+                              model.cppName);
+        arguments += ", self";
     }
     for (const Element& parameter : method.parameters) {
         declared += quoted(parameter.name) + ", ";

@@ -1,0 +1,109 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "generator/Generator.h"
+
+#include <gtest/gtest.h>
+#include <velmar_embedded/schema/Mof.h>
+
+#include "generator/Names.h"
+
+using namespace velmar_generator;
+
+namespace {
+
+class Generating : public ::testing::Test {
+ protected:
+    Generating() {
+        options.module = "Traps";
+        options.cppNamespace = "traps";
+        velmar_embedded::compileMof(schema, "root/velmar_remote", TRAPS_MOF);
+        velmar_embedded::compileMofText(schema, "root/other",
+                                        "Qualifier Indication : boolean = false, "
+                                        "Scope(class, indication), Flavor(ToSubclass);"
+                                        "[Indication] class OTHER_Alert { string Text; };",
+                                        "other.mof");
+    }
+    std::string file(const std::string& path, const std::vector<std::string>& classes) {
+        options.classes = classes;
+        for (const GeneratedFile& one : generate(schema, options)) {
+            if (one.path == path) {
+                return one.text;
+            }
+        }
+        return "no file " + path;
+    }
+    std::string fault(const std::vector<std::string>& classes) {
+        try {
+            file("", classes);
+        } catch (const GeneratorError& error) {
+            return error.what();
+        }
+        return "nothing was thrown";
+    }
+    void expectHas(const std::string& text, const std::string& part) {
+        EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
+    }
+    velmar_embedded::Repository schema;
+    Options options;
+};
+
+TEST_F(Generating, SaysWhatNothingCanBeMadeOf) {
+    EXPECT_EQ(fault({"TRAP_Typ"}), "class TRAP_Typ is not in the schema; like it: TRAP_Types");
+    EXPECT_EQ(fault({"not a name"}), "class not a name is not in the schema");
+    expectHas(fault({"TRAP_Top"}), "class TRAP_Top is abstract");
+    EXPECT_EQ(fault({}), "no class is named");
+    options.cppNamespace = "class";
+    expectHas(fault({"TRAP_Part"}), "\"class\" cannot be a C++ namespace");
+    options.cppNamespace = "ok";
+    options.module = "with blank";
+    expectHas(fault({"TRAP_Part"}), "\"with blank\" cannot be the name of a module");
+}
+
+TEST_F(Generating, DecidesWhatAProviderIsBasedOn) {
+    const auto base = [&](const std::string& name) {
+        return file(name + "ProviderBase.h", {name});
+    };
+    expectHas(base("TRAP_Part"), "velmar_remote::CachedInstanceProvider");
+    expectHas(base("TRAP_Methods"), "velmar_remote::InstanceMethodProvider");
+    expectHas(base("TRAP_Link"), "WithMethods<velmar_remote::InstanceAssociationProvider>");
+    expectHas(base("TRAP_Three"), "it has 3 references, of which 3 are keys");
+    EXPECT_EQ(base("TRAP_Keyless"), "no file TRAP_KeylessProviderBase.h");
+    // Enriched where the schema has what enrichment asks for, unless told otherwise.
+    expectHas(base("TRAP_Alert"), "AlertProvider<TRAP_Alert, true>");
+    options.enrichment = false;
+    expectHas(base("TRAP_Alert"), "AlertProvider<TRAP_Alert, false>");
+    options.enrichment.reset();
+    options.cimNamespace = "root/other";
+    expectHas(base("OTHER_Alert"), "AlertProvider<OTHER_Alert, false>");
+}
+
+TEST_F(Generating, RegistersEachClassOnceForWhatItIs) {
+    const std::string text =
+        file("TrapsRegistration.mof", {"TRAP_Link", "trap_link", "TRAP_Alert"});
+    EXPECT_EQ(text.find("ClassName = \"TRAP_Link\""), text.rfind("ClassName = \"TRAP_Link\""));
+    expectHas(text, "ProviderType = { 2, 3, 5 };\n    SupportedMethods = { \"Weigh\" };");
+    expectHas(text, "ProviderType = { 4, 5 };\n    SupportedMethods = { \"send\" };");
+}
+
+TEST(GeneratedNames, AreIdentifiersAndUnique) {
+    Scope scope({"taken"});
+    for (const auto& [text, name] :
+         std::vector<std::pair<std::string, std::string>>{{"plain", "plain"},
+                                                          {"plain", "plain_"},
+                                                          {"plain", "plain_2"},
+                                                          {"taken", "taken_"},
+                                                          {"10 Base-T", "V10_Base_T"},
+                                                          {"a  --  b", "a_b"},
+                                                          {"(x)", "x"},
+                                                          {"\xC3\xA4", "Value"},
+                                                          {"", "Value_"},
+                                                          {"while", "while_"},
+                                                          {"EINVAL", "EINVAL_"}}) {
+        EXPECT_EQ(scope.add(text), name) << text;
+    }
+    EXPECT_EQ(comment("ends in a backslash \\", 2), "  /// ends in a backslash\n");
+    EXPECT_EQ(quoted("a\"\\\n"), "\"a\\\"\\\\\\012\"");
+}
+
+}  // namespace
