@@ -19,6 +19,7 @@ using Run = std::function<ExitCode()>;
 
 void addCheck(CLI::App& app, Run& run);
 void addGenerate(CLI::App& app, Run& run);
+void addNew(CLI::App& app, Run& run);
 /// Only with the wire, VELMAR_HAS_WIRE.
 void addServe(CLI::App& app, Run& run);
 

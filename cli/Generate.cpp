@@ -3,6 +3,7 @@
 //
 // velmar generate: typed code for the classes of a schema. Builds call it.
 #include <fstream>
+#include <iostream>
 
 #include "Commands.h"
 #include "GeneratorOptions.h"
@@ -14,12 +15,14 @@ namespace {
 struct GenerateOptions : GeneratorOptions {
     std::string output;
     std::string depfile;
+    std::string depfileTarget;
+    bool list = false;
 };
 
 // For make: what was written depends on the MOF files that were read.
-void writeDepfile(const GenerateOptions& options, const std::string& target) {
+void writeDepfile(const GenerateOptions& options) {
     std::ofstream out(options.depfile);
-    out << target << ":";
+    out << options.depfileTarget << ":";
     for (const std::string& file : options.filesRead()) {
         out << " \\\n  ";
         for (const char c : file) {
@@ -32,10 +35,16 @@ void writeDepfile(const GenerateOptions& options, const std::string& target) {
 ExitCode generate(const GenerateOptions& options) {
     velmar_embedded::Repository repository;
     options.compile(repository);
-    const velmar_generator::Options generator = options.resolved();
-    velmar_generator::writeFiles(options.output, velmar_generator::generate(repository, generator));
+    const auto files = velmar_generator::generate(repository, options.resolved());
+    if (options.list) {
+        for (const velmar_generator::GeneratedFile& file : files) {
+            std::cout << file.path << "\n";
+        }
+        return Good;
+    }
+    velmar_generator::writeFiles(options.output, files);
     if (!options.depfile.empty()) {
-        writeDepfile(options, options.output + "/Factory.cpp");
+        writeDepfile(options);
     }
     return Good;
 }
@@ -54,8 +63,13 @@ void addGenerate(CLI::App& app, Run& run) {
                     "Name of the provider library and of its registration")
         ->required();
     command.add_option("--output", options->output, "Folder that is written to")->required();
-    command.add_option("--depfile", options->depfile,
-                       "File that gets the names of the MOF files that were read, for make");
+    CLI::Option* const target = command.add_option("--depfile-target", options->depfileTarget,
+                                                   "What the depfile says to depend on them");
+    command
+        .add_option("--depfile", options->depfile,
+                    "File that gets the names of the MOF files that were read, for make")
+        ->needs(target);
+    command.add_flag("--list", options->list, "Print the names of the files, and write none");
     command.footer(
         "Example:\n"
         "  velmar generate --schema mof/Acme.mof --class ACME_Switch ACME_Port --module Acme \\\n"

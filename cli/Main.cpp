@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// velmar: checks and serves provider packages on the embedded CIM server.
+// velmar: makes, checks and serves provider packages on the embedded CIM server.
 #include <Pegasus/Common/Exception.h>
 
 #include <exception>
@@ -26,10 +26,12 @@ velmar_cli::ExitCode guarded(const velmar_cli::Run& run) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app("Checks and serves CIM provider packages on the embedded CIM server.", "velmar");
+    CLI::App app("Makes, checks and serves CIM provider packages, on the embedded CIM server.",
+                 "velmar");
     app.require_subcommand(1);
     app.set_version_flag("--version", "velmar " VELMAR_VERSION " (embedded CIM server)");
     velmar_cli::Run run;
+    velmar_cli::addNew(app, run);
     velmar_cli::addGenerate(app, run);
     velmar_cli::addCheck(app, run);
 #ifdef VELMAR_HAS_WIRE

@@ -53,6 +53,10 @@ endif()
 if(TARGET velmar)
     set_target_properties(velmar PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
     install(TARGETS velmar DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT velmar_remote_cli)
+    get_target_property(_mof_files velmar_generator VELMAR_MOF_FILES)
+    list(TRANSFORM _mof_files PREPEND "${PROJECT_SOURCE_DIR}/generator/")
+    install(FILES ${_mof_files} DESTINATION "${CMAKE_INSTALL_DATADIR}/velmar_remote/mof"
+            COMPONENT velmar_remote_cli)
 endif()
 
 install(EXPORT ${_export} NAMESPACE velmar_remote:: DESTINATION "${_package_dir}"
@@ -66,6 +70,8 @@ configure_file("${PROJECT_SOURCE_DIR}/cmake/velmar_remote-server.cmake.in"
 install(FILES "${PROJECT_BINARY_DIR}/velmar_remoteConfig.cmake"
               "${PROJECT_BINARY_DIR}/velmar_remoteConfigVersion.cmake"
               "${PROJECT_BINARY_DIR}/velmar_remote-${VELMAR_SERVER}.cmake"
+              "${PROJECT_SOURCE_DIR}/cmake/VelmarProvider.cmake"
+              "${PROJECT_SOURCE_DIR}/cmake/register.in"
         DESTINATION "${_package_dir}" COMPONENT velmar_remote_development)
 
 # The pkg-config file has the name of the library. It finds the installation from where it lies,

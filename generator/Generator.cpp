@@ -28,11 +28,9 @@ std::vector<PathClass> pathClasses(const Reader& reader, const std::vector<Class
     std::vector<PathClass> result;
     std::set<std::string> known;
     const auto take = [&](const std::string& name) {
-        if (!reader.has(name)) {
-            throw GeneratorError("class " + name +
-                                 ", to which a reference is declared, is not in the schema");
-        }
-        const std::vector<std::string> lineage = reader.lineage(name);
+        // A class that the schema leaves out, as it may those of references nobody uses.
+        const std::vector<std::string> lineage =
+            reader.has(name) ? reader.lineage(name) : std::vector<std::string>{name};
         for (size_t i = lineage.size(); i-- > 0;) {
             if (known.insert(lineage[i]).second) {
                 result.push_back({lineage[i], i + 1 < lineage.size() ? lineage[i + 1] : ""});

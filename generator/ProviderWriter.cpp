@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "Names.h"
+#include "PackageWriters.h"
 #include "Writers.h"
 
 namespace velmar_generator {
@@ -12,15 +13,6 @@ namespace {
 
 std::string resultType(const Method& method) {
     return "cim::Property<" + method.result.cppType + ">";
-}
-
-// A required in-parameter comes as its value, everything else may be null.
-std::string parameterType(const Element& parameter) {
-    if (parameter.isOut) {
-        return "cim::Property<" + parameter.cppType + ">&";
-    }
-    return parameter.isRequired ? "const " + parameter.cppType + "&"
-                                : "const cim::Property<" + parameter.cppType + ">&";
 }
 
 // The hook's parameters, one to a line; their names are comments since the default uses none.
@@ -158,6 +150,15 @@ std::string alertBase(const ClassModel& model, bool enriched) {
 }
 
 }  // namespace
+
+// A required in-parameter comes as its value, everything else may be null.
+std::string parameterType(const Element& parameter) {
+    if (parameter.isOut) {
+        return "cim::Property<" + parameter.cppType + ">&";
+    }
+    return parameter.isRequired ? "const " + parameter.cppType + "&"
+                                : "const cim::Property<" + parameter.cppType + ">&";
+}
 
 std::string providerHeader(const Options& options, const ClassModel& model, bool enriched) {
     std::string text = headerStart(

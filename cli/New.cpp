@@ -1,0 +1,202 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// velmar new: a provider package for classes of a schema.
+#include <fmt/format.h>
+#include <velmar_embedded/schema/Mof.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "Commands.h"
+#include "GeneratorOptions.h"
+#include "Package.h"
+#include "generator/Package.h"
+
+namespace fs = std::filesystem;
+
+namespace velmar_cli {
+
+namespace {
+
+using velmar_generator::GeneratedFile;
+
+struct NewOptions : GeneratorOptions {
+    std::string folder;
+};
+
+// Of the folder's name: "acme-switches" gives AcmeSwitches.
+std::string moduleName(const std::string& folder) {
+    fs::path path = fs::absolute(folder).lexically_normal();
+    if (!path.has_filename()) {
+        path = path.parent_path();
+    }
+    std::string name;
+    bool starts = true;
+    for (const char c : path.filename().string()) {
+        if (std::isalnum(static_cast<unsigned char>(c)) == 0) {
+            starts = true;
+            continue;
+        }
+        name += starts ? static_cast<char>(std::toupper(static_cast<unsigned char>(c))) : c;
+        starts = false;
+    }
+    return name;
+}
+
+std::string lower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+// The standard files that the schema needs and does not bring: each error of the compiler about an
+// unknown name adds the file that declares it, until there is none, or one that no file mends.
+std::vector<const velmar_generator::MofFile*> compile(const NewOptions& options,
+                                                      velmar_embedded::Repository& result) {
+    std::vector<const velmar_generator::MofFile*> needed;
+    static const std::regex name("[A-Za-z_][A-Za-z0-9_]*");
+    for (;;) {
+        velmar_embedded::Repository repository;
+        std::string reason;
+        try {
+            for (const velmar_generator::MofFile* file : needed) {
+                velmar_embedded::compileMofText(repository, options.generator.cimNamespace.c_str(),
+                                                file->text, file->name);
+            }
+            options.compile(repository);
+        } catch (const velmar_embedded::MofError& error) {
+            reason = error.reason();
+            const velmar_generator::MofFile* found = nullptr;
+            for (std::sregex_iterator one(reason.begin(), reason.end(), name), end;
+                 one != end && found == nullptr; ++one) {
+                found = velmar_generator::standardMofWith(one->str());
+                if (std::find(needed.begin(), needed.end(), found) != needed.end()) {
+                    found = nullptr;
+                }
+            }
+            if (found == nullptr) {
+                throw;
+            }
+            needed.push_back(found);
+        }
+        std::sort(needed.begin(), needed.end());  // as they lie in the list: each after its needs
+        if (reason.empty()) {
+            for (const velmar_generator::MofFile* file : needed) {
+                velmar_embedded::compileMofText(result, options.generator.cimNamespace.c_str(),
+                                                file->text, file->name);
+            }
+            options.compile(result);
+            return needed;
+        }
+    }
+}
+
+std::string textOf(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// The user's files as they are, beside each other as they were, the standard ones that they need,
+// and a file on top that includes them all.
+std::vector<GeneratedFile> mofFiles(const NewOptions& options, const std::string& top,
+                                    const std::vector<const velmar_generator::MofFile*>& needed) {
+    std::vector<GeneratedFile> files;
+    std::string text = "// The schema of this package, for a compiler that gets one file.\n";
+    for (const velmar_generator::MofFile* file : needed) {
+        files.push_back({std::string("mof/cim/") + file->name, file->text});
+        text += fmt::format("#pragma include (\"cim/{}\")\n", file->name);
+    }
+    for (const std::string& schema : options.schemas) {
+        text += fmt::format("#pragma include (\"{}\")\n", fs::path(schema).filename().string());
+    }
+    files.push_back({top, text});
+    const fs::path base = fs::absolute(options.schemas.front()).parent_path().lexically_normal();
+    for (const std::string& file : options.filesRead()) {
+        const fs::path place = fs::absolute(file).lexically_normal().lexically_relative(base);
+        if (place.empty() || *place.begin() == "..") {
+            throw UsageError(file + ": is not in or below " + base.string() +
+                             ", where the first MOF file is; put what belongs together there");
+        }
+        files.push_back({"mof/" + place.string(), textOf(file)});
+    }
+    return files;
+}
+
+// What is there belongs to the user.
+void writeMissing(const std::string& folder, const std::vector<GeneratedFile>& files) {
+    std::vector<std::string> kept;
+    for (const GeneratedFile& file : files) {
+        if (fs::exists(fs::path(folder) / file.path)) {
+            kept.push_back(file.path);
+            continue;
+        }
+        velmar_generator::writeFiles(folder, {file});
+        fmt::print("wrote {}/{}\n", folder, file.path);
+    }
+    for (const std::string& path : kept) {
+        fmt::print("kept  {}/{}\n", folder, path);
+    }
+    if (std::find(kept.begin(), kept.end(), "CMakeLists.txt") != kept.end() &&
+        kept.size() < files.size()) {
+        fmt::print(
+            "Name the new classes and sources in {}/CMakeLists.txt: it is yours, and was "
+            "left alone.\n",
+            folder);
+    }
+}
+
+ExitCode create(NewOptions& options) {
+    velmar_generator::Options generator = options.resolved();
+    if (generator.module.empty()) {
+        generator.module = moduleName(options.folder);
+    }
+    if (generator.cppNamespace.empty()) {
+        generator.cppNamespace = lower(generator.module);
+    }
+    velmar_embedded::Repository repository;
+    const auto needed = compile(options, repository);
+    velmar_generator::generate(repository,
+                               generator);  // says what is wrong before anything is made
+    const std::string top = "mof/" + generator.module + "Schema.mof";
+    std::vector<GeneratedFile> files = velmar_generator::packageFiles(repository, generator, top);
+    for (GeneratedFile& file : mofFiles(options, top, needed)) {
+        files.push_back(std::move(file));
+    }
+    writeMissing(options.folder, files);
+    fmt::print(
+        "\nNext: look for FILL IN in {0}/src, then\n"
+        "    cmake -S {0} -B {0}/build && cmake --build {0}/build\n"
+        "    ctest --test-dir {0}/build\n    velmar check {0}\n",
+        options.folder);
+    return Good;
+}
+
+}  // namespace
+
+void addNew(CLI::App& app, Run& run) {
+    CLI::App& command = *app.add_subcommand(
+        "new",
+        "Writes a provider package for classes of a schema: it builds, passes its tests and "
+        "velmar check, and has the places to fill in marked");
+    auto options = std::make_shared<NewOptions>();
+    command.add_option("folder", options->folder, "Folder of the package; what it holds is kept")
+        ->required();
+    options->addOptions(command);
+    command.add_option("--module", options->generator.module,
+                       "Name of the provider library (from the folder's name)");
+    command.footer(
+        "Standard qualifiers and classes that the schema uses and does not declare are added.\n\n"
+        "Examples:\n"
+        "  velmar new acme-switches --schema Acme.mof --class ACME_Switch ACME_Port\n"
+        "  velmar new fans --schema Fans.mof --class EX_Fan --cpp-namespace ex --module ExFans");
+    command.callback([options, &run] { run = [options] { return create(*options); }; });
+}
+
+}  // namespace velmar_cli

@@ -1,0 +1,156 @@
+# SPDX-FileCopyrightText: The velmar_remote authors
+# SPDX-License-Identifier: MIT
+#
+# A provider library made of a schema and what its user has written.
+#
+#   velmar_add_provider(NAME MOF...
+#       CLASSES CLASS...            classes that the library serves
+#       SOURCES FILE...             the providers: NAME_OF_CLASSProvider.h and .cpp
+#       [CPP_NAMESPACE NAMESPACE]   of the generated classes; NAME in small letters without it
+#       [CIM_NAMESPACE NAMESPACE]   root/velmar_remote without it
+#       [NO_ENRICHMENT])            alerts are not enriched from the CIM model
+#
+# makes the module NAME, the object library NAME_objects for tests, and install rules: the module into
+# VELMAR_PROVIDER_DIR (a real server's providerDir), MOF and the script `register`, which brings the
+# package into a real server and out again, into share/NAME. The typed classes, provider bases,
+# factory and registration are generated into NAME-generated in the build folder whenever a MOF file
+# changes, by the command velmar, which VELMAR_COMMAND names.
+#
+#   velmar_add_provider_test(NAME FILE...)
+#
+# makes test_NAME of GoogleTest tests, which see the package as PACKAGE_SCHEMA, PACKAGE_REGISTRATION
+# and PACKAGE_MODULES.
+set(VELMAR_PROVIDER_DIR "" CACHE PATH
+    "Folder in which a CIM server looks for provider libraries; empty: the library folder")
+set(_velmar_provider_folder "${CMAKE_CURRENT_LIST_DIR}")
+
+# The command: this build's own, or an installed one, beside this file or elsewhere on the host.
+function(_velmar_command result)
+    if(TARGET velmar)
+        set(${result} "$<TARGET_FILE:velmar>" PARENT_SCOPE)
+        return()
+    endif()
+    find_program(VELMAR_COMMAND velmar HINTS "${velmar_remote_PREFIX}/bin"
+                 DOC "The velmar command, which generates code from schemas")
+    if(NOT VELMAR_COMMAND)
+        message(FATAL_ERROR "velmar_add_provider: there is no command velmar in "
+            "${velmar_remote_PREFIX}/bin or on the PATH. It comes with the library's build for the "
+            "embedded server: install that, too, or name it with -DVELMAR_COMMAND=/path/to/velmar.")
+    endif()
+    set(${result} "${VELMAR_COMMAND}" PARENT_SCOPE)
+endfunction()
+
+# What velmar will write. Where it cannot be asked yet, all classes are taken to be served.
+function(_velmar_outputs result folder command)
+    if(TARGET velmar)
+        set(_names Support.h Providers.h Paths.h Factory.cpp ${_name}Registration.mof)
+        foreach(_class IN LISTS _arg_CLASSES)
+            list(APPEND _names ${_class}.h ${_class}ProviderBase.h)
+        endforeach()
+    else()
+        execute_process(COMMAND ${command} --list OUTPUT_VARIABLE _names ERROR_VARIABLE _error
+                        RESULT_VARIABLE _status WORKING_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}")
+        if(NOT _status EQUAL 0)
+            message(FATAL_ERROR "velmar_add_provider(${_name}): ${_error}")
+        endif()
+        string(REGEX REPLACE "\n$" "" _names "${_names}")
+        string(REPLACE "\n" ";" _names "${_names}")
+    endif()
+    list(TRANSFORM _names PREPEND "${folder}/")
+    set(${result} "${_names}" PARENT_SCOPE)
+endfunction()
+
+function(velmar_add_provider _name)
+    cmake_parse_arguments(_arg "NO_ENRICHMENT" "CPP_NAMESPACE;CIM_NAMESPACE" "CLASSES;SOURCES"
+                          ${ARGN})
+    set(_schemas ${_arg_UNPARSED_ARGUMENTS})
+    foreach(_needed _schemas _arg_CLASSES _arg_SOURCES)
+        if(NOT ${_needed})
+            message(FATAL_ERROR "velmar_add_provider(${_name}): MOF files, CLASSES and SOURCES are "
+                                "all needed; see the head of VelmarProvider.cmake")
+        endif()
+    endforeach()
+    if(NOT _arg_CPP_NAMESPACE)
+        string(TOLOWER "${_name}" _arg_CPP_NAMESPACE)
+    endif()
+    if(NOT _arg_CIM_NAMESPACE)
+        set(_arg_CIM_NAMESPACE root/velmar_remote)
+    endif()
+    list(TRANSFORM _schemas PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/" REGEX "^[^/]")
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${_schemas})
+
+    set(_folder "${CMAKE_CURRENT_BINARY_DIR}/${_name}-generated")
+    _velmar_command(_velmar)
+    set(_command "${_velmar}" generate --schema ${_schemas} --class ${_arg_CLASSES}
+        --module ${_name} --cpp-namespace ${_arg_CPP_NAMESPACE} --namespace ${_arg_CIM_NAMESPACE}
+        --output "${_folder}")
+    if(_arg_NO_ENRICHMENT)
+        list(APPEND _command --no-enrichment)
+    endif()
+    _velmar_outputs(_outputs "${_folder}" "${_command}")
+    set(_stamp "${_folder}/generated")
+    add_custom_command(OUTPUT "${_stamp}" BYPRODUCTS ${_outputs}
+                       COMMAND ${_command} --depfile "${_stamp}.d" --depfile-target "${_stamp}"
+                       COMMAND "${CMAKE_COMMAND}" -E touch "${_stamp}"
+                       DEPENDS "${_velmar}" ${_schemas} DEPFILE "${_stamp}.d"
+                       COMMENT "Generating ${_name} from its schema" VERBATIM)
+
+    add_library(${_name}_objects OBJECT ${_arg_SOURCES} "${_folder}/Factory.cpp" "${_stamp}")
+    target_link_libraries(${_name}_objects PUBLIC velmar_remote::velmar_remote)
+    target_include_directories(${_name}_objects PUBLIC "${_folder}")
+    foreach(_source IN LISTS _arg_SOURCES)
+        get_filename_component(_source "${_source}" ABSOLUTE)
+        get_filename_component(_source "${_source}" DIRECTORY)
+        target_include_directories(${_name}_objects PUBLIC "${_source}")
+    endforeach()
+    set_target_properties(${_name}_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
+    add_library(${_name} MODULE)
+    target_link_libraries(${_name} PRIVATE ${_name}_objects)
+    set_target_properties(${_name} PROPERTIES
+        INSTALL_RPATH_USE_LINK_PATH ON
+        VELMAR_SCHEMAS "${_schemas}" VELMAR_REGISTRATION "${_folder}/${_name}Registration.mof")
+    _velmar_install_provider()
+endfunction()
+
+# Uses the variables of its caller.
+function(_velmar_install_provider)
+    include(GNUInstallDirs)
+    set(_providers "${VELMAR_PROVIDER_DIR}")
+    if(NOT _providers)
+        set(_providers "${CMAKE_INSTALL_LIBDIR}")
+    endif()
+    set(_share "${CMAKE_INSTALL_DATADIR}/${_name}")
+    install(TARGETS ${_name} LIBRARY DESTINATION "${_providers}")
+    foreach(_schema IN LISTS _schemas)
+        get_filename_component(_mof "${_schema}" DIRECTORY)
+        install(DIRECTORY "${_mof}/" DESTINATION "${_share}/mof" FILES_MATCHING PATTERN "*.mof"
+                PATTERN "${_name}-generated" EXCLUDE)
+    endforeach()
+    install(FILES "${_folder}/${_name}Registration.mof" DESTINATION "${_share}/mof")
+    set(_script_schemas "")
+    foreach(_schema IN LISTS _schemas)
+        get_filename_component(_schema "${_schema}" NAME)
+        string(APPEND _script_schemas " ${_schema}")
+    endforeach()
+    list(JOIN _arg_CLASSES " " _script_classes)
+    configure_file("${_velmar_provider_folder}/register.in" "${_folder}/register" @ONLY)
+    install(PROGRAMS "${_folder}/register" DESTINATION "${_share}")
+endfunction()
+
+function(velmar_add_provider_test _name)
+    find_package(GTest REQUIRED)
+    include(GoogleTest)
+    add_executable(test_${_name} ${ARGN})
+    add_dependencies(test_${_name} ${_name})
+    target_link_libraries(test_${_name} PRIVATE ${_name}_objects velmar_remote::kit
+                          GTest::gtest_main)
+    # A list of files is one initializer: {PACKAGE_SCHEMA}.
+    get_target_property(_schemas ${_name} VELMAR_SCHEMAS)
+    list(TRANSFORM _schemas REPLACE "(.+)" "\"\\1\"")
+    list(JOIN _schemas "," _schemas)
+    get_target_property(_registration ${_name} VELMAR_REGISTRATION)
+    target_compile_definitions(test_${_name} PRIVATE "PACKAGE_SCHEMA=${_schemas}"
+                               PACKAGE_REGISTRATION="${_registration}"
+                               PACKAGE_MODULES="$<TARGET_FILE_DIR:${_name}>")
+    gtest_discover_tests(test_${_name} DISCOVERY_TIMEOUT 60)
+endfunction()

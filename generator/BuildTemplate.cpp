@@ -1,0 +1,81 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// Build file and README of a package.
+#include <fmt/format.h>
+
+#include <cctype>
+
+#include "Names.h"
+#include "PackageWriters.h"
+
+namespace velmar_generator {
+
+namespace {
+
+std::string list(const std::vector<ClassModel>& served, const std::string& before,
+                 const std::string& after, bool inCpp) {
+    std::string text;
+    for (const ClassModel& model : served) {
+        text += "\n            " + before + (inCpp ? model.cppName : model.name) + after;
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string packageBuildFile(const Options& options, const std::vector<ClassModel>& served,
+                             const std::string& schema) {
+    return fmt::format(
+        "cmake_minimum_required(VERSION 3.20)\nproject({0} LANGUAGES CXX)\n"
+        "find_package(velmar_remote REQUIRED)\n\n"
+        "# Typed classes, provider bases, the factory and the registration are made of the MOF "
+        "file\n"
+        "# whenever it changes. The library is lib{0}.so.\n"
+        "velmar_add_provider({0} {1}\n    CPP_NAMESPACE {2}{3}{4}\n    CLASSES{5}\n"
+        "    SOURCES{6})\n"
+        "target_compile_options({0}_objects PRIVATE -Wall -Wextra -Woverloaded-virtual)\n\n"
+        "include(CTest)\n"
+        "if(BUILD_TESTING AND velmar_remote_SERVER STREQUAL \"embedded\")\n"
+        "    velmar_add_provider_test({0}{7})\nendif()\n",
+        options.module, schema, options.cppNamespace,
+        options.cimNamespace == "root/velmar_remote"
+            ? ""
+            : "\n    CIM_NAMESPACE " + options.cimNamespace,
+        options.enrichment == false ? "\n    NO_ENRICHMENT" : "", list(served, "", "", false),
+        list(served, "src/", "Provider.cpp", true), list(served, "tests/", "Test.cpp", true));
+}
+
+std::string packageReadme(const Options& options, const std::vector<ClassModel>& served,
+                          const std::string& schema) {
+    std::string classes;
+    std::string first = served.front().name;
+    for (const ClassModel& model : served) {
+        classes += fmt::format(
+            "| `{0}` | [src/{1}Provider.cpp](src/{1}Provider.cpp) | "
+            "[tests/{1}Test.cpp](tests/{1}Test.cpp) |\n",
+            model.name, model.cppName);
+    }
+    return fmt::format(
+        "# {0}\n\nA provider package for an OpenPegasus CIM server, made by `velmar new`.\n\n"
+        "| Class | Provider | Test |\n|---|---|---|\n{1}\n"
+        "The places to fill in are marked `FILL IN`. `{2}` is the source of everything else: "
+        "typed\n"
+        "classes, provider bases, the factory and the registration are generated from it into the\n"
+        "build folder (`build/{0}-generated`) and are not to be edited.\n\n"
+        "## Build, test, check, serve\n\n```sh\ncmake -B build        # -DCMAKE_PREFIX_PATH=PREFIX "
+        "where velmar_remote is installed\ncmake --build build\nctest --test-dir build "
+        "--output-on-failure\nvelmar check .\nvelmar serve . --port 5988\n"
+        "wbemcli ein http://127.0.0.1:5988/{3}:{4}    # Debian: sblim-wbemcli\n```\n\n"
+        "## Into a real server, and out again\n\n```sh\n"
+        "cmake -B build-server -DVELMAR_REMOTE_SERVER=pegasus -DCMAKE_INSTALL_PREFIX=/usr/local "
+        "\\\n"
+        "      -DVELMAR_PROVIDER_DIR=$PEGASUS_HOME/lib\ncmake --build build-server\n"
+        "cmake --install build-server\n"
+        "/usr/local/share/{0}/register install   # compiles schema and registration with cimmof\n"
+        "/usr/local/share/{0}/register check\n"
+        "/usr/local/share/{0}/register remove    # provider, registration and classes\n```\n",
+        options.module, classes, schema, options.cimNamespace, first);
+}
+
+}  // namespace velmar_generator

@@ -1,0 +1,29 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// The texts of a package's files that belong to the user, one function each.
+#ifndef VELMAR_GENERATOR_PACKAGEWRITERS_H
+#define VELMAR_GENERATOR_PACKAGEWRITERS_H
+
+#include <string>
+#include <vector>
+
+#include "Model.h"
+
+namespace velmar_generator {
+
+std::string packageBuildFile(const Options& options, const std::vector<ClassModel>& served,
+                             const std::string& schema);
+std::string packageReadme(const Options& options, const std::vector<ClassModel>& served,
+                          const std::string& schema);
+std::string userHeader(const Options& options, const ClassModel& model);
+std::string userSource(const Options& options, const ClassModel& model);
+std::string userTest(const Options& options, const ClassModel& model,
+                     const std::vector<ClassModel>& served);
+
+/// The type of a parameter of a method's hook.
+std::string parameterType(const Element& parameter);
+
+}  // namespace velmar_generator
+
+#endif

@@ -1,0 +1,161 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// What the user gets to fill in for each class.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+
+#include "Names.h"
+#include "PackageWriters.h"
+
+namespace velmar_generator {
+
+namespace {
+
+std::string parameters(const ClassModel& model, const Method& method) {
+    std::string text = "const Pegasus::OperationContext& context";
+    text += method.isStatic ? "" : ", const " + model.cppName + "& self";
+    for (const Element& parameter : method.parameters) {
+        text += fmt::format(",\n        {} {}", parameterType(parameter), parameter.cppName);
+    }
+    return text;
+}
+
+std::string arguments(const Method& method) {
+    std::string text = "context";
+    text += method.isStatic ? "" : ", self";
+    for (const Element& parameter : method.parameters) {
+        text += ", " + parameter.cppName;
+    }
+    return text;
+}
+
+std::string resultType(const Method& method) {
+    return "cim::Property<" + method.result.cppType + ">";
+}
+
+// A value to show how a property is set.
+std::string sample(const Element& element) {
+    switch (element.type) {
+        case Pegasus::CIMTYPE_BOOLEAN:
+            return "true";
+        case Pegasus::CIMTYPE_STRING:
+            return "\"...\"";
+        case Pegasus::CIMTYPE_DATETIME:
+            return "Pegasus::CIMDateTime::getCurrentDateTime()";
+        case Pegasus::CIMTYPE_REFERENCE:
+            return element.referenceClass + "(...).path()";
+        case Pegasus::CIMTYPE_OBJECT:
+        case Pegasus::CIMTYPE_INSTANCE:
+        case Pegasus::CIMTYPE_CHAR16:
+            return "...";
+        default:
+            return "1";
+    }
+}
+
+std::string example(const ClassModel& model) {
+    std::string keys;
+    for (const Element* key : model.keys()) {
+        keys += (keys.empty() ? "" : ", ") + sample(*key);
+    }
+    std::string text;
+    if (model.keys().size() <= 3) {
+        text = fmt::format("    //     {} one({});\n", model.cppName, keys);
+    } else {
+        text = fmt::format("    //     {} one;\n", model.cppName);
+        for (const Element* key : model.keys()) {
+            text += fmt::format("    //     one.keys.{} = {};\n", key->cppName, sample(*key));
+        }
+    }
+    for (const Element& property : model.properties) {
+        if (!property.isKey && property.origin == model.name && !property.isArray &&
+            property.enumName.empty()) {
+            text += fmt::format("    //     one.{} = {};\n", property.cppName, sample(property));
+            break;
+        }
+    }
+    return text + "    //     add(one);\n";
+}
+
+std::string alertHeader(const ClassModel& model) {
+    return fmt::format(
+        "/// Delivers {0} to its subscribers. A provider raises one with raise(alert, element).\n"
+        "class {0}Provider : public {0}ProviderBase {{\n protected:\n"
+        "    /// Sets what no sender sets; false drops the alert.\n"
+        "    bool prepare(const Pegasus::OperationContext& context, {0}& alert) override;\n}};\n",
+        model.cppName);
+}
+
+std::string instanceHeader(const ClassModel& model) {
+    std::string text = fmt::format(
+        "/// Serves {0}. Hooks run on many threads at once, and without a lock.\n"
+        "class {0}Provider : public {0}ProviderBase {{\n public:\n"
+        "    /// Comes once, before any request. What it throws makes the server try again later.\n"
+        "    void initialize(Pegasus::CIMOMHandle& cimom) override;\n\n protected:\n"
+        "    // Values that are read when they are asked for: take the comments away, here and in\n"
+        "    // the source.\n"
+        "    // void refresh(const Pegasus::OperationContext& context, {0}& copy) override;\n",
+        model.cppName);
+    for (const Method& method : model.methods) {
+        text += fmt::format("\n    {} {}(\n        {}) override;\n", resultType(method),
+                            method.cppName, parameters(model, method));
+    }
+    return text + "};\n";
+}
+
+std::string instanceSource(const ClassModel& model) {
+    std::string text = fmt::format(
+        "void {0}Provider::initialize(Pegasus::CIMOMHandle& cimom) {{\n"
+        "    {0}ProviderBase::initialize(cimom);\n"
+        "    // FILL IN: what there is, and whenever it changes: add, update, erase. For example\n"
+        "{1}}}\n\n"
+        "// FILL IN: what is read when it is asked for. `copy` belongs to this request alone.\n"
+        "// void {0}Provider::refresh(const Pegasus::OperationContext& context, {0}& copy) {{\n"
+        "// }}\n",
+        model.cppName, example(model));
+    for (const Method& method : model.methods) {
+        text += fmt::format(
+            "\n{0} {1}Provider::{2}(\n        {3}) {{\n"
+            "    // FILL IN: what it does; until then clients hear that it is not "
+            "supported.\n"
+            "    return {1}ProviderBase::{2}({4});\n}}\n",
+            resultType(method), model.cppName, method.cppName, parameters(model, method),
+            arguments(method));
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string userHeader(const Options& options, const ClassModel& model) {
+    const std::string guard = fmt::format("{}_{}PROVIDER_H", options.cppNamespace, model.cppName);
+    return fmt::format(
+        "#ifndef {0}\n#define {0}\n\n#include \"{1}ProviderBase.h\"\n\n"
+        "namespace {2} {{\n\n{3}\n}}  // namespace {2}\n\n#endif\n",
+        guard, model.cppName, options.cppNamespace,
+        model.kind == Kind::Alert ? alertHeader(model) : instanceHeader(model));
+}
+
+std::string userSource(const Options& options, const ClassModel& model) {
+    std::string includes;
+    for (const Element* end : model.ends()) {
+        includes += "// #include \"" + end->referenceClass + ".h\"\n";
+    }
+    const std::string body =
+        model.kind == Kind::Alert
+            ? fmt::format(
+                  "bool {0}Provider::prepare(const Pegasus::OperationContext&, {0}&) {{\n"
+                  "    // FILL IN: properties that are the same for all alerts.\n"
+                  "    return true;\n}}\n",
+                  model.cppName)
+            : instanceSource(model);
+    return fmt::format(
+        "#include \"{0}Provider.h\"\n\n{1}{2}namespace {3} {{\n\n{4}\n"
+        "}}  // namespace {3}\n",
+        model.cppName, includes, includes.empty() ? "" : "\n", options.cppNamespace, body);
+}
+
+}  // namespace velmar_generator

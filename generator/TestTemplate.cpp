@@ -1,0 +1,161 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// The test that each class of a package begins with: it asserts what the hooks promise, whatever
+// the user fills in.
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "Names.h"
+#include "PackageWriters.h"
+
+namespace velmar_generator {
+
+namespace {
+
+// A key that no object of the user's is likely to have.
+std::string sampleKey(const ClassModel& model, const Element& key, bool absent) {
+    switch (key.type) {
+        case Pegasus::CIMTYPE_BOOLEAN:
+            return absent ? "false" : "true";
+        case Pegasus::CIMTYPE_STRING:
+            return absent ? "\"no such one\"" : "\"a test's own\"";
+        case Pegasus::CIMTYPE_DATETIME:
+            return fmt::format("Pegasus::CIMDateTime(\"20000101000000.00000{}+000\")",
+                               absent ? 1 : 0);
+        case Pegasus::CIMTYPE_CHAR16:
+            return absent ? "Pegasus::Char16('n')" : "Pegasus::Char16('t')";
+        case Pegasus::CIMTYPE_REFERENCE:
+            return fmt::format("paths::{}(Pegasus::CIMObjectPath(\"{}.TestKey=\\\"{}\\\"\"))",
+                               Scope().add(key.referenceClass), key.referenceClass,
+                               absent ? "none" : "test");
+        default:
+            return key.enumName.empty()
+                       ? (absent ? "98" : "99")
+                       : fmt::format("cim::Enumeration<{}::{}>::Number({})", model.cppName,
+                                     key.enumName, absent ? 98 : 99);
+    }
+}
+
+std::string sampleFunction(const ClassModel& model, bool absent) {
+    std::string keys;
+    for (const Element* key : model.keys()) {
+        keys +=
+            fmt::format("    object.keys.{} = {};\n", key->cppName, sampleKey(model, *key, absent));
+    }
+    return fmt::format("{0} {1}() {{\n    {0} object;\n{2}    return object;\n}}\n\n",
+                       model.cppName, absent ? "absent" : "sample", keys);
+}
+
+// A first required parameter that is not given is what a method refuses; where there is none, an
+// object that is not there.
+std::string methodTest(const ClassModel& model) {
+    std::string calls;
+    for (const Method& method : model.methods) {
+        const bool refuses = std::any_of(
+            method.parameters.begin(), method.parameters.end(),
+            [](const Element& parameter) { return parameter.isIn && parameter.isRequired; });
+        if (method.isStatic && !refuses) {
+            continue;
+        }
+        calls +=
+            fmt::format("    EXPECT_EQ(call({}, {}), Pegasus::{});\n",
+                        method.isStatic || refuses ? "sample()" : "absent()", quoted(method.name),
+                        refuses ? "CIM_ERR_INVALID_PARAMETER" : "CIM_ERR_NOT_FOUND");
+    }
+    if (calls.empty()) {
+        return "";
+    }
+    return fmt::format(
+        "TEST_F({0}Test, RefusesCallsThatCannotBe) {{\n"
+        "    const auto call = [&](const {0}& object, const char* method) {{\n"
+        "        velmar_kit::MethodResultRecorder recorder;\n        try {{\n"
+        "            provider->invokeMethod(Pegasus::OperationContext(), object.path(),\n"
+        "                                   Pegasus::CIMName(method),\n"
+        "                                   Pegasus::Array<Pegasus::CIMParamValue>(), recorder);\n"
+        "        }} catch (const Pegasus::CIMException& error) {{\n"
+        "            return error.getCode();\n        }}\n"
+        "        return Pegasus::CIM_ERR_SUCCESS;\n    }};\n{1}}}\n\n",
+        model.cppName, calls);
+}
+
+std::string instanceTest(const ClassModel& model) {
+    const std::string methods = methodTest(model);
+    std::string samples = sampleFunction(model, false);
+    if (methods.find("absent()") != std::string::npos) {
+        samples += sampleFunction(model, true);
+    }
+    return fmt::format(
+        "namespace {{\n\n{2}"
+        "// Without a server: the object as the server would make it, and handlers that record.\n"
+        "class {0}Test : public ::testing::Test {{\n protected:\n"
+        "    {0}Test() {{\n        provider->initialize(cimom);\n"
+        "        provider->add(sample());\n    }}\n"
+        "    ~{0}Test() override {{ provider->terminate(); }}  // deletes it\n"
+        "    Pegasus::CIMOMHandle cimom;\n"
+        "    {0}Provider* const provider = new {0}Provider;\n}};\n\n"
+        "TEST_F({0}Test, HandsOutTheSameByGetAndByEnumerate) {{\n"
+        "    velmar_kit::InstanceRecorder all;\n"
+        "    provider->enumerateInstances(Pegasus::OperationContext(), {0}::classPath(), false, "
+        "false,\n                                 Pegasus::CIMPropertyList(), all);\n"
+        "    ASSERT_FALSE(all.delivered.empty());\n"
+        "    for (const Pegasus::CIMInstance& instance : all.delivered) {{\n"
+        "        velmar_kit::InstanceRecorder one;\n"
+        "        provider->getInstance(Pegasus::OperationContext(), instance.getPath(), false, "
+        "false,\n                              Pegasus::CIMPropertyList(), one);\n"
+        "        ASSERT_EQ(one.delivered.size(), 1u);\n"
+        "        // Fits the class, with the same properties; values may have changed meanwhile.\n"
+        "        EXPECT_NO_THROW({0}::from(one.delivered[0]));\n"
+        "        EXPECT_EQ(one.delivered[0].getPropertyCount(), instance.getPropertyCount());\n"
+        "    }}\n}}\n\n"
+        "TEST_F({0}Test, KnowsEachObjectOnce) {{\n"
+        "    EXPECT_THROW(provider->add(sample()), Pegasus::CIMException);\n"
+        "    EXPECT_TRUE(provider->find(sample().path()).has_value());\n"
+        "    EXPECT_NO_THROW(provider->update(sample()));\n}}\n\n"
+        "{1}}}  // namespace\n",
+        model.cppName, methods, samples);
+}
+
+std::string alertTest(const ClassModel& model, const std::vector<ClassModel>& served) {
+    const auto element = std::find_if(served.begin(), served.end(), [](const ClassModel& one) {
+        return one.kind == Kind::Instances;
+    });
+    if (element == served.end()) {
+        return "// FILL IN: raise an alert about an element and see that it arrives.\n";
+    }
+    return fmt::format(
+        "namespace {{\n\n"
+        "class {0}Test : public velmar_kit::ServedPackage {{\n protected:\n"
+        "    {0}Test() : ServedPackage({{{{PACKAGE_SCHEMA}}, {{PACKAGE_REGISTRATION}}, "
+        "{{PACKAGE_MODULES}}}}) {{}}\n}};\n\n"
+        "TEST_F({0}Test, ReachesItsSubscriber) {{\n"
+        "    velmar_kit::Subscriber subscriber(server, {2});\n"
+        "    Pegasus::CIMOMHandle cimom;\n"
+        "    cim::raise(cimom, {0}(), {1}::classPath());\n"
+        "    EXPECT_EQ(subscriber.received().size(), 1u);\n}}\n\n}}  // namespace\n",
+        model.cppName, element->cppName, quoted(model.name));
+}
+
+}  // namespace
+
+std::string userTest(const Options& options, const ClassModel& model,
+                     const std::vector<ClassModel>& served) {
+    std::string includes =
+        fmt::format("#include \"{}Provider.h\"\n\n#include <gtest/gtest.h>\n", model.cppName);
+    if (model.kind == Kind::Alert) {
+        includes += "#include <velmar_kit/ServedPackage.h>\n";
+        for (const ClassModel& one : served) {
+            if (one.kind == Kind::Instances) {
+                includes += "\n#include \"" + one.cppName + ".h\"\n";
+                break;
+            }
+        }
+    } else {
+        includes += "#include <velmar_kit/Printers.h>\n#include <velmar_kit/RecordingHandlers.h>\n";
+    }
+    return fmt::format("{}\nusing namespace {};\n\n{}", includes, options.cppNamespace,
+                       model.kind == Kind::Alert ? alertTest(model, served) : instanceTest(model));
+}
+
+}  // namespace velmar_generator
