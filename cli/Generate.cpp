@@ -7,6 +7,7 @@
 
 #include "Commands.h"
 #include "GeneratorOptions.h"
+#include "MofIncludes.h"
 
 namespace velmar_cli {
 
@@ -23,7 +24,7 @@ struct GenerateOptions : GeneratorOptions {
 void writeDepfile(const GenerateOptions& options) {
     std::ofstream out(options.depfile);
     out << options.depfileTarget << ":";
-    for (const std::string& file : options.filesRead()) {
+    for (const std::string& file : withIncludes(options.schemas)) {
         out << " \\\n  ";
         for (const char c : file) {
             out << (c == ' ' || c == '#' ? "\\" : "") << c;

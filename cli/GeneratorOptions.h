@@ -24,8 +24,6 @@ struct GeneratorOptions {
     velmar_generator::Options resolved() const;
     /// Compiles the MOF files. Throws velmar_embedded::MofError.
     void compile(velmar_embedded::Repository& repository) const;
-    /// The MOF files and what they include, each once.
-    std::vector<std::string> filesRead() const;
 };
 
 }  // namespace velmar_cli

@@ -14,6 +14,7 @@
 
 #include "Commands.h"
 #include "GeneratorOptions.h"
+#include "MofIncludes.h"
 #include "Package.h"
 #include "generator/Package.h"
 
@@ -118,7 +119,7 @@ std::vector<GeneratedFile> mofFiles(const NewOptions& options, const std::string
     }
     files.push_back({top, text});
     const fs::path base = fs::absolute(options.schemas.front()).parent_path().lexically_normal();
-    for (const std::string& file : options.filesRead()) {
+    for (const std::string& file : withIncludes(options.schemas)) {
         const fs::path place = fs::absolute(file).lexically_normal().lexically_relative(base);
         if (place.empty() || *place.begin() == "..") {
             throw UsageError(file + ": is not in or below " + base.string() +

@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <set>
 
+#include "MofIncludes.h"
+
 namespace fs = std::filesystem;
 
 namespace velmar_cli {
@@ -49,12 +51,37 @@ Contents contentsOf(const std::string& folder) {
         } else if (lower(path.extension().string()) == ".mof") {
             const bool registers =
                 lower(path.filename().string()).find("registration") != std::string::npos;
-            (registers ? found.registrations : found.schemas).insert(path.string());
+            (registers ? found.registrations : found.schemas)
+                .insert(path.lexically_normal().string());
         } else if (isModule(path)) {
             found.modules.insert(path.parent_path().string());
         }
     }
     return found;
+}
+
+// What another file includes comes with that one.
+std::set<std::string> withoutIncluded(const std::set<std::string>& files) {
+    std::set<std::string> result = files;
+    for (const std::string& file : files) {
+        const std::vector<std::string> read = withIncludes({file});
+        for (size_t i = 1; i < read.size(); i++) {
+            result.erase(read[i]);
+        }
+    }
+    return result;
+}
+
+// Of a file that several build folders hold, the one in the first of them.
+std::set<std::string> onceEach(const std::set<std::string>& files) {
+    std::set<std::string> result;
+    std::set<std::string> names;
+    for (const std::string& file : files) {
+        if (names.insert(fs::path(file).filename().string()).second) {
+            result.insert(file);
+        }
+    }
+    return result;
 }
 
 void fill(std::vector<std::string>& list, const std::set<std::string>& found) {
@@ -80,8 +107,8 @@ void Package::addOptions(CLI::App& command) {
 void Package::resolve() {
     if (!folder.empty()) {
         const Contents found = contentsOf(folder);
-        fill(schemas, found.schemas);
-        fill(registrations, found.registrations);
+        fill(schemas, withoutIncluded(found.schemas));
+        fill(registrations, onceEach(found.registrations));
         fill(modules, found.modules);
     }
     const std::string place = folder.empty() ? "" : " in " + folder;

@@ -30,9 +30,10 @@ struct Package {
     /// Adds the options that name a package to a command.
     void addOptions(CLI::App& command);
 
-    /// Fills in what the folder holds: as registrations the files *registration*.mof, as schemas
-    /// all other *.mof (letter case does not count), as modules every folder with a lib*.so. Lists
-    /// that were given on the command line stay as they are. Throws UsageError when something is
+    /// Fills in what the folder holds: as registrations the files *registration*.mof, one of each
+    /// name, as schemas all other *.mof that none of them includes (letter case does not count), as
+    /// modules every folder with a lib*.so. Lists that were given on the command line stay as they
+    /// are. Throws UsageError when something is
     /// then missing.
     void resolve();
 

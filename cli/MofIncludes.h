@@ -1,0 +1,16 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+#ifndef VELMAR_CLI_MOFINCLUDES_H
+#define VELMAR_CLI_MOFINCLUDES_H
+
+#include <string>
+#include <vector>
+
+namespace velmar_cli {
+
+/// The MOF files and, after each, those that it includes, all of them once.
+std::vector<std::string> withIncludes(const std::vector<std::string>& files);
+
+}  // namespace velmar_cli
+
+#endif
