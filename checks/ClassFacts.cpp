@@ -149,6 +149,10 @@ ClassFacts::ClassFacts(const CIMClass& cimClass, const Array<CIMName>& lineage)
     }
 }
 
+bool ClassFacts::isSend(const CIMName& method) const {
+    return _isIndication && method == CIMName("send");
+}
+
 bool ClassFacts::isA(const CIMName& className) const {
     return std::find(_lineage.begin(), _lineage.end(), className) != _lineage.end();
 }

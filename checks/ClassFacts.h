@@ -72,6 +72,9 @@ class ClassFacts {
     /// Null if it is not declared.
     const Declared* property(const Pegasus::CIMName& name) const;
     const MethodFacts* method(const Pegasus::CIMName& name) const;
+    /// Whether it is the method through which alerts are raised, which the library serves for every
+    /// class of alerts, declared or not.
+    bool isSend(const Pegasus::CIMName& method) const;
 
     std::vector<std::string> propertyNames() const;
     std::vector<std::string> keyNames() const;

@@ -37,9 +37,11 @@ const Rule undeclaredOut{"method.undeclared-out-parameter", Severity::Error,
                          "A method delivered an out-parameter that it does not declare.",
                          "Correct the parameter's name, or declare it in the MOF with Out."};
 
-// The library's sendIndication adds it to every alert, whatever the class declares.
-bool isAddedByLibrary(const ClassFacts& facts, const std::string& parameter) {
-    return facts.isIndication() && parameter == "AlertingManagedElement";
+// The parameters of "send" become the alert's properties.
+bool isPropertyOfAlert(const ClassFacts& facts, const CIMName& method,
+                       const std::string& parameter) {
+    const String name(parameter.c_str());
+    return facts.isSend(method) && CIMName::legal(name) && facts.property(CIMName(name));
 }
 
 std::string element(const MethodFacts& method, const std::string& parameter) {
@@ -74,6 +76,9 @@ RuleList methodRules() {
 const MethodFacts* checkCall(const Report& report, const ClassFacts& facts, const CIMName& name,
                              const Array<CIMParamValue>& inParameters) {
     const MethodFacts* method = facts.method(name);
+    if (!method && facts.isSend(name)) {
+        return nullptr;
+    }
     if (!method) {
         const std::string near = didYouMean(textOf(name), facts.methodNames());
         report.add(undeclared, textOf(name),
@@ -87,7 +92,7 @@ const MethodFacts* checkCall(const Report& report, const ClassFacts& facts, cons
         const CIMValue value = inParameters[i].getValue();
         const Declared* declared = method->parameter(parameter);
         if (!declared) {
-            if (!isAddedByLibrary(facts, parameter)) {
+            if (!isPropertyOfAlert(facts, name, parameter)) {
                 report.add(unknownParameter, element(*method, parameter),
                            called + "parameter " + parameter + ", which it does not declare" +
                                didYouMean(parameter, method->parameterNames()));

@@ -44,13 +44,9 @@ const Rule notAnIndication{
     "Qualify the class with Indication in the MOF, and derive it from CIM_AlertIndication."};
 const Rule alertSuperclass{
     "registration.alert-superclass", Severity::Warning,
-    "A class with the method send is registered for indications, but is no CIM_AlertIndication: "
+    "A class is registered for indications and methods, but is no CIM_AlertIndication: "
     "subscribers to alerts do not get it, and the properties of an alert are lost.",
     "Derive the class from CIM_AlertIndication."};
-const Rule noSend{"registration.no-send", Severity::Warning,
-                  "A class is registered for indications and methods, but declares no method send, "
-                  "which sendIndication calls.",
-                  "Declare sint32 send(...) in the MOF, or drop 5 (method) from ProviderType."};
 const Rule unknownMethod{"registration.unknown-method", Severity::Error,
                          "SupportedMethods names a method that the class does not declare.",
                          "Correct the name, or declare the method in the MOF."};
@@ -120,13 +116,9 @@ void checkTypes(const Report& report, const ClassFacts& facts, const Same& same)
     if (!indication || !hasType(same, ProviderType::Method)) {
         return;
     }
-    if (!facts.method(CIMName("send"))) {
-        report.add(noSend, "send",
-                   "is registered for indications and methods, but declares no method send, which "
-                   "sendIndication calls; declare sint32 send(...)");
-    } else if (!facts.isA(CIMName("CIM_AlertIndication"))) {
+    if (!facts.isA(CIMName("CIM_AlertIndication"))) {
         report.add(alertSuperclass, "",
-                   "has the method send, but is not derived from CIM_AlertIndication, so that "
+                   "is registered for alerts, but is not derived from CIM_AlertIndication, so that "
                    "subscribers to alerts miss it; derive it");
     }
 }
@@ -142,7 +134,7 @@ void checkMethods(const Report& report, const ClassFacts& facts, const Same& sam
         served.insert(served.end(), one->methods.begin(), one->methods.end());
     }
     for (const CIMName& method : served) {
-        if (!facts.method(method)) {
+        if (!facts.method(method) && !facts.isSend(method)) {
             report.add(unknownMethod, textOf(method),
                        "SupportedMethods names " + textOf(method) +
                            ", which the class does not declare" +
@@ -297,9 +289,9 @@ struct NoCase {
 
 RuleList registrationRules() {
     return {&unknownNamespace, &unknownClass,     &associationType,  &notAnAssociation,
-            &indicationType,   &notAnIndication,  &alertSuperclass,  &noSend,
-            &unknownMethod,    &unservedMethod,   &unservedSubclass, &classAndSubclass,
-            &keyless,          &unknownReference, &tooFewEnds};
+            &indicationType,   &notAnIndication,  &alertSuperclass,  &unknownMethod,
+            &unservedMethod,   &unservedSubclass, &classAndSubclass, &keyless,
+            &unknownReference, &tooFewEnds};
 }
 
 void checkRegistrations(Findings& findings, SchemaFacts& schema,

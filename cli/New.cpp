@@ -155,6 +155,9 @@ void writeMissing(const std::string& folder, const std::vector<GeneratedFile>& f
 
 ExitCode create(NewOptions& options) {
     velmar_generator::Options generator = options.resolved();
+    while (options.folder.size() > 1 && options.folder.back() == '/') {
+        options.folder.pop_back();
+    }
     if (generator.module.empty()) {
         generator.module = moduleName(options.folder);
     }

@@ -125,13 +125,6 @@ const std::vector<Mistake> mistakes{
      [](auto& p) { replace(p.schema, "ACME_FanAlert : CIM_AlertI", "ACME_FanAlert : CIM_I"); },
      "registration.alert-superclass",
      {"derive it"}},
-    {"no send in the class",
-     [](auto& p) {
-         replace(p.schema, "sint32 send(string AlertingManagedElement);", "");
-         p.alertTypes[0].supportedMethods.clear();
-     },
-     "registration.no-send",
-     {"ACME_FanAlert", "sint32 send"}},
     {"SupportedMethods misspelt",
      [](auto& p) { p.alertTypes[0].supportedMethods = {"Sent"}; },
      "registration.unknown-method",
