@@ -65,10 +65,10 @@ std::string keysStruct(const ClassModel& model) {
     for (const Element* key : model.keys()) {
         text += declaration(*key, 8);
         same +=
-            fmt::format("{}a.{} == b.{}", same.empty() ? "" : " && ", key->cppName, key->cppName);
+            fmt::format("{}_a.{} == _b.{}", same.empty() ? "" : " && ", key->cppName, key->cppName);
     }
     return text + fmt::format(
-                      "        friend bool operator==(const Keys& a, const Keys& b) {{\n"
+                      "        friend bool operator==(const Keys& _a, const Keys& _b) {{\n"
                       "            return {};\n        }}\n    }};\n    Keys keys;\n\n",
                       same);
 }
@@ -81,14 +81,14 @@ std::string constructors(const ClassModel& model) {
     if (keys.empty()) {
         return text;
     }
-    text += fmt::format("    explicit {}(const Keys& with) : keys(with) {{}}\n", model.cppName);
+    text += fmt::format("    explicit {}(const Keys& _with) : keys(_with) {{}}\n", model.cppName);
     if (keys.size() <= 3) {
         std::string parameters;
         std::string body;
         for (const Element* key : keys) {
-            parameters += fmt::format("{}const cim::Property<{}>& with{}",
+            parameters += fmt::format("{}const cim::Property<{}>& _with{}",
                                       parameters.empty() ? "" : ", ", key->cppType, key->cppName);
-            body += fmt::format("        keys.{} = with{};\n", key->cppName, key->cppName);
+            body += fmt::format("        keys.{} = _with{};\n", key->cppName, key->cppName);
         }
         text += fmt::format("    {}{}({}) {{\n{}    }}\n", keys.size() == 1 ? "explicit " : "",
                             model.cppName, parameters, body);
@@ -102,7 +102,7 @@ std::string pathFunctions(const ClassModel& model) {
     }
     std::string keys;
     for (const Element* key : model.keys()) {
-        keys += fmt::format("        cim::addKey(bindings, names().{}, keys.{}, {});\n",
+        keys += fmt::format("        cim::addKey(_bindings, names().{}, keys.{}, {});\n",
                             key->cppName, key->cppName, place(model, *key));
     }
     return fmt::format(
@@ -113,26 +113,23 @@ std::string pathFunctions(const ClassModel& model) {
         "    /// Of all instances of the class.\n"
         "    static Path classPath() {{ return Path::classPath(); }}\n\n"
         "    Pegasus::Array<Pegasus::CIMKeyBinding> keyBindings() const {{\n"
-        "        Pegasus::Array<Pegasus::CIMKeyBinding> bindings;\n"
-        "        bindings.reserveCapacity({});\n{}        return bindings;\n    }}\n\n",
+        "        Pegasus::Array<Pegasus::CIMKeyBinding> _bindings;\n"
+        "        _bindings.reserveCapacity({});\n{}        return _bindings;\n    }}\n\n",
         model.keys().size(), keys);
 }
 
 std::string instanceFunctions(const ClassModel& model) {
     std::string adds;
     for (const Element& property : model.properties) {
-        adds += fmt::format("        cim::add(object, names().{}, {});\n", property.cppName,
+        adds += fmt::format("        cim::add(_object, names().{}, {});\n", property.cppName,
                             memberOf(property));
-    }
-    if (model.isIndication) {
-        return "";
     }
     if (model.keys().empty()) {
         return fmt::format(
             "    /// With the properties that are not null, and without keys.\n"
             "    Pegasus::CIMInstance instance() const {{\n"
-            "        Pegasus::CIMInstance object(className());\n{}"
-            "        return object;\n    }}\n",
+            "        Pegasus::CIMInstance _object(className());\n{}"
+            "        return _object;\n    }}\n",
             adds);
     }
     return fmt::format(
@@ -140,27 +137,25 @@ std::string instanceFunctions(const ClassModel& model) {
         "    /// client it makes no difference, and to the server less work.\n"
         "    Pegasus::CIMInstance instance() const {{ return instance(path().object()); }}\n"
         "    /// The same at a path that is known already.\n"
-        "    Pegasus::CIMInstance instance(const Pegasus::CIMObjectPath& at) const {{\n"
-        "        Pegasus::CIMInstance object(className());\n        object.setPath(at);\n{}"
-        "        return object;\n    }}\n",
+        "    Pegasus::CIMInstance instance(const Pegasus::CIMObjectPath& _at) const {{\n"
+        "        Pegasus::CIMInstance _object(className());\n        _object.setPath(_at);\n{}"
+        "        return _object;\n    }}\n",
         adds);
 }
 
 std::string fromFunction(const ClassModel& model) {
-    if (model.isIndication) {
-        return "";
-    }
     const std::string keys =
-        model.keys().empty() ? "" : "        cim::checkKeys(given, object.keyBindings());\n";
+        model.keys().empty() ? "" : "        cim::checkKeys(_given, _object.keyBindings());\n";
     return fmt::format(
         "    /// Throws CIMException (CIM_ERR_INVALID_PARAMETER), with what was found and what "
         "was\n"
         "    /// expected, for an instance of another class, a property that the class does not\n"
         "    /// declare or of another type, and a key that is missing or not what the path says.\n"
         "    /// Qualifiers are left behind.\n"
-        "    static {0} from(const Pegasus::CIMInstance& given) {{\n"
-        "        {0} object;\n"
-        "        cim::readAll(given, object, members(), {1});\n{2}        return object;\n    }}\n",
+        "    static {0} from(const Pegasus::CIMInstance& _given) {{\n"
+        "        {0} _object;\n"
+        "        cim::readAll(_given, _object, members(), {1});\n{2}        return _object;\n    "
+        "}}\n",
         model.cppName, model.properties.size(), keys);
 }
 
@@ -171,26 +166,27 @@ std::string alertFunctions(const ClassModel& model) {
     std::string adds;
     std::string parameters;
     for (const Element& property : model.properties) {
-        adds += fmt::format("        cim::addUnlessThere(object, names().{}, {});\n",
-                            property.cppName, property.cppName);
+        adds += fmt::format("        cim::replace(_object, names().{}, {});\n", property.cppName,
+                            property.cppName);
         if (property.name != "AlertingManagedElement") {  // sendIndication adds it
-            parameters += fmt::format("        cim::add(result, {}, {});\n", quoted(property.name),
+            parameters += fmt::format("        cim::add(_result, {}, {});\n", quoted(property.name),
                                       property.cppName);
         }
     }
     return fmt::format(
         "    /// What the sender of an alert gives: the properties that are not null.\n"
         "    Pegasus::Array<Pegasus::CIMParamValue> parameters() const {{\n"
-        "        Pegasus::Array<Pegasus::CIMParamValue> result;\n{}        return result;\n    }}\n"
+        "        Pegasus::Array<Pegasus::CIMParamValue> _result;\n{}        return _result;\n    "
+        "}}\n"
         "    /// Sets the property of that name, if there is one and the value is of its type.\n"
-        "    void take(const Pegasus::String& name, const Pegasus::CIMValue& value) {{\n"
-        "        if (!Pegasus::CIMName::legal(name)) {{\n            return;\n        }}\n"
-        "        const std::size_t place = cim::findMember(members(), {}, "
-        "Pegasus::CIMName(name), 0);\n"
-        "        if (place < {} && members()[place].fits(value)) {{\n"
-        "            members()[place].read(*this, value);\n        }}\n    }}\n"
-        "    /// Adds the properties that are not null, unless the instance has them.\n"
-        "    void addTo(Pegasus::CIMInstance& object) const {{\n{}    }}\n",
+        "    void take(const Pegasus::String& _name, const Pegasus::CIMValue& _value) {{\n"
+        "        if (!Pegasus::CIMName::legal(_name)) {{\n            return;\n        }}\n"
+        "        const std::size_t _place = cim::findMember(members(), {}, "
+        "Pegasus::CIMName(_name), 0);\n"
+        "        if (_place < {} && members()[_place].fits(_value)) {{\n"
+        "            members()[_place].read(*this, _value);\n        }}\n    }}\n"
+        "    /// Sets the properties that are not null.\n"
+        "    void addTo(Pegasus::CIMInstance& _object) const {{\n{}    }}\n",
         parameters, model.properties.size(), model.properties.size(), adds);
 }
 
@@ -202,26 +198,29 @@ std::string tables(const ClassModel& model) {
                              quoted(property.name));
         members += fmt::format(
             "            {{names().{0},\n"
-            "             []({1}& object, const Pegasus::CIMValue& value) {{\n"
-            "                 cim::read(value, object.{2}, {3});\n             }},\n"
+            "             []({1}& _object, const Pegasus::CIMValue& _value) {{\n"
+            "                 cim::read(_value, _object.{2}, {3});\n             }},\n"
             "             &cim::fits<{4}>}},\n",
             property.cppName, model.cppName, memberOf(property), place(model, property),
             property.cppType);
     }
     std::string text = fmt::format(
-        " private:\n    // Made once: a name is checked letter by letter when it is made.\n"
+        " private:\n    // Made once: a name is checked letter by letter when it is made. Hidden, "
+        "since the dynamic\n"
+        "    // linker would give the tables of one module to every other with a class of this "
+        "name.\n"
         "    struct Names {{\n{}    }};\n"
-        "    static const Names& names() {{\n        static const Names all;\n"
-        "        return all;\n    }}\n",
+        "    [[gnu::visibility(\"hidden\")]] static const Names& names() {{\n"
+        "        static const Names _all;\n        return _all;\n    }}\n",
         names);
     if (model.properties.empty()) {
         text += fmt::format("    static const cim::Member<{}>* members() {{ return nullptr; }}\n",
                             model.cppName);
     } else {
         text += fmt::format(
-            "    static const cim::Member<{0}>* members() {{\n"
-            "        static const cim::Member<{0}> all[] = {{\n{1}        }};\n"
-            "        return all;\n    }}\n",
+            "    [[gnu::visibility(\"hidden\")]] static const cim::Member<{0}>* members() {{\n"
+            "        static const cim::Member<{0}> _all[] = {{\n{1}        }};\n"
+            "        return _all;\n    }}\n",
             model.cppName, members);
     }
     return text;
@@ -278,7 +277,7 @@ std::string pathsHeader(const Options& options, const std::vector<PathClass>& cl
                     "too.",
                     {"Support.h"});
     text += fmt::format("namespace {} {{\nnamespace paths {{\n\n", options.cppNamespace);
-    text += "inline const cim::Parent parents[] = {\n";
+    text += "[[gnu::visibility(\"hidden\")]] inline const cim::Parent parents[] = {\n";
     for (const PathClass& one : classes) {
         text += fmt::format("    {{{}, {}}},\n", quoted(one.name),
                             one.superclass.empty() ? "nullptr" : quoted(one.superclass));
@@ -298,9 +297,10 @@ std::string pathsHeader(const Options& options, const std::vector<PathClass>& cl
             "Checked()) {{}}\n"
             "    static {0} classPath() {{\n"
             "        return {0}(cim::localPath(nameSpace(), className(), {{}}));\n    }}\n"
-            "    static const Pegasus::CIMName& className() {{\n"
+            "    [[gnu::visibility(\"hidden\")]] static const Pegasus::CIMName& className() {{\n"
             "        static const Pegasus::CIMName name({2});\n        return name;\n    }}\n"
-            "    static const Pegasus::CIMNamespaceName& nameSpace() {{\n"
+            "    [[gnu::visibility(\"hidden\")]] static const Pegasus::CIMNamespaceName& "
+            "nameSpace() {{\n"
             "        static const Pegasus::CIMNamespaceName name({3});\n        return name;\n"
             "    }}\n\n protected:\n"
             "    {0}(const Pegasus::CIMObjectPath& path, Checked checked) : {1}(path, checked) "

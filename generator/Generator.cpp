@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <map>
 #include <set>
 #include <sstream>
 
@@ -27,12 +29,19 @@ namespace {
 std::vector<PathClass> pathClasses(const Reader& reader, const std::vector<ClassModel>& models) {
     std::vector<PathClass> result;
     std::set<std::string> known;
+    std::map<std::string, std::string> cppNames;
     const auto take = [&](const std::string& name) {
         // A class that the schema leaves out, as it may those of references nobody uses.
         const std::vector<std::string> lineage =
             reader.has(name) ? reader.lineage(name) : std::vector<std::string>{name};
         for (size_t i = lineage.size(); i-- > 0;) {
             if (known.insert(lineage[i]).second) {
+                const auto same = cppNames.insert({Scope().add(lineage[i]), lineage[i]});
+                if (!same.second) {
+                    throw GeneratorError(fmt::format("classes {} and {} would both be {} in C++",
+                                                     same.first->second, lineage[i],
+                                                     same.first->first));
+                }
                 result.push_back({lineage[i], i + 1 < lineage.size() ? lineage[i + 1] : ""});
             }
         }
@@ -59,10 +68,13 @@ std::vector<PathClass> pathClasses(const Reader& reader, const std::vector<Class
 // meet in one server.
 std::string support(const char* text, const std::string& cppNamespace) {
     std::string result = text;
-    const std::string placeholder = "velmar_generated";
-    for (size_t at = result.find(placeholder); at != std::string::npos;
-         at = result.find(placeholder, at)) {
-        result.replace(at, placeholder.size(), cppNamespace);
+    for (const auto& [placeholder, name] :
+         {std::pair<std::string, std::string>{"velmar_generated", cppNamespace},
+          {"VELMAR_GENERATED_", "VELMAR_GENERATED_" + cppNamespace + "_"}}) {
+        for (size_t at = result.find(placeholder); at != std::string::npos;
+             at = result.find(placeholder, at + name.size())) {
+            result.replace(at, placeholder.size(), name);
+        }
     }
     return result;
 }
@@ -83,6 +95,19 @@ void checkOptions(const Options& options) {
     }
 }
 
+// The library raises alerts and looks for associations in this namespace only.
+void checkNamespace(const Options& options, const ClassModel& model) {
+    const char* const usual = "root/velmar_remote";
+    const bool isBound = model.kind == Kind::Alert || model.kind == Kind::Association;
+    if (isBound && Pegasus::CIMNamespaceName(options.cimNamespace.c_str()) !=
+                       Pegasus::CIMNamespaceName(usual)) {
+        throw GeneratorError(fmt::format(
+            "class {} is {}, which the library serves in the namespace {} only, not in {}",
+            model.name, model.kind == Kind::Alert ? "an indication" : "an association", usual,
+            options.cimNamespace));
+    }
+}
+
 std::vector<ClassModel> readClasses(const Reader& reader, const Options& options) {
     std::vector<ClassModel> models;
     for (const std::string& name : options.classes) {
@@ -91,6 +116,7 @@ std::vector<ClassModel> readClasses(const Reader& reader, const Options& options
             throw GeneratorError("class " + model.name +
                                  " is abstract: there are no instances of it; name a subclass");
         }
+        checkNamespace(options, model);
         const bool isKnown = std::any_of(models.begin(), models.end(), [&](const ClassModel& one) {
             return one.name == model.name;
         });
@@ -129,24 +155,47 @@ std::vector<GeneratedFile> generate(const velmar_embedded::Repository& schema,
     return files;
 }
 
+namespace {
+
+std::string textOf(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void writeFile(const fs::path& path, const std::string& text) {
+    std::ofstream out(path, std::ios::binary);
+    out << text;
+    out.close();
+    if (!out) {
+        throw fs::filesystem_error("cannot write", path, std::make_error_code(std::errc::io_error));
+    }
+}
+
+}  // namespace
+
 void writeFiles(const std::string& folder, const std::vector<GeneratedFile>& files) {
+    std::string listed;
+    std::set<std::string> names;
     for (const GeneratedFile& file : files) {
         const fs::path path = fs::path(folder) / file.path;
         fs::create_directories(path.parent_path());
-        std::ifstream old(path, std::ios::binary);
-        std::stringstream text;
-        text << old.rdbuf();
-        if (old && text.str() == file.text) {
-            continue;
+        if (!fs::exists(path) || textOf(path) != file.text) {
+            writeFile(path, file.text);
         }
-        old.close();
-        std::ofstream out(path, std::ios::binary);
-        out << file.text;
-        out.close();
-        if (!out) {
-            throw fs::filesystem_error("cannot write", path,
-                                       std::make_error_code(std::errc::io_error));
+        listed += file.path + "\n";
+        names.insert(file.path);
+    }
+    // What an earlier call wrote and nobody writes any more would still be compiled against.
+    const fs::path list = fs::path(folder) / ".velmar-generated";
+    const std::string before = textOf(list);
+    std::istringstream lines(before);
+    for (std::string name; std::getline(lines, name);) {
+        if (names.count(name) == 0) {
+            fs::remove(fs::path(folder) / name);
         }
+    }
+    if (listed != before) {
+        writeFile(list, listed);
     }
 }
 

@@ -42,8 +42,9 @@ struct GeneratedFile {
 std::vector<GeneratedFile> generate(const velmar_embedded::Repository& schema,
                                     const Options& options);
 
-/// Writes the files into the folder; those that are there already with the same text stay as they
-/// are, and so do foreign files. Throws std::filesystem::filesystem_error.
+/// Writes the files into the folder. Those that are there already with the same text stay as they
+/// are, and so do foreign files; what an earlier call wrote there and this one does not is removed
+/// (a hidden file lists it). Throws std::filesystem::filesystem_error.
 void writeFiles(const std::string& folder, const std::vector<GeneratedFile>& files);
 
 }  // namespace velmar_generator

@@ -93,8 +93,8 @@ std::string number(const std::string& text, CIMType type) {
     errno = 0;
     if (isSigned(type)) {
         const long long value = std::strtoll(text.c_str(), &end, 0);
-        const unsigned free = 64 - bits(type);
-        const bool fits = free == 0 || ((value << free) >> free) == value;
+        const long long limit = bits(type) == 64 ? 0 : 1LL << (bits(type) - 1);
+        const bool fits = limit == 0 || (value >= -limit && value < limit);
         // The least one has no literal of its own.
         return *end != '\0' || errno != 0 || !fits || value == INT64_MIN
                    ? ""
@@ -108,8 +108,9 @@ std::string number(const std::string& text, CIMType type) {
 }
 
 // The named values of a ValueMap; without one, Values count from 0 (DSP0004).
+// `typeName` is the name of what they become members of.
 template <class Feature>
-void readValues(const Feature& feature, Element& element) {
+void readValues(const Feature& feature, Element& element, const std::string& typeName) {
     const std::vector<std::string> values = textsOf(feature, "Values");
     std::vector<std::string> map = textsOf(feature, "ValueMap");
     const bool isText = element.type == CIMTYPE_STRING;
@@ -121,7 +122,7 @@ void readValues(const Feature& feature, Element& element) {
     if (!isText && !isInteger(element.type)) {
         return;
     }
-    Scope scope;
+    Scope scope({typeName});
     for (size_t i = 0; i < map.size(); i++) {
         const std::string value = isText ? quoted(map[i]) : number(map[i], element.type);
         if (!value.empty()) {
@@ -139,8 +140,9 @@ const char* plainType(CIMType type) {
     return names[type];
 }
 
+// `typeName` is that of the enumeration of its values, if they have names.
 template <class Feature>
-Element readElement(const Feature& feature, const std::string& name) {
+Element readElement(const Feature& feature, const std::string& name, const std::string& typeName) {
     Element element;
     element.name = name;
     element.description = textOf(feature, "Description");
@@ -153,7 +155,7 @@ Element readElement(const Feature& feature, const std::string& name) {
             element.type = CIMTYPE_INSTANCE;
         }
     }
-    readValues(feature, element);
+    readValues(feature, element, typeName);
     return element;
 }
 
@@ -172,33 +174,6 @@ void nameType(Element& element, const std::string& enumName, Scope& scope,
         type = std::string("Pegasus::") + plainType(element.type);
     }
     element.cppType = element.isArray ? "std::vector<" + type + ">" : type;
-}
-
-Method readMethod(const CIMConstMethod& method, Scope& functions, Scope& types,
-                  const std::string& className) {
-    Method result;
-    result.name = utf8(method.getName());
-    result.cppName = functions.add(result.name);
-    result.description = textOf(method, "Description");
-    result.isStatic = isTrue(method, "Static");
-    result.result = readElement(method, result.name);
-    nameType(result.result, result.name + "Result", types, className + "::");
-    Scope names({"context", "self", result.cppName});
-    for (Uint32 i = 0; i < method.getParameterCount(); i++) {
-        const CIMConstParameter parameter = method.getParameter(i);
-        Element element = readElement(parameter, utf8(parameter.getName()));
-        element.isArray = parameter.isArray();
-        element.isIn = isTrue(parameter, "In", true);
-        element.isOut = isTrue(parameter, "Out");
-        element.isRequired = isTrue(parameter, "Required");
-        if (element.type == CIMTYPE_REFERENCE) {
-            element.referenceClass = utf8(parameter.getReferenceClassName());
-        }
-        element.cppName = names.add(element.name);
-        nameType(element, result.name + element.name + "Value", types, className + "::");
-        result.parameters.push_back(element);
-    }
-    return result;
 }
 
 // What a provider of the class can be based on.
@@ -281,6 +256,38 @@ std::string Reader::suggestion(const std::string& name) const {
     return result;
 }
 
+std::string Reader::declared(const std::string& name) const {
+    return has(name) ? lineage(name).front() : name;
+}
+
+Method Reader::readMethod(const CIMConstMethod& method, Scope& functions, Scope& types,
+                          const std::string& className) const {
+    Method result;
+    result.name = utf8(method.getName());
+    result.cppName = functions.add(result.name);
+    result.description = textOf(method, "Description");
+    result.isStatic = isTrue(method, "Static");
+    result.result = readElement(method, result.name, result.name + "Result");
+    nameType(result.result, result.name + "Result", types, className + "::");
+    Scope names({"context", "self", result.cppName});
+    for (Uint32 i = 0; i < method.getParameterCount(); i++) {
+        const CIMConstParameter parameter = method.getParameter(i);
+        const std::string name = utf8(parameter.getName());
+        Element element = readElement(parameter, name, result.name + name + "Value");
+        element.isArray = parameter.isArray();
+        element.isIn = isTrue(parameter, "In", true);
+        element.isOut = isTrue(parameter, "Out");
+        element.isRequired = isTrue(parameter, "Required");
+        if (element.type == CIMTYPE_REFERENCE) {
+            element.referenceClass = declared(utf8(parameter.getReferenceClassName()));
+        }
+        element.cppName = names.add(element.name);
+        nameType(element, result.name + element.name + "Value", types, className + "::");
+        result.parameters.push_back(element);
+    }
+    return result;
+}
+
 ClassModel Reader::read(const std::string& name) const {
     if (!has(name)) {
         throw GeneratorError("class " + name + " is not in the schema" + suggestion(name));
@@ -299,12 +306,13 @@ ClassModel Reader::read(const std::string& name) const {
                    "keyBindings"});
     for (Uint32 i = 0; i < cimClass.getPropertyCount(); i++) {
         const CIMConstProperty property = cimClass.getProperty(i);
-        Element element = readElement(property, utf8(property.getName()));
+        const std::string propertyName = utf8(property.getName());
+        Element element = readElement(property, propertyName, propertyName + "Value");
         element.isArray = property.isArray();
         element.isKey = isTrue(property, "Key");
         element.origin = utf8(property.getClassOrigin());
         if (element.type == CIMTYPE_REFERENCE) {
-            element.referenceClass = utf8(property.getReferenceClassName());
+            element.referenceClass = declared(utf8(property.getReferenceClassName()));
         }
         element.cppName = members.add(element.name);
         model.properties.push_back(element);

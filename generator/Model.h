@@ -5,6 +5,7 @@
 #ifndef VELMAR_GENERATOR_MODEL_H
 #define VELMAR_GENERATOR_MODEL_H
 
+#include <Pegasus/Common/CIMMethod.h>
 #include <Pegasus/Common/CIMType.h>
 #include <velmar_embedded/schema/Repository.h>
 
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "Generator.h"
+#include "Names.h"
 
 namespace velmar_generator {
 
@@ -80,6 +82,10 @@ class Reader {
 
  private:
     std::string suggestion(const std::string& name) const;
+    /// The name in its declared spelling.
+    std::string declared(const std::string& name) const;
+    Method readMethod(const Pegasus::CIMConstMethod& method, Scope& functions, Scope& types,
+                      const std::string& className) const;
 
     const velmar_embedded::Repository& _schema;
     Pegasus::CIMNamespaceName _nameSpace;

@@ -46,41 +46,41 @@ std::string hook(const ClassModel& model, const Method& method) {
 std::string call(const ClassModel& model, const Method& method) {
     std::string declared;
     std::string before;
-    std::string arguments = "context";
+    std::string arguments = "_context";
     std::string after;
     if (!method.isStatic) {
-        before += fmt::format("            const {0} self = cim::calledOn<{0}>(instance);\n",
+        before += fmt::format("            const {0} _self = cim::calledOn<{0}>(_instance);\n",
                               model.cppName);
-        arguments += ", self";
+        arguments += ", _self";
     }
     for (const Element& parameter : method.parameters) {
         declared += quoted(parameter.name) + ", ";
-        const std::string local = "the" + parameter.cppName;
+        const std::string local = "_the" + parameter.cppName;
         if (parameter.isRequired && parameter.isIn && !parameter.isOut) {
-            before += fmt::format("            const auto {} = given.required<{}>({});\n", local,
+            before += fmt::format("            const auto {} = _given.required<{}>({});\n", local,
                                   parameter.cppType, quoted(parameter.name));
         } else {
             before += fmt::format("            cim::Property<{}> {};\n", parameter.cppType, local);
         }
         if (parameter.isIn && parameter.isRequired && parameter.isOut) {
-            before += fmt::format("            {} = given.required<{}>({});\n", local,
+            before += fmt::format("            {} = _given.required<{}>({});\n", local,
                                   parameter.cppType, quoted(parameter.name));
         } else if (parameter.isIn && !parameter.isRequired) {
             before +=
-                fmt::format("            given.get({}, {});\n", quoted(parameter.name), local);
+                fmt::format("            _given.get({}, {});\n", quoted(parameter.name), local);
         }
         arguments += ", " + local;
         if (parameter.isOut) {
-            after += fmt::format("            cim::add(outParameters, {}, {});\n",
+            after += fmt::format("            cim::add(_outParameters, {}, {});\n",
                                  quoted(parameter.name), local);
         }
     }
     return fmt::format(
-        "        if (methodName == Pegasus::CIMName({})) {{\n"
-        "            static const char* const declared[] = {{{}nullptr}};\n"
-        "            const cim::InParameters given(inParameters, declared);\n{}"
-        "            const {} result = {}({});\n{}"
-        "            return cim::valueOf(result);\n        }}\n",
+        "        if (_methodName == Pegasus::CIMName({})) {{\n"
+        "            const char* const _declared[] = {{{}nullptr}};\n"
+        "            const cim::InParameters _given(_inParameters, _declared);\n{}"
+        "            const {} _result = {}({});\n{}"
+        "            return cim::valueOf(_result);\n        }}\n",
         quoted(method.name), declared, before, resultType(method), method.cppName, arguments,
         after);
 }
@@ -96,18 +96,18 @@ std::string dispatch(const ClassModel& model) {
         usesInstance = usesInstance || !method.isStatic;
     }
     return fmt::format(
-        "\n    Pegasus::CIMValue callMethod(const Pegasus::OperationContext& context,\n"
+        "\n    Pegasus::CIMValue callMethod(const Pegasus::OperationContext& _context,\n"
         "                                 const Pegasus::CIMInstance&{},\n"
-        "                                 const Pegasus::CIMName& methodName,\n"
+        "                                 const Pegasus::CIMName& _methodName,\n"
         "                                 const Pegasus::Array<Pegasus::CIMParamValue>& "
-        "inParameters,\n"
-        "                                 Pegasus::Array<Pegasus::CIMParamValue>& outParameters) "
+        "_inParameters,\n"
+        "                                 Pegasus::Array<Pegasus::CIMParamValue>& _outParameters) "
         "override {{\n{}{}"
         "        throw Pegasus::CIMException(Pegasus::CIM_ERR_METHOD_NOT_FOUND, "
-        "methodName.getString());\n    }}\n",
-        usesInstance ? " instance" : "",
-        calls.find("outParameters") == std::string::npos
-            ? "        static_cast<void>(outParameters);\n"
+        "_methodName.getString());\n    }}\n",
+        usesInstance ? " _instance" : "",
+        calls.find("_outParameters") == std::string::npos
+            ? "        static_cast<void>(_outParameters);\n"
             : "",
         calls);
 }
@@ -133,8 +133,8 @@ std::string constructor(const ClassModel& model) {
         "    /// For more than some thousand objects: `chains` as in\n"
         "    /// velmar_remote::InstanceCache's constructor.\n"
         "    explicit {}ProviderBase(Pegasus::Uint32 chains = 0)\n"
-        "        : Provider({}{}, chains) {{}}\n",
-        model.cppName, quoted(model.name), ends);
+        "        : cim::Provider<{}, {}>({}{}, chains) {{}}\n",
+        model.cppName, model.cppName, baseOf(model), quoted(model.name), ends);
 }
 
 std::string alertBase(const ClassModel& model, bool enriched) {

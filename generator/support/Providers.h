@@ -26,7 +26,8 @@ namespace cim {
 /// Raises an alert about an element; see velmar_remote::sendIndication for what may go wrong. Not
 /// with a mutex held that the element's provider takes.
 template <class Alert>
-void raise(Pegasus::CIMOMHandle& cimom, const Alert& alert, const AnyPath& element) {
+void raise(const Alert& alert, const AnyPath& element) {
+    Pegasus::CIMOMHandle cimom;  // which the library does not look at
     Pegasus::Array<Pegasus::CIMParamValue> parameters = alert.parameters();
     velmar_remote::sendIndication(cimom, Pegasus::OperationContext(), element.object(),
                                   Alert::className(), parameters);
@@ -127,11 +128,11 @@ class Provider : public Base {
     /// Raises an alert about an element. Not in refresh.
     template <class Alert>
     void raise(const Alert& alert, const AnyPath& element) {
-        cim::raise(this->_cimom, alert, element);
+        cim::raise(alert, element);
     }
     template <class Alert, class Element, class = typename Element::Keys>
     void raise(const Alert& alert, const Element& element) {
-        cim::raise(this->_cimom, alert, element.path());
+        cim::raise(alert, element.path());
     }
 
     // A request gets a copy in the place of the cached instance, in both forms.
@@ -258,7 +259,8 @@ class InParameters {
 template <class T>
 T calledOn(const Pegasus::CIMInstance& instance) {
     if (instance.getPropertyCount() == 0) {
-        fail(Pegasus::CIM_ERR_NOT_FOUND, utf8(instance.getPath().toString()));
+        fail(Pegasus::CIM_ERR_NOT_FOUND,
+             utf8(velmar_remote::localize(instance.getPath()).toString()) + " is not there");
     }
     return T::from(instance);
 }
@@ -267,14 +269,11 @@ T calledOn(const Pegasus::CIMInstance& instance) {
     fail(Pegasus::CIM_ERR_NOT_SUPPORTED, std::string(method) + " is not implemented");
 }
 
-/// How many subscriptions this module's alerts have.
-inline Pegasus::Uint32 subscriptions = 0;
-
 /// The provider of alerts of class T. ENRICHED: with what the library finds in the CIM model.
 template <class T, bool ENRICHED>
 class AlertProvider : public velmar_remote::IndicationMethodProvider {
  public:
-    AlertProvider() : IndicationMethodProvider(T::className().getString(), &cim::subscriptions) {}
+    AlertProvider() : IndicationMethodProvider(T::className().getString(), nullptr) {}
 
  protected:
     /// Hook: sets what the sender has not; false drops the alert.
@@ -285,11 +284,7 @@ class AlertProvider : public velmar_remote::IndicationMethodProvider {
         const Pegasus::Array<Pegasus::CIMParamValue>& inParameters) override {
         T alert;
         for (Pegasus::Uint32 i = 0; i < inParameters.size(); i++) {
-            // The library makes a reference of it.
-            const Pegasus::String name = inParameters[i].getParameterName();
-            if (!ENRICHED || name != "AlertingManagedElement") {
-                alert.take(name, inParameters[i].getValue());
-            }
+            alert.take(inParameters[i].getParameterName(), inParameters[i].getValue());
         }
         if (!prepare(context, alert)) {
             return false;

@@ -20,6 +20,7 @@
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/System.h>
 
+#include <cstring>
 #include <initializer_list>
 #include <optional>
 #include <string>
@@ -176,10 +177,17 @@ constexpr bool takes<Enumeration<E>, U> =
     std::is_convertible_v<U, Enumeration<E>> ||
     std::is_same_v<std::decay_t<U>, typename Enumeration<E>::Number>;
 
+template <class T>
+constexpr bool isNumber = std::is_arithmetic_v<T> && !std::is_same_v<T, bool>;
+
+/// Nobody has one.
+template <class T>
+class NoNumber {
+    NoNumber();
+};
 /// What only numbers are made from, so that the compiler warns of those that do not fit.
 template <class T>
-using NumberOnly =
-    std::conditional_t<std::is_arithmetic_v<T> && !std::is_same_v<T, bool>, T, std::nullptr_t>;
+using NumberOnly = std::conditional_t<isNumber<T>, T, NoNumber<T>>;
 
 /// A value that may be null, as every value in CIM. Null until it is set.
 template <class T>
@@ -187,7 +195,10 @@ class Property {
  public:
     Property() {}
     Property(const T& value, std::in_place_t) : _value(value) {}
-    Property(NumberOnly<T> number) : _value(static_cast<T>(number)) {}
+    Property(const NumberOnly<T>& number) : _value(toValue(number)) {}
+    /// No number is made from a boolean.
+    template <class U, std::enable_if_t<isNumber<T> && std::is_same_v<U, bool>, int> = 0>
+    Property(U) = delete;
     template <class U, class = std::enable_if_t<takes<T, U>>>
     Property(U&& value) {
         if constexpr (std::is_same_v<std::decay_t<U>, std::string>) {
@@ -214,6 +225,12 @@ class Property {
     friend bool operator!=(const Property& a, const Property& b) { return !(a == b); }
 
  private:
+    static const T& toValue(const T& number) { return number; }
+    template <class X>
+    static std::optional<T> toValue(const NoNumber<X>&) {
+        return std::nullopt;
+    }
+
     std::optional<T> _value;
 };
 
@@ -293,7 +310,7 @@ void read(const Pegasus::CIMValue& value, Property<T>& property, const char* pla
     }
     try {
         property = Property<T>(TypeOf<T>::typed(plainOf<T>(value)), std::in_place);
-    } catch (const Pegasus::CIMException& error) {  // of a typed path
+    } catch (const Pegasus::Exception& error) {  // a path of another class, a class for an instance
         fail(Pegasus::CIM_ERR_INVALID_PARAMETER,
              std::string(place) + ": " + utf8(error.getMessage()));
     }
@@ -356,12 +373,12 @@ void add(Pegasus::CIMInstance& instance, const Pegasus::CIMName& name,
     }
 }
 
-/// The same, and unless the instance has the property.
+/// Sets the property, which the instance may have already, unless it is null.
 template <class T>
-void addUnlessThere(Pegasus::CIMInstance& instance, const Pegasus::CIMName& name,
-                    const Property<T>& property) {
-    if (velmar_remote::needsProperty(instance, name, Pegasus::CIMPropertyList(), false)) {
-        add(instance, name, property);
+void replace(Pegasus::CIMInstance& instance, const Pegasus::CIMName& name,
+             const Property<T>& property) {
+    if (!property.isNull()) {
+        velmar_remote::replaceProp(instance, name, valueOf(property));
     }
 }
 
@@ -408,25 +425,46 @@ struct Parent {
     const char* superclass;
 };
 
+/// Letter case ignored. Without making a name of the text: paths are checked all the time.
+inline bool isSame(const Pegasus::String& name, const char* text) {
+    const auto lower = [](unsigned unit) { return unit - 'A' < 26U ? unit + ('a' - 'A') : unit; };
+    const Pegasus::Char16* const units = name.getChar16Data();
+    Pegasus::Uint32 i = 0;
+    for (; text[i] != '\0'; i++) {
+        const unsigned unit = static_cast<unsigned char>(text[i]);
+        if (unit >= 0x80) {
+            return Pegasus::String::equalNoCase(name, Pegasus::String(text));
+        }
+        if (i == name.size() || lower(static_cast<Pegasus::Uint16>(units[i])) != lower(unit)) {
+            return false;
+        }
+    }
+    return i == name.size();
+}
+
 /// The path, if it is of the class, of a subclass, or of a class that is not known. Throws
 /// CIMException (CIM_ERR_INVALID_PARAMETER) otherwise.
 inline const Pegasus::CIMObjectPath& ofClass(const Pegasus::CIMObjectPath& path, const char* wanted,
                                              const Parent* parents, std::size_t count) {
-    const Pegasus::CIMName goal(wanted);
-    Pegasus::CIMName name = path.getClassName();
-    while (name != goal) {
-        std::size_t i = 0;
-        while (i < count && name != Pegasus::CIMName(parents[i].name)) {
-            i++;
-        }
-        if (i == count) {
-            return path;
-        }
-        if (parents[i].superclass == nullptr) {
+    const Pegasus::String& given = path.getClassName().getString();
+    if (isSame(given, wanted)) {
+        return path;
+    }
+    const Parent* const end = parents + count;
+    const Parent* known = parents;
+    while (known != end && !isSame(given, known->name)) {
+        known++;
+    }
+    // Superclasses stand before their subclasses, and are written alike.
+    while (known != end && std::strcmp(known->name, wanted) != 0) {
+        if (known->superclass == nullptr) {
             fail(Pegasus::CIM_ERR_INVALID_PARAMETER,
                  utf8(path.toString()) + " is not of class " + wanted + " or a subclass");
         }
-        name = Pegasus::CIMName(parents[i].superclass);
+        const char* const superclass = known->superclass;
+        while (std::strcmp(known->name, superclass) != 0) {
+            known--;
+        }
     }
     return path;
 }

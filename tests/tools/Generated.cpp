@@ -28,7 +28,11 @@ static_assert(!std::is_assignable_v<cim::Property<TRAP_SubPart::Path>&, TRAP_Par
 static_assert(!std::is_assignable_v<cim::Property<TRAP_Part::Path>&, CIMObjectPath>);
 // Text does not become a boolean, a boolean or a number no text.
 static_assert(!std::is_assignable_v<cim::Property<Boolean>&, const char*>);
+static_assert(!std::is_assignable_v<cim::Property<Boolean>&, std::nullptr_t>);
+static_assert(!std::is_assignable_v<cim::Property<Boolean>&, int>);
 static_assert(!std::is_assignable_v<cim::Property<String>&, bool>);
+static_assert(!std::is_assignable_v<cim::Property<String>&, int>);
+static_assert(!std::is_assignable_v<cim::Property<Uint32>&, bool>);
 static_assert(!std::is_assignable_v<cim::Property<Uint32>&, const char*>);
 static_assert(std::is_assignable_v<cim::Property<String>&, std::string>);
 
@@ -374,7 +378,9 @@ TEST_F(GeneratedPackage, RaisesEnrichedAlerts) {
     EXPECT_EQ(value("Description"), CIMValue(String("mixed")));
     EXPECT_EQ(value("PerceivedSeverity"), CIMValue(Uint16(6)));
     EXPECT_EQ(value("Codes").getArraySize(), 2u);
-    EXPECT_EQ(value("AlertingManagedElement").getType(), CIMTYPE_REFERENCE);
+    EXPECT_EQ(value("AlertingManagedElement"), CIMValue(String("TRAP_Methods.Number=1")));
+    EXPECT_EQ(value("SystemName"), CIMValue(String("sender")));  // rather than the library's
+    EXPECT_EQ(TRAP_Alert::from(alerts[0]).Description, "mixed");
     EXPECT_EQ(value("SenderUUID"), CIMValue(String()));
 }
 

@@ -6,6 +6,10 @@
 #include <gtest/gtest.h>
 #include <velmar_embedded/schema/Mof.h>
 
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+
 #include "generator/Names.h"
 
 using namespace velmar_generator;
@@ -18,11 +22,6 @@ class Generating : public ::testing::Test {
         options.module = "Traps";
         options.cppNamespace = "traps";
         velmar_embedded::compileMof(schema, "root/velmar_remote", TRAPS_MOF);
-        velmar_embedded::compileMofText(schema, "root/other",
-                                        "Qualifier Indication : boolean = false, "
-                                        "Scope(class, indication), Flavor(ToSubclass);"
-                                        "[Indication] class OTHER_Alert { string Text; };",
-                                        "other.mof");
     }
     std::string file(const std::string& path, const std::vector<std::string>& classes) {
         options.classes = classes;
@@ -73,9 +72,48 @@ TEST_F(Generating, DecidesWhatAProviderIsBasedOn) {
     expectHas(base("TRAP_Alert"), "AlertProvider<TRAP_Alert, true>");
     options.enrichment = false;
     expectHas(base("TRAP_Alert"), "AlertProvider<TRAP_Alert, false>");
-    options.enrichment.reset();
+}
+
+TEST_F(Generating, KeepsToTheNamespaceOfAlertsAndLeavesOutWhatTheSchemaLacks) {
+    const char* const mof =
+        "Qualifier Indication : boolean = false, Scope(class, indication), Flavor(ToSubclass);"
+        "[Indication] class OTHER_Alert { string Text; };"
+        "class OTHER_A_B {}; class OTHER_A__B : OTHER_A_B {};";
+    velmar_embedded::Repository other;
+    for (const char* nameSpace : {"root/velmar_remote", "root/other"}) {
+        velmar_embedded::compileMofText(other, nameSpace, mof, "other.mof");
+    }
+    options.classes = {"OTHER_Alert"};
+    expectHas(generate(other, options).at(4).text, "AlertProvider<OTHER_Alert, false>");
     options.cimNamespace = "root/other";
-    expectHas(base("OTHER_Alert"), "AlertProvider<OTHER_Alert, false>");
+    const auto faultOfOther = [&] {
+        try {
+            generate(other, options);
+        } catch (const GeneratorError& error) {
+            return std::string(error.what());
+        }
+        return std::string();
+    };
+    expectHas(faultOfOther(), "OTHER_Alert is an indication, which the library serves in");
+    options.classes = {"OTHER_A__B"};
+    expectHas(faultOfOther(), "OTHER_A_B and OTHER_A__B would both be OTHER_A_B in C++");
+}
+
+TEST_F(Generating, WritesWhatHasChangedAndRemovesWhatIsNoMore) {
+    namespace fs = std::filesystem;
+    const fs::path folder = fs::path(::testing::TempDir()) / "velmar_generator_test";
+    fs::remove_all(folder);
+    writeFiles(folder.string(), {{"a", "1"}, {"b", "2"}, {"c", "3"}});
+    std::ofstream(folder / "foreign") << "stays";
+    const fs::file_time_type old = fs::file_time_type::clock::now() - std::chrono::hours(1);
+    fs::last_write_time(folder / "a", old);
+    fs::last_write_time(folder / "b", old);
+    writeFiles(folder.string(), {{"a", "1"}, {"b", "3"}});
+    EXPECT_EQ(fs::last_write_time(folder / "a"), old);
+    EXPECT_NE(fs::last_write_time(folder / "b"), old);
+    EXPECT_FALSE(fs::exists(folder / "c"));
+    EXPECT_TRUE(fs::exists(folder / "foreign"));
+    fs::remove_all(folder);
 }
 
 TEST_F(Generating, RegistersEachClassOnceForWhatItIs) {

@@ -64,6 +64,7 @@ class TRAP_MethodsProvider : public TRAP_MethodsProviderBase {
             TRAP_Alert alert;
             alert.Description = "mixed";
             alert.Codes = {Needed, 2};
+            alert.SystemName = "sender";
             raise(alert, self);
         }
         Made = Given.isNull() ? TRAP_Part("none").path() : Given.value().at(0);
