@@ -134,12 +134,11 @@ std::vector<GeneratedFile> mofFiles(const NewOptions& options, const std::string
 void writeMissing(const std::string& folder, const std::vector<GeneratedFile>& files) {
     std::vector<std::string> kept;
     for (const GeneratedFile& file : files) {
-        if (fs::exists(fs::path(folder) / file.path)) {
+        if (velmar_generator::writeNew(folder, file)) {
+            fmt::print("wrote {}/{}\n", folder, file.path);
+        } else {
             kept.push_back(file.path);
-            continue;
         }
-        velmar_generator::writeFiles(folder, {file});
-        fmt::print("wrote {}/{}\n", folder, file.path);
     }
     for (const std::string& path : kept) {
         fmt::print("kept  {}/{}\n", folder, path);

@@ -199,4 +199,14 @@ void writeFiles(const std::string& folder, const std::vector<GeneratedFile>& fil
     }
 }
 
+bool writeNew(const std::string& folder, const GeneratedFile& file) {
+    const fs::path path = fs::path(folder) / file.path;
+    if (fs::exists(path)) {
+        return false;
+    }
+    fs::create_directories(path.parent_path());
+    writeFile(path, file.text);
+    return true;
+}
+
 }  // namespace velmar_generator

@@ -47,6 +47,10 @@ std::vector<GeneratedFile> generate(const velmar_embedded::Repository& schema,
 /// (a hidden file lists it). Throws std::filesystem::filesystem_error.
 void writeFiles(const std::string& folder, const std::vector<GeneratedFile>& files);
 
+/// Writes a file that belongs to the user from then on; false, and nothing happens, where it is
+/// there. Throws std::filesystem::filesystem_error.
+bool writeNew(const std::string& folder, const GeneratedFile& file);
+
 }  // namespace velmar_generator
 
 #endif

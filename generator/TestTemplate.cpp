@@ -131,8 +131,7 @@ std::string alertTest(const ClassModel& model, const std::vector<ClassModel>& se
         "{{PACKAGE_MODULES}}}}) {{}}\n}};\n\n"
         "TEST_F({0}Test, ReachesItsSubscriber) {{\n"
         "    velmar_kit::Subscriber subscriber(server, {2});\n"
-        "    Pegasus::CIMOMHandle cimom;\n"
-        "    cim::raise(cimom, {0}(), {1}::classPath());\n"
+        "    cim::raise({0}(), {1}::classPath());\n"
         "    EXPECT_EQ(subscriber.received().size(), 1u);\n}}\n\n}}  // namespace\n",
         model.cppName, element->cppName, quoted(model.name));
 }
