@@ -210,7 +210,19 @@ TEST_F(ProviderOfParts, TakesWhatAClientCreates) {
     expectFault(CIM_ERR_INVALID_PARAMETER, "TRAP_Part.Size: is boolean", [&] { create(bad); });
 }
 
-TEST_F(ProviderOfParts, AddsOneOfMany) {
+// One with a cascade asks the server, which is not there; the object is gone all the same.
+TEST_F(ProviderOfParts, Erases) {
+    provider.add(TRAP_Part("a"));
+    EXPECT_THROW(provider.erase(TRAP_Part("a").path()), CannotConnectException);
+    EXPECT_TRUE(provider.all().empty());
+    TRAP_LinkProvider links;
+    const TRAP_Link link(TRAP_Types("t").path(), TRAP_Part::classPath());
+    links.add(link);
+    links.erase(link.path());
+    EXPECT_FALSE(links.find(link.path()).has_value());
+}
+
+TEST_F(ProviderOfParts, AddsOneOfManyAndLosesNoChange) {
     std::atomic<int> added{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < 8; i++) {
@@ -220,6 +232,8 @@ TEST_F(ProviderOfParts, AddsOneOfMany) {
                     CIM_ERR_SUCCESS) {
                     added++;
                 }
+                provider.update(TRAP_Part("0").path(),
+                                [](TRAP_Part& part) { part.Size = part.Size.valueOr(0) + 1; });
             }
         });
     }
@@ -227,6 +241,7 @@ TEST_F(ProviderOfParts, AddsOneOfMany) {
         thread.join();
     }
     EXPECT_EQ(added, 50);
+    EXPECT_EQ(provider.find(TRAP_Part("0").path())->Size, 8u * 50);
 }
 
 // Each request gets a copy of its own, and the cached object stays as it was.
