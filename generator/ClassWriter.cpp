@@ -97,8 +97,11 @@ std::string constructors(const ClassModel& model) {
 }
 
 std::string pathFunctions(const ClassModel& model) {
+    const std::string ofClass =
+        "    /// Of all instances of the class.\n"
+        "    static Path classPath() { return Path::classPath(); }\n\n";
     if (model.keys().empty()) {
-        return "";
+        return ofClass;
     }
     std::string keys;
     for (const Element* key : model.keys()) {
@@ -110,12 +113,11 @@ std::string pathFunctions(const ClassModel& model) {
         "    /// CIMException (CIM_ERR_INVALID_PARAMETER) for a key that is null.\n"
         "    Path path() const {{ return Path(cim::localPath(Path::nameSpace(), className(), "
         "keyBindings())); }}\n"
-        "    /// Of all instances of the class.\n"
-        "    static Path classPath() {{ return Path::classPath(); }}\n\n"
+        "{}"
         "    Pegasus::Array<Pegasus::CIMKeyBinding> keyBindings() const {{\n"
         "        Pegasus::Array<Pegasus::CIMKeyBinding> _bindings;\n"
         "        _bindings.reserveCapacity({});\n{}        return _bindings;\n    }}\n\n",
-        model.keys().size(), keys);
+        ofClass, model.keys().size(), keys);
 }
 
 std::string instanceFunctions(const ClassModel& model) {

@@ -137,6 +137,31 @@ TEST(GeneratedClass, SaysWhatDoesNotFit) {
     expectFault(CIM_ERR_FAILED, "the value of a property", [] { TRAP_Part("x").Size.value(); });
 }
 
+TEST(GeneratedClass, TakesPathsOfSubclassesAndEmbeddedObjectsOfBothKinds) {
+    for (const char* path : {"TRAP_SubPart.Name=\"s\"", "trap_PART.Name=\"s\"", "ELSE_Part.N=1"}) {
+        EXPECT_EQ(TRAP_Part::Path(CIMObjectPath(path)).object(), CIMObjectPath(path));
+    }
+    const CIMInstance part = TRAP_Part("p").instance();
+    const CIMObject object(part);
+    CIMInstance given = TRAP_Types("t").instance();
+    for (const auto& [name, value] :
+         std::vector<std::pair<const char*, CIMValue>>{{"Instance", object},
+                                                       {"Object", part},
+                                                       {"Instances", Array<CIMObject>(&object, 1)},
+                                                       {"Objects", Array<CIMInstance>(&part, 1)}}) {
+        given.addProperty(CIMProperty(CIMName(name), value));
+    }
+    const TRAP_Types types = TRAP_Types::from(given);
+    EXPECT_TRUE(types.Instance.value().identical(part));
+    EXPECT_TRUE(CIMInstance(types.Object.value()).identical(part));
+    EXPECT_TRUE(types.Instances.value().at(0).identical(part));
+    EXPECT_TRUE(CIMInstance(types.Objects.value().at(0)).identical(part));
+    velmar_remote::replaceProp(given, CIMName("Instance"),
+                               CIMValue(CIMObject(CIMClass(CIMName("TRAP_Part")))));
+    expectFault(CIM_ERR_INVALID_PARAMETER,
+                "TRAP_Types.Instance: ", [&] { TRAP_Types::from(given); });
+}
+
 // ---- Providers -------------------------------------------------------------------------------
 
 class ProviderOfParts : public ::testing::Test {
@@ -185,7 +210,19 @@ TEST_F(ProviderOfParts, TakesWhatAClientCreates) {
     expectFault(CIM_ERR_INVALID_PARAMETER, "TRAP_Part.Size: is boolean", [&] { create(bad); });
 }
 
-TEST_F(ProviderOfParts, AddsOneOfMany) {
+// One with a cascade asks the server, which is not there; the object is gone all the same.
+TEST_F(ProviderOfParts, Erases) {
+    provider.add(TRAP_Part("a"));
+    EXPECT_THROW(provider.erase(TRAP_Part("a").path()), CannotConnectException);
+    EXPECT_TRUE(provider.all().empty());
+    TRAP_LinkProvider links;
+    const TRAP_Link link(TRAP_Types("t").path(), TRAP_Part::classPath());
+    links.add(link);
+    links.erase(link.path());
+    EXPECT_FALSE(links.find(link.path()).has_value());
+}
+
+TEST_F(ProviderOfParts, AddsOneOfManyAndLosesNoChange) {
     std::atomic<int> added{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < 8; i++) {
@@ -195,6 +232,8 @@ TEST_F(ProviderOfParts, AddsOneOfMany) {
                     CIM_ERR_SUCCESS) {
                     added++;
                 }
+                provider.update(TRAP_Part("0").path(),
+                                [](TRAP_Part& part) { part.Size = part.Size.valueOr(0) + 1; });
             }
         });
     }
@@ -202,6 +241,7 @@ TEST_F(ProviderOfParts, AddsOneOfMany) {
         thread.join();
     }
     EXPECT_EQ(added, 50);
+    EXPECT_EQ(provider.find(TRAP_Part("0").path())->Size, 8u * 50);
 }
 
 // Each request gets a copy of its own, and the cached object stays as it was.
@@ -293,6 +333,37 @@ TEST(GeneratedFactory, CopiesForProvidersThatRefreshOnly) {
     got[0].delivered.at(0).addProperty(CIMProperty(CIMName("Marked"), CIMValue(true)));
     EXPECT_NE(got[1].delivered.at(0).findProperty("Marked"), PEG_NOT_FOUND);
     types->terminate();
+}
+
+// Without enrichment an alert is what its sender gave, and what prepare adds.
+TEST(ProviderOfAlerts, TakesOverWhatTheClassDeclares) {
+    struct Alerts : cim::AlertProvider<TRAP_Alert, false> {
+        bool prepare(const OperationContext&, TRAP_Alert& alert) override {
+            alert.UUID = "u";
+            return alert.Description != "dropped";
+        }
+    } provider;
+    velmar_kit::IndicationRecorder subscribers;
+    provider.enableIndications(subscribers);
+    for (const char* text : {"dropped", "kept"}) {
+        Array<CIMParamValue> in;
+        in.append(CIMParamValue("description", CIMValue(String(text))));
+        in.append(CIMParamValue("SenderUUID", CIMValue(Uint32(1))));  // declared as a string
+        in.append(CIMParamValue("Else", CIMValue(Uint32(1))));
+        in.append(CIMParamValue("AlertingManagedElement", CIMValue(String("A.k=1"))));
+        velmar_kit::MethodResultRecorder result;
+        provider.invokeMethod(OperationContext(), TRAP_Alert::classPath(), "send", in, result);
+    }
+    ASSERT_EQ(subscribers.delivered.size(), 1u);
+    const CIMInstance alert = subscribers.delivered[0];
+    const auto value = [&](const char* name) {
+        return velmar_remote::getValue(alert, CIMName(name));
+    };
+    EXPECT_EQ(value("Description"), CIMValue(String("kept")));
+    EXPECT_EQ(value("UUID"), CIMValue(String("u")));
+    EXPECT_TRUE(value("SenderUUID").isNull());
+    EXPECT_EQ(value("AlertingManagedElement"), CIMValue(String("A.k=1")));
+    EXPECT_EQ(alert.findProperty(CIMName("Else")), PEG_NOT_FOUND);
 }
 
 // ---- Served ----------------------------------------------------------------------------------
