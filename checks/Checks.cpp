@@ -71,6 +71,12 @@ void Checks::noteStored(const CIMNamespaceName& nameSpace, const CIMInstance& in
     }
 }
 
+void Checks::loading(const std::string& provider) {
+    if (_loadObserver) {
+        _loadObserver(provider);
+    }
+}
+
 void Checks::notCreated(const std::string& provider) {
     if (_on) {
         checkNotCreated(_findings, provider);

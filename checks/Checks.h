@@ -3,7 +3,7 @@
 //
 // The checks as the server sees them: it tells what happens, they say what is wrong with it.
 //
-// Thread-safe, except enable and observe, which come before the server starts.
+// Thread-safe, except enable, observe and observeLoads, which come before the server starts.
 #ifndef VELMAR_CHECKS_CHECKS_H
 #define VELMAR_CHECKS_CHECKS_H
 
@@ -43,6 +43,11 @@ class Checks : public velmar_embedded::LoadObserver {
     /// Called by the teller with each new finding; without one findings go to stderr.
     void observe(std::function<void(const Finding&)> observer) { _observer = std::move(observer); }
 
+    /// Called on the thread that loads a provider, before it does; the checks need not be on.
+    void observeLoads(std::function<void(const std::string&)> observer) {
+        _loadObserver = std::move(observer);
+    }
+
     Findings& findings() { return _findings; }
     SchemaFacts& schema() { return _schema; }
     DeliveredObjects& deliveredObjects() { return _deliveredObjects; }
@@ -60,6 +65,7 @@ class Checks : public velmar_embedded::LoadObserver {
     /// Lets go of what providers delivered, before their libraries are closed.
     void forgetDelivered() { _deliveredObjects.clear(); }
 
+    void loading(const std::string& provider) override;
     void notCreated(const std::string& provider) override;
     void notInitialized(const std::string& provider) override;
     void loaded(const std::string& provider, const Pegasus::CIMProvider& object,
@@ -71,6 +77,7 @@ class Checks : public velmar_embedded::LoadObserver {
     const velmar_embedded::Registry& _registry;
     velmar_embedded::Teller& _teller;
     std::function<void(const Finding&)> _observer;
+    std::function<void(const std::string&)> _loadObserver;
     bool _on = true;
     Findings _findings;
     SchemaFacts _schema;

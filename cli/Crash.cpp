@@ -9,7 +9,7 @@
 #include <string.h>
 #include <unistd.h>
 
-#include <mutex>
+#include <string>
 
 namespace velmar_cli {
 
@@ -18,9 +18,6 @@ namespace {
 // What the thread's provider call is, written down before the call: a handler of a crash can make
 // no text of its own.
 thread_local char current[1024] = "";
-// A provider that is being loaded has had no call; the request that it is loaded for tells which.
-char lastRequest[1024] = "";
-std::mutex requests;
 
 void write(const char* text) {
     const ssize_t written = ::write(STDERR_FILENO, text, strlen(text));
@@ -37,13 +34,10 @@ void onCrash(int number) {
     if (current[0] != '\0') {
         write(") on a thread whose last provider call was\n  ");
         write(current);
+        write("\n");
     } else {
-        write(
-            ") on a thread that has called no provider, so in loading one; the last request was\n "
-            " ");
-        write(lastRequest);
+        write(") on a thread that has called no provider\n");
     }
-    write("\n");
     void* frames[64];
     const int count = backtrace(frames, 64);
     backtrace_symbols_fd(frames, count, STDERR_FILENO);
@@ -56,18 +50,16 @@ void note(const velmar_embedded::ProviderCall& call) {
              call.operation.c_str(), static_cast<const char*>(path));
 }
 
-void noteRequest(const velmar_embedded::Arrival& arrival) {
-    const Pegasus::CString path = arrival.path.toString().getCString();
-    const std::lock_guard<std::mutex> guard(requests);
-    snprintf(lastRequest, sizeof lastRequest, "%s of %s", arrival.operation.c_str(),
-             static_cast<const char*>(path));
+void noteLoad(const std::string& provider) {
+    snprintf(current, sizeof current, "provider \"%s\", its constructor or initialize",
+             provider.c_str());
 }
 
 }  // namespace
 
 void watchForCrashes(velmar_embedded::Server& server) {
     server.observeCalls(note);
-    server.observeArrivals(noteRequest);
+    server.observeLoads(noteLoad);
     void* frame[1];
     backtrace(frame, 1);  // loads what it needs now, not in the handler
     struct sigaction action = {};

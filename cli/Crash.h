@@ -11,7 +11,7 @@ namespace velmar_cli {
 
 /// From here on SIGSEGV, SIGBUS, SIGFPE, SIGILL and SIGABRT write the thread's last provider call
 /// and a backtrace to stderr; then the signal does what it would have done. Takes the server's
-/// observers of calls and arrivals. Call it before the server starts.
+/// observers of calls and loads. Call it before the server starts.
 void watchForCrashes(velmar_embedded::Server& server);
 
 }  // namespace velmar_cli

@@ -136,6 +136,10 @@ void Server::observeCalls(std::function<void(const ProviderCall&)> observer) {
     _impl->server->services().observeCall = std::move(observer);
 }
 
+void Server::observeLoads(std::function<void(const std::string&)> observer) {
+    _impl->server->checks().observeLoads(std::move(observer));
+}
+
 void Server::observeArrivals(std::function<void(const Arrival&)> observer) {
     _impl->server->services().observeArrival = std::move(observer);
 }

@@ -115,6 +115,9 @@ class Server {
 
     /// Called on the worker thread before every provider call; set before start.
     void observeCalls(std::function<void(const ProviderCall&)> observer);
+    /// Called with a provider's name on the thread that loads it, before its object is made and
+    /// initialized; set before start.
+    void observeLoads(std::function<void(const std::string&)> observer);
     /// Called on the caller's thread for every request that arrives; set before start.
     void observeArrivals(std::function<void(const Arrival&)> observer);
     /// Called with what no caller hears of, one problem at a time, in their order, on a thread of

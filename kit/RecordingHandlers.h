@@ -22,6 +22,8 @@
 #include <string>
 #include <vector>
 
+#include "ThreadSanitizer.h"
+
 /// What a provider's own tests use.
 namespace velmar_kit {
 

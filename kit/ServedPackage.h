@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "Printers.h"
+#include "ThreadSanitizer.h"
 
 namespace velmar_kit {
 

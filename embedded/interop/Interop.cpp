@@ -14,8 +14,7 @@ namespace velmar_embedded {
 
 namespace {
 
-// The parts of the CIM Schema's classes that clients set and read. The subscription is marked as no
-// association: nobody walks from a filter to it, and its ends keep the form that the client gave.
+// The parts of the CIM Schema's classes that clients set and read.
 const char* const interopClasses = R"(
 [Abstract] class CIM_ManagedElement {
     string Caption;
@@ -61,7 +60,7 @@ class CIM_ListenerDestinationCIMXML : CIM_ListenerDestination {
 class CIM_IndicationHandlerCIMXML : CIM_IndicationHandler {
     string Destination;
 };
-class CIM_IndicationSubscription {
+[Association] class CIM_IndicationSubscription {
     [Key] CIM_IndicationFilter REF Filter;
     [Key] CIM_ListenerDestination REF Handler;
     uint16 OnFatalErrorPolicy = 2;
@@ -84,7 +83,7 @@ class CIM_IndicationSubscription {
 void add(const InteropServices& services, Registry& registry, const char* name,
          ProviderFactory create, const std::vector<const char*>& classNames) {
     const auto provider = registry.addProvider(
-        name, std::move(create), [&services, name] { return services.makeChannel(name); });
+        name, std::move(create), [&services, name] { return services.makeChannel(name); }, true);
     for (const char* const className : classNames) {
         registry.addCapabilities(provider,
                                  {className, {interopNamespace}, {ProviderType::Instance}, {}});

@@ -11,6 +11,11 @@
 
 using namespace Pegasus;
 
+// A thread sanitizer in a user's test sees no atomics of a library that is built without one; these
+// are null where none runs.
+extern "C" __attribute__((weak)) void __tsan_acquire(void* address);
+extern "C" __attribute__((weak)) void __tsan_release(void* address);
+
 namespace velmar_embedded {
 
 namespace {
@@ -22,7 +27,7 @@ namespace {
 }  // namespace
 
 LoadedProvider::LoadedProvider(std::string name, ProviderFactory create, ChannelFactory makeChannel,
-                               Problems& problems, RunningCalls& running, LoadObserver& observer)
+                               Problems& problems, RunningCalls& running, LoadObserver* observer)
     : _name(std::move(name)),
       _title("provider \"" + _name + "\""),
       _create(std::move(create)),
@@ -34,6 +39,9 @@ LoadedProvider::LoadedProvider(std::string name, ProviderFactory create, Channel
 
 CIMProvider& LoadedProvider::load(const Purpose& purpose) {
     if (CIMProvider* object = _object.load(std::memory_order_acquire)) {
+        if (__tsan_acquire) {
+            __tsan_acquire(&_object);
+        }
         return *object;
     }
     Gate::Pass pass(_loading, purpose.operation);
@@ -41,9 +49,15 @@ CIMProvider& LoadedProvider::load(const Purpose& purpose) {
         return *object;
     }
     Gate::Scope scope(pass.chain());
+    if (_observer) {
+        _observer->loading(_name);
+    }
     const std::shared_ptr<Channel> channel = _makeChannel();
     CIMProvider* object = create(purpose);
     initialize(*object, channel, purpose);
+    if (__tsan_release) {
+        __tsan_release(&_object);
+    }
     _object.store(object, std::memory_order_release);
     return *object;
 }
@@ -52,7 +66,9 @@ CIMProvider* LoadedProvider::create(const Purpose& purpose) {
     try {
         return _create();
     } catch (...) {
-        _observer.notCreated(_name);
+        if (_observer) {
+            _observer->notCreated(_name);
+        }
         if (!_failed) {
             throw;
         }
@@ -71,13 +87,17 @@ void LoadedProvider::initialize(CIMProvider& object, const std::shared_ptr<Chann
         _failed = false;
     } catch (...) {
         _failed = true;
-        _observer.notInitialized(_name);
+        if (_observer) {
+            _observer->notInitialized(_name);
+        }
         _problems.report(_title + ": initialize for " + purpose.text() +
                          " failed: " + describeCurrentException());
         terminate(object);
         failInitialization();
     }
-    _observer.loaded(_name, object, channel->staysLoaded());
+    if (_observer) {
+        _observer->loaded(_name, object, channel->staysLoaded());
+    }
 }
 
 void LoadedProvider::terminate(CIMProvider& object) {

@@ -32,6 +32,8 @@ using ChannelFactory = std::function<std::shared_ptr<Channel>()>;
 class LoadObserver {
  public:
     virtual ~LoadObserver() = default;
+    /// Its object is about to be made and initialized.
+    virtual void loading(const std::string& provider) = 0;
     /// There is no object because of the exception that is being handled.
     virtual void notCreated(const std::string& provider) = 0;
     /// Its initialize ended with the exception that is being handled.
@@ -43,15 +45,18 @@ class LoadObserver {
 
 class LoadedProvider {
  public:
-    /// `makeChannel` gives the channel of the handle for initialize.
+    /// `makeChannel` gives the channel of the handle for initialize. A provider of the server's
+    /// own has no observer.
     LoadedProvider(std::string name, ProviderFactory create, ChannelFactory makeChannel,
-                   Problems& problems, RunningCalls& running, LoadObserver& observer);
+                   Problems& problems, RunningCalls& running, LoadObserver* observer);
     LoadedProvider(const LoadedProvider&) = delete;
     LoadedProvider& operator=(const LoadedProvider&) = delete;
 
     const std::string& name() const { return _name; }
     /// For errors: "provider \"NAME\"".
     const std::string& title() const { return _title; }
+    /// Whether it is the server's own, which nobody has to check.
+    bool isOwn() const { return !_observer; }
 
     /// The object, loaded and initialized by the first caller while others wait. Throws
     /// CIMException (CIM_ERR_FAILED) when the provider cannot be loaded; the next call tries again.
@@ -85,7 +90,7 @@ class LoadedProvider {
     const ChannelFactory _makeChannel;
     Problems& _problems;
     RunningCalls& _running;
-    LoadObserver& _observer;
+    LoadObserver* const _observer;
     Gate _loading;
     bool _failed = false;  // the last initialize; changed while the gate is held
     std::atomic<Pegasus::CIMProvider*> _object{nullptr};  // null until initialized

@@ -28,9 +28,10 @@ std::string keyOf(const CIMNamespaceName& nameSpace, const CIMName& className, P
 
 std::shared_ptr<LoadedProvider> Registry::addProvider(const std::string& name,
                                                       ProviderFactory create,
-                                                      ChannelFactory makeChannel) {
-    auto provider = std::make_shared<LoadedProvider>(
-        name, std::move(create), std::move(makeChannel), _problems, _running, _observer);
+                                                      ChannelFactory makeChannel, bool own) {
+    auto provider =
+        std::make_shared<LoadedProvider>(name, std::move(create), std::move(makeChannel), _problems,
+                                         _running, own ? nullptr : &_observer);
     std::unique_lock<std::shared_mutex> guard(_lock);
     _providers.push_back(provider);
     return provider;
@@ -63,7 +64,9 @@ void Registry::addCapabilities(const std::shared_ptr<LoadedProvider>& provider,
     for (const std::string& key : keys) {
         _entries.emplace(key, entry);
     }
-    _registrations.insert(_registrations.end(), added.begin(), added.end());
+    if (!provider->isOwn()) {
+        _registrations.insert(_registrations.end(), added.begin(), added.end());
+    }
 }
 
 const Registry::Entry* Registry::findEntry(const std::string& key) const {

@@ -45,9 +45,10 @@ class Registry {
     Registry(const Registry&) = delete;
     Registry& operator=(const Registry&) = delete;
 
-    /// Adds a provider; `makeChannel` as for LoadedProvider.
+    /// Adds a provider; `makeChannel` as for LoadedProvider. One of the server's `own` is not
+    /// checked.
     std::shared_ptr<LoadedProvider> addProvider(const std::string& name, ProviderFactory create,
-                                                ChannelFactory makeChannel);
+                                                ChannelFactory makeChannel, bool own = false);
 
     /// Registers what a provider serves. Throws RegistrationError when another one serves it.
     void addCapabilities(const std::shared_ptr<LoadedProvider>& provider,
@@ -66,7 +67,7 @@ class Registry {
     std::vector<LoadedProvider*> findIndicationProviders(const Pegasus::CIMNamespaceName& nameSpace,
                                                          const Pegasus::CIMName& className) const;
 
-    /// All, in the order in which they were added.
+    /// All but those of the server's own, in the order in which they were added.
     std::vector<Registration> registrations() const;
 
     /// Terminates the loaded providers in the order of their registration and forgets all. No
