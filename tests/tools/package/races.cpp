@@ -9,6 +9,7 @@
 #include <velmar_embedded/Server.h>
 #include <velmar_kit/RecordingHandlers.h>
 
+#include <atomic>
 #include <mutex>
 #include <thread>
 
@@ -23,6 +24,12 @@ class Counting : public velmar_remote::CachedInstanceProvider {
     void enumerateInstances(const OperationContext&, const CIMObjectPath&, const Boolean,
                             const Boolean, const CIMPropertyList&,
                             InstanceResponseHandler& handler) override {
+        // Two threads at least, which nothing orders: the sanitizer finds no race in what happens
+        // to come one after the other.
+        _come.fetch_add(1, std::memory_order_relaxed);
+        while (_come.load(std::memory_order_relaxed) < 2) {
+            std::this_thread::yield();
+        }
         std::unique_lock<std::mutex> lock(_lock, std::defer_lock);
         if (_locks) {
             lock.lock();
@@ -35,6 +42,7 @@ class Counting : public velmar_remote::CachedInstanceProvider {
  private:
     const bool _locks;
     std::mutex _lock;
+    std::atomic<int> _come{0};
     int _asked = 0;
 };
 
