@@ -226,7 +226,8 @@ void IndicationSource::deliver(const CIMIndication& indication) {
     const CIMName* const classes = classNames.getData();
     for (const std::shared_ptr<Subscription>& subscription : accepted) {
         if (contains(classes, classes + classNames.size(), subscription->className) &&
-            contains(subscription->nameSpaces.begin(), subscription->nameSpaces.end(), nameSpace)) {
+            contains(subscription->nameSpaces.begin(), subscription->nameSpaces.end(), nameSpace) &&
+            subscription->query->matches(indication)) {
             subscription->queue->push(indication.clone());
         } else {
             subscription->queue->noteUnmatched();

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "indications/IndicationQueue.h"
+#include "indications/Query.h"
 
 namespace velmar_embedded {
 
@@ -22,7 +23,8 @@ class IndicationSource;
 
 struct Subscription {
     std::string id;
-    Pegasus::CIMName className;
+    std::shared_ptr<const Query> query;
+    Pegasus::CIMName className;  ///< the query's
     std::vector<Pegasus::CIMNamespaceName> nameSpaces;
     Pegasus::CIMObjectPath path;        ///< of the subscription instance, for providers
     Pegasus::OperationContext context;  ///< for providers

@@ -28,17 +28,6 @@ CIMException refused(CIMStatusCode code, const std::string& reason) {
     return CIMException(code, String(reason.c_str()));
 }
 
-CIMName classOf(const std::string& query) {
-    static const std::regex& form =  // lives on for what runs at exit
-        *new std::regex("\\s*select\\s+\\*\\s+from\\s+(\\w+)\\s*", std::regex::icase);
-    std::smatch parts;
-    if (!std::regex_match(query, parts, form) || !CIMName::legal(String(parts.str(1).c_str()))) {
-        throw refused(CIM_ERR_INVALID_QUERY,
-                      "\"" + query + "\": only SELECT * FROM a class is understood");
-    }
-    return CIMName(parts.str(1).c_str());
-}
-
 // The keys that DSP0004's CIM_IndicationSubscription and its two ends have.
 CIMObjectPath end(const char* className, const std::string& name) {
     Array<CIMKeyBinding> keys;
@@ -94,8 +83,10 @@ std::shared_ptr<Subscription> Subscriptions::prepare(const std::string& query,
                                                      const std::vector<std::string>& nameSpaces,
                                                      IndicationQueue::Deliver subscriber,
                                                      size_t capacity, const CIMInstance& given) {
+    const auto parsed = std::make_shared<const Query>(query);
     auto subscription = std::make_shared<Subscription>();
-    subscription->className = classOf(query);
+    subscription->query = parsed;
+    subscription->className = parsed->className;
     if (nameSpaces.empty()) {
         throw refused(CIM_ERR_INVALID_PARAMETER, "\"" + query + "\": no source namespace");
     }
@@ -119,13 +110,15 @@ std::shared_ptr<Subscription> Subscriptions::prepare(const std::string& query,
     context.insert(AcceptLanguageListContainer(String()));
     context.insert(ContentLanguageListContainer(String()));
     context.insert(SubscriptionInstanceContainer(instance));
-    context.insert(SubscriptionFilterConditionContainer(String(), queryLanguage));
+    context.insert(
+        SubscriptionFilterConditionContainer(String(parsed->condition.c_str()), queryLanguage));
     context.insert(SubscriptionFilterQueryContainer(String(query.c_str()), queryLanguage,
                                                     subscription->nameSpaces[0]));
 
-    auto deliver = [this, subscriber = std::move(subscriber)](const CIMInstance& queued) {
+    auto deliver = [this, parsed, subscriber = std::move(subscriber)](const CIMInstance& queued) {
         CIMInstance indication = queued;
         keepDeclared(_services.repository, indication);
+        parsed->project(indication);
         subscriber(indication);
     };
     subscription->queue = std::make_shared<IndicationQueue>(
@@ -136,10 +129,10 @@ std::shared_ptr<Subscription> Subscriptions::prepare(const std::string& query,
 
 void Subscriptions::checkFilterQuery(const std::string& query) {
     static const std::regex select("\\s*select\\s[^]*", std::regex::icase);
-    if (!std::regex_match(query, select)) {
+    if (query.size() <= Query::longest && !std::regex_match(query, select)) {
         throw refused(CIM_ERR_INVALID_PARAMETER, "parse error: syntax error");
     }
-    classOf(query);
+    const Query parsed(query);
 }
 
 // Each provider once, with the paths of the classes that it is registered for.

@@ -127,6 +127,41 @@ TEST_F(Subscriptions, ProvidersAreDrivenByTheFirstAndTheLast) {
     EXPECT_EQ(take(), "A.disable A.terminate B.terminate ");
 }
 
+TEST_F(Subscriptions, ConditionsAndSelectedPropertiesOfQueries) {
+    Alerts* a = alerts("A");
+    start();
+    const struct {
+        const char *condition, *notes;
+    } cases[] = {{"Level > 4", "six "},
+                 {"level >= 4 AND NOT Level = 6", "four "},
+                 {"Level < 5 OR Note = 'six'", "four six "},
+                 {"(Level = 4 OR Level = 6) AND Note <> \"four\"", "six "},
+                 {"Level IS NULL", "null "},
+                 {"Level IS NOT NULL AND Level <> -4", "four six "},
+                 {"NOT Level = 4", "six "},
+                 {"Note = 'none' OR NOT Also = 'x'", ""}};
+    for (const auto& each : cases) {
+        seen.clear();
+        const std::string query = std::string("SELECT Note FROM T_Alert WHERE ") + each.condition;
+        const std::string id = subscribe(query.c_str());
+        for (const auto& [note, level] :
+             std::map<std::string, CIMValue>{{"four", CIMValue(Uint32(4))},
+                                             {"six", CIMValue(Uint32(6))},
+                                             {"null", CIMValue(CIMTYPE_UINT32, false)}}) {
+            CIMInstance indication = instanceAt(alertPath);
+            add(indication, "Note", note.c_str());
+            indication.addProperty(CIMProperty("Level", level));
+            a->handler.load()->deliver(indication);
+        }
+        a->alert(alertPath, {"no level"});
+        EXPECT_EQ(notes(), each.notes) << query;
+        for (const CIMInstance& indication : seen) {
+            EXPECT_EQ(indication.getPropertyCount(), 1u) << query;
+        }
+        server.unsubscribe(id);
+    }
+}
+
 TEST_F(Subscriptions, RefusedOnes) {
     const auto refuse = [] { throw CIMException(CIM_ERR_FAILED, "not today"); };
     Alerts* a = alerts("A");
@@ -134,9 +169,14 @@ TEST_F(Subscriptions, RefusedOnes) {
     alerts("C", {"T_SubAlert"});
     on["A.create"] = on["C.initialize"] = refuse;
     start();
-    const std::string query = "SELECT * FROM T_Alert WHERE Level > 1";
+    const std::string query = "SELECT * FROM T_Alert WHERE Level >";
     EXPECT_EQ(outcome([&] { subscribe(query.c_str()); }).find("15 \"" + query + "\""), 0u);
-    EXPECT_EQ(code([&] { subscribe("SELECT * FROM 1x"); }), CIM_ERR_INVALID_QUERY);
+    const std::string deep(1000, '('), where = "SELECT * FROM T_Alert WHERE ";
+    for (const std::string& bad :
+         {std::string("SELECT * FROM 1x"), std::string("SELECT FROM T_Alert"), where, where + deep,
+          where + "Level = x1", where + "Level = 1 2", where + std::string(100000, ' ')}) {
+        EXPECT_EQ(code([&] { subscribe(bad.c_str()); }), CIM_ERR_INVALID_QUERY) << bad;
+    }
     EXPECT_EQ(code([&] { subscribe(alertQuery, {}); }), CIM_ERR_INVALID_PARAMETER);
     EXPECT_EQ(code([&] {
                   server.subscribe(

@@ -1,0 +1,282 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "indications/Query.h"
+
+#include <Pegasus/Common/Exception.h>
+#include <ctype.h>
+#include <stdlib.h>
+#include <strings.h>
+
+#include <algorithm>
+#include <regex>
+#include <utility>
+
+#include "model/Utf8.h"
+
+using namespace Pegasus;
+
+namespace velmar_embedded {
+
+namespace {
+
+const int deepestCondition = 64;
+
+// A number or a text; neither for null, arrays, references and objects.
+struct Operand {
+    std::optional<long double> number;
+    std::optional<std::string> text;
+};
+
+Operand operandOf(const CIMValue& value) {
+    if (value.isNull() || value.isArray()) {
+        return {};
+    }
+    const std::string text = utf8(value.toString());
+    switch (value.getType()) {
+        case CIMTYPE_BOOLEAN:
+        case CIMTYPE_STRING:
+        case CIMTYPE_CHAR16:
+        case CIMTYPE_DATETIME:
+            return {{}, text};
+        case CIMTYPE_REFERENCE:
+        case CIMTYPE_OBJECT:
+        case CIMTYPE_INSTANCE:
+            return {};
+        default:
+            return {strtold(text.c_str(), nullptr), {}};
+    }
+}
+
+template <class T>
+bool compare(const std::string& sign, const T& left, const T& right) {
+    const bool less = left < right;
+    const bool more = right < left;
+    if (sign == "=") {
+        return !less && !more;
+    }
+    if (sign == "<>") {
+        return less || more;
+    }
+    const bool equalCounts = sign.size() == 2;
+    const bool wanted = sign[0] == '<' ? less : more;
+    return wanted || (equalCounts && !less && !more);
+}
+
+class Parser {
+ public:
+    explicit Parser(const std::string& text) : _text(text) { next(); }
+
+    bool takeWord(const char* word) {
+        const bool is = strcasecmp(_token.c_str(), word) == 0;
+        if (is) {
+            next();
+        }
+        return is;
+    }
+    void expect(const char* word) {
+        if (!takeWord(word)) {
+            fail(word);
+        }
+    }
+    CIMName takeName() {
+        const String name(_token.c_str());
+        if (_quoted || !CIMName::legal(name)) {
+            fail("a name");
+        }
+        next();
+        return CIMName(name);
+    }
+    void expectEnd() {
+        if (_begin != _text.size()) {
+            fail("the end");
+        }
+    }
+    std::string rest() const { return _text.substr(_begin); }
+
+    Query::Condition disjunction() {
+        Query::Condition left = conjunction();
+        while (takeWord("OR")) {
+            left = joined(left, conjunction(), true);
+        }
+        return left;
+    }
+
+    std::vector<CIMName> named;  // properties of conditions
+
+ private:
+    [[noreturn]] void fail(const std::string& expected) const {
+        const std::string found = _begin == _text.size() ? "the end" : "\"" + rest() + "\"";
+        throw CIMException(
+            CIM_ERR_INVALID_QUERY,
+            String(("\"" + _text + "\": expected " + expected + " instead of " + found).c_str()));
+    }
+
+    void next() {
+        static const std::regex& form =  // lives on for what runs at exit
+            *new std::regex(
+                R"(\s*('[^']*'|"[^"]*"|[-+]?\d+(\.\d+)?([eE][-+]?\d+)?|\w+|<>|<=|>=|\S))");
+        std::smatch found;
+        const auto from = _text.cbegin() + std::ptrdiff_t(_end);
+        if (!std::regex_search(from, _text.cend(), found, form,
+                               std::regex_constants::match_continuous)) {
+            _begin = _end = _text.size();
+            _token.clear();
+            _quoted = false;
+            return;
+        }
+        _begin = _end + size_t(found.position(1));
+        _end += size_t(found.length());
+        _token = found.str(1);
+        _quoted = _token.size() > 1 && (_token[0] == '\'' || _token[0] == '"');
+    }
+
+    // The value that decides alone is true for OR and false for AND.
+    static Query::Condition joined(Query::Condition left, Query::Condition right, bool deciding) {
+        return [=](const CIMInstance& instance) -> Query::Truth {
+            const Query::Truth a = left(instance);
+            const Query::Truth b = right(instance);
+            if (a == deciding || b == deciding) {
+                return deciding;
+            }
+            return a && b ? Query::Truth(!deciding) : Query::Truth();
+        };
+    }
+
+    Query::Condition conjunction() {
+        Query::Condition left = negation();
+        while (takeWord("AND")) {
+            left = joined(left, negation(), false);
+        }
+        return left;
+    }
+
+    Query::Condition negation() {
+        if (++_depth > deepestCondition) {
+            fail("a condition less deep");
+        }
+        Query::Condition result;
+        if (takeWord("NOT")) {
+            result = [inner = negation()](const CIMInstance& instance) {
+                const Query::Truth truth = inner(instance);
+                return truth ? Query::Truth(!*truth) : truth;
+            };
+        } else if (takeWord("(")) {
+            result = disjunction();
+            expect(")");
+        } else {
+            result = comparison();
+        }
+        _depth--;
+        return result;
+    }
+
+    Query::Condition comparison() {
+        const CIMName name = takeName();
+        named.push_back(name);
+        const auto valueIn = [name](const CIMInstance& instance) {
+            return instance.getProperty(instance.findProperty(name)).getValue();
+        };
+        if (takeWord("IS")) {
+            const bool wanted = !takeWord("NOT");
+            expect("NULL");
+            return [=](const CIMInstance& instance) -> Query::Truth {
+                return valueIn(instance).isNull() == wanted;
+            };
+        }
+        const std::string sign = _token;
+        static const char* const signs[] = {"=", "<>", "<", "<=", ">", ">="};
+        if (std::find(std::begin(signs), std::end(signs), sign) == std::end(signs)) {
+            fail("a comparison");
+        }
+        next();
+        const Operand right = literal();
+        return [=](const CIMInstance& instance) -> Query::Truth {
+            const Operand left = operandOf(valueIn(instance));
+            if (left.number && right.number) {
+                return compare(sign, *left.number, *right.number);
+            }
+            if (left.text && right.text) {
+                return compare(sign, *left.text, *right.text);
+            }
+            return {};
+        };
+    }
+
+    bool isNumber() const {
+        const size_t digit = _token[0] == '-' || _token[0] == '+' ? 1 : 0;
+        return _token.size() > digit && isdigit(static_cast<unsigned char>(_token[digit]));
+    }
+
+    Operand literal() {
+        Operand result;
+        const bool isTruth =
+            strcasecmp(_token.c_str(), "TRUE") == 0 || strcasecmp(_token.c_str(), "FALSE") == 0;
+        if (_quoted) {
+            result.text = _token.substr(1, _token.size() - 2);
+        } else if (isTruth) {
+            result.text = strcasecmp(_token.c_str(), "TRUE") == 0 ? "TRUE" : "FALSE";
+        } else if (isNumber()) {
+            result.number = strtold(_token.c_str(), nullptr);
+        } else {
+            fail("a number, a text in quotes, TRUE or FALSE");
+        }
+        next();
+        return result;
+    }
+
+    const std::string _text;
+    size_t _begin = 0;  // of the token
+    size_t _end = 0;
+    std::string _token;
+    bool _quoted = false;
+    int _depth = 0;
+};
+
+bool has(const CIMInstance& instance, const CIMName& name) {
+    return instance.findProperty(name) != PEG_NOT_FOUND;
+}
+
+}  // namespace
+
+Query::Query(const std::string& text) {
+    if (text.size() > longest) {
+        throw CIMException(
+            CIM_ERR_INVALID_QUERY,
+            String(("a query of more than " + std::to_string(longest) + " bytes").c_str()));
+    }
+    Parser parser(text);
+    parser.expect("SELECT");
+    _all = parser.takeWord("*");
+    if (!_all) {
+        do {
+            _selected.push_back(parser.takeName());
+        } while (parser.takeWord(","));
+    }
+    parser.expect("FROM");
+    className = parser.takeName();
+    if (parser.takeWord("WHERE")) {
+        condition = parser.rest();
+        _holds = parser.disjunction();
+        _named = parser.named;
+    }
+    parser.expectEnd();
+}
+
+bool Query::matches(const CIMInstance& indication) const {
+    return std::all_of(_named.begin(), _named.end(),
+                       [&](const CIMName& name) { return has(indication, name); }) &&
+           (!_holds || _holds(indication) == true);
+}
+
+void Query::project(CIMInstance& indication) const {
+    for (Uint32 i = _all ? 0 : indication.getPropertyCount(); i-- > 0;) {
+        const CIMName name = indication.getProperty(i).getName();
+        if (std::none_of(_selected.begin(), _selected.end(),
+                         [&](const CIMName& selected) { return selected.equal(name); })) {
+            indication.removeProperty(i);
+        }
+    }
+}
+
+}  // namespace velmar_embedded
