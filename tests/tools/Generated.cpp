@@ -132,8 +132,8 @@ TEST(GeneratedClass, SaysWhatDoesNotFit) {
     expectFault(code, "TRAP_Part: the instance is of class TRAP_SubPart",
                 from(TRAP_SubPart("s").instance()));
     expectFault(code, "TRAP_Part.Name: is a key", [] { TRAP_Part().path(); });
-    expectFault(code, "TRAP_Types.Name=\"t\" is not of class TRAP_Part",
-                [] { TRAP_Part::Path(CIMObjectPath("TRAP_Types.Name=\"t\"")); });
+    expectFault(code, "trap_TYPES.Name=\"t\" is not of class TRAP_Part",
+                [] { TRAP_Part::Path(CIMObjectPath("trap_TYPES.Name=\"t\"")); });
     expectFault(CIM_ERR_FAILED, "the value of a property", [] { TRAP_Part("x").Size.value(); });
 }
 
