@@ -89,7 +89,13 @@ TEST(GeneratedClass, KeepsAllPropertiesThroughItsInstance) {
     EXPECT_EQ(instance.getPath().getNameSpace(), CIMNamespaceName("root/velmar_remote"));
     // Nothing but the key: what is null is left out.
     EXPECT_EQ(TRAP_Types("none").instance().getPropertyCount(), 1u);
-    EXPECT_TRUE(TRAP_Types::from(TRAP_Types("none").instance()).U8.isNull());
+    CIMInstance nulls = TRAP_Types("none").instance();
+    nulls.addProperty(CIMProperty(CIMName("U8"), CIMValue(CIMTYPE_UINT8, false)));
+    EXPECT_TRUE(TRAP_Types::from(nulls).U8.isNull());
+    TRAP_Alert alert;
+    alert.take("Description", CIMValue(String("text")));
+    alert.take("Description", CIMValue(CIMTYPE_STRING, false));
+    EXPECT_TRUE(alert.Description.isNull());
     EXPECT_EQ(TRAP_Keyless().instance().getPropertyCount(), 0u);
 }
 
@@ -429,7 +435,7 @@ TEST_F(GeneratedPackage, CallsMethodsWithTypes) {
     EXPECT_EQ(outParameter<String>("BothNeeded"), "b!");
     EXPECT_EQ(outParameter<TRAP_Part::Path>("Made").value().object(), given[0]);
     EXPECT_EQ(outParameter<std::vector<CIMInstance>>("Parts").value().size(), 2u);
-    EXPECT_TRUE(velmar_remote::findParam(out, "Words").isNull());
+    EXPECT_EQ(out.size(), 4u);  // without Words, which are null
 
     in.clear();
     EXPECT_TRUE(call(TRAP_Methods::classPath(), "Now", in).isNull());
