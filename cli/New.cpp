@@ -55,6 +55,24 @@ std::string lower(std::string text) {
     return text;
 }
 
+// A schema that declares one class of a standard file and needs another of it.
+void refuseSecondDeclaration(const velmar_embedded::MofError& error,
+                             const std::vector<const velmar_generator::MofFile*>& added) {
+    static const std::string already = "CIM_ERR_ALREADY_EXISTS: ";
+    if (error.reason().compare(0, already.size(), already) != 0) {
+        return;
+    }
+    const std::string name = error.reason().substr(already.size());
+    const velmar_generator::MofFile* file = velmar_generator::standardMofWith(name);
+    if (std::find(added.begin(), added.end(), file) != added.end()) {
+        throw UsageError(
+            fmt::format("{0}:{1}: {2} is declared here, and in the standard file {3}, which is "
+                        "added for other classes that the schema lacks; remove it here, or declare "
+                        "those other classes, too",
+                        error.file(), error.line(), name, file->name));
+    }
+}
+
 // The standard files that the schema needs and does not bring: each error of the compiler about an
 // unknown name adds the file that declares it, until there is none, or one that no file mends.
 std::vector<const velmar_generator::MofFile*> compile(const NewOptions& options,
@@ -72,6 +90,7 @@ std::vector<const velmar_generator::MofFile*> compile(const NewOptions& options,
             options.compile(repository);
         } catch (const velmar_embedded::MofError& error) {
             reason = error.reason();
+            refuseSecondDeclaration(error, needed);
             const velmar_generator::MofFile* found = nullptr;
             for (std::sregex_iterator one(reason.begin(), reason.end(), name), end;
                  one != end && found == nullptr; ++one) {

@@ -243,17 +243,27 @@ std::string Reader::suggestion(const std::string& name) const {
     };
     // What the name has after its schema's prefix is what people remember.
     const std::string wanted = lower(name.substr(name.find('_') + 1));
-    std::string result;
-    unsigned found = 0;
+    const std::string prefix = lower(name.substr(0, name.find('_') + 1));
+    std::vector<std::string> like;
+    std::vector<std::string> ofSamePrefix;
     const Array<CIMName> all = _schema.subclassNames(_nameSpace, CIMName(), true);
-    for (Uint32 i = 0; i < all.size() && found < 5; i++) {
+    for (Uint32 i = 0; i < all.size(); i++) {
         const std::string one = utf8(all[i]);
         const std::string tail = lower(one.substr(one.find('_') + 1));
         if (tail.find(wanted) != std::string::npos || wanted.find(tail) != std::string::npos) {
-            result += (found++ == 0 ? "; like it: " : ", ") + one;
+            like.push_back(one);
+        } else if (!prefix.empty() && lower(one).compare(0, prefix.size(), prefix) == 0) {
+            ofSamePrefix.push_back(one);
         }
     }
-    return result;
+    std::string result = like.empty() ? "; there are " : "; like it: ";
+    std::vector<std::string>& offered = like.empty() ? ofSamePrefix : like;
+    std::sort(offered.begin(), offered.end());
+    constexpr size_t MOST = 8;
+    for (size_t i = 0; i < offered.size() && i < MOST; i++) {
+        result += (i == 0 ? "" : ", ") + offered[i];
+    }
+    return offered.empty() ? "" : result + (offered.size() > MOST ? ", ..." : "");
 }
 
 std::string Reader::declared(const std::string& name) const {

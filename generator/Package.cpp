@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "Model.h"
 #include "Names.h"
 #include "PackageWriters.h"
@@ -20,7 +22,12 @@ std::vector<GeneratedFile> packageFiles(const velmar_embedded::Repository& repos
         if (model.kind == Kind::None) {
             throw GeneratorError("class " + model.name + " cannot be served: " + model.reason);
         }
-        served.push_back(std::move(model));
+        const bool isNamedTwice =
+            std::any_of(served.begin(), served.end(),
+                        [&](const ClassModel& one) { return one.name == model.name; });
+        if (!isNamedTwice) {
+            served.push_back(std::move(model));
+        }
     }
     std::vector<GeneratedFile> files = {
         {"CMakeLists.txt", packageBuildFile(options, served, schema)},
