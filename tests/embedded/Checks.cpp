@@ -133,6 +133,20 @@ const std::vector<Mistake> mistakes{
      [](auto& p) { p.fanTypes[0].types = {I}; },
      "registration.unserved-method",
      {"\"Fans\"", "Spin", "5 (method)"}},
+    {"methods without instances",
+     [](auto& p) { p.fanTypes[0].types = {M}; },
+     "registration.methods-alone",
+     {"ACME_Fan", "2 (instance)"}},
+    {"provider without a class",
+     [](auto& p) {
+         p.further = [](auto& server) {
+             const std::string mof = moduleMof("TestModule", "Idle");
+             server.compileMofText("root/PG_InterOp",
+                                   mof.substr(0, mof.find("instance of PG_ProviderCapa")));
+         };
+     },
+     "registration.no-class",
+     {"\"Idle\"", "PG_ProviderCapabilities"}},
     {"subclass not registered",
      [](auto& p) { p.furtherMof = "class ACME_BigFan : ACME_Fan { };"; },
      "registration.unserved-subclass",
@@ -406,6 +420,10 @@ const std::vector<Mistake> mistakes{
      [](auto& p) { p.onSpin = [](auto&) { return CIMValue(Sint32(0)); }; },
      "method.return-type",
      {"sint32 0", "declares uint32"}},
+    {"no return value",
+     [](auto& p) { p.onSpin = [](auto&) { return CIMValue(); }; },
+     "method.no-return-value",
+     {"Spin", "uint32"}},
     {"type of send",
      [](auto& p) { replace(p.schema, "sint32 send", "uint32 send"); },
      "method.return-type",
@@ -495,7 +513,6 @@ TEST(Checks, FindNothingInAGoodPackage) {
     good.schema += "class ACME_TopSlot : ACME_Slot { };";
     good.links.push_back(
         inSlot(path(full("ACME_TopSlot.Position=\"9\",Rack=\"r\"")), fanPath("rear")));
-    good.onSpin = [](auto&) { return CIMValue(); };
     EXPECT_EQ(lines(good.use()), "");
 }
 
