@@ -188,16 +188,8 @@ void CallWatch::delivered(const CIMObjectPath& path) {
     }
 }
 
-void CallWatch::returned() {
-    _protocol.returned(_report);
-    if (_method && !_hasReturnValue) {
-        checkReturned(_report, *_method);
-    }
-}
-
 void CallWatch::delivered(const CIMValue& returnValue) {
     _protocol.delivered(_report);
-    _hasReturnValue = true;
     if (returnValue.isNull()) {
         _protocol.emptyDelivery(_report);
     } else if (_method) {

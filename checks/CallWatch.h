@@ -46,7 +46,7 @@ class CallWatch {
     void completed() { _protocol.completed(_report); }
 
     /// The operation has returned.
-    void returned();
+    void returned() { _protocol.returned(_report); }
     /// It has thrown; call it in a catch block.
     void threw();
 
@@ -71,7 +71,6 @@ class CallWatch {
     Protocol _protocol;
     const MethodFacts* _method = nullptr;
     bool _requestIsGood;
-    bool _hasReturnValue = false;
     DistinctPaths _paths;
     std::shared_ptr<Guard> _guard;
 };

@@ -29,10 +29,6 @@ const Rule missingParameter{"method.missing-parameter", Severity::Error,
 const Rule returnType{"method.return-type", Severity::Error,
                       "A method returned another type than its class declares.",
                       "Return a CIMValue of the declared type, or correct the type in the MOF."};
-const Rule noReturnValue{
-    "method.no-return-value", Severity::Warning,
-    "A method returned no value, or null, though every method has a return type: clients get none.",
-    "Return a CIMValue of the declared type."};
 const Rule outType{"method.out-parameter-type", Severity::Error,
                    "An out-parameter has another type, or another array form, than the method "
                    "declares.",
@@ -74,7 +70,7 @@ void checkRequired(const Report& report, const MethodFacts& method,
 
 RuleList methodRules() {
     return {&undeclared, &unknownParameter, &parameterType, &missingParameter,
-            &returnType, &noReturnValue,    &outType,       &undeclaredOut};
+            &returnType, &outType,          &undeclaredOut};
 }
 
 const MethodFacts* checkCall(const Report& report, const ClassFacts& facts, const CIMName& name,
@@ -120,13 +116,6 @@ void checkReturnValue(const Report& report, const MethodFacts& method, const CIM
                        method.result.typeText() + "; " +
                        howToWrite(method.result.type, false, value));
     }
-}
-
-void checkReturned(const Report& report, const MethodFacts& method) {
-    const std::string name = textOf(method.result.name);
-    report.add(noReturnValue, name,
-               "method " + name + " returned no value, the class declares " +
-                   method.result.typeText() + "; return one");
 }
 
 void checkOutParameter(const Report& report, const MethodFacts& method,

@@ -24,8 +24,6 @@ const MethodFacts* checkCall(const Report& report, const ClassFacts& facts,
                              const Pegasus::Array<Pegasus::CIMParamValue>& inParameters);
 void checkReturnValue(const Report& report, const MethodFacts& method,
                       const Pegasus::CIMValue& value);
-/// The method has ended without a return value.
-void checkReturned(const Report& report, const MethodFacts& method);
 void checkOutParameter(const Report& report, const MethodFacts& method,
                        const Pegasus::CIMParamValue& parameter);
 

@@ -39,18 +39,14 @@ endif()
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${_library})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "Shared libraries.
- .
- Caches, association and indication providers, and what they share, for
+set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "Caches, association and indication providers, and what they share, for
  provider libraries that an OpenPegasus CIM server loads.")
 file(WRITE "${PROJECT_BINARY_DIR}/triggers" "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/triggers")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${_development})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${_library} (= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Development files.
- .
- Headers, CMake and pkg-config files, the test kit, and an embedded CIM server
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Headers, CMake and pkg-config files, the test kit, and an embedded CIM server
  that provider libraries are built and tested with.")
 if(VELMAR_REAL_PEGASUS)
     set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libc6, libstdc++6")
@@ -60,9 +56,7 @@ endif()
 set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME velmar)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "${_library} (= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_COMMAND_DESCRIPTION "The command velmar.
- .
- Loads a package of provider libraries into an embedded CIM server, says what
+set(CPACK_DEBIAN_COMMAND_DESCRIPTION "Loads a package of provider libraries into an embedded CIM server, says what
  is wrong with it, serves it to WBEM clients of this host, and writes new
  packages from a schema.")
 

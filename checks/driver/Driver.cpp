@@ -47,6 +47,7 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
                                const std::vector<RegisteredClass>& classes,
                                const DriveOptions& options, const Report& report) {
     std::vector<ClassReport> result;
+    bool answers = true;
     for (const RegisteredClass& one : classes) {
         if (one.definition.isUninitialized()) {
             continue;  // said already, when the registration was read
@@ -54,6 +55,9 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
         Session session(one, report);
         try {
             driveClass(session, server, one, classes, options);
+        } catch (const NoAnswer& e) {
+            session.find(rules::stopped, "", std::string(e.what()) + ", so no more is asked");
+            answers = false;
         } catch (const std::exception& e) {
             session.find(rules::stopped, "", std::string(e.what()) + ", so no more is asked");
         } catch (const Pegasus::Exception& e) {
@@ -61,7 +65,7 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
         }
         result.push_back(std::move(session.result));
     }
-    if (options.clients > 0) {
+    if (options.clients > 0 && answers) {
         std::mutex lock;
         driveLoad(classes, options, [&](velmar_checks::Finding finding) {
             std::lock_guard<std::mutex> guard(lock);

@@ -70,6 +70,9 @@ const Rule refusedMethod = {"driver.refused-method", Severity::Warning,
                             "A method that the class declares and a provider is registered for is "
                             "answered with CIM_ERR_NOT_SUPPORTED or CIM_ERR_METHOD_NOT_FOUND.",
                             "Serve it in callMethod, or leave it out of SupportedMethods."};
+const Rule noReturnValue = {"driver.no-return-value", Severity::Warning,
+                            "A method was called and returned no value, or null: clients get none.",
+                            "Return a CIMValue of the declared type in every case."};
 const Rule stopped = {"driver.stopped", Severity::Error,
                       "What a class answers cannot be used, or comes not at all: the rest of it is "
                       "not asked.",
@@ -83,9 +86,10 @@ const Rule load = {"driver.load", Severity::Error,
 
 velmar_checks::RuleList driverRules() {
     using namespace rules;
-    return {&fails,  &names,     &get,           &getValues, &unsteady, &absent,    &propertyList,
-            &farEnd, &reference, &associator,    &objects,   &role,     &subscribe, &create,
-            &remove, &cascade,   &refusedMethod, &stopped,   &load};
+    return {&fails,   &names,         &get,           &getValues, &unsteady,
+            &absent,  &propertyList,  &farEnd,        &reference, &associator,
+            &objects, &role,          &subscribe,     &create,    &remove,
+            &cascade, &refusedMethod, &noReturnValue, &stopped,   &load};
 }
 
 }  // namespace velmar_driver

@@ -163,9 +163,18 @@ void driveMethods(Session& session) {
         const CIMObjectPath& target = isStatic(method) ? classPath : names[0];
         const std::string name = text(method.getName().getString());
         Array<CIMParamValue> out;
+        CIMValue returned;
         const Outcome outcome = session.call(name + "()", [&] {
-            session.client.invokeMethod(ns, target, method.getName(), Array<CIMParamValue>(), out);
+            returned = session.client.invokeMethod(ns, target, method.getName(),
+                                                   Array<CIMParamValue>(), out);
         });
+        if (outcome && returned.isNull()) {
+            session.find(rules::noReturnValue, name,
+                         "method " + name + " of " + shortText(target) +
+                             " returns no value, it is "
+                             "declared with " +
+                             cimTypeToString(method.getType()));
+        }
         if (outcome.code == CIM_ERR_NOT_SUPPORTED || outcome.code == CIM_ERR_METHOD_NOT_FOUND ||
             outcome.code == CIM_ERR_METHOD_NOT_AVAILABLE) {
             session.find(rules::refusedMethod, name,
