@@ -35,6 +35,7 @@ void Checks::checkPackage(const std::vector<velmar_embedded::RegisteredModule>& 
     }
     Findings now;  // whatever was found before
     checkModules(now, modules);
+    checkProviders(now, modules, _registry.registrations());
     checkRegistrations(now, _schema, _registry.registrations());
     for (const Finding& finding : now.all()) {
         bool isNew;
@@ -73,7 +74,13 @@ void Checks::noteStored(const CIMNamespaceName& nameSpace, const CIMInstance& in
 
 void Checks::loading(const std::string& provider) {
     if (_loadObserver) {
-        _loadObserver(provider);
+        _loadObserver(provider, "constructor or initialize");
+    }
+}
+
+void Checks::terminating(const std::string& provider) {
+    if (_loadObserver) {
+        _loadObserver(provider, "terminate");
     }
 }
 

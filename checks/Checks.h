@@ -43,8 +43,9 @@ class Checks : public velmar_embedded::LoadObserver {
     /// Called by the teller with each new finding; without one findings go to stderr.
     void observe(std::function<void(const Finding&)> observer) { _observer = std::move(observer); }
 
-    /// Called on the thread that loads a provider, before it does; the checks need not be on.
-    void observeLoads(std::function<void(const std::string&)> observer) {
+    /// Called before a provider is loaded or terminated, on the thread that does it, with the
+    /// provider's name and the step; the checks need not be on.
+    void observeLoads(std::function<void(const std::string&, const char*)> observer) {
         _loadObserver = std::move(observer);
     }
 
@@ -66,6 +67,7 @@ class Checks : public velmar_embedded::LoadObserver {
     void forgetDelivered() { _deliveredObjects.clear(); }
 
     void loading(const std::string& provider) override;
+    void terminating(const std::string& provider) override;
     void notCreated(const std::string& provider) override;
     void notInitialized(const std::string& provider) override;
     void loaded(const std::string& provider, const Pegasus::CIMProvider& object,
@@ -77,7 +79,7 @@ class Checks : public velmar_embedded::LoadObserver {
     const velmar_embedded::Registry& _registry;
     velmar_embedded::Teller& _teller;
     std::function<void(const Finding&)> _observer;
-    std::function<void(const std::string&)> _loadObserver;
+    std::function<void(const std::string&, const char*)> _loadObserver;
     bool _on = true;
     Findings _findings;
     SchemaFacts _schema;

@@ -267,8 +267,9 @@ void checkPathKeys(const Report& report, const ClassFacts& facts, const CIMObjec
         if (!key || !key->isKey) {
             report.add(pathUnknownKey, name,
                        "the path " + textOf(path) + " has the key " + name +
-                           ", the class's keys are " + listing(facts.keyNames()) +
-                           didYouMean(name, facts.keyNames()));
+                           (facts.keyNames().empty() ? ", the class has none"
+                                                     : ", the class's keys are ") +
+                           listing(facts.keyNames()) + didYouMean(name, facts.keyNames()));
         } else if (keys[i].getType() != bindingType(key->type)) {
             report.add(pathKeyType, name,
                        "key " + name + " of the path " + textOf(path) + " is " +

@@ -3,6 +3,7 @@
 
 #include "checks/LoadingRules.h"
 
+#include <Pegasus/Common/Exception.h>
 #include <Pegasus/Provider/CIMAssociationProvider.h>
 #include <Pegasus/Provider/CIMIndicationProvider.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
@@ -145,9 +146,18 @@ void checkNotCreated(Findings& findings, const std::string& provider) {
 }
 
 void checkNotInitialized(Findings& findings, const std::string& provider) {
+    std::string hint;
+    try {
+        throw;
+    } catch (const TypeMismatchException&) {
+        hint =
+            " (a value is got as another type than it has, or an instance is given the path of "
+            "another class)";
+    } catch (...) {
+    }
     Report(findings, provider, "")
         .add(notInitialized, "initialize",
-             "initialize ended with " + velmar_embedded::describeCurrentException() +
+             "initialize ended with " + velmar_embedded::describeCurrentException() + hint +
                  "; every request for its classes fails until it succeeds");
 }
 

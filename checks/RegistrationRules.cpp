@@ -18,6 +18,14 @@ namespace velmar_checks {
 
 namespace {
 
+const Rule noClass{"registration.no-class", Severity::Warning,
+                   "A PG_Provider has no PG_ProviderCapabilities: nobody calls it.",
+                   "Add an instance of PG_ProviderCapabilities with its ProviderName, ClassName, "
+                   "Namespaces and ProviderType."};
+const Rule methodsAlone{"registration.methods-alone", Severity::Warning,
+                        "A class with keys is registered for methods, but nobody for its "
+                        "instances: clients find no instance to call a method of.",
+                        "Add 2 (instance) to ProviderType."};
 const Rule unknownNamespace{"registration.unknown-namespace", Severity::Error,
                             "A registration names a namespace that does not exist.",
                             "Correct Namespaces in PG_ProviderCapabilities, or compile the schema "
@@ -176,6 +184,16 @@ std::vector<std::string> classNames(const SchemaFacts& schema, const CIMNamespac
     return names;
 }
 
+const Registration* instancesOf(const std::vector<Registration>& registrations,
+                                const CIMNamespaceName& nameSpace, const CIMName& className) {
+    const auto found =
+        std::find_if(registrations.begin(), registrations.end(), [&](const Registration& one) {
+            return one.type == ProviderType::Instance && one.className == className &&
+                   one.nameSpace == nameSpace;
+        });
+    return found == registrations.end() ? nullptr : &*found;
+}
+
 // The registrations of one class against the class.
 void checkClass(Findings& findings, SchemaFacts& schema, const Same& same,
                 const std::vector<Registration>& registrations) {
@@ -199,17 +217,14 @@ void checkClass(Findings& findings, SchemaFacts& schema, const Same& same,
         return;
     }
     checkTypes(report, *facts, same);
+    if (hasType(same, ProviderType::Method) && !hasType(same, ProviderType::Instance) &&
+        !hasType(same, ProviderType::Indication) && !facts->keys().empty() &&
+        !instancesOf(registrations, first.nameSpace, first.className)) {
+        report.add(methodsAlone, "ProviderType",
+                   "is registered for methods, but nobody for its instances; add 2 (instance) to "
+                   "ProviderType");
+    }
     checkMethods(report, *facts, same);
-}
-
-const Registration* instancesOf(const std::vector<Registration>& registrations,
-                                const CIMNamespaceName& nameSpace, const CIMName& className) {
-    const auto found =
-        std::find_if(registrations.begin(), registrations.end(), [&](const Registration& one) {
-            return one.type == ProviderType::Instance && one.className == className &&
-                   one.nameSpace == nameSpace;
-        });
-    return found == registrations.end() ? nullptr : &*found;
 }
 
 // A class of the schema whose superclass is served: by whom, and is it served itself?
@@ -288,10 +303,27 @@ struct NoCase {
 }  // namespace
 
 RuleList registrationRules() {
-    return {&unknownNamespace, &unknownClass,     &associationType,  &notAnAssociation,
-            &indicationType,   &notAnIndication,  &alertSuperclass,  &unknownMethod,
-            &unservedMethod,   &unservedSubclass, &classAndSubclass, &keyless,
-            &unknownReference, &tooFewEnds};
+    return {&noClass,          &methodsAlone,     &unknownNamespace, &unknownClass,
+            &associationType,  &notAnAssociation, &indicationType,   &notAnIndication,
+            &alertSuperclass,            &unknownMethod,    &unservedMethod,
+            &unservedSubclass, &classAndSubclass, &keyless,          &unknownReference,
+            &tooFewEnds};
+}
+
+void checkProviders(Findings& findings,
+                    const std::vector<velmar_embedded::RegisteredModule>& modules,
+                    const std::vector<Registration>& registrations) {
+    for (const velmar_embedded::RegisteredModule& module : modules) {
+        for (const std::string& provider : module.providers) {
+            if (std::none_of(registrations.begin(), registrations.end(),
+                             [&](const Registration& one) { return one.provider == provider; })) {
+                Report(findings, provider, "")
+                    .add(noClass, "PG_ProviderCapabilities",
+                         "is registered for no class, so that nobody calls it; add an instance of "
+                         "PG_ProviderCapabilities with its ProviderName");
+            }
+        }
+    }
 }
 
 void checkRegistrations(Findings& findings, SchemaFacts& schema,

@@ -11,9 +11,15 @@
 
 #include "checks/ClassFacts.h"
 #include "checks/Findings.h"
+#include "providers/RegistrationReader.h"
 #include "providers/Registry.h"
 
 namespace velmar_checks {
+
+/// Providers of the modules that are registered for nothing.
+void checkProviders(Findings& findings,
+                    const std::vector<velmar_embedded::RegisteredModule>& modules,
+                    const std::vector<velmar_embedded::Registration>& registrations);
 
 void checkRegistrations(Findings& findings, SchemaFacts& schema,
                         const std::vector<velmar_embedded::Registration>& registrations);

@@ -4,12 +4,16 @@
 #include "Crash.h"
 
 #include <execinfo.h>
+#include <pthread.h>
 #include <signal.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 
 #include <string>
+
+#include "Commands.h"
 
 namespace velmar_cli {
 
@@ -50,9 +54,20 @@ void note(const velmar_embedded::ProviderCall& call) {
              call.operation.c_str(), static_cast<const char*>(path));
 }
 
-void noteLoad(const std::string& provider) {
-    snprintf(current, sizeof current, "provider \"%s\", its constructor or initialize",
-             provider.c_str());
+void noteLoad(const std::string& provider, const char* step) {
+    snprintf(current, sizeof current, "provider \"%s\", its %s", provider.c_str(), step);
+}
+
+pthread_t watching;
+
+// A provider that ends the process does so on a thread of the server.
+void onExit() {
+    if (current[0] != '\0' && !pthread_equal(pthread_self(), watching)) {
+        write("\nvelmar: the process is ended by exit, called in\n  ");
+        write(current);
+        write("\n");
+        _exit(Findings);
+    }
 }
 
 }  // namespace
@@ -60,6 +75,8 @@ void noteLoad(const std::string& provider) {
 void watchForCrashes(velmar_embedded::Server& server) {
     server.observeCalls(note);
     server.observeLoads(noteLoad);
+    watching = pthread_self();
+    atexit(onExit);
     void* frame[1];
     backtrace(frame, 1);  // loads what it needs now, not in the handler
     struct sigaction action = {};

@@ -10,7 +10,8 @@
 namespace velmar_cli {
 
 /// From here on SIGSEGV, SIGBUS, SIGFPE, SIGILL and SIGABRT write the thread's last provider call
-/// and a backtrace to stderr; then the signal does what it would have done. Takes the server's
+/// and a backtrace to stderr; then the signal does what it would have done. A provider that calls
+/// exit is named too. Takes the server's
 /// observers of calls and loads. Call it before the server starts.
 void watchForCrashes(velmar_embedded::Server& server);
 

@@ -46,7 +46,7 @@ if(NOT VELMAR_REAL_PEGASUS)
     velmar_install_headers(velmar_remote_embedded checks embedded/velmar_checks Finding.h)
 endif()
 if(TARGET velmar_wire)
-    velmar_install(velmar_wire velmar_remote_wire velmar_remote_wire)
+    velmar_install(velmar_wire velmar_remote_runtime velmar_remote_wire)
     get_target_property(_headers velmar_wire VELMAR_HEADERS)
     velmar_install_headers(velmar_remote_wire wire wire/velmar_wire ${_headers})
 endif()
@@ -57,6 +57,14 @@ if(TARGET velmar)
     list(TRANSFORM _mof_files PREPEND "${PROJECT_SOURCE_DIR}/generator/")
     install(FILES ${_mof_files} DESTINATION "${CMAKE_INSTALL_DATADIR}/velmar_remote/mof"
             COMPONENT velmar_remote_cli)
+    install(FILES "${PROJECT_SOURCE_DIR}/cli/completion.bash" RENAME velmar
+            DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
+            COMPONENT velmar_remote_cli)
+    get_target_property(_pages velmar VELMAR_MAN_PAGES)
+    if(_pages)
+        install(FILES ${_pages} DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
+                COMPONENT velmar_remote_cli)
+    endif()
 endif()
 
 install(EXPORT ${_export} NAMESPACE velmar_remote:: DESTINATION "${_package_dir}"

@@ -136,7 +136,7 @@ void Server::observeCalls(std::function<void(const ProviderCall&)> observer) {
     _impl->server->services().observeCall = std::move(observer);
 }
 
-void Server::observeLoads(std::function<void(const std::string&)> observer) {
+void Server::observeLoads(std::function<void(const std::string&, const char*)> observer) {
     _impl->server->checks().observeLoads(std::move(observer));
 }
 

@@ -115,9 +115,10 @@ class Server {
 
     /// Called on the worker thread before every provider call; set before start.
     void observeCalls(std::function<void(const ProviderCall&)> observer);
-    /// Called with a provider's name on the thread that loads it, before its object is made and
-    /// initialized; set before start.
-    void observeLoads(std::function<void(const std::string&)> observer);
+    /// Called before a provider's object is made and initialized, and before it is terminated, with
+    /// its name and "constructor or initialize" or "terminate", on the thread that does it; set
+    /// before start.
+    void observeLoads(std::function<void(const std::string&, const char*)> observer);
     /// Called on the caller's thread for every request that arrives; set before start.
     void observeArrivals(std::function<void(const Arrival&)> observer);
     /// Called with what no caller hears of, one problem at a time, in their order, on a thread of

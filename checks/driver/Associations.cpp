@@ -69,6 +69,10 @@ class View {
                 return;
             }
             if (byPath(names).count(_association) == 0) {
+                // A provider that does not know the role finds nothing without it either; with it
+                // it says so, to the server's checks.
+                _session.call("referenceNames",
+                              [&] { _client.referenceNames(_ns, _near.path, _class, _near.role); });
                 _session.find(rules::reference, text(_near.role),
                               "referenceNames of " + nearText() + asked(role) + " does not give " +
                                   _association + ", which refers to it as " + text(_near.role) +

@@ -18,7 +18,7 @@ namespace velmar_driver {
 
 struct DriveOptions {
     bool write = false;     ///< create and delete instances; they are deleted again
-    bool call = false;      ///< call the methods that have no in-parameters
+    bool call = false;      ///< call the methods that have no in-parameters, and raise alerts
     unsigned limit = 100;   ///< instances looked at one by one, for each class
     unsigned clients = 0;   ///< at once, after all else; 0: none
     unsigned seconds = 10;  ///< that they go on
@@ -36,7 +36,8 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
 // The parts, for one class each.
 void driveInstances(Session& session, const DriveOptions& options);
 void driveAssociation(Session& session, const DriveOptions& options);
-void driveIndication(Session& session, velmar_embedded::Server& server);
+void driveIndication(Session& session, velmar_embedded::Server& server,
+                     const std::vector<RegisteredClass>& classes, const DriveOptions& options);
 void driveMethods(Session& session);
 void driveWrites(Session& session, const std::vector<RegisteredClass>& classes);
 

@@ -39,8 +39,9 @@ const Rule reference = {
     "driver.reference", Severity::Error,
     "An instance does not name an association that refers to it (\"references "
     "0\").",
-    "Give the ends the local host name and the namespace of requests, and spell "
-    "their keys as the instances' own paths do."};
+    "Give the ends the local host name and the namespace of requests, spell their "
+    "keys as the instances' own paths do, and give InstanceAssociationProvider's constructor the "
+    "reference properties as the MOF spells them."};
 const Rule associator = {"driver.associator", Severity::Error,
                          "An instance is not associated with the other end of an association that "
                          "refers to it (\"associators 0\").",
@@ -69,6 +70,13 @@ const Rule refusedMethod = {"driver.refused-method", Severity::Warning,
                             "A method that the class declares and a provider is registered for is "
                             "answered with CIM_ERR_NOT_SUPPORTED or CIM_ERR_METHOD_NOT_FOUND.",
                             "Serve it in callMethod, or leave it out of SupportedMethods."};
+const Rule noReturnValue = {"driver.no-return-value", Severity::Warning,
+                            "A method was called and returned no value, or null: clients get none.",
+                            "Return a CIMValue of the declared type in every case."};
+const Rule stopped = {"driver.stopped", Severity::Error,
+                      "What a class answers cannot be used, or comes not at all: the rest of it is "
+                      "not asked.",
+                      "Look for a key without a value, and for an operation that never returns."};
 const Rule load = {"driver.load", Severity::Error,
                    "Under several clients at once an answer fails or lacks what it had before.",
                    "Look for state that requests share: instances edited in place, members without "
@@ -78,9 +86,10 @@ const Rule load = {"driver.load", Severity::Error,
 
 velmar_checks::RuleList driverRules() {
     using namespace rules;
-    return {&fails,        &names,  &get,       &getValues,  &unsteady,      &absent,
-            &propertyList, &farEnd, &reference, &associator, &objects,       &role,
-            &subscribe,    &create, &remove,    &cascade,    &refusedMethod, &load};
+    return {&fails,   &names,         &get,           &getValues, &unsteady,
+            &absent,  &propertyList,  &farEnd,        &reference, &associator,
+            &objects, &role,          &subscribe,     &create,    &remove,
+            &cascade, &refusedMethod, &noReturnValue, &stopped,   &load};
 }
 
 }  // namespace velmar_driver

@@ -27,6 +27,8 @@ extern const velmar_checks::Rule create;
 extern const velmar_checks::Rule remove;
 extern const velmar_checks::Rule cascade;
 extern const velmar_checks::Rule refusedMethod;
+extern const velmar_checks::Rule noReturnValue;
+extern const velmar_checks::Rule stopped;
 extern const velmar_checks::Rule load;
 
 }  // namespace rules

@@ -77,7 +77,12 @@ class Client {
 
  private:
     bool call(const std::string& operation, const std::function<void()>& work) {
-        const Outcome outcome = _session.call(operation, work);
+        Outcome outcome;
+        try {
+            outcome = _session.call(operation, work);
+        } catch (const NoAnswer& e) {
+            outcome = {-1, e.what()};
+        }
         if (!outcome) {
             _session.find(rules::load, operation,
                           "under several clients " + operation + " fails: " + outcome.describe());

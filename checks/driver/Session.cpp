@@ -53,6 +53,9 @@ Outcome Session::call(const std::string& operation, const std::function<void()>&
         work();
     } catch (const CIMException& e) {
         outcome = {static_cast<int>(e.getCode()), velmar_driver::text(e.getMessage())};
+    } catch (const ConnectionTimeoutException&) {
+        throw NoAnswer(operation + " gives no answer within " +
+                       std::to_string(client.getTimeout() / 1000) + " s");
     } catch (const Exception& e) {
         outcome = {-1, velmar_driver::text(e.getMessage())};
     }

@@ -12,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -44,12 +45,18 @@ struct Outcome {
     std::string describe() const;
 };
 
+/// A call that got no answer in time; the class is not asked any further.
+class NoAnswer : public std::runtime_error {
+ public:
+    using std::runtime_error::runtime_error;
+};
+
 class Session {
  public:
     /// Connects to the started server.
     Session(const RegisteredClass& about, Report report);
 
-    /// Runs `work`, times it as `operation` of the class, and says how it ended.
+    /// Runs `work`, times it as `operation` of the class, and says how it ended. Throws NoAnswer.
     Outcome call(const std::string& operation, const std::function<void()>& work);
     /// The same; a failure becomes a finding.
     bool expect(const std::string& operation, const std::function<void()>& work);

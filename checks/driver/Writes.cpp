@@ -22,8 +22,11 @@ class Created {
  public:
     Created(Session& session, const CIMObjectPath& path) : _session(session), _path(path) {}
     ~Created() {
-        _session.call("deleteInstance",
-                      [&] { _session.client.deleteInstance(_session.about.nameSpace, _path); });
+        try {
+            _session.call("deleteInstance",
+                          [&] { _session.client.deleteInstance(_session.about.nameSpace, _path); });
+        } catch (const NoAnswer&) {
+        }
     }
     Created(const Created&) = delete;
     Created& operator=(const Created&) = delete;

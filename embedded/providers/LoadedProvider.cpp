@@ -102,6 +102,9 @@ void LoadedProvider::initialize(CIMProvider& object, const std::shared_ptr<Chann
 
 void LoadedProvider::terminate(CIMProvider& object) {
     const RunningCalls::Scope running(_running, {"terminate"}, _title);
+    if (_observer) {
+        _observer->terminating(_name);
+    }
     try {
         object.terminate();
     } catch (...) {

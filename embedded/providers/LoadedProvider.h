@@ -34,6 +34,8 @@ class LoadObserver {
     virtual ~LoadObserver() = default;
     /// Its object is about to be made and initialized.
     virtual void loading(const std::string& provider) = 0;
+    /// Its object is about to be terminated.
+    virtual void terminating(const std::string& provider) = 0;
     /// There is no object because of the exception that is being handled.
     virtual void notCreated(const std::string& provider) = 0;
     /// Its initialize ended with the exception that is being handled.

@@ -133,6 +133,20 @@ const std::vector<Mistake> mistakes{
      [](auto& p) { p.fanTypes[0].types = {I}; },
      "registration.unserved-method",
      {"\"Fans\"", "Spin", "5 (method)"}},
+    {"methods without instances",
+     [](auto& p) { p.fanTypes[0].types = {M}; },
+     "registration.methods-alone",
+     {"ACME_Fan", "2 (instance)"}},
+    {"provider without a class",
+     [](auto& p) {
+         p.further = [](auto& server) {
+             const std::string mof = moduleMof("TestModule", "Idle");
+             server.compileMofText("root/PG_InterOp",
+                                   mof.substr(0, mof.find("instance of PG_ProviderCapa")));
+         };
+     },
+     "registration.no-class",
+     {"\"Idle\"", "PG_ProviderCapabilities"}},
     {"subclass not registered",
      [](auto& p) { p.furtherMof = "class ACME_BigFan : ACME_Fan { };"; },
      "registration.unserved-subclass",

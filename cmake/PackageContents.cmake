@@ -1,0 +1,40 @@
+# SPDX-FileCopyrightText: The velmar_remote authors
+# SPDX-License-Identifier: MIT
+#
+# Called by CPack before it packs what was installed: what Debian wants of a package's files, and of
+# the build for a real server only what the other build has not.
+if(NOT CPACK_GENERATOR STREQUAL "DEB")
+    return()
+endif()
+find_program(GZIP gzip REQUIRED)
+
+foreach(_group library development command)
+    set(_root "${CPACK_TEMPORARY_INSTALL_DIRECTORY}/${_group}/usr")
+    if(NOT IS_DIRECTORY "${_root}")
+        continue()
+    endif()
+    if(CPACK_VELMAR_REAL_PEGASUS)
+        file(REMOVE_RECURSE "${_root}/include")
+        file(GLOB _shared "${_root}/lib/*/cmake/velmar_remote/velmar_remoteConfig*.cmake")
+        if(_shared)
+            file(REMOVE ${_shared})
+        endif()
+    endif()
+    # Where the library is, the loader knows.
+    if(EXISTS "${_root}/bin/velmar")
+        file(RPATH_REMOVE FILE "${_root}/bin/velmar")
+    endif()
+    file(REMOVE_RECURSE "${_root}/share/doc")
+    set(_doc "${_root}/share/doc/${CPACK_VELMAR_PACKAGE_${_group}}")
+    file(MAKE_DIRECTORY "${_doc}")
+    configure_file("${CPACK_VELMAR_SOURCE}/LICENSE" "${_doc}/copyright" COPYONLY)
+    string(TIMESTAMP _date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+    file(WRITE "${_doc}/changelog"
+         "${CPACK_VELMAR_PACKAGE_${_group}} (${CPACK_PACKAGE_VERSION}) unstable; urgency=medium\n\n"
+         "  * Release ${CPACK_PACKAGE_VERSION}.\n\n -- ${CPACK_PACKAGE_CONTACT}  ${_date}\n")
+    file(GLOB _pages "${_root}/share/man/man1/*.1")
+    execute_process(COMMAND "${GZIP}" -9n "${_doc}/changelog" ${_pages} COMMAND_ERROR_IS_FATAL ANY)
+    file(CHMOD_RECURSE "${_root}/share" FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
+         DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+                               WORLD_READ WORLD_EXECUTE)
+endforeach()
