@@ -305,9 +305,8 @@ struct NoCase {
 RuleList registrationRules() {
     return {&noClass,          &methodsAlone,     &unknownNamespace, &unknownClass,
             &associationType,  &notAnAssociation, &indicationType,   &notAnIndication,
-            &alertSuperclass,            &unknownMethod,    &unservedMethod,
-            &unservedSubclass, &classAndSubclass, &keyless,          &unknownReference,
-            &tooFewEnds};
+            &alertSuperclass,  &unknownMethod,    &unservedMethod,   &unservedSubclass,
+            &classAndSubclass, &keyless,          &unknownReference, &tooFewEnds};
 }
 
 void checkProviders(Findings& findings,

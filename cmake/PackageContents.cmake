@@ -15,10 +15,8 @@ foreach(_group library development command)
     endif()
     if(CPACK_VELMAR_REAL_PEGASUS)
         file(REMOVE_RECURSE "${_root}/include")
-        file(GLOB _shared "${_root}/lib/*/cmake/velmar_remote/velmar_remoteConfig*.cmake")
-        if(_shared)
-            file(REMOVE ${_shared})
-        endif()
+        set(_shared "${_root}/${CPACK_VELMAR_LIBDIR}/cmake/velmar_remote/velmar_remoteConfig")
+        file(REMOVE "${_shared}.cmake" "${_shared}Version.cmake")
     endif()
     # Where the library is, the loader knows.
     if(EXISTS "${_root}/bin/velmar")
@@ -32,8 +30,12 @@ foreach(_group library development command)
     file(WRITE "${_doc}/changelog"
          "${CPACK_VELMAR_PACKAGE_${_group}} (${CPACK_PACKAGE_VERSION}) unstable; urgency=medium\n\n"
          "  * Release ${CPACK_PACKAGE_VERSION}.\n\n -- ${CPACK_PACKAGE_CONTACT}  ${_date}\n")
-    file(GLOB _pages "${_root}/share/man/man1/*.1")
-    execute_process(COMMAND "${GZIP}" -9n "${_doc}/changelog" ${_pages} COMMAND_ERROR_IS_FATAL ANY)
+    set(_texts "${_doc}/changelog")
+    if(_group STREQUAL "command")
+        list(TRANSFORM CPACK_VELMAR_MAN_PAGES PREPEND "${_root}/share/man/man1/" OUTPUT_VARIABLE _pages)
+        list(APPEND _texts ${_pages})
+    endif()
+    execute_process(COMMAND "${GZIP}" -9n ${_texts} COMMAND_ERROR_IS_FATAL ANY)
     file(CHMOD_RECURSE "${_root}/share" FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
          DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
                                WORLD_READ WORLD_EXECUTE)

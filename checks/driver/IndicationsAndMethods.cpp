@@ -104,13 +104,14 @@ void raise(Session& session, const std::vector<RegisteredClass>& classes) {
     CIMClass definition = session.about.definition;
     const Uint32 index = definition.findMethod(CIMName("send"));
     const CIMObjectPath element = anyElement(session, classes);
-    if (index == PEG_NOT_FOUND || element.getClassName().isNull()) {
+    if (element.getClassName().isNull()) {
         return;
     }
-    const CIMConstMethod method = definition.getMethod(index);
     Array<CIMParamValue> given;
-    for (Uint32 i = 0; i < method.getParameterCount(); i++) {
-        const CIMConstParameter one = method.getParameter(i);
+    const Uint32 count =
+        index == PEG_NOT_FOUND ? 0 : definition.getMethod(index).getParameterCount();
+    for (Uint32 i = 0; i < count; i++) {
+        const CIMConstParameter one = definition.getMethod(index).getParameter(i);
         if (isIn(one) && one.getName() != CIMName(about)) {
             given.append(
                 CIMParamValue(one.getName().getString(), sample(one.getType(), one.isArray())));
