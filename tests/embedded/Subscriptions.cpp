@@ -366,4 +366,20 @@ TEST(IndicationQueue, TakesNothingOnceItIsClosed) {
     EXPECT_EQ(queue->counts().discarded, 0u);
 }
 
+// Threads come and go while tasks wait for other tasks.
+TEST(WorkerPool, RunsAllWhateverItsThreadsMayRun) {
+    for (const size_t tasksPerThread : {1, 2, 1000}) {
+        std::atomic<int> ran{0};
+        velmar_embedded::WorkerPool workers(tasksPerThread);
+        for (int i = 0; i < 50; i++) {
+            workers.run([&] { workers.runAll({4, [&] { ran++; }}); });
+        }
+        workers.runAll({50, [&] { ran++; }});
+        while (ran < 250) {
+            std::this_thread::yield();
+        }
+        workers.stop();
+    }
+}
+
 }  // namespace
