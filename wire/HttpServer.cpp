@@ -10,14 +10,14 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <deque>
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <thread>
-#include <vector>
 
 #include "HttpConnection.h"
+#include "requests/WorkerPool.h"
 
 namespace velmar_wire {
 
@@ -25,79 +25,57 @@ namespace {
 
 thread_local bool refusing = false;  // the connection that this thread is given is one too many
 
-// A thread for each connection, started when there is none to take it, and kept.
+// A thread for each connection.
 class ConnectionThreads : public httplib::TaskQueue {
  public:
-    explicit ConnectionThreads(size_t limit) : _limit(limit) {}
+    explicit ConnectionThreads(size_t limit) : _free(limit) {}
 
     // At the limit the next connection waits a moment for one that is about to end: clients that
     // come and go faster than they are noticed must not cost the others theirs.
     void enqueue(std::function<void()> serve) override {
-        std::unique_lock<std::mutex> guard(_lock);
-        auto isFree = [this] { return _waiting.size() < _idle; };
-        if (isFree() || start() || _ended.wait_for(guard, std::chrono::seconds(1), isFree)) {
-            _waiting.push_back(std::move(serve));
-            _changed.notify_one();
-            return;
+        if (!take() || !start(serve)) {
+            refusing = true;
+            serve();
+            refusing = false;
         }
-        guard.unlock();
-        refusing = true;
-        serve();
-        refusing = false;
     }
 
-    void shutdown() override {
-        {
-            std::lock_guard<std::mutex> guard(_lock);
-            _stopping = true;
-        }
-        _changed.notify_all();
-        for (std::thread& thread : _threads) {
-            thread.join();
-        }
-    }
+    void shutdown() override { _threads.stop(); }
 
  private:
-    // False at the limit, or when the system gives no thread.
-    bool start() {
-        if (_threads.size() >= _limit) {
+    bool take() {
+        std::unique_lock<std::mutex> guard(_lock);
+        if (!_ended.wait_for(guard, std::chrono::seconds(1), [this] { return _free > 0; })) {
             return false;
         }
+        _free--;
+        return true;
+    }
+
+    void giveBack() {
+        std::lock_guard<std::mutex> guard(_lock);
+        _free++;
+        _ended.notify_one();
+    }
+
+    // False when the system gives no thread.
+    bool start(const std::function<void()>& serve) {
         try {
-            _threads.emplace_back(&ConnectionThreads::work, this);
-            _idle++;
+            _threads.run([this, serve] {
+                serve();
+                giveBack();
+            });
             return true;
         } catch (const std::system_error&) {
+            giveBack();
             return false;
         }
     }
 
-    void work() {
-        std::unique_lock<std::mutex> guard(_lock);
-        for (;;) {
-            _changed.wait(guard, [this] { return _stopping || !_waiting.empty(); });
-            if (_waiting.empty()) {
-                return;
-            }
-            const std::function<void()> serve = std::move(_waiting.front());
-            _waiting.pop_front();
-            _idle--;
-            guard.unlock();
-            serve();
-            guard.lock();
-            _idle++;
-            _ended.notify_one();
-        }
-    }
-
-    const size_t _limit;
     std::mutex _lock;
-    std::condition_variable _changed;
     std::condition_variable _ended;
-    std::deque<std::function<void()>> _waiting;
-    std::vector<std::thread> _threads;
-    size_t _idle = 0;  // threads that are serving nothing; each waiting connection has one
-    bool _stopping = false;
+    size_t _free;
+    velmar_embedded::WorkerPool _threads{16};
 };
 
 }  // namespace

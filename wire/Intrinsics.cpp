@@ -158,7 +158,7 @@ void readQualifier(Request& request, pugi::xml_node value) {
 void writeDeclaration(XmlWriter& writer, const QualifierDeclaration& declared) {
     writer.raw("<QUALIFIER.DECLARATION");
     writer.attribute("NAME", declared.name.getString());
-    writer.valueAttributes(declared.defaultValue, declared.defaultValue.getArraySize());
+    writer.valueAttributes(declared.defaultValue, 0);  // as many items as it likes
     writer.attribute("ISARRAY", declared.defaultValue.isArray() ? "true" : "");
     writer.flavors(declared.flavor);
     writer.raw(">");

@@ -3,6 +3,8 @@
 
 #include "requests/WorkerPool.h"
 
+#include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace velmar_embedded {
@@ -10,18 +12,27 @@ namespace velmar_embedded {
 WorkerPool::~WorkerPool() { stop(); }
 
 void WorkerPool::run(std::function<void()> task) {
-    std::lock_guard<std::mutex> guard(_lock);
-    _tasks.push_back(std::move(task));
-    if (_tasks.size() <= _idle) {
-        _changed.notify_one();
-        return;
+    Workers ended;
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        ended.swap(_ended);
+        if (!_idle.empty()) {
+            _idle.back()->task = std::move(task);
+            _idle.back()->wake.notify_one();
+            _idle.pop_back();
+        } else {
+            const auto worker = _workers.emplace(_workers.end());
+            worker->task = std::move(task);
+            try {
+                worker->thread = std::thread(&WorkerPool::work, this, worker);
+            } catch (...) {
+                _workers.erase(worker);
+                _ended.splice(_ended.end(), ended);
+                throw;
+            }
+        }
     }
-    try {
-        _threads.emplace_back(&WorkerPool::work, this);
-    } catch (...) {
-        _tasks.pop_back();
-        throw;
-    }
+    join(ended);
 }
 
 void WorkerPool::runAll(const std::vector<std::function<void()>>& tasks) {
@@ -58,33 +69,50 @@ void WorkerPool::runAll(const std::vector<std::function<void()>>& tasks) {
 }
 
 void WorkerPool::stop() {
-    std::vector<std::thread> threads;
+    Workers workers;
     {
         std::lock_guard<std::mutex> guard(_lock);
         _stopping = true;
-        threads.swap(_threads);
+        workers.swap(_workers);
+        workers.splice(workers.end(), _ended);
     }
-    _changed.notify_all();
-    for (std::thread& thread : threads) {
-        thread.join();
+    for (Worker& worker : workers) {
+        worker.wake.notify_one();
+    }
+    join(workers);
+}
+
+void WorkerPool::join(Workers& workers) {
+    for (Worker& worker : workers) {
+        worker.thread.join();
     }
 }
 
-void WorkerPool::work() {
+// False when none comes for a while, or the pool stops.
+bool WorkerPool::waitForTask(std::unique_lock<std::mutex>& guard, Workers::iterator self) {
+    _idle.push_back(self);
+    self->wake.wait_for(guard, std::chrono::seconds(5), [&] { return self->task || _stopping; });
+    if (!self->task) {
+        _idle.erase(std::find(_idle.begin(), _idle.end(), self));
+    }
+    return bool(self->task);
+}
+
+void WorkerPool::work(Workers::iterator self) {
     std::unique_lock<std::mutex> guard(_lock);
-    for (;;) {
-        _idle++;
-        _changed.wait(guard, [this] { return _stopping || !_tasks.empty(); });
-        _idle--;
-        if (_tasks.empty()) {
-            return;
-        }
-        std::function<void()> task = std::move(_tasks.front());
-        _tasks.pop_front();
+    for (size_t left = _tasksPerThread;; left--) {
+        std::function<void()> task = std::move(self->task);
+        self->task = nullptr;
         guard.unlock();
         task();
         task = nullptr;  // what it owns goes before the thread counts as idle
         guard.lock();
+        if (_stopping || left <= 1 || !waitForTask(guard, self)) {
+            break;
+        }
+    }
+    if (!_stopping) {  // else the pool is joining it
+        _ended.splice(_ended.end(), _workers, self);
     }
 }
 

@@ -2,9 +2,13 @@
 // SPDX-License-Identifier: MIT
 //
 // How the server drives indication providers and hands their indications to subscribers.
+#include <atomic>
+#include <functional>
 #include <map>
 #include <stdexcept>
+#include <thread>
 #include <utility>
+#include <vector>
 
 #include "indications/IndicationQueue.h"
 #include "support/ScriptedServer.h"
@@ -364,6 +368,23 @@ TEST(IndicationQueue, TakesNothingOnceItIsClosed) {
     queue->push(CIMInstance("T_Alert"));
     workers.stop();
     EXPECT_EQ(queue->counts().discarded, 0u);
+}
+
+// Threads come and go while tasks wait for other tasks.
+TEST(WorkerPool, RunsAllWhateverItsThreadsMayRun) {
+    for (const size_t tasksPerThread : {1, 2, 1000}) {
+        std::atomic<int> ran{0};
+        velmar_embedded::WorkerPool workers(tasksPerThread);
+        for (int i = 0; i < 50; i++) {
+            workers.run(
+                [&] { workers.runAll(std::vector<std::function<void()>>(4, [&] { ran++; })); });
+        }
+        workers.runAll(std::vector<std::function<void()>>(50, [&] { ran++; }));
+        while (ran < 250) {
+            std::this_thread::yield();
+        }
+        workers.stop();
+    }
 }
 
 }  // namespace
