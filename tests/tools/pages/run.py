@@ -5,6 +5,7 @@
 A comment in front of a code block says what becomes of it, and readers don't see it:
     <!-- file: fans/FanProviders.cpp -->   the block is this file, below the working folder
     <!-- append: fans/FanProviders.cpp --> this file goes on with the block
+    <!-- program: folder/Program.cpp -->   a program, which is compiled and run
     <!-- mof: fans/Fans.mof -->            a file that compiles by itself
     <!-- run: fans -->                     its commands are typed in this folder
     <!-- prints -->                        the last commands have printed these lines, in order; "..." in
@@ -26,6 +27,12 @@ import subprocess
 import sys
 
 TRIED = {"cpp", "mof", "cmake", "sh"}
+COMPILE = """
+export PKG_CONFIG_PATH=$(dirname "$(find "$CMAKE_PREFIX_PATH" -name velmar_remote_embedded.pc)")
+${{CXX:-c++}} -std=c++17 {0} -o program $(pkg-config --cflags --libs velmar_remote_embedded) \\
+    -Wl,-rpath,"$(pkg-config --variable=libdir velmar_remote_embedded)"
+./program
+"""
 ELSEWHERE = ("real server", "in a clone")
 
 
@@ -118,13 +125,16 @@ class Reader:
     def do(self, directive, language, text):
         what, _, argument = directive.partition(": ")
         text = text.replace("5988", self.port)
-        if what in ("file", "append", "mof"):
+        if what in ("file", "append", "mof", "program"):
             folder = self.in_folder(os.path.dirname(argument))
             with open(self.folder / argument, "a" if what == "append" else "w") as target:
                 target.write(text)
             if what == "mof":
                 type_commands(f"velmar check --registration /dev/null --modules . --schema "
                               f"{os.path.basename(argument)}", folder, self.environment, 0)
+            if what == "program":
+                self.printed = type_commands(COMPILE.format(os.path.basename(argument)), folder,
+                                             self.environment, 0)
         elif what in ("run", "fails"):
             folder, _, status = argument.partition(" ")
             self.printed = type_commands(text, self.in_folder(folder), self.environment,
