@@ -63,8 +63,12 @@ void throwError(pugi::xml_node element) {
     if (digits.empty() || *end || number == 0 || number > 0xFFFF) {
         meaningless(element, "Illegal value for ERROR.CODE attribute");
     }
-    const auto status = CIMStatusCode(number);
     const String text = stringOf(element.attribute("DESCRIPTION").as_string());
+    const unsigned long lastThatFits = 31;  // in the enumeration, which says nothing of its type
+    if (number > lastThatFits) {
+        throw CIMException(CIM_ERR_FAILED, String("status ") + code + String(": ") + text);
+    }
+    const auto status = CIMStatusCode(number);
     throw CIMException(status, text.size() > 0 ? text : String(cimStatusCodeToString(status)));
 }
 

@@ -56,7 +56,7 @@ void copyContents(Request& request) {
 }
 
 CIMException clientError(const Failure& failure) {
-    return CIMException(failure.code, failure.codedMessage());
+    return CIMException(failure.code, failure.clientMessage());
 }
 
 [[noreturn]] void malformedAnswer(const Request& request) {

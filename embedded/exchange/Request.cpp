@@ -68,6 +68,8 @@ std::mutex& deliveredPathLock() {
 Failure Failure::ofCurrentException() {
     try {
         throw;
+    } catch (const PlainError& e) {
+        return {e.getCode(), e.getMessage(), true};
     } catch (const CIMException& e) {
         return {e.getCode(), e.getMessage()};
     } catch (const Exception& e) {

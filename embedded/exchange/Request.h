@@ -148,10 +148,18 @@ struct Answer {
     std::vector<std::shared_ptr<const AnswerGuard>> guards;
 };
 
+/// An error whose text reaches clients as it is, without the code's name before it: so it is where
+/// one of several providers fails, or one cannot be loaded.
+class PlainError : public Pegasus::CIMException {
+ public:
+    using CIMException::CIMException;
+};
+
 /// An error as it leaves an operation: every exception becomes a code and a text.
 struct Failure {
     Pegasus::CIMStatusCode code;
     Pegasus::String message;
+    bool isPlain = false;  ///< see PlainError
 
     /// Of the exception being handled; call it in a catch block.
     static Failure ofCurrentException();
@@ -159,6 +167,10 @@ struct Failure {
     /// "CIM_ERR_NAME: text", or the name alone. A text that begins so already, as one that came
     /// through a client does, stays as it is.
     Pegasus::String codedMessage() const;
+    /// As a client gets it.
+    Pegasus::String clientMessage() const {
+        return isPlain && message.size() > 0 ? message : codedMessage();
+    }
 };
 
 /// For people: the class of the exception being handled, as far as it can be told, and its text:

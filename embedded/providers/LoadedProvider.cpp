@@ -21,7 +21,7 @@ namespace velmar_embedded {
 namespace {
 
 [[noreturn]] void failInitialization() {
-    throw CIMException(CIM_ERR_FAILED, "provider initialization failed");
+    throw PlainError(CIM_ERR_FAILED, "provider initialization failed");
 }
 
 }  // namespace

@@ -81,6 +81,9 @@ void fanOut(Services& services, std::vector<std::function<void()>> tasks) {
     }
     services.workers.runAll(tasks);
     for (const std::optional<Failure>& failure : failures) {
+        if (failure && tasks.size() > 1) {
+            throw PlainError(failure->code, failure->message);
+        }
         if (failure) {
             throw failure->exception();
         }

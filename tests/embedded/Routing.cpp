@@ -290,8 +290,7 @@ TEST_F(Routing, EnumerationsReachEverySubclass) {
     EXPECT_EQ(paths(client.enumerateInstanceNames(ns, "T_A")),
               A1 + " " + B1 + " T_C.k=\"1\" T_D.k=\"d\" ");
     fail = true;
-    EXPECT_EQ(outcome([&] { client.enumerateInstanceNames(ns, "T_A"); }),
-              "2 CIM_ERR_ACCESS_DENIED: sorry");
+    EXPECT_EQ(outcome([&] { client.enumerateInstanceNames(ns, "T_A"); }), "2 sorry");
     calls();
     // Shallow ones ask every provider for the properties of the class.
     const struct {
