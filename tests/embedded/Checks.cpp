@@ -57,7 +57,7 @@ CIMInstance at(CIMInstance instance, const std::string& localPath) {
 }
 
 const ProviderType I = ProviderType::Instance, A = ProviderType::Association,
-                   N = ProviderType::Indication, M = ProviderType::Method;
+                   M = ProviderType::Method;
 
 // A provider without the interfaces of its registration, and how to make it.
 struct Bare : CIMProvider {

@@ -130,10 +130,10 @@ class FakeServer {
         }
         std::shared_ptr<velmar_embedded::Pending> submit(
             std::shared_ptr<const Request> request) override {
-            Answer answer;
-            auto failure = velmar_embedded::failureOf([&] { answer = fake.serve(*request); });
+            Answer given;
+            auto failure = velmar_embedded::failureOf([&] { given = fake.serve(*request); });
             const auto pending = std::make_shared<velmar_embedded::Pending>();
-            pending->finish(std::move(answer), std::move(failure));
+            pending->finish(std::move(given), std::move(failure));
             return pending;
         }
         void noteTimeout(const Request&, Uint32) override {}
