@@ -127,6 +127,12 @@ TEST(WireMessages, HeadersMustSayWhatTheMessageSays) {
         const std::string got = refusal(body, "EnumerateClassNames", each.headers);
         EXPECT_EQ(got.substr(0, strlen(each.refusal)), each.refusal);
     }
+    for (const char* const key : {"\"A.b=\\\"1\\\"\"", "TRUE", "1"}) {
+        const auto called = Request(Operation::InvokeMethod, "n", path(std::string("C.k=") + key));
+        Request call = called;
+        call.method("m", Array<CIMParamValue>());
+        EXPECT_EQ(refusal(requestMessage(call, 1), "m", {{"CIMObject", objectOf(call)}}), "503");
+    }
 }
 
 template <class T>
