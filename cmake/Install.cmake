@@ -106,3 +106,15 @@ configure_file("${PROJECT_SOURCE_DIR}/cmake/velmar_remote.pc.in"
                "${PROJECT_BINARY_DIR}/${VELMAR_PC_NAME}.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/${VELMAR_PC_NAME}.pc"
         DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT velmar_remote_development)
+if(TARGET velmar_wire)
+    # Shared, it brings what it needs itself.
+    if(BUILD_SHARED_LIBS)
+        set(VELMAR_PC_WIRE_REQUIRES "")
+    else()
+        set(VELMAR_PC_WIRE_REQUIRES ", cpp-httplib, pugixml")
+    endif()
+    configure_file("${PROJECT_SOURCE_DIR}/cmake/velmar_wire.pc.in"
+                   "${PROJECT_BINARY_DIR}/velmar_wire.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/velmar_wire.pc"
+            DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT velmar_remote_wire)
+endif()

@@ -107,6 +107,10 @@ CIMObjectPath untyped(const CIMObjectPath& path) {
 }
 
 bool isSameObject(const Call& call, const std::string& header) {
+    if (header == objectOf(call)) {
+        return true;  // even where keys look like paths, or are reals, which no path's text can
+                      // have
+    }
     try {
         const String text = stringOf(header);
         if (!call.isExtrinsic) {

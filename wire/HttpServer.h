@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// An HTTP server on the loopback interface. Sockets, threads and the accept loop are cpp-httplib's;
+// An HTTP server on the loopback interface. Sockets and the accept loop are cpp-httplib's;
 // requests are read here, because its own reader answers what is no plain request (M-POST, a
 // missing length, garbage) in ways of its own.
 #ifndef VELMAR_WIRE_HTTPSERVER_H

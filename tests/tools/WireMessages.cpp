@@ -127,6 +127,15 @@ TEST(WireMessages, HeadersMustSayWhatTheMessageSays) {
         const std::string got = refusal(body, "EnumerateClassNames", each.headers);
         EXPECT_EQ(got.substr(0, strlen(each.refusal)), each.refusal);
     }
+    // What the header says literally is the same, whatever type its text would be read as.
+    for (const auto type : {CIMKeyBinding::STRING, CIMKeyBinding::NUMERIC}) {
+        const char* const key = type == CIMKeyBinding::STRING ? "A.b=1" : "1.5";
+        const CIMObjectPath object("", "n", "C", Array<CIMKeyBinding>(1, {"k", key, type}));
+        const Request call =
+            Request(Operation::InvokeMethod, "n", object).method("m", Array<CIMParamValue>());
+        const HttpHeaders said = {{"CIMObject", objectOf(call)}};
+        EXPECT_EQ(refusal(requestMessage(call, 1), "m", said), "503");
+    }
 }
 
 template <class T>
