@@ -1,7 +1,8 @@
 # SPDX-FileCopyrightText: The velmar_remote authors
 # SPDX-License-Identifier: MIT
 """The clients of tools/soak. Usage: soak.py SECONDS COMMAND..."""
-import collections, http.client, http.server, os, queue, random, re, signal, socket, struct, subprocess, sys, threading, time
+import collections, http.client, http.server, os, queue, random, re, signal, socket, statistics, struct, subprocess, sys
+import threading, time
 
 seconds = float(sys.argv[1])
 server = subprocess.Popen(sys.argv[2:], stdout=subprocess.PIPE, text=True)
@@ -87,6 +88,13 @@ def subscribe():
 
 
 def good(name):
+    try:
+        ask_until_the_end(name)
+    except Exception as e:
+        problems.put("a good client was given up: %r" % e)
+
+
+def ask_until_the_end(name):
     connection = http.client.HTTPConnection("127.0.0.1", port, timeout=60)
     path = instance_name("QORP_LPAR_CS", {"Name": name})
     new = "soak " + name
@@ -133,7 +141,8 @@ def bad(kind):
 
 def memory(what="VmRSS"):
     with open("/proc/%d/status" % server.pid) as status:
-        return int(re.search(what + r":\s*(\d+)", status.read())[1])
+        found = re.search(what + r":\s*(\d+)", status.read())
+        return int(found[1]) if found else 0  # it has ended
 
 
 subscribe()
@@ -141,11 +150,10 @@ threads = [threading.Thread(target=good, args=(name,)) for name in PARTITIONS] +
     [threading.Thread(target=bad, args=(kind,)) for kind in range(4)]
 for thread in threads:
     thread.start()
-warm = None
+sizes = []  # in KiB; they go up and down with the number of threads
 while time.monotonic() < end and server.poll() is None:
     time.sleep(min(10, max(0.1, seconds / 20)))
-    if warm is None and time.monotonic() > end - seconds * 0.75:
-        warm = memory()
+    sizes.append(memory())
     print("%4d s left, %6d KiB, %d threads, %d good requests, %d bad ones, %d alerts sent, %d came" % (
         max(0, end - time.monotonic()), memory(), memory("Threads"), sum(counts.values()) - counts["bad"], counts["bad"], sent["alerts"],
         came["alerts"]), flush=True)
@@ -154,7 +162,9 @@ for thread in threads:
 deadline = time.monotonic() + 60
 while came["alerts"] < sent["alerts"] and time.monotonic() < deadline:
     time.sleep(0.1)
-grown = memory() - warm
+quarter = max(1, len(sizes) // 4)
+warm = statistics.median(sizes[quarter:2 * quarter] or sizes)
+grown = statistics.median(sizes[-quarter:]) - warm
 server.send_signal(signal.SIGTERM)
 if server.wait(timeout=60) != 0:
     problems.put("the server ended with %d" % server.returncode)
@@ -162,7 +172,7 @@ if came["alerts"] != sent["alerts"]:
     problems.put("%d alerts were sent, %d came" % (sent["alerts"], came["alerts"]))
 if grown > max(warm // 20, 1024):
     problems.put("the server has grown by %d KiB" % grown)
-print("grown by %d KiB of %d since a quarter of the time; %d problems" % (grown, warm, problems.qsize()))
+print("grown by %d KiB of %d from the second quarter of the time to the last; %d problems" % (grown, warm, problems.qsize()))
 while not problems.empty():
     print(problems.get())
     server.returncode = 1
