@@ -68,8 +68,9 @@ class Provider : public Base {
         this->_cache.replace(instance);
     }
     /// Changes the object of that path: `change` gets a copy, which then takes its place. No other
-    /// change comes between. Throws CIMException: CIM_ERR_NOT_FOUND when there is none; what
-    /// `change` throws passes through, and nothing has changed.
+    /// change comes between, so `change` must neither add nor update, nor ask the CIM server.
+    /// Throws CIMException: CIM_ERR_NOT_FOUND when there is none; what `change` throws passes
+    /// through, and nothing has changed.
     template <class Change>
     void update(const typename T::Path& path, Change&& change) {
         const std::lock_guard<std::mutex> guard(_changing);
