@@ -59,10 +59,9 @@ void addGenerate(CLI::App& app, Run& run) {
         "schema; builds call it");
     auto options = std::make_shared<GenerateOptions>();
     options->addOptions(command);
-    command
-        .add_option("--module", options->generator.module,
-                    "Name of the provider library and of its registration")
-        ->required();
+    command.add_option("--module", options->generator.module,
+                       "Name of the provider library and of its registration; without it neither "
+                       "factory nor registration is written");
     command.add_option("--output", options->output, "Folder that is written to")->required();
     CLI::Option* const target = command.add_option("--depfile-target", options->depfileTarget,
                                                    "What the depfile says to depend on them");

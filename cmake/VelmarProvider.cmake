@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The velmar_remote authors
 # SPDX-License-Identifier: MIT
 #
-# A provider library made of a schema and what its user has written.
+# Typed classes, and provider libraries made of a schema and what its user has written.
 #
 #   velmar_add_provider(NAME MOF...
 #       CLASSES CLASS...            classes that the library serves
@@ -20,6 +20,12 @@
 #
 # makes test_NAME of GoogleTest tests, which see the package as PACKAGE_SCHEMA, PACKAGE_REGISTRATION
 # and PACKAGE_MODULES.
+#
+#   velmar_add_classes(NAME MOF... CLASSES CLASS... [CPP_NAMESPACE NAMESPACE]
+#                      [CIM_NAMESPACE NAMESPACE] [NO_ENRICHMENT])
+#
+# makes the interface library NAME: typed classes and provider bases only, for clients, and for
+# providers with a module, a factory and a registration made by hand.
 set(VELMAR_PROVIDER_DIR "" CACHE PATH
     "Folder in which a CIM server looks for provider libraries; empty: the library folder")
 set(_velmar_provider_folder "${CMAKE_CURRENT_LIST_DIR}")
@@ -33,7 +39,7 @@ function(_velmar_command result)
     find_program(VELMAR_COMMAND velmar HINTS "${velmar_remote_PREFIX}/bin"
                  DOC "The velmar command, which generates code from schemas")
     if(NOT VELMAR_COMMAND)
-        message(FATAL_ERROR "velmar_add_provider: there is no command velmar in "
+        message(FATAL_ERROR "${_name}: there is no command velmar in "
             "${velmar_remote_PREFIX}/bin or on the PATH. It comes with the library's build for the "
             "embedded server: install that, too, or name it with -DVELMAR_COMMAND=/path/to/velmar.")
     endif()
@@ -43,7 +49,10 @@ endfunction()
 # What velmar will write. Where it cannot be asked yet, all classes are taken to be served.
 function(_velmar_outputs result folder command)
     if(TARGET velmar)
-        set(_names Support.h Providers.h Paths.h Factory.cpp ${_name}Registration.mof)
+        set(_names Support.h Providers.h Paths.h)
+        if(_module)
+            list(APPEND _names Factory.cpp ${_module}Registration.mof)
+        endif()
         foreach(_class IN LISTS _arg_CLASSES)
             list(APPEND _names ${_class}.h ${_class}ProviderBase.h)
         endforeach()
@@ -51,7 +60,7 @@ function(_velmar_outputs result folder command)
         execute_process(COMMAND ${command} --list OUTPUT_VARIABLE _names ERROR_VARIABLE _error
                         RESULT_VARIABLE _status WORKING_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}")
         if(NOT _status EQUAL 0)
-            message(FATAL_ERROR "velmar_add_provider(${_name}): ${_error}")
+            message(FATAL_ERROR "${_name}: ${_error}")
         endif()
         string(REGEX REPLACE "\n$" "" _names "${_names}")
         string(REPLACE "\n" ";" _names "${_names}")
@@ -60,14 +69,16 @@ function(_velmar_outputs result folder command)
     set(${result} "${_names}" PARENT_SCOPE)
 endfunction()
 
-function(velmar_add_provider _name)
+# What is generated for NAME, into _folder; _stamp follows it. The factory and the registration are
+# those of _module, none where that is empty. Sets what it reads for its caller, too.
+macro(_velmar_generate _function)
     cmake_parse_arguments(_arg "NO_ENRICHMENT" "CPP_NAMESPACE;CIM_NAMESPACE" "CLASSES;SOURCES"
                           ${ARGN})
     set(_schemas ${_arg_UNPARSED_ARGUMENTS})
-    foreach(_needed _schemas _arg_CLASSES _arg_SOURCES)
+    foreach(_needed _schemas _arg_CLASSES)
         if(NOT ${_needed})
-            message(FATAL_ERROR "velmar_add_provider(${_name}): MOF files, CLASSES and SOURCES are "
-                                "all needed; see the head of VelmarProvider.cmake")
+            message(FATAL_ERROR "${_function}(${_name}): MOF files and CLASSES are both needed; see "
+                                "the head of VelmarProvider.cmake")
         endif()
     endforeach()
     if(NOT _arg_CPP_NAMESPACE)
@@ -82,8 +93,11 @@ function(velmar_add_provider _name)
     set(_folder "${CMAKE_CURRENT_BINARY_DIR}/${_name}-generated")
     _velmar_command(_velmar)
     set(_command "${_velmar}" generate --schema ${_schemas} --class ${_arg_CLASSES}
-        --module ${_name} --cpp-namespace ${_arg_CPP_NAMESPACE} --namespace ${_arg_CIM_NAMESPACE}
+        --cpp-namespace ${_arg_CPP_NAMESPACE} --namespace ${_arg_CIM_NAMESPACE}
         --output "${_folder}")
+    if(_module)
+        list(APPEND _command --module ${_module})
+    endif()
     if(_arg_NO_ENRICHMENT)
         list(APPEND _command --no-enrichment)
     endif()
@@ -94,7 +108,29 @@ function(velmar_add_provider _name)
                        COMMAND "${CMAKE_COMMAND}" -E touch "${_stamp}"
                        DEPENDS "${_velmar}" ${_schemas} DEPFILE "${_stamp}.d"
                        COMMENT "Generating ${_name} from its schema" VERBATIM)
+endmacro()
 
+function(velmar_add_classes _name)
+    set(_module "")
+    _velmar_generate(velmar_add_classes ${ARGN})
+    if(_arg_SOURCES)
+        message(FATAL_ERROR "velmar_add_classes(${_name}): makes no library of SOURCES; "
+                            "velmar_add_provider does")
+    endif()
+    add_custom_target(${_name}_generated DEPENDS "${_stamp}")
+    add_library(${_name} INTERFACE)
+    add_dependencies(${_name} ${_name}_generated)
+    target_link_libraries(${_name} INTERFACE velmar_remote::velmar_remote)
+    target_include_directories(${_name} INTERFACE "${_folder}")
+endfunction()
+
+function(velmar_add_provider _name)
+    set(_module "${_name}")
+    _velmar_generate(velmar_add_provider ${ARGN})
+    if(NOT _arg_SOURCES)
+        message(FATAL_ERROR "velmar_add_provider(${_name}): SOURCES are needed; see the head of "
+                            "VelmarProvider.cmake")
+    endif()
     add_library(${_name}_objects OBJECT ${_arg_SOURCES} "${_folder}/Factory.cpp" "${_stamp}")
     target_link_libraries(${_name}_objects PUBLIC velmar_remote::velmar_remote)
     target_include_directories(${_name}_objects PUBLIC "${_folder}")

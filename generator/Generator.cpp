@@ -88,7 +88,9 @@ void checkOptions(const Options& options) {
                             name, what));
         }
     };
-    check(options.module, "the name of a module");
+    if (!options.module.empty()) {
+        check(options.module, "the name of a module");
+    }
     check(options.cppNamespace, "a C++ namespace");
     if (options.classes.empty()) {
         throw GeneratorError("no class is named");
@@ -150,8 +152,10 @@ std::vector<GeneratedFile> generate(const velmar_embedded::Repository& schema,
         files.push_back(
             {model.cppName + "ProviderBase.h", providerHeader(options, model, enriched)});
     }
-    files.push_back({"Factory.cpp", factorySource(options, served)});
-    files.push_back({options.module + "Registration.mof", registrationMof(options, served)});
+    if (!options.module.empty()) {
+        files.push_back({"Factory.cpp", factorySource(options, served)});
+        files.push_back({options.module + "Registration.mof", registrationMof(options, served)});
+    }
     return files;
 }
 

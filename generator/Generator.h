@@ -23,10 +23,12 @@ class GeneratorError : public std::runtime_error {
 
 /// What is to be generated.
 struct Options {
-    std::string module;        ///< name of the provider library and of its registration
+    /// Name of the provider library and of its registration; empty: a library with a factory and a
+    /// registration of its own.
+    std::string module;
     std::string cppNamespace;  ///< of the generated classes, for example "acme"
     std::string cimNamespace = "root/velmar_remote";
-    std::vector<std::string> classes;  ///< those that the module serves, in any letter case
+    std::vector<std::string> classes;  ///< those that are generated, in any letter case
     /// Whether alerts are enriched from the CIM model; not set: where the schema has the classes
     /// that this asks for.
     std::optional<bool> enrichment;

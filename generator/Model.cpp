@@ -330,6 +330,9 @@ ClassModel Reader::read(const std::string& name) const {
     for (Element& property : model.properties) {
         nameType(property, property.name + "Value", members);
     }
+    // What a client is told first is what the instance is.
+    std::stable_partition(model.properties.begin(), model.properties.end(),
+                          [](const Element& property) { return property.isKey; });
     Scope functions({"initialize",
                      "terminate",
                      "getInstance",

@@ -60,9 +60,9 @@ struct ClassModel {
     std::string description;
     bool isAbstract = false;
     bool isIndication = false;
-    Kind kind = Kind::Instances;  ///< what a provider of it is based on; None: no base fits
-    std::string reason;           ///< why kind is not what the class seems to be
-    std::vector<Element> properties;
+    Kind kind = Kind::Instances;      ///< what a provider of it is based on; None: no base fits
+    std::string reason;               ///< why kind is not what the class seems to be
+    std::vector<Element> properties;  ///< keys first
     std::vector<Method> methods;
     std::vector<const Element*> keys() const;
     /// The two references of an association.

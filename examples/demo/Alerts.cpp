@@ -11,7 +11,8 @@
 #include <utility>
 
 #include "Demo.h"
-#include "site/SiteModel.h"
+#include "QORP_LPAR_CS.h"
+#include "QOR_HWCtrlPoint.h"
 
 using namespace Pegasus;
 
@@ -42,11 +43,11 @@ std::string requestState(const Demo& demo, const CIMObjectPath& path, Uint16 sta
     Array<CIMParamValue> in, out;
     in.append(CIMParamValue("RequestedState", CIMValue(state)));
     const CIMValue result =
-        demo.client.invokeMethod(site::cimNamespace(), path, "RequestStateChange", in, out);
-    std::string answer = "returns " + site::toStd(result.toString());
+        demo.client.invokeMethod(cimNamespace(), path, "RequestStateChange", in, out);
+    std::string answer = "returns " + utf8(result.toString());
     for (Uint32 i = 0; i < out.size(); i++) {
-        answer += fmt::format(", {} {}", site::toStd(out[i].getParameterName()),
-                              site::toStd(out[i].getValue().toString()));
+        answer += fmt::format(", {} {}", utf8(out[i].getParameterName()),
+                              utf8(out[i].getValue().toString()));
     }
     return answer;
 }
@@ -57,7 +58,7 @@ void change(const Demo& demo, const CIMObjectPath& path, const site::State& from
     demo.story.step("call", fmt::format("RequestStateChange({})", to.name), [&] {
         const std::string answer = requestState(demo, path, to.value);
         expectText("it", answer, fmt::format("returns 0, PreviousState {}", from.value));
-        const CIMInstance partition = demo.client.getInstance(site::cimNamespace(), path);
+        const CIMInstance partition = demo.client.getInstance(cimNamespace(), path);
         expectText("state", stateOf(partition), to.name);
         return answer;
     });
@@ -86,12 +87,12 @@ typedef std::map<std::string, std::string> Texts;
 // What the steps before have raised: one alert with these texts, or none.
 void showAlert(const Demo& demo, Inbox& inbox, size_t wanted, const Texts& texts) {
     Places lines;
-    demo.story.step("receive", site::ALERT, [&] {
+    demo.story.step("receive", "QOR_SiteAlert", [&] {
         demo.server.drain();
         const std::vector<CIMInstance> alerts = inbox.all();
         for (const CIMInstance& alert : alerts) {
             for (Uint32 i = 0; i < alert.getPropertyCount(); i++) {
-                const std::string name = site::toStd(alert.getProperty(i).getName().getString());
+                const std::string name = utf8(alert.getProperty(i).getName().getString());
                 const std::string value = text(alert, name.c_str());
                 if (!value.empty() && name != "Description") {
                     lines.insert(Place{text(alert, "Description"), name + ": " + value});
@@ -114,9 +115,9 @@ void raise(const Demo& demo, const site::ControlPoint& point, const CIMObjectPat
         CIMOMHandle cimom;
         Array<CIMParamValue> params;
         params.append(CIMParamValue("PerceivedSeverity", CIMValue(WARNING)));
-        params.append(
-            CIMParamValue("Description", CIMValue(site::toString(point.name + " answers slowly"))));
-        velmar_remote::sendIndication(cimom, OperationContext(), path, site::ALERT, params);
+        const std::string what = point.name + " answers slowly";
+        params.append(CIMParamValue("Description", CIMValue(String(what.c_str()))));
+        velmar_remote::sendIndication(cimom, OperationContext(), path, "QOR_SiteAlert", params);
         return "sent";
     });
 }
@@ -131,17 +132,17 @@ void showAlerts(const Demo& demo) {
         return;
     }
     const CIMObjectPath path =
-        site::pathOf(site::PARTITION, "Name", site::partitionName(*actor.system, *actor.partition));
+        site::QORP_LPAR_CS(site::partitionName(*actor.system, *actor.partition)).path();
     demo.story.step("call", "RequestStateChange(a state that does not exist)", [&] {
         const std::string answer = requestState(demo, path, 12345);
         expectText("it", answer, "returns 5");
         return answer;
     });
     Inbox inbox;
-    const std::string query = fmt::format("SELECT * FROM {}", site::ALERT);
+    const std::string query = "SELECT * FROM QOR_SiteAlert";
     std::string subscription;
     demo.story.step("subscribe", query, [&] {
-        subscription = demo.server.subscribe(query, {site::toStd(site::cimNamespace().getString())},
+        subscription = demo.server.subscribe(query, {utf8(cimNamespace().getString())},
                                              [&](const CIMInstance& alert) { inbox.take(alert); });
         return "subscription " + subscription;
     });
@@ -159,7 +160,7 @@ void showAlerts(const Demo& demo) {
                {"Model", actor.system->model},
                {"SerialNumber", actor.system->serial},
                {"LPARID", std::to_string(actor.partition->id)}});
-    const CIMObjectPath point = site::pathOf(site::CONTROL_POINT, "UUID", actor.point->uuid);
+    const CIMObjectPath point = site::QOR_HWCtrlPoint(actor.point->uuid).path();
     raise(demo, *actor.point, point);
     showAlert(demo, inbox, 1,
               {{"AlertingManagedElement", shortText(point)},

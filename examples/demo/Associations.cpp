@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "Demo.h"
-#include "site/SiteModel.h"
 
 using namespace Pegasus;
 
@@ -76,9 +75,8 @@ Elements follow(const Demo& demo, const Elements& from, const Hop& hop, Places& 
     const std::string request = fmt::format("{} through {}", hop.resultClass, hop.association);
     demo.story.step("associators", request, [&] {
         for (const auto& [path, place] : from) {
-            const Array<CIMObject> objects =
-                demo.client.associators(site::cimNamespace(), path, hop.association,
-                                        hop.resultClass, hop.role, hop.resultRole);
+            const Array<CIMObject> objects = demo.client.associators(
+                cimNamespace(), path, hop.association, hop.resultClass, hop.role, hop.resultRole);
             for (Uint32 i = 0; i < objects.size(); i++) {
                 const CIMInstance instance(objects[i]);
                 result.emplace_back(instance.getPath(), place);
@@ -150,21 +148,22 @@ void showAssociations(const Demo& demo) {
     story.chapter("The associations: from the domains down to the partitions");
     Places tree;
     Elements domains;
-    story.step("enumerate", site::DOMAIN_CLASS, [&] {
+    story.step("enumerate", "QOR_MAPAdminDomain", [&] {
         const Array<CIMInstance> instances =
-            demo.client.enumerateInstances(site::cimNamespace(), site::DOMAIN_CLASS);
+            demo.client.enumerateInstances(cimNamespace(), "QOR_MAPAdminDomain");
         for (Uint32 i = 0; i < instances.size(); i++) {
             domains.emplace_back(instances[i].getPath(), Place{text(instances[i], "Name")});
             tree.insert(domains.back().second);
         }
         return count(domains.size(), "domain");
     });
-    const Hop toPoints{site::COMPONENT, site::CONTROL_POINT, "GroupComponent", "PartComponent",
+    const Hop toPoints{"QOR_SystemComponent", "QOR_HWCtrlPoint", "GroupComponent", "PartComponent",
                        pointLabel};
-    const Hop toSystems{site::COMPONENT, site::HOSTING_SYSTEM, "GroupComponent", "PartComponent",
+    const Hop toSystems{"QOR_SystemComponent", "QORP_CEC_CS", "GroupComponent", "PartComponent",
                         systemLabel};
-    const Hop toPackages{site::PACKAGING, site::PACKAGE, "Dependent", "Antecedent", packageLabel};
-    const Hop toPartitions{site::HOSTING, site::PARTITION, "Antecedent", "Dependent",
+    const Hop toPackages{"QOR_ComputerSystemPackage", "QOR_PhysicalPackage", "Dependent",
+                         "Antecedent", packageLabel};
+    const Hop toPartitions{"QOR_HostedDependency", "QORP_LPAR_CS", "Antecedent", "Dependent",
                            partitionLabel};
     follow(demo, domains, toPoints, tree);
     const Elements systems = follow(demo, domains, toSystems, tree);
@@ -178,8 +177,7 @@ void showAssociations(const Demo& demo) {
 
     story.chapter("The systems by control point");
     story.step("groupByHCP", "all systems", [&] {
-        return group(demo,
-                     demo.client.enumerateInstances(site::cimNamespace(), "QORP_ComputerSystem"));
+        return group(demo, demo.client.enumerateInstances(cimNamespace(), "QORP_ComputerSystem"));
     });
 }
 

@@ -12,8 +12,6 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "site/SiteModel.h"
-
 using namespace Pegasus;
 
 namespace demo {
@@ -29,7 +27,7 @@ void Story::step(const std::string& operation, const std::string& request,
     try {
         outcome = "→ " + run();
     } catch (const Exception& error) {
-        problem = site::toStd(error.getMessage());
+        problem = utf8(error.getMessage());
     } catch (const std::exception& error) {
         problem = error.what();
     }
@@ -81,7 +79,7 @@ std::string count(size_t number, const std::string& what) {
 
 std::string text(const CIMInstance& instance, const char* name) {
     const CIMValue value = velmar_remote::getValue(instance, name);
-    return value.isNull() ? "" : site::toStd(value.toString());
+    return value.isNull() ? "" : utf8(value.toString());
 }
 
 std::string stateOf(const CIMInstance& instance) {
@@ -92,7 +90,7 @@ std::string stateOf(const CIMInstance& instance) {
 }
 
 std::string shortText(const CIMObjectPath& path) {
-    return site::toStd(velmar_remote::localize(path).toString());
+    return utf8(velmar_remote::localize(path).toString());
 }
 
 }  // namespace demo

@@ -15,9 +15,12 @@
 #include <vector>
 
 #include <velmar_embedded/Server.h>
+#include "Paths.h"
 #include "site/SiteFile.h"
 
 namespace demo {
+
+using site::cim::utf8;
 
 /// What was found: each element as the labels from the top down to it. The server promises no
 /// order, so these stand in one of their own.
@@ -60,16 +63,10 @@ void showAlerts(const Demo& demo);
 void expectText(const std::string& what, const std::string& found, const std::string& wanted);
 void expectPlaces(const Places& found, const Places& wanted);
 
-/// Runs use(domain, system) for each hosting system.
-template <class Use>
-void forEachSystem(const site::Site& site, Use use) {
-    for (const site::Domain& domain : site.domains) {
-        for (const site::HostingSystem& system : domain.systems) {
-            use(domain, system);
-        }
-    }
+/// Of the site's classes.
+inline const Pegasus::CIMNamespaceName& cimNamespace() {
+    return site::paths::CIM_ManagedElement::nameSpace();
 }
-
 /// "1 partition", "3 partitions".
 std::string count(size_t number, const std::string& what);
 /// A property (or key) as text; empty when it is missing or null.

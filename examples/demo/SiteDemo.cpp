@@ -15,7 +15,6 @@
 #include <velmar_wire/WireServer.h>
 #endif
 #include "Demo.h"
-#include "site/SiteModel.h"
 
 using namespace Pegasus;
 
@@ -83,7 +82,7 @@ int main(int argc, char** argv) {
     try {
         return run(options) ? 0 : 1;
     } catch (const Exception& error) {
-        fmt::print(stderr, "{}\n", site::toStd(error.getMessage()));
+        fmt::print(stderr, "{}\n", demo::utf8(error.getMessage()));
     } catch (const std::exception& error) {
         fmt::print(stderr, "{}\n", error.what());
     }

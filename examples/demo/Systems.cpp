@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 
 #include <Common/Util.h>
-#include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Provider/CIMOMHandle.h>
 #include <fmt/core.h>
 
@@ -10,7 +9,9 @@
 #include <stdexcept>
 
 #include "Demo.h"
-#include "site/SiteModel.h"
+#include "QORP_CEC_CS.h"
+#include "QORP_LPAR_CS.h"
+#include "QOR_MAPAdminDomain.h"
 
 using namespace Pegasus;
 
@@ -19,7 +20,7 @@ namespace demo {
 namespace {
 
 CIMObjectPath pathOf(const site::HostingSystem& system) {
-    return site::pathOf(site::HOSTING_SYSTEM, "Name", site::systemName(system));
+    return site::QORP_CEC_CS(site::systemName(system)).path();
 }
 
 // A system as the server describes it, and as it should.
@@ -33,7 +34,7 @@ Place described(const site::HostingSystem& system) {
 
 std::string enumerateNames(const Demo& demo) {
     const Array<CIMObjectPath> names =
-        demo.client.enumerateInstanceNames(site::cimNamespace(), "QORP_ComputerSystem");
+        demo.client.enumerateInstanceNames(cimNamespace(), "QORP_ComputerSystem");
     Places found, wanted;
     for (Uint32 i = 0; i < names.size(); i++) {
         found.insert(Place{shortText(names[i])});
@@ -41,8 +42,8 @@ std::string enumerateNames(const Demo& demo) {
     forEachSystem(demo.site, [&](const site::Domain&, const site::HostingSystem& system) {
         wanted.insert(Place{shortText(pathOf(system))});
         for (const site::Partition& partition : system.partitions) {
-            wanted.insert(Place{shortText(
-                site::pathOf(site::PARTITION, "Name", site::partitionName(system, partition)))});
+            wanted.insert(Place{
+                shortText(site::QORP_LPAR_CS(site::partitionName(system, partition)).path())});
         }
     });
     expectPlaces(found, wanted);
@@ -51,7 +52,7 @@ std::string enumerateNames(const Demo& demo) {
 
 std::string enumerateSystems(const Demo& demo) {
     const Array<CIMInstance> systems =
-        demo.client.enumerateInstances(site::cimNamespace(), site::HOSTING_SYSTEM);
+        demo.client.enumerateInstances(cimNamespace(), "QORP_CEC_CS");
     Places found, wanted;
     for (Uint32 i = 0; i < systems.size(); i++) {
         found.insert(described(systems[i]));
@@ -64,7 +65,7 @@ std::string enumerateSystems(const Demo& demo) {
 }
 
 std::string get(const Demo& demo, const site::HostingSystem& system) {
-    const Place found = described(demo.client.getInstance(site::cimNamespace(), pathOf(system)));
+    const Place found = described(demo.client.getInstance(cimNamespace(), pathOf(system)));
     expectPlaces({found}, {described(system)});
     return fmt::format("UUID {}, {}", found[1], found[3]);
 }
@@ -80,21 +81,17 @@ site::HostingSystem newSystem(const site::Site& site) {
 }
 
 std::string create(const Demo& demo, const site::HostingSystem& system) {
-    CIMInstance instance{CIMName(site::HOSTING_SYSTEM)};
-    const auto add = [&](const char* name, const CIMValue& value) {
-        instance.addProperty(CIMProperty(name, value));
-    };
-    add("Name", CIMValue(site::toString(site::systemName(system))));
-    add("UUID", CIMValue(site::toString(system.uuid)));
-    add("EnabledState", CIMValue(Uint16(site::findState("running")->value)));
-    const CIMObjectPath path = demo.client.createInstance(site::cimNamespace(), instance);
+    site::QORP_CEC_CS created(site::systemName(system));
+    created.UUID = system.uuid;
+    created.EnabledState = site::findState("running")->value;
+    const CIMObjectPath path = demo.client.createInstance(cimNamespace(), created.instance());
     expectText("path", shortText(path), shortText(pathOf(system)));
     return "created";
 }
 
 std::string getDeleted(const Demo& demo, const site::HostingSystem& system) {
     try {
-        demo.client.getInstance(site::cimNamespace(), pathOf(system));
+        demo.client.getInstance(cimNamespace(), pathOf(system));
     } catch (const CIMException& error) {
         if (error.getCode() == CIM_ERR_NOT_FOUND) {
             return "CIM_ERR_NOT_FOUND, as it should be";
@@ -112,7 +109,7 @@ std::string countComponents(const Demo& demo, size_t wanted) {
         }
     }
     const Uint32 found =
-        demo.client.enumerateInstanceNames(site::cimNamespace(), site::COMPONENT).size();
+        demo.client.enumerateInstanceNames(cimNamespace(), "QOR_SystemComponent").size();
     expectText("associations", std::to_string(found), std::to_string(wanted));
     return count(found, "association");
 }
@@ -124,7 +121,7 @@ void showInstances(const Demo& demo) {
     story.chapter("The site's systems: enumerate, get, create, delete");
     story.step("enumerate names", "QORP_ComputerSystem, which loads the providers",
                [&] { return enumerateNames(demo); });
-    story.step("enumerate", site::HOSTING_SYSTEM, [&] { return enumerateSystems(demo); });
+    story.step("enumerate", "QORP_CEC_CS", [&] { return enumerateSystems(demo); });
 
     const site::HostingSystem system = newSystem(demo.site);
     const std::string name = shortText(pathOf(system));
@@ -135,17 +132,17 @@ void showInstances(const Demo& demo) {
         story.step("associate", fmt::format("{} with domain {}", name, domain), [&] {
             CIMOMHandle cimom;
             velmar_remote::createAssociation(
-                cimom, OperationContext(), site::COMPONENT, "GroupComponent",
-                site::pathOf(site::DOMAIN_CLASS, "Name", domain), "PartComponent", pathOf(system));
+                cimom, OperationContext(), "QOR_SystemComponent", "GroupComponent",
+                site::QOR_MAPAdminDomain(domain).path(), "PartComponent", pathOf(system));
             return countComponents(demo, 1);
         });
     }
     story.step("delete", name + " and its associations", [&] {
-        demo.client.deleteInstance(site::cimNamespace(), pathOf(system));
+        demo.client.deleteInstance(cimNamespace(), pathOf(system));
         return countComponents(demo, 0);
     });
     story.step("get", name, [&] { return getDeleted(demo, system); });
-    story.step("enumerate", site::HOSTING_SYSTEM, [&] { return enumerateSystems(demo); });
+    story.step("enumerate", "QORP_CEC_CS", [&] { return enumerateSystems(demo); });
 }
 
 }  // namespace demo

@@ -7,8 +7,6 @@
 #include <Pegasus/Common/CIMDateTime.h>
 #include <Pegasus/Common/CIMProperty.h>
 
-#include "SiteModel.h"
-
 using namespace Pegasus;
 
 namespace site {
@@ -34,7 +32,7 @@ void addParameter(CIMInstance& inst, const Array<CIMParamValue>& inParameters, c
 
 }  // namespace
 
-AlertProvider::AlertProvider() : IndicationMethodProvider(ALERT, &subscriptions) {}
+AlertProvider::AlertProvider() : IndicationMethodProvider("QOR_SiteAlert", &subscriptions) {}
 
 Boolean AlertProvider::generateIndication(const OperationContext& context, CIMInstance& inst,
                                           const Array<CIMParamValue>& inParameters) {

@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// Turns calls of "send" (see velmar_remote::sendIndication) into alerts of class QOR_SiteAlert.
+// IndicationMethodProvider by hand: turns calls of "send" (see velmar_remote::sendIndication) into
+// alerts of class QOR_SiteAlert.
 #ifndef SITE_ALERTPROVIDER_H
 #define SITE_ALERTPROVIDER_H
 

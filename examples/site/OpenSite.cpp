@@ -9,8 +9,6 @@
 
 #include <mutex>
 
-#include "SiteModel.h"
-
 using namespace Pegasus;
 
 namespace site {
@@ -31,7 +29,7 @@ std::shared_ptr<const Site> openSite() {
         // The server tells clients only that the provider could not be initialized. The component
         // is the one that the library's own records carry.
         PEG_TRACE((TRC_WSMSERVER, Tracer::LEVEL1, "Site: %s", error.what()));
-        throw CIMException(CIM_ERR_FAILED, toString(error.what()));
+        throw CIMException(CIM_ERR_FAILED, String(error.what()));
     }
     shared = result;
     return result;

@@ -59,6 +59,16 @@ struct Site {
     std::vector<Domain> domains;
 };
 
+/// Runs use(domain, system) for each hosting system.
+template <class Use>
+void forEachSystem(const Site& site, Use use) {
+    for (const Domain& domain : site.domains) {
+        for (const HostingSystem& system : domain.systems) {
+            use(domain, system);
+        }
+    }
+}
+
 /// "Type-Model*Serial".
 std::string systemName(const HostingSystem& system);
 /// "LPARID*Type-Model*Serial", the form that velmar_remote::splitSysName takes apart.

@@ -8,7 +8,8 @@
 #include <Pegasus/Common/Exception.h>
 
 #include "OpenSite.h"
-#include "SiteModel.h"
+#include "QORP_CEC_CS.h"
+#include "QORP_LPAR_CS.h"
 
 using namespace Pegasus;
 
@@ -33,7 +34,7 @@ const State* requestedState(const Array<CIMParamValue>& inParameters) {
 
 std::string text(const CIMInstance& instance, const char* name) {
     const CIMValue value = velmar_remote::getValue(instance, CIMName(name));
-    return value.isNull() ? "" : toStd(value.toString());
+    return value.isNull() ? "" : cim::utf8(value.toString());
 }
 
 }  // namespace
@@ -95,10 +96,18 @@ void SystemProvider::stateChanged(const OperationContext&, const CIMInstance&, c
 
 // ---- Hosting systems -------------------------------------------------------------------------
 
-HostingSystemProvider::HostingSystemProvider() : SystemProvider(HOSTING_SYSTEM) {}
+HostingSystemProvider::HostingSystemProvider() : SystemProvider("QORP_CEC_CS") {}
 
 Array<CIMInstance> HostingSystemProvider::instancesOf(const Site& site) const {
-    return hostingSystems(site);
+    Array<CIMInstance> result;
+    forEachSystem(site, [&](const Domain&, const HostingSystem& system) {
+        QORP_CEC_CS one(systemName(system));
+        one.ElementName = system.type + "-" + system.model;
+        one.EnabledState = findState("running")->value;
+        one.UUID = system.uuid;
+        result.append(one.instance());
+    });
+    return result;
 }
 
 // Completes instances that are about to be handed out. What stands in the array are the cached
@@ -121,22 +130,31 @@ void HostingSystemProvider::fillProperties(const OperationContext&, Array<CIMIns
 // Stands for a question to the hardware, which is slow and therefore asked only when it must be.
 CIMValue HostingSystemProvider::readFirmwareLevel(const CIMInstance& system) const {
     const std::string name = text(system, "Name");
-    for (const Domain& domain : _site->domains) {
-        for (const HostingSystem& known : domain.systems) {
-            if (systemName(known) == name) {
-                return CIMValue(toString(known.firmware));
-            }
+    CIMValue level(CIMTYPE_STRING, false);
+    forEachSystem(*_site, [&](const Domain&, const HostingSystem& known) {
+        if (systemName(known) == name) {
+            level.set(String(known.firmware.c_str()));
         }
-    }
-    return CIMValue(CIMTYPE_STRING, false);
+    });
+    return level;
 }
 
 // ---- Partitions ------------------------------------------------------------------------------
 
-PartitionProvider::PartitionProvider() : SystemProvider(PARTITION) {}
+PartitionProvider::PartitionProvider() : SystemProvider("QORP_LPAR_CS") {}
 
 Array<CIMInstance> PartitionProvider::instancesOf(const Site& site) const {
-    return partitions(site);
+    Array<CIMInstance> result;
+    forEachSystem(site, [&](const Domain&, const HostingSystem& system) {
+        for (const Partition& partition : system.partitions) {
+            QORP_LPAR_CS one(partitionName(system, partition));
+            one.ElementName = partition.name;
+            one.EnabledState = partition.state->value;
+            one.LPARID = std::to_string(partition.id);
+            result.append(one.instance());
+        }
+    });
+    return result;
 }
 
 void PartitionProvider::stateChanged(const OperationContext& context, const CIMInstance& system,
@@ -147,13 +165,13 @@ void PartitionProvider::stateChanged(const OperationContext& context, const CIMI
     const Uint16 CRITICAL = 6;  // CIM_AlertIndication.PerceivedSeverity
     Array<CIMParamValue> params;
     params.append(CIMParamValue("PerceivedSeverity", CIMValue(CRITICAL)));
-    params.append(CIMParamValue(
-        "Description",
-        CIMValue(toString("Partition " + text(system, "ElementName") + " has " + state.name))));
+    const std::string what = "Partition " + text(system, "ElementName") + " has " + state.name;
+    params.append(CIMParamValue("Description", CIMValue(String(what.c_str()))));
     // The alert's provider asks this one for the partition: not here with the mutex held, and not
     // in fillProperties, where it would wait for itself until the client's time-out.
     try {
-        velmar_remote::sendIndication(_cimom, context, system.getPath(), CIMName(ALERT), params);
+        velmar_remote::sendIndication(_cimom, context, system.getPath(), CIMName("QOR_SiteAlert"),
+                                      params);
     } catch (const Exception& error) {
         // The state has changed all the same; the caller learns both.
         outParameters.append(CIMParamValue("AlertProblem", CIMValue(error.getMessage())));

@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// Providers of the systems of a site, one class each for hosting systems and for partitions.
+// Providers of the systems of a site, one class each for hosting systems and for partitions:
+// InstanceMethodProvider by hand, since both share one method.
 //
 // Thread-safe as the server demands: it calls every operation on any number of threads at once.
 #ifndef SITE_SYSTEMPROVIDERS_H

@@ -14,7 +14,10 @@
 #include <set>
 
 #include <velmar_kit/RecordingHandlers.h>
-#include "site/SiteModel.h"
+#include "QORP_CEC_CS.h"
+#include "QORP_LPAR_CS.h"
+#include "QOR_MAPAdminDomain.h"
+#include "site/SiteFile.h"
 #include "support/ScriptedServer.h"
 
 using namespace Pegasus;
@@ -69,8 +72,8 @@ class SiteProviders : public testing::Test {
         return velmar_remote::findParam(request(path, state).outParameters, parameter);
     }
 
-    const CIMObjectPath _system = site::pathOf("QORP_CEC_CS", "Name", "T-M*S");
-    const CIMObjectPath _partition = site::pathOf("QORP_LPAR_CS", "Name", "3*T-M*S");
+    const CIMObjectPath _system = site::QORP_CEC_CS("T-M*S").path();
+    const CIMObjectPath _partition = site::QORP_LPAR_CS("3*T-M*S").path();
     std::vector<CIMProvider*> _providers;
     const std::string _file = testing::TempDir() + "site-" + std::to_string(getpid()) + ".json";
 };
@@ -102,7 +105,7 @@ TEST_F(SiteProviders, ChangesOfAPartitionAndAnAlertThatCannotBeSent) {
     EXPECT_EQ(property(before, "EnabledState"), "2");
     EXPECT_EQ(value(_partition, "EnabledState"), "3");
     EXPECT_TRUE(request(_partition, 4).returnValue == CIMValue(Uint32(5)));
-    EXPECT_THROW(request(site::pathOf("QORP_LPAR_CS", "Name", "4*T-M*S"), 3), CIMException);
+    EXPECT_THROW(request(site::QORP_LPAR_CS("4*T-M*S").path(), 3), CIMException);
 
     const Uint16 failed = site::findState("failed")->value;
     const auto result = request(_partition, failed);
@@ -118,7 +121,7 @@ TEST_F(SiteProviders, ABrokenFileServesNothingUntilItIsRepaired) {
     EXPECT_NE(error.find(_file + ":1:2: "), std::string::npos) << error;
     std::ofstream(_file) << SITE;
     make("SiteDomains");
-    EXPECT_EQ(value(site::pathOf("QOR_MAPAdminDomain", "Name", "D"), "ElementName"), "D");
+    EXPECT_EQ(value(site::QOR_MAPAdminDomain("D").path(), "ElementName"), "D");
     EXPECT_EQ(PegasusCreateProvider("Unknown"), nullptr);
 }
 
