@@ -39,3 +39,16 @@ configure() {
     cmake -G Ninja -S "$1" -B "$work/$2" -DCMAKE_PREFIX_PATH="$prefix" \
           -DCMAKE_CXX_COMPILER="$compiler" "${@:3}"
 }
+
+# stand_in OBJECTS : makes the folder $sdk in the place of a real OpenPegasus: the embedded server's
+# objects, which the file lists, under the names of OpenPegasus' libraries.
+stand_in() {
+    sdk=$work/pegasus
+    mkdir -p "$sdk/src" "$sdk/lib"
+    ln -s "$source/embedded/Pegasus" "$sdk/src/Pegasus"
+    quiet "$compiler" -shared -o "$sdk/lib/libpegcommon.so" -Wl,-soname,libpegcommon.so "@$1"
+    local name
+    for name in pegprovider pegclient; do
+        quiet "$compiler" -shared -o "$sdk/lib/lib$name.so" -Wl,-soname,lib$name.so -xc++ /dev/null
+    done
+}
