@@ -3,10 +3,13 @@
 //
 // What generated code costs: an instance from a typed object beside one that is built by hand, and
 // requests to a provider on a generated base, with refresh (argument 1: a copy for each) and
-// without (0).
+// without (0), beside one that makes its copies by hand.
 #include <Common/CachedInstanceProvider.h>
 #include <benchmark/benchmark.h>
 #include <velmar_kit/RecordingHandlers.h>
+
+#include <string>
+#include <vector>
 
 #include "B_ItemProviderBase.h"
 
@@ -68,23 +71,98 @@ void TypedObjectOfInstance(benchmark::State& state) {
 }
 BENCHMARK(TypedObjectOfInstance);
 
+// Reads P1 when it is asked for, once on a generated base and once by hand.
 class Items : public bench::B_ItemProviderBase {
+ public:
+    explicit Items(const std::vector<std::string>& names) {
+        for (const std::string& name : names) {
+            bench::B_Item item = typed();
+            item.keys.Name = name;
+            add(item);
+        }
+    }
+
  protected:
     void refresh(const OperationContext&, bench::B_Item& copy) override { copy.P1 = 8; }
 };
 
-void GetInstance(benchmark::State& state) {
-    Items items;
-    items.setRefreshes(state.range(0) != 0);
-    items.add(typed());
-    const CIMObjectPath path = typed().path();
+class ItemsByHand : public velmar_remote::CachedInstanceProvider {
+ public:
+    explicit ItemsByHand(const std::vector<std::string>& names) : CachedInstanceProvider("B_Item") {
+        for (const std::string& name : names) {
+            bench::B_Item item = typed();
+            item.keys.Name = name;
+            _cache.insert(item.instance());
+        }
+    }
+
+ protected:
+    void fillProperties(const OperationContext&, CIMInstance& instance,
+                        const CIMPropertyList&) override {
+        CIMInstance copy = instance.clone();
+        velmar_remote::replaceProp(copy, CIMName("P1"), CIMValue(Uint32(8)));
+        instance = copy;
+    }
+    void fillProperties(const OperationContext& context, Array<CIMInstance>& instances,
+                        const CIMPropertyList& propertyList) override {
+        for (Uint32 i = 0; i < instances.size(); i++) {
+            fillProperties(context, instances[i], propertyList);
+        }
+    }
+};
+
+std::vector<std::string> names(size_t count) {
+    std::vector<std::string> result;
+    for (size_t i = 0; i < count; i++) {
+        result.push_back("one" + std::to_string(i));
+    }
+    return result;
+}
+
+void get(benchmark::State& state, velmar_remote::CachedInstanceProvider& items) {
+    bench::B_Item item("one0");
+    const CIMObjectPath path = item.path();
     for (auto _ : state) {
         velmar_kit::InstanceRecorder got;
         items.getInstance(OperationContext(), path, false, false, CIMPropertyList(), got);
         benchmark::DoNotOptimize(got.delivered);
     }
 }
+
+void enumerate(benchmark::State& state, velmar_remote::CachedInstanceProvider& items) {
+    const CIMObjectPath path = bench::B_Item::classPath();
+    for (auto _ : state) {
+        velmar_kit::InstanceRecorder got;
+        items.enumerateInstances(OperationContext(), path, false, false, CIMPropertyList(), got);
+        benchmark::DoNotOptimize(got.delivered);
+    }
+}
+
+void GetInstance(benchmark::State& state) {
+    Items items(names(1));
+    items.setRefreshes(state.range(0) != 0);
+    get(state, items);
+}
 BENCHMARK(GetInstance)->Arg(0)->Arg(1);
+
+void GetInstanceCopiedByHand(benchmark::State& state) {
+    ItemsByHand items(names(1));
+    get(state, items);
+}
+BENCHMARK(GetInstanceCopiedByHand);
+
+void Enumerate100(benchmark::State& state) {
+    Items items(names(100));
+    items.setRefreshes(state.range(0) != 0);
+    enumerate(state, items);
+}
+BENCHMARK(Enumerate100)->Arg(0)->Arg(1);
+
+void Enumerate100CopiedByHand(benchmark::State& state) {
+    ItemsByHand items(names(100));
+    enumerate(state, items);
+}
+BENCHMARK(Enumerate100CopiedByHand);
 
 }  // namespace
 
