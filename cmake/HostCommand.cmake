@@ -3,7 +3,8 @@
 #
 # The velmar command in a build for a real OpenPegasus, where code is generated as well: the command
 # is a program of the build for the embedded server, which is made in a folder of its own for it.
-# Nothing of it is installed. VELMAR_COMMAND names one that is there already.
+# Nothing of it is installed, and flags for the real server are not for it. VELMAR_COMMAND names a
+# command that is there already.
 include(ExternalProject)
 
 function(velmar_add_host_command)
@@ -24,7 +25,7 @@ function(velmar_add_host_command)
     ExternalProject_Add(velmar_host
         SOURCE_DIR "${PROJECT_SOURCE_DIR}" PREFIX "${_folder}-steps" BINARY_DIR "${_folder}"
         LIST_SEPARATOR "|"
-        CMAKE_ARGS ${_settings} -DCMAKE_BUILD_TYPE=Debug -DBUILD_TESTING=OFF -DVELMAR_INSTALL=OFF
+        CMAKE_ARGS ${_settings} -DCMAKE_CXX_FLAGS= -DCMAKE_BUILD_TYPE=Debug -DBUILD_TESTING=OFF -DVELMAR_INSTALL=OFF
                    -DVELMAR_BUILD_CLI=ON -DVELMAR_BUILD_EXAMPLES=OFF -DVELMAR_BUILD_BENCH=OFF
                    -DVELMAR_BUILD_WIRE=OFF
         BUILD_ALWAYS ON BUILD_BYPRODUCTS "${_program}" INSTALL_COMMAND "" TEST_COMMAND ""

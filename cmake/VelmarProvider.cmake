@@ -39,9 +39,14 @@ function(_velmar_command result)
     find_program(VELMAR_COMMAND velmar HINTS "${velmar_remote_PREFIX}/bin"
                  DOC "The velmar command, which generates code from schemas")
     if(NOT VELMAR_COMMAND)
-        message(FATAL_ERROR "${_name}: there is no command velmar in "
-            "${velmar_remote_PREFIX}/bin or on the PATH. It comes with the library's build for the "
-            "embedded server: install that, too, or name it with -DVELMAR_COMMAND=/path/to/velmar.")
+        set(_places "on the PATH")
+        if(velmar_remote_PREFIX)
+            string(PREPEND _places "in ${velmar_remote_PREFIX}/bin or ")
+        endif()
+        message(FATAL_ERROR "${_name}: there is no command velmar ${_places}. It comes with "
+            "the library's build for the embedded server: install that, too (where the library is a "
+            "subproject, set VELMAR_BUILD_CLI=ON), or name the command with "
+            "-DVELMAR_COMMAND=/path/to/velmar.")
     endif()
     set(${result} "${VELMAR_COMMAND}" PARENT_SCOPE)
 endfunction()
