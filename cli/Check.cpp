@@ -16,6 +16,7 @@
 
 #include "Commands.h"
 #include "Crash.h"
+#include "MofRemedy.h"
 #include "Package.h"
 #include "checks/driver/Driver.h"
 
@@ -65,7 +66,7 @@ Finding badMof(const velmar_embedded::MofError& error) {
     Finding finding;
     finding.id = "mof.error";
     finding.element = error.file();
-    finding.text = error.what();
+    finding.text = withRemedy(error);
     return finding;
 }
 

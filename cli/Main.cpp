@@ -5,9 +5,11 @@
 #include <Pegasus/Common/Exception.h>
 
 #include <exception>
+#include <filesystem>
 #include <iostream>
 
 #include "Commands.h"
+#include "MofRemedy.h"
 
 namespace {
 
@@ -17,6 +19,10 @@ velmar_cli::ExitCode guarded(const velmar_cli::Run& run) {
         return run();
     } catch (const Pegasus::Exception& e) {
         std::cerr << "velmar: " << e.getMessage().getCString() << "\n";
+    } catch (const velmar_embedded::MofError& e) {
+        std::cerr << "velmar: " << velmar_cli::withRemedy(e) << "\n";
+    } catch (const std::filesystem::filesystem_error& e) {
+        std::cerr << "velmar: " << e.path1().string() << ": " << e.code().message() << "\n";
     } catch (const std::exception& e) {
         std::cerr << "velmar: " << e.what() << "\n";
     }
@@ -38,6 +44,15 @@ int main(int argc, char** argv) {
     velmar_cli::addServe(app, run);
 #endif
 
+    if (argc == 1) {
+        std::cerr << app.help();
+        return velmar_cli::Unusable;
+    }
+    const auto isCalled = [&](const CLI::App* command) { return command->check_name(argv[1]); };
+    if (argv[1][0] != '-' && app.get_subcommands(isCalled).empty()) {
+        std::cerr << "velmar: there is no command " << argv[1] << "; velmar --help lists them\n";
+        return velmar_cli::Unusable;
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {

@@ -151,24 +151,37 @@ std::vector<GeneratedFile> mofFiles(const NewOptions& options, const std::string
 
 // What is there belongs to the user.
 void writeMissing(const std::string& folder, const std::vector<GeneratedFile>& files) {
-    std::vector<std::string> kept;
+    std::vector<const GeneratedFile*> kept;
+    std::string sources;
     for (const GeneratedFile& file : files) {
         if (velmar_generator::writeNew(folder, file)) {
             fmt::print("wrote {}/{}\n", folder, file.path);
+            sources += fs::path(file.path).extension() == ".cpp" ? "\n    " + file.path : "";
         } else {
-            kept.push_back(file.path);
+            kept.push_back(&file);
         }
     }
-    for (const std::string& path : kept) {
-        fmt::print("kept  {}/{}\n", folder, path);
+    for (const GeneratedFile* file : kept) {
+        fmt::print("kept  {}/{}\n", folder, file->path);
     }
-    if (std::find(kept.begin(), kept.end(), "CMakeLists.txt") != kept.end() &&
-        kept.size() < files.size()) {
-        fmt::print(
-            "Name the new classes and sources in {}/CMakeLists.txt: it is yours, and was "
-            "left alone.\n",
-            folder);
+    for (const GeneratedFile* file : kept) {
+        if (file->path == "CMakeLists.txt" && !sources.empty()) {
+            fmt::print("Name the new sources and their classes in {}/{}, which is yours:{}\n",
+                       folder, file->path, sources);
+        }
+        if (file->path.rfind("mof/", 0) == 0 && textOf(folder + "/" + file->path) != file->text) {
+            fmt::print(
+                "{}/{} is yours, and what it says is not what the schema given now says: "
+                "change it there.\n",
+                folder, file->path);
+        }
     }
+}
+
+// As a shell takes it.
+std::string argument(const std::string& text) {
+    static const std::regex plain("[A-Za-z0-9_./+:,@%-]+");
+    return std::regex_match(text, plain) ? text : "'" + text + "'";
 }
 
 ExitCode create(NewOptions& options) {
@@ -192,11 +205,17 @@ ExitCode create(NewOptions& options) {
         files.push_back(std::move(file));
     }
     writeMissing(options.folder, files);
+    for (const std::string& remark : velmar_generator::packageRemarks(repository, generator)) {
+        fmt::print("note: {}\n", remark);
+    }
+    const bool isUsual = generator.cimNamespace == velmar_generator::Options().cimNamespace;
     fmt::print(
-        "\nNext: look for FILL IN in {0}/src, then\n"
-        "    cmake -S {0} -B {0}/build && cmake --build {0}/build\n"
-        "    ctest --test-dir {0}/build\n    velmar check {0}\n",
-        options.folder);
+        "\nNext: look for FILL IN in {1}, then\n"
+        "    cmake -S {0} -B {2} && cmake --build {2}\n"
+        "    ctest --test-dir {2}\n    velmar check{3} {0}\n",
+        argument(options.folder), argument(options.folder + "/src"),
+        argument(options.folder + "/build"),
+        isUsual ? "" : " --namespace " + generator.cimNamespace);
     return Good;
 }
 

@@ -13,19 +13,25 @@ namespace velmar_generator {
 
 namespace {
 
-std::string list(const std::vector<ClassModel>& served, const std::string& before,
-                 const std::string& after, bool inCpp) {
+// The file of each class that is served, one a line.
+std::string files(const std::vector<ClassModel>& models, const char* before, const char* after) {
     std::string text;
-    for (const ClassModel& model : served) {
-        text += "\n            " + before + (inCpp ? model.cppName : model.name) + after;
+    for (const ClassModel& model : models) {
+        text += model.kind == Kind::None
+                    ? ""
+                    : fmt::format("\n            {}{}{}", before, model.cppName, after);
     }
     return text;
 }
 
 }  // namespace
 
-std::string packageBuildFile(const Options& options, const std::vector<ClassModel>& served,
+std::string packageBuildFile(const Options& options, const std::vector<ClassModel>& models,
                              const std::string& schema) {
+    std::string classes;
+    for (const ClassModel& model : models) {
+        classes += "\n            " + model.name;
+    }
     return fmt::format(
         "cmake_minimum_required(VERSION 3.20)\nproject({0} LANGUAGES CXX)\n"
         "find_package(velmar_remote REQUIRED)\n\n"
@@ -42,15 +48,21 @@ std::string packageBuildFile(const Options& options, const std::vector<ClassMode
         options.cimNamespace == "root/velmar_remote"
             ? ""
             : "\n    CIM_NAMESPACE " + options.cimNamespace,
-        options.enrichment == false ? "\n    NO_ENRICHMENT" : "", list(served, "", "", false),
-        list(served, "src/", "Provider.cpp", true), list(served, "tests/", "Test.cpp", true));
+        options.enrichment == false ? "\n    NO_ENRICHMENT" : "", classes,
+        files(models, "src/", "Provider.cpp"), files(models, "tests/", "Test.cpp"));
 }
 
-std::string packageReadme(const Options& options, const std::vector<ClassModel>& served,
+std::string packageReadme(const Options& options, const std::vector<ClassModel>& models,
                           const std::string& schema) {
     std::string classes;
-    std::string first = served.front().name;
-    for (const ClassModel& model : served) {
+    std::string first;
+    for (const ClassModel& model : models) {
+        if (model.kind == Kind::None) {
+            classes += fmt::format("| `{}` | none, a typed class only: {} | |\n", model.name,
+                                   model.reason);
+            continue;
+        }
+        first = first.empty() ? model.name : first;
         classes += fmt::format(
             "| `{0}` | [src/{1}Provider.cpp](src/{1}Provider.cpp) | "
             "[tests/{1}Test.cpp](tests/{1}Test.cpp) |\n",
@@ -65,7 +77,7 @@ std::string packageReadme(const Options& options, const std::vector<ClassModel>&
         "build folder (`build/{0}-generated`) and are not to be edited.\n\n"
         "## Build, test, check, serve\n\n```sh\ncmake -B build        # -DCMAKE_PREFIX_PATH=PREFIX "
         "where velmar_remote is installed\ncmake --build build\nctest --test-dir build "
-        "--output-on-failure\nvelmar check .\nvelmar serve . --port 5988\n"
+        "--output-on-failure\nvelmar check{5} .\nvelmar serve{5} . --port 5988\n"
         "wbemcli ein http://127.0.0.1:5988/{3}:{4}    # Debian: sblim-wbemcli\n```\n\n"
         "## Into a real server, and out again\n\n```sh\n"
         "cmake -B build-server -DVELMAR_REMOTE_SERVER=pegasus -DCMAKE_INSTALL_PREFIX=/usr/local "
@@ -75,7 +87,8 @@ std::string packageReadme(const Options& options, const std::vector<ClassModel>&
         "/usr/local/share/{0}/register install   # compiles schema and registration with cimmof\n"
         "/usr/local/share/{0}/register check\n"
         "/usr/local/share/{0}/register remove    # provider, registration and classes\n```\n",
-        options.module, classes, schema, options.cimNamespace, first);
+        options.module, classes, schema, options.cimNamespace, first,
+        options.cimNamespace == "root/velmar_remote" ? "" : " --namespace " + options.cimNamespace);
 }
 
 }  // namespace velmar_generator

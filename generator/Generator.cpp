@@ -82,16 +82,16 @@ std::string support(const char* text, const std::string& cppNamespace) {
 void checkOptions(const Options& options) {
     const auto check = [](const std::string& name, const char* what) {
         if (name.empty() || Scope().add(name) != name) {
-            throw GeneratorError(
-                fmt::format("\"{}\" cannot be {}: letters, digits and single "
-                            "underscores, a letter first, and no word of C++",
-                            name, what));
+            throw GeneratorError(fmt::format(
+                "\"{}\" cannot be {}: {}", name, what,
+                isReserved(name) ? "C++ or the generated code has that name for something else"
+                                 : "letters, digits and single underscores, a letter first"));
         }
     };
     if (!options.module.empty()) {
-        check(options.module, "the name of a module");
+        check(options.module, "the name of a module (--module)");
     }
-    check(options.cppNamespace, "a C++ namespace");
+    check(options.cppNamespace, "a C++ namespace (--cpp-namespace)");
     if (options.classes.empty()) {
         throw GeneratorError("no class is named");
     }
@@ -129,6 +129,31 @@ std::vector<ClassModel> readClasses(const Reader& reader, const Options& options
     return models;
 }
 
+// A served class takes three names, each of a C++ class and of a header.
+void checkClashes(const Options& options, const std::vector<ClassModel>& models) {
+    std::map<std::string, std::string> taken = {{options.cppNamespace, "the C++ namespace"},
+                                                {"Support", "a generated header"},
+                                                {"Providers", "a generated header"},
+                                                {"Paths", "a generated header"}};
+    const auto take = [&](const std::string& name, const std::string& what) {
+        const auto [same, isNew] = taken.insert({name, what});
+        if (!isNew) {
+            throw GeneratorError(
+                fmt::format("{} would be the name of {} and of {}: {}", name, same->second, what,
+                            name == options.cppNamespace ? "choose another namespace"
+                                                         : "make them in packages of their own"));
+        }
+    };
+    for (const ClassModel& model : models) {
+        take(model.cppName, "class " + model.name);
+        if (model.kind != Kind::None) {
+            take(model.cppName + "Provider", "the provider of " + model.name);
+            take(model.cppName + "ProviderBase",
+                 "what the provider of " + model.name + " derives from");
+        }
+    }
+}
+
 }  // namespace
 
 std::vector<GeneratedFile> generate(const velmar_embedded::Repository& schema,
@@ -136,8 +161,7 @@ std::vector<GeneratedFile> generate(const velmar_embedded::Repository& schema,
     checkOptions(options);
     const Reader reader(schema, options);
     const std::vector<ClassModel> models = readClasses(reader, options);
-    const bool enriched = options.enrichment.value_or(reader.has("QORP_LPAR_CS") &&
-                                                      reader.has("QORP_ComputerSystem"));
+    checkClashes(options, models);
     std::vector<GeneratedFile> files = {
         {"Support.h", support(supportText, options.cppNamespace)},
         {"Providers.h", support(providersText, options.cppNamespace)},
@@ -149,8 +173,8 @@ std::vector<GeneratedFile> generate(const velmar_embedded::Repository& schema,
             continue;  // can be used, for example embedded in others, and not be served
         }
         served.push_back(model);
-        files.push_back(
-            {model.cppName + "ProviderBase.h", providerHeader(options, model, enriched)});
+        files.push_back({model.cppName + "ProviderBase.h",
+                         providerHeader(options, model, reader.enriches(options))});
     }
     if (!options.module.empty()) {
         files.push_back({"Factory.cpp", factorySource(options, served)});

@@ -181,11 +181,21 @@ void decideKind(ClassModel& model, bool isAssociation) {
     const auto references =
         std::count_if(model.properties.begin(), model.properties.end(),
                       [](const Element& element) { return element.type == CIMTYPE_REFERENCE; });
+    const auto unfitKey =
+        std::find_if(model.properties.begin(), model.properties.end(), [](const Element& element) {
+            return element.isKey && (element.isArray || element.type == CIMTYPE_OBJECT ||
+                                     element.type == CIMTYPE_INSTANCE);
+        });
     if (model.isIndication) {
         model.kind = Kind::Alert;
     } else if (model.keys().empty()) {
         model.kind = Kind::None;
         model.reason = "it has no keys";
+    } else if (unfitKey != model.properties.end()) {
+        model.kind = Kind::None;
+        model.reason = "its key " + unfitKey->name + " is " +
+                       (unfitKey->isArray ? "an array" : "an embedded object") +
+                       ", and a key is a single plain value";
     } else if (isAssociation && references == 2 && model.ends().size() == 2) {
         model.kind = Kind::Association;
     } else if (isAssociation) {
@@ -224,6 +234,10 @@ Reader::Reader(const velmar_embedded::Repository& schema, const Options& options
 bool Reader::has(const std::string& name) const {
     return CIMName::legal(String(name.c_str())) &&
            _schema.hasClass(_nameSpace, CIMName(name.c_str()));
+}
+
+bool Reader::enriches(const Options& options) const {
+    return options.enrichment.value_or(has("QORP_LPAR_CS") && has("QORP_ComputerSystem"));
 }
 
 std::vector<std::string> Reader::lineage(const std::string& name) const {

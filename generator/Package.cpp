@@ -13,31 +13,95 @@
 
 namespace velmar_generator {
 
-std::vector<GeneratedFile> packageFiles(const velmar_embedded::Repository& repository,
-                                        const Options& options, const std::string& schema) {
-    const Reader reader(repository, options);
-    std::vector<ClassModel> served;
+namespace {
+
+bool isServed(const ClassModel& model) { return model.kind != Kind::None; }
+
+std::vector<ClassModel> readModels(const Reader& reader, const Options& options) {
+    std::vector<ClassModel> models;
     for (const std::string& name : options.classes) {
         ClassModel model = reader.read(name);
-        if (model.kind == Kind::None) {
+        if (!isServed(model) && !model.keys().empty()) {
             throw GeneratorError("class " + model.name + " cannot be served: " + model.reason);
         }
         const bool isNamedTwice =
-            std::any_of(served.begin(), served.end(),
+            std::any_of(models.begin(), models.end(),
                         [&](const ClassModel& one) { return one.name == model.name; });
         if (!isNamedTwice) {
-            served.push_back(std::move(model));
+            models.push_back(std::move(model));
         }
     }
+    if (std::none_of(models.begin(), models.end(), isServed)) {
+        throw GeneratorError("class " + models.front().name +
+                             " cannot be served: " + models.front().reason +
+                             "; qualify a property as Key, or name a class that it is embedded in");
+    }
+    return models;
+}
+
+// What an alert of a new package may be about: enrichment fails for a system that is in no domain,
+// as those of a new package are.
+const ClassModel* alertingElement(const Reader& reader, const Options& options,
+                                  const std::vector<ClassModel>& models) {
+    const auto isEnriched = [&](const std::string& name) {
+        return name == "QORP_ComputerSystem" || name == "QORP_LPAR_CS";
+    };
+    for (const ClassModel& model : models) {
+        const std::vector<std::string> lineage = reader.lineage(model.name);
+        if (model.kind == Kind::Instances &&
+            (!reader.enriches(options) ||
+             std::none_of(lineage.begin(), lineage.end(), isEnriched))) {
+            return &model;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+std::vector<GeneratedFile> packageFiles(const velmar_embedded::Repository& repository,
+                                        const Options& options, const std::string& schema) {
+    const Reader reader(repository, options);
+    const std::vector<ClassModel> models = readModels(reader, options);
+    const ClassModel* const element = alertingElement(reader, options, models);
     std::vector<GeneratedFile> files = {
-        {"CMakeLists.txt", packageBuildFile(options, served, schema)},
-        {"README.md", packageReadme(options, served, schema)}};
-    for (const ClassModel& model : served) {
-        files.push_back({"src/" + model.cppName + "Provider.h", userHeader(options, model)});
-        files.push_back({"src/" + model.cppName + "Provider.cpp", userSource(options, model)});
-        files.push_back({"tests/" + model.cppName + "Test.cpp", userTest(options, model, served)});
+        {"CMakeLists.txt", packageBuildFile(options, models, schema)},
+        {"README.md", packageReadme(options, models, schema)}};
+    for (const ClassModel& model : models) {
+        if (isServed(model)) {
+            files.push_back({"src/" + model.cppName + "Provider.h", userHeader(options, model)});
+            files.push_back(
+                {"src/" + model.cppName + "Provider.cpp", userSource(options, model, models)});
+            files.push_back(
+                {"tests/" + model.cppName + "Test.cpp", userTest(options, model, element)});
+        }
     }
     return files;
+}
+
+std::vector<std::string> packageRemarks(const velmar_embedded::Repository& repository,
+                                        const Options& options) {
+    const Reader reader(repository, options);
+    std::vector<std::string> remarks;
+    for (const ClassModel& model : readModels(reader, options)) {
+        if (!isServed(model)) {
+            remarks.push_back("class " + model.name + ": a typed class without a provider, since " +
+                              model.reason);
+        } else if (!model.reason.empty()) {
+            remarks.push_back("class " + model.name + ": " + model.reason +
+                              "; velmar check says so, too");
+        }
+        for (const Element& property : model.properties) {
+            if (property.type == Pegasus::CIMTYPE_REFERENCE &&
+                !reader.has(property.referenceClass)) {
+                remarks.push_back(
+                    fmt::format("class {}: {} refers to class {}, which the schema "
+                                "lacks; is a file missing?",
+                                model.name, property.name, property.referenceClass));
+            }
+        }
+    }
+    return remarks;
 }
 
 }  // namespace velmar_generator

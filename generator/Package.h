@@ -30,6 +30,10 @@ const MofFile* standardMofWith(const std::string& name);
 std::vector<GeneratedFile> packageFiles(const velmar_embedded::Repository& repository,
                                         const Options& options, const std::string& schema);
 
+/// What is not as one may expect in a package of these classes, a line each. Throws GeneratorError.
+std::vector<std::string> packageRemarks(const velmar_embedded::Repository& repository,
+                                        const Options& options);
+
 }  // namespace velmar_generator
 
 #endif

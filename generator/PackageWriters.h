@@ -12,14 +12,16 @@
 
 namespace velmar_generator {
 
-std::string packageBuildFile(const Options& options, const std::vector<ClassModel>& served,
+// `models` are all classes of the package; those of kind None are typed classes only.
+std::string packageBuildFile(const Options& options, const std::vector<ClassModel>& models,
                              const std::string& schema);
-std::string packageReadme(const Options& options, const std::vector<ClassModel>& served,
+std::string packageReadme(const Options& options, const std::vector<ClassModel>& models,
                           const std::string& schema);
 std::string userHeader(const Options& options, const ClassModel& model);
-std::string userSource(const Options& options, const ClassModel& model);
-std::string userTest(const Options& options, const ClassModel& model,
-                     const std::vector<ClassModel>& served);
+std::string userSource(const Options& options, const ClassModel& model,
+                       const std::vector<ClassModel>& models);
+/// `element` is what an alert's test raises it about; null: nothing fits.
+std::string userTest(const Options& options, const ClassModel& model, const ClassModel* element);
 
 /// The type of a parameter of a method's hook.
 std::string parameterType(const Element& parameter);

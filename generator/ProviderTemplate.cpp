@@ -36,8 +36,20 @@ std::string resultType(const Method& method) {
     return "cim::Property<" + method.result.cppType + ">";
 }
 
+// The typed class of a reference; null where the package has its paths only.
+const ClassModel* referred(const Element& element, const std::vector<ClassModel>& models) {
+    const auto model = std::find_if(models.begin(), models.end(), [&](const ClassModel& one) {
+        return one.name == element.referenceClass;
+    });
+    return model == models.end() ? nullptr : &*model;
+}
+
 // A value to show how a property is set.
-std::string sample(const Element& element) {
+std::string sample(const ClassModel& model, const Element& element,
+                   const std::vector<ClassModel>& models) {
+    if (!element.enumName.empty()) {
+        return model.cppName + "::" + element.enumName + "::" + element.values.front().cppName;
+    }
     switch (element.type) {
         case Pegasus::CIMTYPE_BOOLEAN:
             return "true";
@@ -46,7 +58,10 @@ std::string sample(const Element& element) {
         case Pegasus::CIMTYPE_DATETIME:
             return "Pegasus::CIMDateTime::getCurrentDateTime()";
         case Pegasus::CIMTYPE_REFERENCE:
-            return element.referenceClass + "(...).path()";
+            if (const ClassModel* end = referred(element, models)) {
+                return end->cppName + "(...).path()";
+            }
+            return "paths::" + Scope().add(element.referenceClass) + "(...)";
         case Pegasus::CIMTYPE_OBJECT:
         case Pegasus::CIMTYPE_INSTANCE:
         case Pegasus::CIMTYPE_CHAR16:
@@ -56,10 +71,10 @@ std::string sample(const Element& element) {
     }
 }
 
-std::string example(const ClassModel& model) {
+std::string example(const ClassModel& model, const std::vector<ClassModel>& models) {
     std::string keys;
     for (const Element* key : model.keys()) {
-        keys += (keys.empty() ? "" : ", ") + sample(*key);
+        keys += (keys.empty() ? "" : ", ") + sample(model, *key, models);
     }
     std::string text;
     if (model.keys().size() <= 3) {
@@ -67,13 +82,14 @@ std::string example(const ClassModel& model) {
     } else {
         text = fmt::format("    //     {} one;\n", model.cppName);
         for (const Element* key : model.keys()) {
-            text += fmt::format("    //     one.keys.{} = {};\n", key->cppName, sample(*key));
+            text += fmt::format("    //     one.keys.{} = {};\n", key->cppName,
+                                sample(model, *key, models));
         }
     }
     for (const Element& property : model.properties) {
-        if (!property.isKey && property.origin == model.name && !property.isArray &&
-            property.enumName.empty()) {
-            text += fmt::format("    //     one.{} = {};\n", property.cppName, sample(property));
+        if (!property.isKey && property.origin == model.name && !property.isArray) {
+            text += fmt::format("    //     one.{} = {};\n", property.cppName,
+                                sample(model, property, models));
             break;
         }
     }
@@ -106,7 +122,7 @@ std::string instanceHeader(const ClassModel& model) {
     return text + "};\n";
 }
 
-std::string instanceSource(const ClassModel& model) {
+std::string instanceSource(const ClassModel& model, const std::vector<ClassModel>& models) {
     std::string text = fmt::format(
         "void {0}Provider::initialize(Pegasus::CIMOMHandle& cimom) {{\n"
         "    {0}ProviderBase::initialize(cimom);\n"
@@ -115,7 +131,7 @@ std::string instanceSource(const ClassModel& model) {
         "// FILL IN: what is read when it is asked for. `copy` belongs to this request alone.\n"
         "// void {0}Provider::refresh(const Pegasus::OperationContext& context, {0}& copy) {{\n"
         "// }}\n",
-        model.cppName, example(model));
+        model.cppName, example(model, models));
     for (const Method& method : model.methods) {
         text += fmt::format(
             "\n{0} {1}Provider::{2}(\n        {3}) {{\n"
@@ -131,7 +147,9 @@ std::string instanceSource(const ClassModel& model) {
 }  // namespace
 
 std::string userHeader(const Options& options, const ClassModel& model) {
-    const std::string guard = fmt::format("{}_{}PROVIDER_H", options.cppNamespace, model.cppName);
+    std::string guard = fmt::format("{}_{}Provider_h", options.cppNamespace, model.cppName);
+    std::transform(guard.begin(), guard.end(), guard.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
     return fmt::format(
         "#ifndef {0}\n#define {0}\n\n#include \"{1}ProviderBase.h\"\n\n"
         "namespace {2} {{\n\n{3}\n}}  // namespace {2}\n\n#endif\n",
@@ -139,10 +157,13 @@ std::string userHeader(const Options& options, const ClassModel& model) {
         model.kind == Kind::Alert ? alertHeader(model) : instanceHeader(model));
 }
 
-std::string userSource(const Options& options, const ClassModel& model) {
+std::string userSource(const Options& options, const ClassModel& model,
+                       const std::vector<ClassModel>& models) {
     std::string includes;
-    for (const Element* end : model.ends()) {
-        includes += "// #include \"" + end->referenceClass + ".h\"\n";
+    for (const Element* key : model.ends()) {
+        const ClassModel* end = referred(*key, models);
+        const std::string line = end == nullptr ? "" : "// #include \"" + end->cppName + ".h\"\n";
+        includes += includes.find(line) == std::string::npos ? line : "";
     }
     const std::string body =
         model.kind == Kind::Alert
@@ -151,7 +172,7 @@ std::string userSource(const Options& options, const ClassModel& model) {
                   "    // FILL IN: properties that are the same for all alerts.\n"
                   "    return true;\n}}\n",
                   model.cppName)
-            : instanceSource(model);
+            : instanceSource(model, models);
     return fmt::format(
         "#include \"{0}Provider.h\"\n\n{1}{2}namespace {3} {{\n\n{4}\n"
         "}}  // namespace {3}\n",

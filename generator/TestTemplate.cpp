@@ -117,11 +117,8 @@ std::string instanceTest(const ClassModel& model) {
         model.cppName, methods, samples);
 }
 
-std::string alertTest(const ClassModel& model, const std::vector<ClassModel>& served) {
-    const auto element = std::find_if(served.begin(), served.end(), [](const ClassModel& one) {
-        return one.kind == Kind::Instances;
-    });
-    if (element == served.end()) {
+std::string alertTest(const ClassModel& model, const ClassModel* element) {
+    if (element == nullptr) {
         return "// FILL IN: raise an alert about an element and see that it arrives.\n";
     }
     return fmt::format(
@@ -138,23 +135,17 @@ std::string alertTest(const ClassModel& model, const std::vector<ClassModel>& se
 
 }  // namespace
 
-std::string userTest(const Options& options, const ClassModel& model,
-                     const std::vector<ClassModel>& served) {
+std::string userTest(const Options& options, const ClassModel& model, const ClassModel* element) {
     std::string includes =
         fmt::format("#include \"{}Provider.h\"\n\n#include <gtest/gtest.h>\n", model.cppName);
     if (model.kind == Kind::Alert) {
         includes += "#include <velmar_kit/ServedPackage.h>\n";
-        for (const ClassModel& one : served) {
-            if (one.kind == Kind::Instances) {
-                includes += "\n#include \"" + one.cppName + ".h\"\n";
-                break;
-            }
-        }
+        includes += element == nullptr ? "" : "\n#include \"" + element->cppName + ".h\"\n";
     } else {
         includes += "#include <velmar_kit/Printers.h>\n#include <velmar_kit/RecordingHandlers.h>\n";
     }
     return fmt::format("{}\nusing namespace {};\n\n{}", includes, options.cppNamespace,
-                       model.kind == Kind::Alert ? alertTest(model, served) : instanceTest(model));
+                       model.kind == Kind::Alert ? alertTest(model, element) : instanceTest(model));
 }
 
 }  // namespace velmar_generator
