@@ -179,6 +179,10 @@ function(_velmar_install_provider)
 endfunction()
 
 function(velmar_add_provider_test _name)
+    if(NOT TARGET ${_name}_objects)
+        message(FATAL_ERROR "velmar_add_provider_test(${_name}): velmar_add_provider(${_name} ...) "
+                            "comes first")
+    endif()
     find_package(GTest REQUIRED)
     include(GoogleTest)
     add_executable(test_${_name} ${ARGN})

@@ -48,8 +48,10 @@ void driveLoad(const std::vector<RegisteredClass>& classes, const DriveOptions& 
 /// The names of the properties that have a value.
 std::set<std::string> filledIn(const Pegasus::CIMConstInstance& instance);
 
-/// A path that differs in one key; the path itself when it has no key that can be changed.
-Pegasus::CIMObjectPath another(const Pegasus::CIMObjectPath& path, const std::string& suffix);
+/// A path of the session's class that differs in one key, the first one that is text; the path
+/// itself where there is none.
+Pegasus::CIMObjectPath another(const Session& session, const Pegasus::CIMObjectPath& path,
+                               const std::string& suffix);
 
 }  // namespace velmar_driver
 

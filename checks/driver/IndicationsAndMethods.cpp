@@ -5,6 +5,8 @@
 #include <Pegasus/Common/CIMDateTime.h>
 #include <Pegasus/Common/System.h>
 
+#include <algorithm>
+
 #include "checks/driver/Driver.h"
 #include "checks/driver/DriverRules.h"
 
@@ -183,12 +185,20 @@ void driveMethods(Session& session) {
                              shortText(target) + " is refused: " + outcome.describe());
         }
         // A client may be late. What comes of it is for the server's checks.
-        if (!isStatic(method) && !askedForAbsent) {
+        const CIMObjectPath absent =
+            isStatic(method) ? target : another(session, target, "-velmar-absent");
+        if (absent != target && !askedForAbsent) {
             askedForAbsent = true;
             session.call(name + "()", [&] {
-                session.client.invokeMethod(ns, another(target, "-velmar-absent"), method.getName(),
-                                            Array<CIMParamValue>(), out);
+                session.client.invokeMethod(ns, absent, method.getName(), Array<CIMParamValue>(),
+                                            out);
             });
+        }
+        // A method may refuse, so this is no finding; the user sees that it did.
+        if (outcome.code > 0) {
+            std::vector<std::string>& tried = session.result.operations;
+            *std::find(tried.begin(), tried.end(), name + "()") +=
+                std::string(":") + cimStatusCodeToString(static_cast<CIMStatusCode>(outcome.code));
         }
     }
 }

@@ -130,7 +130,7 @@ void driveInstance(Session& session, const std::string& shown, const CIMObjectPa
 }
 
 void tryAbsent(Session& session, const CIMObjectPath& path) {
-    const CIMObjectPath absent = another(path, "-velmar-absent");
+    const CIMObjectPath absent = another(session, path, "-velmar-absent");
     if (absent == path) {
         return;  // no key of a type that can be changed
     }
@@ -157,13 +157,21 @@ std::set<std::string> filledIn(const CIMConstInstance& instance) {
     return result;
 }
 
-CIMObjectPath another(const CIMObjectPath& path, const std::string& suffix) {
+CIMObjectPath another(const Session& session, const CIMObjectPath& path,
+                      const std::string& suffix) {
+    const CIMClass& definition = session.about.definition;
     Array<CIMKeyBinding> keys = path.getKeyBindings();
     for (Uint32 i = 0; i < keys.size(); i++) {
         // CreationClassName and its kin name classes, of which there are no others.
         const bool namesClass =
             keys[i].getName().getString().find(String("ClassName")) != PEG_NOT_FOUND;
-        if (keys[i].getType() == CIMKeyBinding::STRING && !namesClass) {
+        // Characters and times are written as strings, too.
+        const Uint32 property = definition.isUninitialized()
+                                    ? PEG_NOT_FOUND
+                                    : definition.findProperty(keys[i].getName());
+        const bool isText = property == PEG_NOT_FOUND ||
+                            definition.getProperty(property).getType() == CIMTYPE_STRING;
+        if (keys[i].getType() == CIMKeyBinding::STRING && isText && !namesClass) {
             String value = keys[i].getValue();
             value.append(String(suffix.c_str()));
             keys[i].setValue(value);

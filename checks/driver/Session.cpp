@@ -31,8 +31,9 @@ std::string Outcome::describe() const {
     if (code < 0) {
         return text;
     }
-    const auto status = static_cast<CIMStatusCode>(code);
-    return std::string(cimStatusCodeToString(status)) + " (" + text + ")";
+    // A server's own texts begin with the code.
+    const std::string status = cimStatusCodeToString(static_cast<CIMStatusCode>(code));
+    return text.compare(0, status.size(), status) == 0 ? text : status + " (" + text + ")";
 }
 
 Session::Session(const RegisteredClass& ofClass, Report report)

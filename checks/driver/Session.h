@@ -27,9 +27,10 @@ using Report = std::function<void(velmar_checks::Finding)>;
 struct ClassReport {
     std::string nameSpace;
     std::string className;
-    std::vector<std::string> operations;  ///< in the order first tried
-    unsigned long instances = 0;          ///< that its enumeration gave
-    std::vector<double> milliseconds;     ///< of every call
+    /// In the order first tried; methods that ended in an error with its code.
+    std::vector<std::string> operations;
+    unsigned long instances = 0;       ///< that its enumeration gave
+    std::vector<double> milliseconds;  ///< of every call
 
     double median() const;
     double largest() const;
@@ -41,7 +42,7 @@ struct Outcome {
     std::string text;  ///< of the exception
 
     explicit operator bool() const { return code == 0; }
-    /// "CIM_ERR_NOT_FOUND (6)", or the text of what is no CIMException.
+    /// "CIM_ERR_NOT_FOUND: text", or the text of what is no CIMException.
     std::string describe() const;
 };
 

@@ -140,7 +140,7 @@ void driveWrites(Session& session, const std::vector<RegisteredClass>& classes) 
         return;  // nothing to make another one after
     }
     const CIMObjectPath existing = instances[index].getPath();
-    const CIMObjectPath wanted = another(existing, suffix);
+    const CIMObjectPath wanted = another(session, existing, suffix);
     if (wanted == existing) {
         return;
     }

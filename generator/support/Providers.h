@@ -163,7 +163,8 @@ class Provider : public Base {
         const typename T::Keys keys = copy.keys;
         change(copy);
         if (!(keys == copy.keys)) {
-            fail(Pegasus::CIM_ERR_FAILED, named(instance.getPath()) + ": its keys were changed");
+            fail(Pegasus::CIM_ERR_FAILED,
+                 named(instance.getPath()) + ": its keys were changed, and must stay");
         }
         return copy.instance(instance.getPath());
     }
@@ -260,8 +261,10 @@ class InParameters {
 template <class T>
 T calledOn(const Pegasus::CIMInstance& instance) {
     if (instance.getPropertyCount() == 0) {
+        const bool isClass = instance.getPath().getKeyBindings().size() == 0;
         fail(Pegasus::CIM_ERR_NOT_FOUND,
-             utf8(velmar_remote::localize(instance.getPath()).toString()) + " is not there");
+             utf8(velmar_remote::localize(instance.getPath()).toString()) +
+                 (isClass ? " is a class, the method needs an object" : " is not there"));
     }
     return T::from(instance);
 }
