@@ -10,6 +10,10 @@ namespace velmar_checks {
 std::string toLine(const Finding& finding) {
     std::string line = finding.severity == Severity::Error ? "error: " : "warning: ";
     line += finding.text + " [" + finding.id + "]";
+    // A key may have any character; one finding is one line.
+    for (size_t at = 0; (at = line.find('\n', at)) != std::string::npos; at += 2) {
+        line.replace(at, 1, "\\n");
+    }
     if (finding.count > 1) {
         line += " (" + std::to_string(finding.count) + " times)";
     }

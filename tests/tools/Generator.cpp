@@ -11,6 +11,7 @@
 #include <fstream>
 
 #include "generator/Names.h"
+#include "generator/Package.h"
 
 using namespace velmar_generator;
 
@@ -97,6 +98,33 @@ TEST_F(Generating, KeepsToTheNamespaceOfAlertsAndLeavesOutWhatTheSchemaLacks) {
     expectHas(faultOfOther(), "OTHER_Alert is an indication, which the library serves in");
     options.classes = {"OTHER_A__B"};
     expectHas(faultOfOther(), "OTHER_A_B and OTHER_A__B would both be OTHER_A_B in C++");
+}
+
+TEST_F(Generating, SaysWhatAPackageCannotServe) {
+    velmar_embedded::compileMofText(schema, "root/velmar_remote",
+                                    "class TRAP_PartProvider { [Key] string Name; };"
+                                    "class Support { [Key] string Name; };"
+                                    "class TRAP_Listed { [Key] string Names[]; };",
+                                    "more.mof");
+    expectHas(fault({"TRAP_PartProvider", "TRAP_Part"}),
+              "TRAP_PartProvider would be the name of class TRAP_PartProvider and of the provider");
+    expectHas(fault({"Support"}), "Support would be the name of a generated header");
+    options.cppNamespace = "TRAP_Part";
+    expectHas(fault({"TRAP_Part"}), "choose another namespace");
+    const auto faultOfPackage = [&](const std::vector<std::string>& classes) {
+        try {
+            options.classes = classes;
+            packageFiles(schema, options, "mof/Traps.mof");
+        } catch (const GeneratorError& error) {
+            return std::string(error.what());
+        }
+        return std::string();
+    };
+    expectHas(faultOfPackage({"TRAP_Listed"}), "its key Names is an array");
+    expectHas(faultOfPackage({"TRAP_Keyless"}), "it has no keys; qualify a property as Key");
+    EXPECT_EQ(faultOfPackage({"TRAP_Keyless", "TRAP_Part"}), "");
+    options.classes = {"TRAP_Keyless", "TRAP_Three", "TRAP_Part"};
+    EXPECT_EQ(packageRemarks(schema, options).size(), 2u);
 }
 
 TEST_F(Generating, WritesWhatHasChangedAndRemovesWhatIsNoMore) {
