@@ -19,6 +19,7 @@
 #include "MofRemedy.h"
 #include "Package.h"
 #include "checks/driver/Driver.h"
+#include "checks/driver/DriverRules.h"
 
 using velmar_checks::Finding;
 using velmar_checks::Severity;
@@ -32,10 +33,12 @@ struct CheckOptions {
     Package package;
     velmar_driver::DriveOptions drive;
     bool json = false;
+    std::vector<std::string> allowed;  // ids of rules
 };
 
 struct Results {
     std::vector<Finding> findings;
+    size_t allowed = 0;  // findings that are not among them
     std::vector<ClassReport> classes;
     bool hangs = false;  // a provider that does not return, so that nothing can be ended in order
 };
@@ -107,6 +110,12 @@ Results check(const CheckOptions& options, velmar_embedded::Server& server) {
     results.hangs = !stopped(server);
     results.findings = server.findings();
     results.findings.insert(results.findings.end(), driven.all().begin(), driven.all().end());
+    const auto isAllowed = [&](const Finding& finding) {
+        return std::count(options.allowed.begin(), options.allowed.end(), finding.id) > 0;
+    };
+    const auto end = std::remove_if(results.findings.begin(), results.findings.end(), isAllowed);
+    results.allowed = static_cast<size_t>(results.findings.end() - end);
+    results.findings.erase(end, results.findings.end());
     return results;
 }
 
@@ -147,16 +156,18 @@ void print(const Results& results) {
                       [](const Finding& one) { return one.severity == Severity::Error; }));
     const size_t all = results.findings.size();
     if (all == 0) {
-        fmt::print("\nno findings\n");
+        fmt::print("\nno findings");
     } else {
-        fmt::print("\n{}: {}, {}\n", counted(all, "finding"), counted(errors, "error"),
+        fmt::print("\n{}: {}, {}", counted(all, "finding"), counted(errors, "error"),
                    counted(all - errors, "warning"));
     }
+    fmt::print("{}\n", results.allowed == 0 ? "" : fmt::format("; {} allowed", results.allowed));
 }
 
 void printJson(const Results& results) {
     using nlohmann::ordered_json;
     ordered_json document = {{"findings", ordered_json::array()},
+                             {"allowed", results.allowed},
                              {"classes", ordered_json::array()}};
     for (const Finding& one : results.findings) {
         document["findings"].push_back(
@@ -181,6 +192,17 @@ void printJson(const Results& results) {
     fmt::print("{}\n", document.dump(2, ' ', false, ordered_json::error_handler_t::replace));
 }
 
+// What is wrong with the id of a rule; empty for one that there is.
+std::string unknownRule(const std::string& id) {
+    velmar_checks::RuleList rules = velmar_checks::allRules();
+    const velmar_checks::RuleList driver = velmar_driver::driverRules();
+    rules.insert(rules.end(), driver.begin(), driver.end());
+    const bool isKnown =
+        std::any_of(rules.begin(), rules.end(),
+                    [&](const velmar_checks::Rule* rule) { return rule->id == id; });
+    return isKnown ? "" : "no finding has the id " + id + "; it stands in brackets after its text";
+}
+
 }  // namespace
 
 void addCheck(CLI::App& app, Run& run) {
@@ -202,6 +224,11 @@ void addCheck(CLI::App& app, Run& run) {
                        "Ask from so many clients at once, after all else");
     command.add_option("--seconds", options->drive.seconds, "How long the clients go on")
         ->capture_default_str();
+    command
+        .add_option("--allow", options->allowed,
+                    "Id of a rule whose findings are counted, and no more; may be given again")
+        ->check(CLI::Validator(unknownRule, "ID"))
+        ->allow_extra_args(false);
     command.add_flag("--json", options->json, "Print the results for machines");
     command.footer(
         "Ends with 0 when nothing is wrong, 1 with findings, 2 for input that cannot be used.\n\n"

@@ -208,14 +208,13 @@ ExitCode create(NewOptions& options) {
     for (const std::string& remark : velmar_generator::packageRemarks(repository, generator)) {
         fmt::print("note: {}\n", remark);
     }
-    const bool isUsual = generator.cimNamespace == velmar_generator::Options().cimNamespace;
     fmt::print(
         "\nNext: look for FILL IN in {1}, then\n"
         "    cmake -S {0} -B {2} && cmake --build {2}\n"
         "    ctest --test-dir {2}\n    velmar check{3} {0}\n",
         argument(options.folder), argument(options.folder + "/src"),
         argument(options.folder + "/build"),
-        isUsual ? "" : " --namespace " + generator.cimNamespace);
+        velmar_generator::packageCheckOptions(repository, generator));
     return Good;
 }
 

@@ -53,7 +53,7 @@ std::string packageBuildFile(const Options& options, const std::vector<ClassMode
 }
 
 std::string packageReadme(const Options& options, const std::vector<ClassModel>& models,
-                          const std::string& schema) {
+                          const std::string& schema, const std::string& checkOptions) {
     std::string classes;
     std::string first;
     for (const ClassModel& model : models) {
@@ -77,7 +77,7 @@ std::string packageReadme(const Options& options, const std::vector<ClassModel>&
         "build folder (`build/{0}-generated`) and are not to be edited.\n\n"
         "## Build, test, check, serve\n\n```sh\ncmake -B build        # -DCMAKE_PREFIX_PATH=PREFIX "
         "where velmar_remote is installed\ncmake --build build\nctest --test-dir build "
-        "--output-on-failure\nvelmar check{5} .\nvelmar serve{5} . --port 5988\n"
+        "--output-on-failure\nvelmar check{5} .\nvelmar serve{6} . --port 5988\n"
         "wbemcli ein http://127.0.0.1:5988/{3}:{4}    # Debian: sblim-wbemcli\n```\n\n"
         "## Into a real server, and out again\n\n```sh\n"
         "cmake -B build-server -DVELMAR_REMOTE_SERVER=pegasus -DCMAKE_INSTALL_PREFIX=/usr/local "
@@ -87,8 +87,8 @@ std::string packageReadme(const Options& options, const std::vector<ClassModel>&
         "/usr/local/share/{0}/register install   # compiles schema and registration with cimmof\n"
         "/usr/local/share/{0}/register check\n"
         "/usr/local/share/{0}/register remove    # provider, registration and classes\n```\n",
-        options.module, classes, schema, options.cimNamespace, first,
-        options.cimNamespace == "root/velmar_remote" ? "" : " --namespace " + options.cimNamespace);
+        options.module, classes, schema, options.cimNamespace, first, checkOptions,
+        checkOptions.substr(0, checkOptions.find(" --allow")));
 }
 
 }  // namespace velmar_generator

@@ -236,6 +236,17 @@ bool Reader::has(const std::string& name) const {
            _schema.hasClass(_nameSpace, CIMName(name.c_str()));
 }
 
+std::vector<std::string> Reader::concreteSubclasses(const std::string& name) const {
+    std::vector<std::string> result;
+    const Array<CIMName> all = _schema.subclassNames(_nameSpace, CIMName(name.c_str()), true);
+    for (Uint32 i = 0; i < all.size(); i++) {
+        if (!isTrue(_schema.getClass(_nameSpace, all[i]), "Abstract")) {
+            result.push_back(utf8(all[i]));
+        }
+    }
+    return result;
+}
+
 bool Reader::enriches(const Options& options) const {
     return options.enrichment.value_or(has("QORP_LPAR_CS") && has("QORP_ComputerSystem"));
 }

@@ -79,6 +79,8 @@ class Reader {
     /// The class in its declared spelling and its superclasses, nearest first.
     std::vector<std::string> lineage(const std::string& name) const;
     bool has(const std::string& name) const;
+    /// Its subclasses at any depth that are not abstract.
+    std::vector<std::string> concreteSubclasses(const std::string& name) const;
     /// Whether alerts are enriched from the CIM model.
     bool enriches(const Options& options) const;
 

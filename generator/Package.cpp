@@ -57,23 +57,63 @@ const ClassModel* alertingElement(const Reader& reader, const Options& options,
     return nullptr;
 }
 
+// Concrete classes whose nearest served relative is a superclass, with that.
+std::vector<std::pair<std::string, std::string>> unserved(const Reader& reader,
+                                                          const std::vector<ClassModel>& models) {
+    const auto isNamed = [&](const std::string& name) {
+        return std::any_of(models.begin(), models.end(),
+                           [&](const ClassModel& one) { return one.name == name; });
+    };
+    std::vector<std::pair<std::string, std::string>> result;
+    for (const ClassModel& model : models) {
+        if (model.kind == Kind::Alert || !isServed(model)) {
+            continue;
+        }
+        for (const std::string& name : reader.concreteSubclasses(model.name)) {
+            const std::vector<std::string> lineage = reader.lineage(name);
+            const auto nearest = std::find_if(lineage.begin(), lineage.end(), isNamed);
+            if (nearest != lineage.begin() && *nearest == model.name) {
+                result.emplace_back(name, model.name);
+            }
+        }
+    }
+    return result;
+}
+
+const char* const UNSERVED_RULE = "registration.unserved-subclass";
+
+std::string checkOptions(const Options& options, bool hasUnserved) {
+    std::string result;
+    if (options.cimNamespace != Options().cimNamespace) {
+        result += " --namespace " + options.cimNamespace;
+    }
+    return result + (hasUnserved ? std::string(" --allow ") + UNSERVED_RULE : "");
+}
+
 }  // namespace
+
+std::string packageCheckOptions(const velmar_embedded::Repository& repository,
+                                const Options& options) {
+    const Reader reader(repository, options);
+    return checkOptions(options, !unserved(reader, readModels(reader, options)).empty());
+}
 
 std::vector<GeneratedFile> packageFiles(const velmar_embedded::Repository& repository,
                                         const Options& options, const std::string& schema) {
     const Reader reader(repository, options);
     const std::vector<ClassModel> models = readModels(reader, options);
     const ClassModel* const element = alertingElement(reader, options, models);
+    const bool hasUnserved = !unserved(reader, models).empty();
     std::vector<GeneratedFile> files = {
         {"CMakeLists.txt", packageBuildFile(options, models, schema)},
-        {"README.md", packageReadme(options, models, schema)}};
+        {"README.md", packageReadme(options, models, schema, checkOptions(options, hasUnserved))}};
     for (const ClassModel& model : models) {
         if (isServed(model)) {
             files.push_back({"src/" + model.cppName + "Provider.h", userHeader(options, model)});
             files.push_back(
                 {"src/" + model.cppName + "Provider.cpp", userSource(options, model, models)});
-            files.push_back(
-                {"tests/" + model.cppName + "Test.cpp", userTest(options, model, element)});
+            files.push_back({"tests/" + model.cppName + "Test.cpp",
+                             userTest(options, model, element, hasUnserved ? UNSERVED_RULE : "")});
         }
     }
     return files;
@@ -83,7 +123,18 @@ std::vector<std::string> packageRemarks(const velmar_embedded::Repository& repos
                                         const Options& options) {
     const Reader reader(repository, options);
     std::vector<std::string> remarks;
-    for (const ClassModel& model : readModels(reader, options)) {
+    const std::vector<ClassModel> models = readModels(reader, options);
+    const auto lacking = unserved(reader, models);
+    for (const ClassModel& model : models) {
+        const auto isOfThis = [&](const auto& one) { return one.second == model.name; };
+        const auto first = std::find_if(lacking.begin(), lacking.end(), isOfThis);
+        if (first != lacking.end()) {
+            const auto others = std::count_if(lacking.begin(), lacking.end(), isOfThis) - 1;
+            remarks.push_back(fmt::format(
+                "class {}: nobody serves its subclass {}{}, and a registration is not inherited; "
+                "name the classes that there are objects of",
+                model.name, first->first, others == 0 ? "" : fmt::format(" and {} more", others)));
+        }
         if (!isServed(model)) {
             remarks.push_back("class " + model.name + ": a typed class without a provider, since " +
                               model.reason);

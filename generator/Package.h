@@ -30,6 +30,10 @@ const MofFile* standardMofWith(const std::string& name);
 std::vector<GeneratedFile> packageFiles(const velmar_embedded::Repository& repository,
                                         const Options& options, const std::string& schema);
 
+/// What `velmar check` needs to be told of the package beside its folder, with a space before it.
+std::string packageCheckOptions(const velmar_embedded::Repository& repository,
+                                const Options& options);
+
 /// What is not as one may expect in a package of these classes, a line each. Throws GeneratorError.
 std::vector<std::string> packageRemarks(const velmar_embedded::Repository& repository,
                                         const Options& options);

@@ -15,13 +15,16 @@ namespace velmar_generator {
 // `models` are all classes of the package; those of kind None are typed classes only.
 std::string packageBuildFile(const Options& options, const std::vector<ClassModel>& models,
                              const std::string& schema);
+/// `checkOptions` as packageCheckOptions gives them.
 std::string packageReadme(const Options& options, const std::vector<ClassModel>& models,
-                          const std::string& schema);
+                          const std::string& schema, const std::string& checkOptions);
 std::string userHeader(const Options& options, const ClassModel& model);
 std::string userSource(const Options& options, const ClassModel& model,
                        const std::vector<ClassModel>& models);
-/// `element` is what an alert's test raises it about; null: nothing fits.
-std::string userTest(const Options& options, const ClassModel& model, const ClassModel* element);
+/// `element` is what an alert's test raises it about; null: nothing fits. Findings with the id
+/// `allowed` are none of its failures; empty: all are.
+std::string userTest(const Options& options, const ClassModel& model, const ClassModel* element,
+                     const std::string& allowed);
 
 /// The type of a parameter of a method's hook.
 std::string parameterType(const Element& parameter);

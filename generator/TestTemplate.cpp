@@ -117,7 +117,8 @@ std::string instanceTest(const ClassModel& model) {
         model.cppName, methods, samples);
 }
 
-std::string alertTest(const ClassModel& model, const ClassModel* element) {
+std::string alertTest(const ClassModel& model, const ClassModel* element,
+                      const std::string& allowed) {
     if (element == nullptr) {
         return "// FILL IN: raise an alert about an element and see that it arrives.\n";
     }
@@ -125,17 +126,22 @@ std::string alertTest(const ClassModel& model, const ClassModel* element) {
         "namespace {{\n\n"
         "class {0}Test : public velmar_kit::ServedPackage {{\n protected:\n"
         "    {0}Test() : ServedPackage({{{{PACKAGE_SCHEMA}}, {{PACKAGE_REGISTRATION}}, "
-        "{{PACKAGE_MODULES}}}}) {{}}\n}};\n\n"
+        "{{PACKAGE_MODULES}}}}) {{{3}}}\n}};\n\n"
         "TEST_F({0}Test, ReachesItsSubscriber) {{\n"
         "    velmar_kit::Subscriber subscriber(server, {2});\n"
         "    cim::raise({0}(), {1}::classPath());\n"
         "    EXPECT_EQ(subscriber.received().size(), 1u);\n}}\n\n}}  // namespace\n",
-        model.cppName, element->cppName, quoted(model.name));
+        model.cppName, element->cppName, quoted(model.name),
+        allowed.empty() ? ""
+                        : "\n        // The schema has more classes than there are objects of.\n"
+                          "        allow(" +
+                              quoted(allowed) + ");\n    ");
 }
 
 }  // namespace
 
-std::string userTest(const Options& options, const ClassModel& model, const ClassModel* element) {
+std::string userTest(const Options& options, const ClassModel& model, const ClassModel* element,
+                     const std::string& allowed) {
     std::string includes =
         fmt::format("#include \"{}Provider.h\"\n\n#include <gtest/gtest.h>\n", model.cppName);
     if (model.kind == Kind::Alert) {
@@ -144,8 +150,9 @@ std::string userTest(const Options& options, const ClassModel& model, const Clas
     } else {
         includes += "#include <velmar_kit/Printers.h>\n#include <velmar_kit/RecordingHandlers.h>\n";
     }
-    return fmt::format("{}\nusing namespace {};\n\n{}", includes, options.cppNamespace,
-                       model.kind == Kind::Alert ? alertTest(model, element) : instanceTest(model));
+    return fmt::format(
+        "{}\nusing namespace {};\n\n{}", includes, options.cppNamespace,
+        model.kind == Kind::Alert ? alertTest(model, element, allowed) : instanceTest(model));
 }
 
 }  // namespace velmar_generator

@@ -124,7 +124,12 @@ TEST_F(Generating, SaysWhatAPackageCannotServe) {
     expectHas(faultOfPackage({"TRAP_Keyless"}), "it has no keys; qualify a property as Key");
     EXPECT_EQ(faultOfPackage({"TRAP_Keyless", "TRAP_Part"}), "");
     options.classes = {"TRAP_Keyless", "TRAP_Three", "TRAP_Part"};
-    EXPECT_EQ(packageRemarks(schema, options).size(), 2u);
+    const std::vector<std::string> remarks = packageRemarks(schema, options);
+    ASSERT_EQ(remarks.size(), 3u);
+    expectHas(remarks.back(), "nobody serves its subclass TRAP_SubPart");
+    EXPECT_EQ(packageCheckOptions(schema, options), " --allow registration.unserved-subclass");
+    options.classes.push_back("TRAP_SubPart");
+    EXPECT_EQ(packageCheckOptions(schema, options), "");
 }
 
 TEST_F(Generating, WritesWhatHasChangedAndRemovesWhatIsNoMore) {
