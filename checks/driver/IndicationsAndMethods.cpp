@@ -99,6 +99,15 @@ CIMObjectPath anyElement(Session& session, const std::vector<RegisteredClass>& c
     return CIMObjectPath();
 }
 
+// A method may refuse, so this is no finding; the user sees that it did.
+void showError(Session& session, const std::string& operation, const Outcome& outcome) {
+    if (outcome.code > 0) {
+        std::vector<std::string>& tried = session.result.operations;
+        *std::find(tried.begin(), tried.end(), operation) +=
+            std::string(":") + cimStatusCodeToString(static_cast<CIMStatusCode>(outcome.code));
+    }
+}
+
 // Raises an alert as a provider does. The server's checks look at what comes of it; that it may be
 // refused is the provider's affair.
 void raise(Session& session, const std::vector<RegisteredClass>& classes) {
@@ -121,11 +130,12 @@ void raise(Session& session, const std::vector<RegisteredClass>& classes) {
     }
     given.append(CIMParamValue(about, CIMValue(element.toString())));
     Array<CIMParamValue> out;
-    session.call("send()", [&] {
+    const Outcome outcome = session.call("send()", [&] {
         session.client.invokeMethod(session.about.nameSpace,
                                     CIMObjectPath(String(), CIMNamespaceName(), session.about.name),
                                     CIMName("send"), given, out);
     });
+    showError(session, "send()", outcome);
 }
 
 }  // namespace
@@ -194,12 +204,7 @@ void driveMethods(Session& session) {
                                             out);
             });
         }
-        // A method may refuse, so this is no finding; the user sees that it did.
-        if (outcome.code > 0) {
-            std::vector<std::string>& tried = session.result.operations;
-            *std::find(tried.begin(), tried.end(), name + "()") +=
-                std::string(":") + cimStatusCodeToString(static_cast<CIMStatusCode>(outcome.code));
-        }
+        showError(session, name + "()", outcome);
     }
 }
 
