@@ -72,7 +72,7 @@ std::string packageReadme(const Options& options, const std::vector<ClassModel>&
         "\\\n"
         "      -DVELMAR_PROVIDER_DIR=$PEGASUS_HOME/lib\ncmake --build build-server\n"
         "cmake --install build-server\n"
-        "/usr/local/share/{0}/register install   # compiles schema and registration with cimmof\n"
+        "/usr/local/share/{0}/register install   # schema and registration; again after an update\n"
         "/usr/local/share/{0}/register check\n"
         "/usr/local/share/{0}/register remove    # provider, registration and classes\n```\n",
         options.module, classes, schema, options.cimNamespace, first);
