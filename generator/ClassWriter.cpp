@@ -135,7 +135,8 @@ std::string instanceFunctions(const ClassModel& model) {
             adds);
     }
     return fmt::format(
-        "    /// At path(), with the properties that are not null: what an instance lacks is null to\n"
+        "    /// At path(), with the properties that are not null: what an instance lacks is null "
+        "to\n"
         "    /// a client, and less work to the server.\n"
         "    Pegasus::CIMInstance instance() const {{ return instance(path().object()); }}\n"
         "    /// The same at a path that is known already.\n"
