@@ -8,6 +8,7 @@
 
 #include "Names.h"
 #include "PackageWriters.h"
+#include "Writers.h"
 
 namespace velmar_generator {
 
@@ -39,9 +40,7 @@ std::string packageBuildFile(const Options& options, const std::vector<ClassMode
         "if(BUILD_TESTING AND velmar_remote_SERVER STREQUAL \"embedded\")\n"
         "    velmar_add_provider_test({0}{7})\nendif()\n",
         options.module, schema, options.cppNamespace,
-        options.cimNamespace == "root/velmar_remote"
-            ? ""
-            : "\n    CIM_NAMESPACE " + options.cimNamespace,
+        isUsualNamespace(options) ? "" : "\n    CIM_NAMESPACE " + options.cimNamespace,
         options.enrichment == false ? "\n    NO_ENRICHMENT" : "", list(served, "", "", false),
         list(served, "src/", "Provider.cpp", true), list(served, "tests/", "Test.cpp", true));
 }
@@ -65,7 +64,7 @@ std::string packageReadme(const Options& options, const std::vector<ClassModel>&
         "build folder (`build/{0}-generated`) and are not to be edited.\n\n"
         "## Build, test, check, serve\n\n```sh\ncmake -B build        # -DCMAKE_PREFIX_PATH=PREFIX "
         "where velmar_remote is installed\ncmake --build build\nctest --test-dir build "
-        "--output-on-failure\nvelmar check .\nvelmar serve . --port 5988\n"
+        "--output-on-failure\nvelmar check .{5}\nvelmar serve . --port 5988{5}\n"
         "wbemcli ein http://127.0.0.1:5988/{3}:{4}    # Debian: sblim-wbemcli\n```\n\n"
         "## Into a real server, and out again\n\n```sh\n"
         "cmake -B build-server -DVELMAR_REMOTE_SERVER=pegasus -DCMAKE_INSTALL_PREFIX=/usr/local "
@@ -75,7 +74,8 @@ std::string packageReadme(const Options& options, const std::vector<ClassModel>&
         "/usr/local/share/{0}/register install   # schema and registration; again after an update\n"
         "/usr/local/share/{0}/register check\n"
         "/usr/local/share/{0}/register remove    # provider, registration and classes\n```\n",
-        options.module, classes, schema, options.cimNamespace, first);
+        options.module, classes, schema, options.cimNamespace, first,
+        isUsualNamespace(options) ? "" : " --namespace " + options.cimNamespace);
 }
 
 }  // namespace velmar_generator

@@ -121,9 +121,8 @@ std::string alertTest(const ClassModel& model, const std::vector<ClassModel>& se
     const auto element = std::find_if(served.begin(), served.end(), [](const ClassModel& one) {
         return one.kind == Kind::Instances;
     });
-    if (element == served.end()) {
-        return "// FILL IN: raise an alert about an element and see that it arrives.\n";
-    }
+    // Without one, the alert is about what its own class stands for.
+    const std::string& about = element == served.end() ? model.cppName : element->cppName;
     return fmt::format(
         "namespace {{\n\n"
         "class {0}Test : public velmar_kit::ServedPackage {{\n protected:\n"
@@ -133,7 +132,7 @@ std::string alertTest(const ClassModel& model, const std::vector<ClassModel>& se
         "    velmar_kit::Subscriber subscriber(server, {2});\n"
         "    cim::raise({0}(), {1}::classPath());\n"
         "    EXPECT_EQ(subscriber.received().size(), 1u);\n}}\n\n}}  // namespace\n",
-        model.cppName, element->cppName, quoted(model.name));
+        model.cppName, about, quoted(model.name));
 }
 
 }  // namespace
