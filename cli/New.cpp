@@ -73,24 +73,31 @@ void refuseSecondDeclaration(const velmar_embedded::MofError& error,
     }
 }
 
-// The standard files that the schema needs and does not bring: each error of the compiler about an
-// unknown name adds the file that declares it, until there is none, or one that no file mends.
-std::vector<const velmar_generator::MofFile*> compile(const NewOptions& options,
-                                                      velmar_embedded::Repository& result) {
-    std::vector<const velmar_generator::MofFile*> needed;
+using MofFiles = std::vector<const velmar_generator::MofFile*>;
+
+void compileWith(const MofFiles& standard, const NewOptions& options,
+                 velmar_embedded::Repository& result) {
+    for (const velmar_generator::MofFile* file : standard) {
+        velmar_embedded::compileMofText(result, options.generator.cimNamespace.c_str(), file->text,
+                                        file->name);
+    }
+    options.compile(result);
+}
+
+// The standard files that the schema cannot be compiled without, and those that are `needed`
+// anyway: each error of the compiler about an unknown name adds the file that declares it, until
+// there is none, or one that no file mends.
+MofFiles completed(const NewOptions& options, MofFiles needed) {
     static const std::regex name("[A-Za-z_][A-Za-z0-9_]*");
     for (;;) {
-        velmar_embedded::Repository repository;
-        std::string reason;
+        std::sort(needed.begin(), needed.end());  // as they lie in the list: each after its needs
         try {
-            for (const velmar_generator::MofFile* file : needed) {
-                velmar_embedded::compileMofText(repository, options.generator.cimNamespace.c_str(),
-                                                file->text, file->name);
-            }
-            options.compile(repository);
+            velmar_embedded::Repository repository;
+            compileWith(needed, options, repository);
+            return needed;
         } catch (const velmar_embedded::MofError& error) {
-            reason = error.reason();
             refuseSecondDeclaration(error, needed);
+            const std::string& reason = error.reason();
             const velmar_generator::MofFile* found = nullptr;
             for (std::sregex_iterator one(reason.begin(), reason.end(), name), end;
                  one != end && found == nullptr; ++one) {
@@ -104,16 +111,32 @@ std::vector<const velmar_generator::MofFile*> compile(const NewOptions& options,
             }
             needed.push_back(found);
         }
-        std::sort(needed.begin(), needed.end());  // as they lie in the list: each after its needs
-        if (reason.empty()) {
-            for (const velmar_generator::MofFile* file : needed) {
-                velmar_embedded::compileMofText(result, options.generator.cimNamespace.c_str(),
-                                                file->text, file->name);
-            }
-            options.compile(result);
-            return needed;
+    }
+}
+
+// Compiles the schema with the standard files that it needs and does not bring. A class that is
+// only referred to counts as well, as a server's compiler may want to know it; where that cannot
+// be, since the schema has other classes of the same file itself, it stays as it is.
+MofFiles compile(const NewOptions& options, velmar_embedded::Repository& result) {
+    MofFiles needed = completed(options, {});
+    for (;;) {
+        velmar_embedded::Repository repository;
+        compileWith(needed, options, repository);
+        const velmar_generator::MofFile* const referredTo = velmar_generator::standardMofReferredTo(
+            repository, options.generator.cimNamespace.c_str());
+        if (referredTo == nullptr) {
+            break;
+        }
+        MofFiles more = needed;
+        more.push_back(referredTo);
+        try {
+            needed = completed(options, more);
+        } catch (const std::runtime_error&) {  // MofError, UsageError
+            break;
         }
     }
+    compileWith(needed, options, result);
+    return needed;
 }
 
 std::string textOf(const std::string& file) {

@@ -80,6 +80,7 @@ install(FILES "${PROJECT_BINARY_DIR}/velmar_remoteConfig.cmake"
               "${PROJECT_BINARY_DIR}/velmar_remote-${VELMAR_SERVER}.cmake"
               "${PROJECT_SOURCE_DIR}/cmake/VelmarProvider.cmake"
               "${PROJECT_SOURCE_DIR}/cmake/register.in"
+              "${PROJECT_SOURCE_DIR}/cmake/Module.map"
         DESTINATION "${_package_dir}" COMPONENT velmar_remote_development)
 
 # The pkg-config file has the name of the library. It finds the installation from where it lies,

@@ -26,6 +26,11 @@
 #
 # makes the interface library NAME: typed classes and provider bases only, for clients, and for
 # providers with a module, a factory and a registration made by hand.
+#
+#   velmar_close_module(NAME)
+#
+# makes the module NAME show a server PegasusCreateProvider and nothing else, as velmar_add_provider
+# does: a server that closes the module lets go of it, and opens anew what lies there later.
 set(VELMAR_PROVIDER_DIR "" CACHE PATH
     "Folder in which a CIM server looks for provider libraries; empty: the library folder")
 set(_velmar_provider_folder "${CMAKE_CURRENT_LIST_DIR}")
@@ -147,6 +152,7 @@ function(velmar_add_provider _name)
     set_target_properties(${_name}_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
     add_library(${_name} MODULE)
     target_link_libraries(${_name} PRIVATE ${_name}_objects)
+    velmar_close_module(${_name})
     set_target_properties(${_name} PROPERTIES
         INSTALL_RPATH_USE_LINK_PATH ON
         VELMAR_SCHEMAS "${_schemas}" VELMAR_REGISTRATION "${_folder}/${_name}Registration.mof")
@@ -176,6 +182,15 @@ function(_velmar_install_provider)
     list(JOIN _arg_CLASSES " " _script_classes)
     configure_file("${_velmar_provider_folder}/register.in" "${_folder}/register" @ONLY)
     install(PROGRAMS "${_folder}/register" DESTINATION "${_share}")
+endfunction()
+
+function(velmar_close_module _name)
+    # Static, the embedded server's parts are in the module as well, and must find the program's own.
+    get_target_property(_type velmar_remote::velmar_remote TYPE)
+    if(NOT _type STREQUAL "STATIC_LIBRARY")
+        target_link_options(${_name} PRIVATE
+                            "LINKER:--version-script,${_velmar_provider_folder}/Module.map")
+    endif()
 endfunction()
 
 function(velmar_add_provider_test _name)

@@ -8,6 +8,7 @@
 
 #include "Names.h"
 #include "PackageWriters.h"
+#include "Writers.h"
 
 namespace velmar_generator {
 
@@ -45,9 +46,7 @@ std::string packageBuildFile(const Options& options, const std::vector<ClassMode
         "if(BUILD_TESTING AND velmar_remote_SERVER STREQUAL \"embedded\")\n"
         "    velmar_add_provider_test({0}{7})\nendif()\n",
         options.module, schema, options.cppNamespace,
-        options.cimNamespace == "root/velmar_remote"
-            ? ""
-            : "\n    CIM_NAMESPACE " + options.cimNamespace,
+        isUsualNamespace(options) ? "" : "\n    CIM_NAMESPACE " + options.cimNamespace,
         options.enrichment == false ? "\n    NO_ENRICHMENT" : "", classes,
         files(models, "src/", "Provider.cpp"), files(models, "tests/", "Test.cpp"));
 }
@@ -84,7 +83,7 @@ std::string packageReadme(const Options& options, const std::vector<ClassModel>&
         "\\\n"
         "      -DVELMAR_PROVIDER_DIR=$PEGASUS_HOME/lib\ncmake --build build-server\n"
         "cmake --install build-server\n"
-        "/usr/local/share/{0}/register install   # compiles schema and registration with cimmof\n"
+        "/usr/local/share/{0}/register install   # schema and registration; again after an update\n"
         "/usr/local/share/{0}/register check\n"
         "/usr/local/share/{0}/register remove    # provider, registration and classes\n```\n",
         options.module, classes, schema, options.cimNamespace, first, checkOptions,

@@ -135,8 +135,9 @@ std::string instanceFunctions(const ClassModel& model) {
             adds);
     }
     return fmt::format(
-        "    /// At path(), with the properties that are not null. What is null is left out: to a\n"
-        "    /// client it makes no difference, and to the server less work.\n"
+        "    /// At path(), with the properties that are not null: what an instance lacks is null "
+        "to\n"
+        "    /// a client, and less work to the server.\n"
         "    Pegasus::CIMInstance instance() const {{ return instance(path().object()); }}\n"
         "    /// The same at a path that is known already.\n"
         "    Pegasus::CIMInstance instance(const Pegasus::CIMObjectPath& _at) const {{\n"
@@ -199,7 +200,7 @@ std::string tables(const ClassModel& model) {
         names += fmt::format("        const Pegasus::CIMName {}{{{}}};\n", property.cppName,
                              quoted(property.name));
         members += fmt::format(
-            "            {{names().{0},\n"
+            "            {{&names().{0},\n"
             "             []({1}& _object, const Pegasus::CIMValue& _value) {{\n"
             "                 cim::read(_value, _object.{2}, {3});\n             }},\n"
             "             &cim::fits<{4}>}},\n",

@@ -97,16 +97,13 @@ void checkOptions(const Options& options) {
     }
 }
 
-// The library raises alerts and looks for associations in this namespace only.
 void checkNamespace(const Options& options, const ClassModel& model) {
-    const char* const usual = "root/velmar_remote";
     const bool isBound = model.kind == Kind::Alert || model.kind == Kind::Association;
-    if (isBound && Pegasus::CIMNamespaceName(options.cimNamespace.c_str()) !=
-                       Pegasus::CIMNamespaceName(usual)) {
+    if (isBound && !isUsualNamespace(options)) {
         throw GeneratorError(fmt::format(
             "class {} is {}, which the library serves in the namespace {} only, not in {}",
-            model.name, model.kind == Kind::Alert ? "an indication" : "an association", usual,
-            options.cimNamespace));
+            model.name, model.kind == Kind::Alert ? "an indication" : "an association",
+            USUAL_NAMESPACE, options.cimNamespace));
     }
 }
 
@@ -155,6 +152,11 @@ void checkClashes(const Options& options, const std::vector<ClassModel>& models)
 }
 
 }  // namespace
+
+bool isUsualNamespace(const Options& options) {
+    return Pegasus::CIMNamespaceName(options.cimNamespace.c_str()) ==
+           Pegasus::CIMNamespaceName(USUAL_NAMESPACE);
+}
 
 std::vector<GeneratedFile> generate(const velmar_embedded::Repository& schema,
                                     const Options& options) {

@@ -25,6 +25,10 @@ const std::vector<MofFile>& standardMof();
 /// The file that declares the qualifier or class, in any letter case; null where none does.
 const MofFile* standardMofWith(const std::string& name);
 
+/// The first file with a class that the schema refers to and does not declare; null where none is.
+const MofFile* standardMofReferredTo(const velmar_embedded::Repository& schema,
+                                     const Pegasus::CIMNamespaceName& nameSpace);
+
 /// The user's files of a package: build file, README, and for each class a provider and its test.
 /// `schema` is the package's MOF file below its folder. Throws GeneratorError.
 std::vector<GeneratedFile> packageFiles(const velmar_embedded::Repository& repository,

@@ -122,7 +122,7 @@ std::string baseOf(const ClassModel& model) {
     return library + (model.methods.empty() ? "CachedInstanceProvider" : "InstanceMethodProvider");
 }
 
-std::string constructor(const ClassModel& model) {
+std::string constructor(const Options& options, const ClassModel& model) {
     std::string ends;
     if (model.kind == Kind::Association) {
         for (const Element* end : model.ends()) {
@@ -133,8 +133,13 @@ std::string constructor(const ClassModel& model) {
         "    /// For more than some thousand objects: `chains` as in\n"
         "    /// velmar_remote::InstanceCache's constructor.\n"
         "    explicit {}ProviderBase(Pegasus::Uint32 chains = 0)\n"
-        "        : cim::Provider<{}, {}>({}{}, chains) {{}}\n",
-        model.cppName, model.cppName, baseOf(model), quoted(model.name), ends);
+        "        : cim::Provider<{}, {}>({}{}, chains) {}\n",
+        model.cppName, model.cppName, baseOf(model), quoted(model.name), ends,
+        isUsualNamespace(options)
+            ? "{}"
+            : "{\n        // What is erased takes no associations along: they are in another "
+              "namespace, and the\n        // server may not know the class there.\n"
+              "        _cache.setIsAP();\n    }");
 }
 
 std::string alertBase(const ClassModel& model, bool enriched) {
@@ -175,7 +180,7 @@ std::string providerHeader(const Options& options, const ClassModel& model, bool
         text += fmt::format(
             "class {0}ProviderBase : public cim::Provider<{0}, {1}> {{\n public:\n"
             "{2}",
-            model.cppName, baseOf(model), constructor(model));
+            model.cppName, baseOf(model), constructor(options, model));
         std::string hooks;
         for (const Method& method : model.methods) {
             hooks += "\n" + hook(model, method);

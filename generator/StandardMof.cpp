@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 
+#include <Pegasus/Common/CIMClass.h>
+
 #include <algorithm>
 #include <cctype>
 #include <regex>
@@ -32,6 +34,32 @@ const MofFile* standardMofWith(const std::string& name) {
         }
     }
     return nullptr;
+}
+
+const MofFile* standardMofReferredTo(const velmar_embedded::Repository& schema,
+                                     const Pegasus::CIMNamespaceName& nameSpace) {
+    const MofFile* found = nullptr;
+    const auto look = [&](const auto& feature) {
+        const Pegasus::CIMName& name = feature.getReferenceClassName();
+        if (found == nullptr && !name.isNull() && !schema.hasClass(nameSpace, name)) {
+            found = standardMofWith(std::string(name.getString().getCString()));
+        }
+    };
+    const auto names = schema.subclassNames(nameSpace, Pegasus::CIMName(), true);
+    for (Pegasus::Uint32 i = 0; i < names.size(); i++) {
+        const Pegasus::CIMClass one = schema.getClass(nameSpace, names[i]);
+        for (Pegasus::Uint32 k = 0; k < one.getPropertyCount(); k++) {
+            look(one.getProperty(k));
+        }
+        for (Pegasus::Uint32 k = 0; k < one.getMethodCount(); k++) {
+            const Pegasus::CIMConstMethod method = one.getMethod(k);
+            for (Pegasus::Uint32 parameter = 0; parameter < method.getParameterCount();
+                 parameter++) {
+                look(method.getParameter(parameter));
+            }
+        }
+    }
+    return found;
 }
 
 }  // namespace velmar_generator

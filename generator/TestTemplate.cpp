@@ -119,9 +119,8 @@ std::string instanceTest(const ClassModel& model) {
 
 std::string alertTest(const ClassModel& model, const ClassModel* element,
                       const std::string& allowed) {
-    if (element == nullptr) {
-        return "// FILL IN: raise an alert about an element and see that it arrives.\n";
-    }
+    // Without one, the alert is about what its own class stands for.
+    const std::string& about = element == nullptr ? model.cppName : element->cppName;
     return fmt::format(
         "namespace {{\n\n"
         "class {0}Test : public velmar_kit::ServedPackage {{\n protected:\n"
@@ -131,7 +130,7 @@ std::string alertTest(const ClassModel& model, const ClassModel* element,
         "    velmar_kit::Subscriber subscriber(server, {2});\n"
         "    cim::raise({0}(), {1}::classPath());\n"
         "    EXPECT_EQ(subscriber.received().size(), 1u);\n}}\n\n}}  // namespace\n",
-        model.cppName, element->cppName, quoted(model.name),
+        model.cppName, about, quoted(model.name),
         allowed.empty() ? ""
                         : "\n        // The schema has more classes than there are objects of.\n"
                           "        allow(" +

@@ -19,6 +19,10 @@ struct PathClass {
     std::string superclass;  ///< empty: none
 };
 
+/// The one in which the library raises alerts and looks for associations.
+inline constexpr const char* USUAL_NAMESPACE = "root/velmar_remote";
+bool isUsualNamespace(const Options& options);
+
 /// What a generated file begins with: what it is, its include guard and its includes.
 std::string headerStart(const std::string& guard, const std::string& purpose,
                         const std::vector<std::string>& includes);

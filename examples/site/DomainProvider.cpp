@@ -21,8 +21,10 @@ namespace {
 CIMObjectPath pathOf(const String& name) {
     // The explicit String matters: CIMValue("text") is the boolean TRUE.
     const Array<CIMKeyBinding> keys(1, CIMKeyBinding(CIMName("Name"), CIMValue(name)));
-    return CIMObjectPath(System::getHostName(), CIMNamespaceName("root/velmar_remote"),
-                         CIMName("QOR_MAPAdminDomain"), keys);
+    CIMObjectPath path(String(), CIMNamespaceName("root/velmar_remote"),
+                       CIMName("QOR_MAPAdminDomain"), keys);
+    path.setHost(System::getHostName());  // which takes the local host's name in any form
+    return path;
 }
 
 // Key property and key binding hold the same, since a server rebuilds keys from properties.

@@ -12,14 +12,17 @@
 #include <Common/Util.h>
 #include <Pegasus/Common/CIMDateTime.h>
 #include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMName.h>
 #include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMParamValue.h>
 #include <Pegasus/Common/CIMProperty.h>
+#include <Pegasus/Common/CIMType.h>
 #include <Pegasus/Common/CIMValue.h>
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/System.h>
 
+#include <cstddef>
 #include <cstring>
 #include <initializer_list>
 #include <optional>
@@ -321,7 +324,7 @@ void read(const Pegasus::CIMValue& value, Property<T>& property, const char* pla
 /// How one property of C is set from a CIM value.
 template <class C>
 struct Member {
-    Pegasus::CIMName name;
+    const Pegasus::CIMName* name;
     void (*read)(C& object, const Pegasus::CIMValue& value);
     bool (*fits)(const Pegasus::CIMValue& value);
 };
@@ -333,7 +336,7 @@ std::size_t findMember(const Member<C>* members, std::size_t count, const Pegasu
                        std::size_t start) {
     for (std::size_t i = 0; i < count; i++) {
         const std::size_t place = (start + i) % count;
-        if (members[place].name == name) {
+        if (*members[place].name == name) {
             return place;
         }
     }
@@ -469,12 +472,14 @@ inline const Pegasus::CIMObjectPath& ofClass(const Pegasus::CIMObjectPath& path,
     return path;
 }
 
-/// Whole, with the local host's name: requests arrive with it, and ends of associations are found
-/// by whole paths only.
+/// Whole, with the local host's name, which setHost takes in any form: requests arrive with it, and
+/// ends of associations are found by whole paths only.
 inline Pegasus::CIMObjectPath localPath(const Pegasus::CIMNamespaceName& nameSpace,
                                         const Pegasus::CIMName& className,
                                         const Pegasus::Array<Pegasus::CIMKeyBinding>& keys) {
-    return Pegasus::CIMObjectPath(Pegasus::System::getHostName(), nameSpace, className, keys);
+    Pegasus::CIMObjectPath path(Pegasus::String(), nameSpace, className, keys);
+    path.setHost(Pegasus::System::getHostName());
+    return path;
 }
 
 }  // namespace cim

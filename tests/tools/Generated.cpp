@@ -86,6 +86,10 @@ TEST(GeneratedClass, KeepsAllPropertiesThroughItsInstance) {
     EXPECT_EQ(instance.getPropertyCount(), 41u);
     EXPECT_TRUE(TRAP_Types::from(instance).instance().identical(instance));
     EXPECT_EQ(instance.getPath().getHost(), System::getHostName());
+    const String host = System::getHostName();
+    System::setHostName("rack.7");  // which is no host's name to a path
+    EXPECT_EQ(TRAP_Part("x").path().object().getHost(), "rack.7");
+    System::setHostName(host);
     EXPECT_EQ(instance.getPath().getNameSpace(), CIMNamespaceName("root/velmar_remote"));
     // Nothing but the key: what is null is left out.
     EXPECT_EQ(TRAP_Types("none").instance().getPropertyCount(), 1u);

@@ -79,7 +79,9 @@ TEST_F(Generating, KeepsToTheNamespaceOfAlertsAndLeavesOutWhatTheSchemaLacks) {
     const char* const mof =
         "Qualifier Indication : boolean = false, Scope(class, indication), Flavor(ToSubclass);"
         "[Indication] class OTHER_Alert { string Text; };"
-        "class OTHER_A_B {}; class OTHER_A__B : OTHER_A_B {};";
+        "Qualifier Key : boolean = false, Scope(property, reference), Flavor(ToSubclass);"
+        "class OTHER_A_B {}; class OTHER_A__B : OTHER_A_B {}; class OTHER_Thing { [Key] string K; "
+        "};";
     velmar_embedded::Repository other;
     for (const char* nameSpace : {"root/velmar_remote", "root/other"}) {
         velmar_embedded::compileMofText(other, nameSpace, mof, "other.mof");
@@ -98,6 +100,9 @@ TEST_F(Generating, KeepsToTheNamespaceOfAlertsAndLeavesOutWhatTheSchemaLacks) {
     expectHas(faultOfOther(), "OTHER_Alert is an indication, which the library serves in");
     options.classes = {"OTHER_A__B"};
     expectHas(faultOfOther(), "OTHER_A_B and OTHER_A__B would both be OTHER_A_B in C++");
+    options.classes = {"OTHER_Thing"};
+    expectHas(generate(other, options).at(4).text,
+              "_cache.setIsAP()");  // no associations to delete
 }
 
 TEST_F(Generating, SaysWhatAPackageCannotServe) {
