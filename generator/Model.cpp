@@ -379,6 +379,7 @@ ClassModel Reader::read(const std::string& name) const {
                      "find",
                      "all",
                      "refresh",
+                     "mayLeaveOut",
                      "raise",
                      "setRefreshes",
                      "Object",

@@ -66,8 +66,10 @@ std::string call(const ClassModel& model, const Method& method) {
             before += fmt::format("            {} = _given.required<{}>({});\n", local,
                                   parameter.cppType, quoted(parameter.name));
         } else if (parameter.isIn && !parameter.isRequired) {
-            before +=
-                fmt::format("            _given.get({}, {});\n", quoted(parameter.name), local);
+            before += fmt::format(
+                "            if (!_given.get({0}, {1}) && !mayLeaveOut({2}, {0})) {{\n"
+                "                cim::missing({0});\n            }}\n",
+                quoted(parameter.name), local, quoted(method.name));
         }
         arguments += ", " + local;
         if (parameter.isOut) {

@@ -53,9 +53,8 @@ std::string sampleFunction(const ClassModel& model, bool absent) {
 std::string methodTest(const ClassModel& model) {
     std::string calls;
     for (const Method& method : model.methods) {
-        const bool refuses = std::any_of(
-            method.parameters.begin(), method.parameters.end(),
-            [](const Element& parameter) { return parameter.isIn && parameter.isRequired; });
+        const bool refuses = std::any_of(method.parameters.begin(), method.parameters.end(),
+                                         [](const Element& parameter) { return parameter.isIn; });
         if (method.isStatic && !refuses) {
             continue;
         }

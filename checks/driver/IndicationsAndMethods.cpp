@@ -92,8 +92,10 @@ CIMObjectPath anyElement(Session& session, const std::vector<RegisteredClass>& c
             names = session.client.enumerateInstanceNames(one.nameSpace, one.name);
         });
         if (names.size() > 0) {
-            return CIMObjectPath(System::getHostName(), one.nameSpace, names[0].getClassName(),
-                                 names[0].getKeyBindings());
+            CIMObjectPath element = names[0];
+            element.setNameSpace(one.nameSpace);
+            element.setHost(System::getHostName());
+            return element;
         }
     }
     return CIMObjectPath();

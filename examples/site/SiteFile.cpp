@@ -101,7 +101,7 @@ json parse(const std::string& file, const std::string& text) {
     } catch (const json::parse_error& error) {
         // `byte` counts what was read, the offending byte included.
         const size_t at = std::min(error.byte > 0 ? error.byte - 1 : 0, text.size());
-        const auto line = std::count(text.begin(), text.begin() + at, '\n') + 1;
+        const auto line = std::count(text.data(), text.data() + at, '\n') + 1;
         const size_t lineStart = at == 0 ? std::string::npos : text.rfind('\n', at - 1);
         const size_t column = at - (lineStart == std::string::npos ? 0 : lineStart + 1) + 1;
         // The parser's own text begins with its name and the same place.

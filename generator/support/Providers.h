@@ -126,6 +126,12 @@ class Provider : public Base {
     /// any number of threads at once.
     virtual void refresh(const Pegasus::OperationContext&, T&) {}
 
+    /// Hook: whether clients may leave out that in-parameter, which is null then. DMTF DSP0200 has
+    /// them give each one, null where it has no value, so that a missing one is an error.
+    virtual bool mayLeaveOut(const char* /*method*/, const char* /*parameter*/) const {
+        return false;
+    }
+
     /// Raises an alert about an element. Not in refresh.
     template <class Alert>
     void raise(const Alert& alert, const AnyPath& element) {
@@ -227,16 +233,24 @@ class InParameters {
                 fail(Pegasus::CIM_ERR_INVALID_PARAMETER,
                      utf8(given[i].getParameterName()) + ": the method has no such parameter");
             }
+            for (Pegasus::Uint32 before = 0; before < i; before++) {
+                if (isNamed(before, *name)) {
+                    fail(Pegasus::CIM_ERR_INVALID_PARAMETER,
+                         std::string(*name) + ": is given twice");
+                }
+            }
         }
     }
-    /// Null where it was not given.
+    /// False, and nothing happens, where it was not given.
     template <class T>
-    void get(const char* name, Property<T>& parameter) const {
+    bool get(const char* name, Property<T>& parameter) const {
         for (Pegasus::Uint32 i = 0; i < _given.size(); i++) {
             if (isNamed(i, name)) {
                 read(_given[i].getValue(), parameter, name);
+                return true;
             }
         }
+        return false;
     }
     /// Must be given, and not null.
     template <class T>
@@ -267,6 +281,10 @@ T calledOn(const Pegasus::CIMInstance& instance) {
                  (isClass ? " is a class, the method needs an object" : " is not there"));
     }
     return T::from(instance);
+}
+
+[[noreturn]] inline void missing(const char* parameter) {
+    fail(Pegasus::CIM_ERR_INVALID_PARAMETER, std::string(parameter) + ": is missing");
 }
 
 [[noreturn]] inline void notWritten(const char* method) {

@@ -289,17 +289,19 @@ TEST(ProviderOfMethods, RefusesWhatAMethodDoesNotTake) {
     TRAP_MethodsProvider provider;
     provider.initialize(cimom);
     provider.add(TRAP_Methods(1));
+    const CIMValue text(String("text"));
+    // With one more parameter, or without one.
     const auto call = [&](const CIMObjectPath& path, const char* method, const char* name,
                           const CIMValue& value) {
-        return [&provider, path, method, name, value] {
+        return [&provider, path, method, name, value, text] {
             Array<CIMParamValue> in;
-            if (String(name) != "BothNeeded") {
-                in.append(CIMParamValue("Needed", CIMValue(Uint32(1))));
+            for (const char* given : {"Text", "BothNeeded", "Needed"}) {
+                if (String(name) != given || !value.isNull()) {
+                    in.append(CIMParamValue(
+                        given, String(given) == "Needed" ? CIMValue(Uint32(1)) : text));
+                }
             }
-            if (String(name) != "Text") {
-                in.append(CIMParamValue("BothNeeded", CIMValue(String("b"))));
-            }
-            if (String(name) != "BothNeeded") {
+            if (!value.isNull()) {
                 in.append(CIMParamValue(name, value));
             }
             velmar_kit::MethodResultRecorder recorder;
@@ -307,18 +309,19 @@ TEST(ProviderOfMethods, RefusesWhatAMethodDoesNotTake) {
         };
     };
     const CIMObjectPath path = TRAP_Methods(1).path();
-    const CIMValue text(String("text"));
     const CIMStatusCode invalid = CIM_ERR_INVALID_PARAMETER;
     expectFault(invalid, "Both: is string, uint32 is expected", call(path, "Mix", "Both", text));
-    expectFault(invalid, "Needed: is required", call(path, "Mix", "BothNeeded", text));
-    expectFault(invalid, "BothNeeded: is required", call(path, "Mix", "Text", text));
+    expectFault(invalid, "Needed: is required", call(path, "Mix", "Needed", CIMValue()));
+    expectFault(invalid, "BothNeeded: is required", call(path, "Mix", "BothNeeded", CIMValue()));
+    expectFault(invalid, "Text: is missing", call(path, "Mix", "Text", CIMValue()));
+    expectFault(invalid, "Text: is given twice", call(path, "Mix", "text", text));
     expectFault(invalid, "Extra: the method has no such", call(path, "Mix", "Extra", text));
     Array<CIMObjectPath> given;
     given.append(CIMObjectPath("TRAP_Types.Name=\"t\""));
     expectFault(invalid, "Given: TRAP_Types.Name=\"t\" is not of class TRAP_Part",
                 call(path, "Mix", "Given", CIMValue(given)));
-    expectFault(CIM_ERR_NOT_FOUND, "", call(TRAP_Methods(9).path(), "Mix", "BothNeeded", text));
-    expectFault(CIM_ERR_METHOD_NOT_FOUND, "Nothing", call(path, "Nothing", "Text", text));
+    expectFault(CIM_ERR_NOT_FOUND, "", call(TRAP_Methods(9).path(), "Mix", "Text", CIMValue()));
+    expectFault(CIM_ERR_METHOD_NOT_FOUND, "Nothing", call(path, "Nothing", "Both", text));
     velmar_kit::MethodResultRecorder recorder;
     expectFault(CIM_ERR_NOT_SUPPORTED, "TRAP_Methods.Unwritten is not implemented", [&] {
         provider.invokeMethod(OperationContext(), path, "Unwritten", Array<CIMParamValue>(),
@@ -441,9 +444,9 @@ TEST_F(GeneratedPackage, CallsMethodsWithTypes) {
     EXPECT_EQ(outParameter<std::vector<CIMInstance>>("Parts").value().size(), 2u);
     EXPECT_EQ(out.size(), 4u);  // without Words, which are null
 
-    in.clear();
+    in = Array<CIMParamValue>(1, CIMParamValue("Ask", CIMValue(CIMTYPE_BOOLEAN, false)));
     EXPECT_TRUE(call(TRAP_Methods::classPath(), "Now", in).isNull());
-    in.append(CIMParamValue("Ask", CIMValue(true)));
+    in = Array<CIMParamValue>(1, CIMParamValue("Ask", CIMValue(true)));
     EXPECT_EQ(call(TRAP_Methods::classPath(), "Now", in),
               CIMValue(CIMDateTime("20261125120000.000000+000")));
 }

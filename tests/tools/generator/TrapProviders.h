@@ -51,6 +51,9 @@ class TRAP_LinkProvider : public TRAP_LinkProviderBase {
 /// Raises an alert about itself whenever "Mix" gets the text "alert".
 class TRAP_MethodsProvider : public TRAP_MethodsProviderBase {
  protected:
+    bool mayLeaveOut(const char* method, const char* parameter) const override {
+        return std::string(method) == "Mix" && std::string(parameter) != "Text";
+    }
     cim::Property<Pegasus::String> Mix(
         const Pegasus::OperationContext&, const TRAP_Methods& self, const Pegasus::Uint32& Needed,
         const cim::Property<Pegasus::String>& Text, cim::Property<Pegasus::Uint32>& Both,
