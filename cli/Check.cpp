@@ -143,7 +143,7 @@ void printTable(const Results& results) {
     }
 }
 
-void print(const Results& results) {
+void print(const Results& results, const velmar_driver::DriveOptions& options) {
     for (const Finding& finding : results.findings) {
         fmt::print("{}\n", velmar_checks::toLine(finding));
     }
@@ -151,6 +151,14 @@ void print(const Results& results) {
         fmt::print("\n");
     }
     printTable(results);
+    if (options.clients > 0) {
+        unsigned long calls = 0;
+        for (const ClassReport& one : results.classes) {
+            calls += one.callsUnderLoad;
+        }
+        fmt::print("\n{} at once: {} in {} s\n", counted(options.clients, "client"),
+                   counted(calls, "call"), options.seconds);
+    }
     const size_t errors = static_cast<size_t>(
         std::count_if(results.findings.begin(), results.findings.end(),
                       [](const Finding& one) { return one.severity == Severity::Error; }));
@@ -184,6 +192,7 @@ void printJson(const Results& results) {
                                        {"class", one.className},
                                        {"operations", one.operations},
                                        {"calls", one.milliseconds.size()},
+                                       {"callsUnderLoad", one.callsUnderLoad},
                                        {"instances", one.instances},
                                        {"findings", findingsOf(results, one.className)},
                                        {"medianMilliseconds", one.median()},
@@ -241,7 +250,7 @@ void addCheck(CLI::App& app, Run& run) {
             options->package.resolve();
             velmar_embedded::Server server;
             const Results results = check(*options, server);
-            options->json ? printJson(results) : print(results);
+            options->json ? printJson(results) : print(results, options->drive);
             if (results.hangs) {
                 fflush(stdout);
                 _exit(Findings);
