@@ -130,6 +130,9 @@ std::string counted(size_t count, const char* what) {
 }
 
 void printTable(const Results& results) {
+    if (results.classes.empty()) {
+        return;  // no provider was asked: a finding says why
+    }
     size_t width = 5;
     for (const ClassReport& one : results.classes) {
         width = std::max(width, one.className.size());
@@ -147,7 +150,7 @@ void print(const Results& results, const velmar_driver::DriveOptions& options) {
     for (const Finding& finding : results.findings) {
         fmt::print("{}\n", velmar_checks::toLine(finding));
     }
-    if (!results.findings.empty()) {
+    if (!results.findings.empty() && !results.classes.empty()) {
         fmt::print("\n");
     }
     printTable(results);

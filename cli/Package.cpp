@@ -117,7 +117,7 @@ void Package::resolve() {
     }
     if (registrations.empty()) {
         throw UsageError("no MOF file of the registrations (*Registration.mof)" + place +
-                         "; name it with --registration");
+                         "; build the package, or name it with --registration");
     }
     if (modules.empty()) {
         throw UsageError("no provider library (lib*.so)" + place +
