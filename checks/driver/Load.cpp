@@ -165,6 +165,7 @@ void driveLoad(const std::vector<RegisteredClass>& classes, const DriveOptions& 
     for (unsigned number = 0; number < options.clients; number++) {
         threads.emplace_back([&, number] {
             std::vector<std::unique_ptr<Client>> clients;
+            clients.reserve(expected.size());
             for (const Expected& one : expected) {
                 clients.push_back(std::make_unique<Client>(one, report, number + 1));
             }
