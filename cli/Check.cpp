@@ -130,6 +130,9 @@ std::string counted(size_t count, const char* what) {
 }
 
 void printTable(const Results& results) {
+    if (results.classes.empty()) {
+        return;  // no provider was asked: a finding says why
+    }
     size_t width = 5;
     for (const ClassReport& one : results.classes) {
         width = std::max(width, one.className.size());
@@ -143,14 +146,22 @@ void printTable(const Results& results) {
     }
 }
 
-void print(const Results& results) {
+void print(const Results& results, const velmar_driver::DriveOptions& options) {
     for (const Finding& finding : results.findings) {
         fmt::print("{}\n", velmar_checks::toLine(finding));
     }
-    if (!results.findings.empty()) {
+    if (!results.findings.empty() && !results.classes.empty()) {
         fmt::print("\n");
     }
     printTable(results);
+    if (options.clients > 0) {
+        unsigned long calls = 0;
+        for (const ClassReport& one : results.classes) {
+            calls += one.callsUnderLoad;
+        }
+        fmt::print("\n{} at once: {} in {} s\n", counted(options.clients, "client"),
+                   counted(calls, "call"), options.seconds);
+    }
     const size_t errors = static_cast<size_t>(
         std::count_if(results.findings.begin(), results.findings.end(),
                       [](const Finding& one) { return one.severity == Severity::Error; }));
@@ -184,6 +195,7 @@ void printJson(const Results& results) {
                                        {"class", one.className},
                                        {"operations", one.operations},
                                        {"calls", one.milliseconds.size()},
+                                       {"callsUnderLoad", one.callsUnderLoad},
                                        {"instances", one.instances},
                                        {"findings", findingsOf(results, one.className)},
                                        {"medianMilliseconds", one.median()},
@@ -241,7 +253,7 @@ void addCheck(CLI::App& app, Run& run) {
             options->package.resolve();
             velmar_embedded::Server server;
             const Results results = check(*options, server);
-            options->json ? printJson(results) : print(results);
+            options->json ? printJson(results) : print(results, options->drive);
             if (results.hangs) {
                 fflush(stdout);
                 _exit(Findings);

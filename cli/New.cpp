@@ -146,20 +146,9 @@ std::string textOf(const std::string& file) {
     return text.str();
 }
 
-// The user's files as they are, beside each other as they were, the standard ones that they need,
-// and a file on top that includes them all.
-std::vector<GeneratedFile> mofFiles(const NewOptions& options, const std::string& top,
-                                    const std::vector<const velmar_generator::MofFile*>& needed) {
+// The user's files as they are, beside each other as they were.
+std::vector<GeneratedFile> userMofFiles(const NewOptions& options) {
     std::vector<GeneratedFile> files;
-    std::string text = "// The schema of this package, for a compiler that gets one file.\n";
-    for (const velmar_generator::MofFile* file : needed) {
-        files.push_back({std::string("mof/cim/") + file->name, file->text});
-        text += fmt::format("#pragma include (\"cim/{}\")\n", file->name);
-    }
-    for (const std::string& schema : options.schemas) {
-        text += fmt::format("#pragma include (\"{}\")\n", fs::path(schema).filename().string());
-    }
-    files.push_back({top, text});
     const fs::path base = fs::absolute(options.schemas.front()).parent_path().lexically_normal();
     for (const std::string& file : withIncludes(options.schemas)) {
         const fs::path place = fs::absolute(file).lexically_normal().lexically_relative(base);
@@ -169,6 +158,42 @@ std::vector<GeneratedFile> mofFiles(const NewOptions& options, const std::string
         }
         files.push_back({"mof/" + place.string(), textOf(file)});
     }
+    return files;
+}
+
+// The MOF files of the package, the first of them includes all others: the user's, and the standard
+// ones that they need.
+std::vector<GeneratedFile> mofFiles(const NewOptions& options, const std::string& module,
+                                    const std::vector<const velmar_generator::MofFile*>& needed) {
+    std::vector<GeneratedFile> files = userMofFiles(options);
+    const auto isThere = [&](const std::string& path) {
+        return std::any_of(files.begin(), files.end(),
+                           [&](const GeneratedFile& one) { return one.path == path; });
+    };
+    std::string top = "mof/" + module + "Schema.mof";
+    if (isThere(top)) {
+        if (needed.empty() && options.schemas.size() == 1) {
+            return files;  // the package's own, once more
+        }
+        top = "mof/" + module + "Package.mof";
+    }
+    std::string text = "// The schema of this package, for a compiler that gets one file.\n";
+    for (const velmar_generator::MofFile* file : needed) {
+        const std::string place = std::string("cim/") + file->name;
+        if (isThere("mof/" + place)) {
+            throw UsageError(place +
+                             ": has the place of a standard file that the schema needs, "
+                             "too; give it another name");
+        }
+        files.push_back({"mof/" + place, file->text});
+        text += "#pragma include (\"" + place + "\")\n";
+    }
+    const fs::path base = fs::absolute(options.schemas.front()).parent_path().lexically_normal();
+    for (const std::string& schema : options.schemas) {
+        const fs::path place = fs::absolute(schema).lexically_normal().lexically_relative(base);
+        text += "#pragma include (\"" + place.string() + "\")\n";
+    }
+    files.insert(files.begin(), {top, text});
     return files;
 }
 
@@ -222,11 +247,10 @@ ExitCode create(NewOptions& options) {
     const auto needed = compile(options, repository);
     velmar_generator::generate(repository,
                                generator);  // says what is wrong before anything is made
-    const std::string top = "mof/" + generator.module + "Schema.mof";
-    std::vector<GeneratedFile> files = velmar_generator::packageFiles(repository, generator, top);
-    for (GeneratedFile& file : mofFiles(options, top, needed)) {
-        files.push_back(std::move(file));
-    }
+    const std::vector<GeneratedFile> mof = mofFiles(options, generator.module, needed);
+    std::vector<GeneratedFile> files =
+        velmar_generator::packageFiles(repository, generator, mof.front().path);
+    files.insert(files.end(), mof.begin(), mof.end());
     writeMissing(options.folder, files);
     for (const std::string& remark : velmar_generator::packageRemarks(repository, generator)) {
         fmt::print("note: {}\n", remark);

@@ -3,9 +3,13 @@
 
 #include "Package.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <iterator>
+#include <map>
 #include <set>
 
 #include "MofIncludes.h"
@@ -31,6 +35,7 @@ struct Contents {
     std::set<std::string> schemas;
     std::set<std::string> registrations;
     std::set<std::string> modules;
+    std::map<std::string, std::set<std::string>> libraries;  // by file name, the folders of each
 };
 
 // What build tools and version control keep for themselves.
@@ -55,6 +60,7 @@ Contents contentsOf(const std::string& folder) {
                 .insert(path.lexically_normal().string());
         } else if (isModule(path)) {
             found.modules.insert(path.parent_path().string());
+            found.libraries[path.filename().string()].insert(path.parent_path().string());
         }
     }
     return found;
@@ -84,6 +90,17 @@ std::set<std::string> onceEach(const std::set<std::string>& files) {
     return result;
 }
 
+// Several builds of one library: the one that is not taken may be the one that was meant.
+void tellChoice(const Contents& found) {
+    for (const auto& [name, folders] : found.libraries) {
+        if (folders.size() > 1) {
+            fmt::print(stderr, "note: {} is taken from {}, not from {}; --modules names another\n",
+                       name, *folders.begin(),
+                       fmt::join(std::next(folders.begin()), folders.end(), ", "));
+        }
+    }
+}
+
 void fill(std::vector<std::string>& list, const std::set<std::string>& found) {
     if (list.empty()) {
         list.assign(found.begin(), found.end());
@@ -109,15 +126,20 @@ void Package::resolve() {
         const Contents found = contentsOf(folder);
         fill(schemas, withoutIncluded(found.schemas));
         fill(registrations, onceEach(found.registrations));
+        if (modules.empty()) {
+            tellChoice(found);
+        }
         fill(modules, found.modules);
     }
-    const std::string place = folder.empty() ? "" : " in " + folder;
+    // A list option takes all that follows it.
+    const std::string place =
+        folder.empty() ? " (a package's folder comes before the lists of files)" : " in " + folder;
     if (schemas.empty()) {
         throw UsageError("no MOF file of the classes" + place + "; name it with --schema");
     }
     if (registrations.empty()) {
         throw UsageError("no MOF file of the registrations (*Registration.mof)" + place +
-                         "; name it with --registration");
+                         "; build the package, or name it with --registration");
     }
     if (modules.empty()) {
         throw UsageError("no provider library (lib*.so)" + place +

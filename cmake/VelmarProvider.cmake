@@ -201,6 +201,8 @@ function(velmar_add_provider_test _name)
     find_package(GTest REQUIRED)
     include(GoogleTest)
     add_executable(test_${_name} ${ARGN})
+    # The tests of different classes have helpers of the same names.
+    set_target_properties(test_${_name} PROPERTIES UNITY_BUILD OFF)
     add_dependencies(test_${_name} ${_name})
     target_link_libraries(test_${_name} PRIVATE ${_name}_objects velmar_remote::kit
                           GTest::gtest_main)

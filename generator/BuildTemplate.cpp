@@ -55,13 +55,17 @@ std::string packageReadme(const Options& options, const std::vector<ClassModel>&
                           const std::string& schema, const std::string& checkOptions) {
     std::string classes;
     std::string first;
+    bool firstIsAlert = false;
     for (const ClassModel& model : models) {
         if (model.kind == Kind::None) {
             classes += fmt::format("| `{}` | none, a typed class only: {} | |\n", model.name,
                                    model.reason);
             continue;
         }
-        first = first.empty() ? model.name : first;
+        if (first.empty() || firstIsAlert) {  // nobody enumerates alerts
+            first = model.name;
+            firstIsAlert = model.kind == Kind::Alert;
+        }
         classes += fmt::format(
             "| `{0}` | [src/{1}Provider.cpp](src/{1}Provider.cpp) | "
             "[tests/{1}Test.cpp](tests/{1}Test.cpp) |\n",

@@ -81,7 +81,7 @@ std::string support(const char* text, const std::string& cppNamespace) {
 
 void checkOptions(const Options& options) {
     const auto check = [](const std::string& name, const char* what) {
-        if (name.empty() || Scope().add(name) != name) {
+        if (Scope().add(name) != name) {
             throw GeneratorError(fmt::format(
                 "\"{}\" cannot be {}: {}", name, what,
                 isReserved(name) ? "C++ or the generated code has that name for something else"
@@ -90,6 +90,9 @@ void checkOptions(const Options& options) {
     };
     if (!options.module.empty()) {
         check(options.module, "the name of a module (--module)");
+    }
+    if (options.cppNamespace.empty()) {
+        throw GeneratorError("no C++ namespace is named (--cpp-namespace)");
     }
     check(options.cppNamespace, "a C++ namespace (--cpp-namespace)");
     if (options.classes.empty()) {

@@ -67,10 +67,13 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
     }
     if (options.clients > 0 && answers) {
         std::mutex lock;
-        driveLoad(classes, options, [&](velmar_checks::Finding finding) {
-            std::lock_guard<std::mutex> guard(lock);
-            report(std::move(finding));
-        });
+        driveLoad(
+            classes, options,
+            [&](velmar_checks::Finding finding) {
+                std::lock_guard<std::mutex> guard(lock);
+                report(std::move(finding));
+            },
+            result);
     }
     return result;
 }

@@ -43,7 +43,7 @@ void driveWrites(Session& session, const std::vector<RegisteredClass>& classes);
 
 /// Several clients at once, on classes that were driven before.
 void driveLoad(const std::vector<RegisteredClass>& classes, const DriveOptions& options,
-               const Report& report);
+               const Report& report, std::vector<ClassReport>& results);
 
 /// The names of the properties that have a value.
 std::set<std::string> filledIn(const Pegasus::CIMConstInstance& instance);

@@ -64,6 +64,8 @@ class Client {
     Client(const Expected& expected, const Report& report, unsigned seed)
         : _expected(expected), _session(*expected.about, report), _random(seed) {}
 
+    const Expected& expected() const { return _expected; }
+    unsigned long calls() const { return _session.result.milliseconds.size(); }
     void step() {
         switch (_random() % 3) {
             case 0:
@@ -145,13 +147,25 @@ class Client {
 }  // namespace
 
 void driveLoad(const std::vector<RegisteredClass>& classes, const DriveOptions& options,
-               const Report& report) {
+               const Report& report, std::vector<ClassReport>& results) {
+    std::mutex counting;
+    const auto count = [&](const Client& client) {
+        const std::lock_guard<std::mutex> guard(counting);
+        for (ClassReport& one : results) {
+            const RegisteredClass& about = *client.expected().about;
+            if (one.className == about.text() &&
+                one.nameSpace == text(about.nameSpace.getString())) {
+                one.callsUnderLoad += client.calls();
+            }
+        }
+    };
     const std::vector<Expected> expected = expectations(classes, report);
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(options.seconds);
     std::vector<std::thread> threads;
     for (unsigned number = 0; number < options.clients; number++) {
         threads.emplace_back([&, number] {
             std::vector<std::unique_ptr<Client>> clients;
+            clients.reserve(expected.size());
             for (const Expected& one : expected) {
                 clients.push_back(std::make_unique<Client>(one, report, number + 1));
             }
@@ -159,6 +173,9 @@ void driveLoad(const std::vector<RegisteredClass>& classes, const DriveOptions& 
                 for (const std::unique_ptr<Client>& client : clients) {
                     client->step();
                 }
+            }
+            for (const std::unique_ptr<Client>& client : clients) {
+                count(*client);
             }
         });
     }

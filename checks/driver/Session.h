@@ -29,6 +29,7 @@ struct ClassReport {
     std::string className;
     /// In the order first tried; methods that ended in an error with its code.
     std::vector<std::string> operations;
+    unsigned long callsUnderLoad = 0;  ///< of all clients at once
     unsigned long instances = 0;       ///< that its enumeration gave
     std::vector<double> milliseconds;  ///< of every call
 
