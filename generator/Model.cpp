@@ -380,6 +380,7 @@ ClassModel Reader::read(const std::string& name) const {
                      "all",
                      "refresh",
                      "mayLeaveOut",
+                     "complete",
                      "raise",
                      "setRefreshes",
                      "Object",

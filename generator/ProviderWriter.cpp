@@ -144,6 +144,19 @@ std::string constructor(const Options& options, const ClassModel& model) {
               "        _cache.setIsAP();\n    }");
 }
 
+// Associations are found by whole ends only, and clients leave out what goes without saying.
+std::string ends(const ClassModel& model) {
+    if (model.kind != Kind::Association) {
+        return "";
+    }
+    std::string text =
+        fmt::format("\n    void complete({}& _object) const override {{\n", model.cppName);
+    for (const Element* end : model.ends()) {
+        text += fmt::format("        cim::complete(_object.keys.{});\n", end->cppName);
+    }
+    return text + "    }\n";
+}
+
 std::string alertBase(const ClassModel& model, bool enriched) {
     const char* const reason =
         enriched ? "The library adds the alerting element and what the CIM model knows of its "
@@ -183,7 +196,7 @@ std::string providerHeader(const Options& options, const ClassModel& model, bool
             "class {0}ProviderBase : public cim::Provider<{0}, {1}> {{\n public:\n"
             "{2}",
             model.cppName, baseOf(model), constructor(options, model));
-        std::string hooks;
+        std::string hooks = ends(model);
         for (const Method& method : model.methods) {
             hooks += "\n" + hook(model, method);
         }

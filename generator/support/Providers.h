@@ -110,7 +110,8 @@ class Provider : public Base {
                         const Pegasus::CIMInstance& instanceObject,
                         Pegasus::ObjectPathResponseHandler& handler) override {
         handler.processing();
-        const T object = T::from(instanceObject);
+        T object = T::from(instanceObject);
+        complete(object);
         add(object);
         handler.deliver(object.path().object());
         handler.complete();
@@ -141,6 +142,9 @@ class Provider : public Base {
     void raise(const Alert& alert, const Element& element) {
         cim::raise(alert, element.path());
     }
+
+    /// Makes ends of associations that a client gives whole.
+    virtual void complete(T&) const {}
 
     // A request gets a copy in the place of the cached instance, in both forms.
     void fillProperties(const Pegasus::OperationContext& context, Pegasus::CIMInstance& instance,

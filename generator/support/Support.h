@@ -482,6 +482,22 @@ inline Pegasus::CIMObjectPath localPath(const Pegasus::CIMNamespaceName& nameSpa
     return path;
 }
 
+/// Gives a path from elsewhere the host and the namespace that it lacks.
+template <class P>
+void complete(Property<P>& end) {
+    if (end.isNull()) {
+        return;
+    }
+    Pegasus::CIMObjectPath path = end.value().object();
+    if (path.getNameSpace().isNull()) {
+        path.setNameSpace(P::nameSpace());
+    }
+    if (path.getHost().size() == 0) {
+        path.setHost(Pegasus::System::getHostName());
+    }
+    end = P(path);
+}
+
 }  // namespace cim
 }  // namespace velmar_generated
 

@@ -221,7 +221,7 @@ TEST_F(ProviderOfParts, TakesWhatAClientCreates) {
 }
 
 // One with a cascade asks the server, which is not there; the object is gone all the same.
-TEST_F(ProviderOfParts, Erases) {
+TEST_F(ProviderOfParts, ErasesAndCompletesEnds) {
     provider.add(TRAP_Part("a"));
     EXPECT_THROW(provider.erase(TRAP_Part("a").path()), CannotConnectException);
     EXPECT_TRUE(provider.all().empty());
@@ -230,6 +230,15 @@ TEST_F(ProviderOfParts, Erases) {
     links.add(link);
     links.erase(link.path());
     EXPECT_FALSE(links.find(link.path()).has_value());
+    // Clients name ends as they like.
+    CIMInstance created(CIMName("TRAP_Link"));
+    created.addProperty(
+        CIMProperty("Antecedent", CIMValue(CIMObjectPath("TRAP_Types.Name=\"t\""))));
+    created.addProperty(CIMProperty("Dependent", CIMValue(CIMObjectPath("TRAP_Part"))));
+    velmar_kit::ObjectPathRecorder delivered;
+    links.createInstance(OperationContext(), TRAP_Link::classPath(), created, delivered);
+    EXPECT_TRUE(links.find(link.path()).has_value());
+    EXPECT_EQ(delivered.delivered.at(0), link.path().object());
 }
 
 TEST_F(ProviderOfParts, AddsOneOfManyAndLosesNoChange) {
