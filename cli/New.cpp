@@ -229,7 +229,9 @@ void writeMissing(const std::string& folder, const std::vector<GeneratedFile>& f
 // As a shell takes it.
 std::string argument(const std::string& text) {
     static const std::regex plain("[A-Za-z0-9_./+:,@%-]+");
-    return std::regex_match(text, plain) ? text : "'" + text + "'";
+    static const std::regex quote("'");
+    return std::regex_match(text, plain) ? text
+                                         : "'" + std::regex_replace(text, quote, "'\\''") + "'";
 }
 
 ExitCode create(NewOptions& options) {

@@ -10,6 +10,7 @@
 #include "Model.h"
 #include "Names.h"
 #include "PackageWriters.h"
+#include "Writers.h"
 
 namespace velmar_generator {
 
@@ -84,7 +85,7 @@ const char* const UNSERVED_RULE = "registration.unserved-subclass";
 
 std::string checkOptions(const Options& options, bool hasUnserved) {
     std::string result;
-    if (options.cimNamespace != Options().cimNamespace) {
+    if (!isUsualNamespace(options)) {
         result += " --namespace " + options.cimNamespace;
     }
     return result + (hasUnserved ? std::string(" --allow ") + UNSERVED_RULE : "");
