@@ -60,9 +60,10 @@ struct ClassModel {
     std::string description;
     bool isAbstract = false;
     bool isIndication = false;
-    Kind kind = Kind::Instances;      ///< what a provider of it is based on; None: no base fits
-    std::string reason;               ///< why kind is not what the class seems to be
-    std::vector<Element> properties;  ///< keys first
+    Kind kind = Kind::Instances;        ///< what a provider of it is based on; None: no base fits
+    std::string clients = "cim::READ";  ///< what clients may do, in terms of cim::Clients
+    std::string reason;                 ///< why kind is not what the class seems to be
+    std::vector<Element> properties;    ///< keys first
     std::vector<Method> methods;
     std::vector<const Element*> keys() const;
     /// The two references of an association.

@@ -108,6 +108,10 @@ std::vector<GeneratedFile> packageFiles(const velmar_embedded::Repository& repos
     std::vector<GeneratedFile> files = {
         {"CMakeLists.txt", packageBuildFile(options, models, schema)},
         {"README.md", packageReadme(options, models, schema, checkOptions(options, hasUnserved))}};
+    if (!options.watcher.empty()) {
+        files.push_back({"src/" + options.watcher + ".h", watcherHeader(options)});
+        files.push_back({"src/" + options.watcher + ".cpp", watcherSource(options, models)});
+    }
     for (const ClassModel& model : models) {
         if (isServed(model)) {
             files.push_back({"src/" + model.cppName + "Provider.h", userHeader(options, model)});

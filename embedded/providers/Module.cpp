@@ -15,8 +15,11 @@ using namespace Pegasus;
 
 namespace velmar_embedded {
 
-Module::Module(std::string location, std::function<std::vector<std::string>()> directories)
-    : _location(std::move(location)), _directories(std::move(directories)) {}
+Module::Module(std::string location, std::function<std::vector<std::string>()> directories,
+               EntryPoint entryPoint)
+    : _location(std::move(location)),
+      _directories(std::move(directories)),
+      _entryPoint(entryPoint) {}
 
 Module::~Module() {
     if (_library) {
@@ -63,8 +66,8 @@ void Module::keepLoaded() {
 }
 
 CIMProvider* Module::createProvider(const std::string& name) {
-    CIMProvider* (*create)(const String&) = nullptr;
-    {
+    EntryPoint create = _entryPoint;
+    if (!create) {
         std::lock_guard<std::mutex> guard(_lock);
         if (!_library) {
             open();
@@ -77,7 +80,8 @@ CIMProvider* Module::createProvider(const std::string& name) {
     CIMProvider* provider = create(String(name.c_str()));
     if (!provider) {
         throw ModuleError(ModuleError::UnknownProvider, _location,
-                          _file + ": PegasusCreateProvider does not know the provider " + name);
+                          (_entryPoint ? "lib" + _location + ".so, linked" : _file) +
+                              ": PegasusCreateProvider does not know the provider " + name);
     }
     return provider;
 }

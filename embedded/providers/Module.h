@@ -37,16 +37,20 @@ class ModuleError : public Pegasus::CIMException {
 
 class Module {
  public:
-    /// `directories` are asked for each time the library is opened.
-    Module(std::string location, std::function<std::vector<std::string>()> directories);
+    using EntryPoint = Pegasus::CIMProvider* (*)(const Pegasus::String& providerName);
+
+    /// `directories` are asked for each time the library is opened. With an entry point of this
+    /// process, which may be null, no library is.
+    Module(std::string location, std::function<std::vector<std::string>()> directories,
+           EntryPoint entryPoint);
     /// Closes the library; its providers must have been terminated.
     ~Module();
     Module(const Module&) = delete;
     Module& operator=(const Module&) = delete;
 
     const std::string& location() const { return _location; }
-    /// Whether the library is in one of the directories.
-    bool isFound() const { return !file().empty(); }
+    /// Whether there is an entry point, or the library is in one of the directories.
+    bool isFound() const { return _entryPoint != nullptr || !file().empty(); }
     /// Opens the library if need be and asks it for a provider. Throws ModuleError with the
     /// folders tried, with the loader's text, or when the library does not know the name.
     Pegasus::CIMProvider* createProvider(const std::string& name);
@@ -59,6 +63,7 @@ class Module {
 
     const std::string _location;
     const std::function<std::vector<std::string>()> _directories;
+    const EntryPoint _entryPoint;
     std::mutex _lock;
     std::string _file;
     void* _library = nullptr;

@@ -124,8 +124,9 @@ void RegistrationReader::note(const CIMNamespaceName& nameSpace, const CIMObject
     }
 }
 
-void RegistrationReader::readInstances() {
+void RegistrationReader::readInstances(Module::EntryPoint entryPoint) {
     std::lock_guard<std::mutex> guard(_lock);
+    _entryPoint = entryPoint;
     readClass("PG_ProviderModule", &RegistrationReader::readModule);
     readClass("PG_Provider", &RegistrationReader::readProvider);
     readClass("PG_ProviderCapabilities", &RegistrationReader::readCapabilities);
@@ -160,8 +161,8 @@ void RegistrationReader::readModule(const Reader& instance) {
         instance.fail("InterfaceType",
                       quoted(instance.text("InterfaceType")) + " is not \"C++Default\"");
     }
-    _modules[instance.text("Name")] =
-        std::make_shared<Module>(instance.text("Location"), [this] { return directories(); });
+    _modules[instance.text("Name")] = std::make_shared<Module>(
+        instance.text("Location"), [this] { return directories(); }, _entryPoint);
 }
 
 void RegistrationReader::readProvider(const Reader& instance) {
