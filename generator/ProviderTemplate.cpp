@@ -146,10 +146,14 @@ std::string instanceSource(const ClassModel& model, const std::vector<ClassModel
 
 std::string header(const Options& options, const std::string& name, const std::string& include,
                    const std::string& text) {
-    std::string guard =
-        name.find(options.cppNamespace + "_") == 0 ? name : options.cppNamespace + "_" + name;
-    std::transform(guard.begin(), guard.end(), guard.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    const auto upper = [](std::string one) {
+        std::transform(one.begin(), one.end(), one.begin(),
+                       [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+        return one;
+    };
+    const std::string prefix = upper(options.cppNamespace + "_");
+    std::string guard = upper(name);
+    guard = guard.find(prefix) == 0 ? guard : prefix + guard;
     return fmt::format(
         "#ifndef {0}_H\n#define {0}_H\n\n#include {1}\n\n"
         "namespace {2} {{\n\n{3}\n}}  // namespace {2}\n\n#endif\n",
@@ -182,9 +186,7 @@ std::string watcherSource(const Options& options, const std::vector<ClassModel>&
             example += fmt::format("    //     raise({}(), path);\n", model.cppName);
         } else if (model.kind != Kind::None) {
             includes += fmt::format("#include \"{}Provider.h\"\n", model.cppName);
-            example += fmt::format(
-                "    //     with<{0}Provider>([&]({0}Provider& all) {{ all.put(one); }});\n",
-                model.cppName);
+            example += fmt::format("    //     show<{0}Provider>(one, isThere);\n", model.cppName);
         }
     }
     return fmt::format(

@@ -84,11 +84,10 @@ TEST_F(Watched, EndsBeforeItsProviders) {
     const TRAP_Part part("p");
     const TRAP_Link link(TRAP_Types("t").path(), part.path());
     TrapWatcher::step = [&](TrapWatcher& watcher) {
-        watcher.with<TRAP_PartProvider>([&](TRAP_PartProvider& parts) { parts.put(part); });
-        watcher.with<TRAP_LinkProvider>([&](TRAP_LinkProvider& links) { links.put(link); });
+        watcher.show<TRAP_PartProvider>(part, true);
+        watcher.show<TRAP_LinkProvider>(link, true);
         watcher.raise(TRAP_Alert(), part);
-        watcher.with<TRAP_PartProvider>(
-            [&](TRAP_PartProvider& parts) { parts.erase(part.path()); });
+        watcher.show<TRAP_PartProvider>(part, false);
     };
     for (int i = 0; i < 20; i++) {
         Package package;

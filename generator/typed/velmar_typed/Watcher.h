@@ -50,7 +50,7 @@ class Watcher {
     void ready(Pegasus::CIMProvider& provider) {
         const std::lock_guard<std::mutex> guard(_lock);
         set(provider, Ready);
-        start();
+        start(&Watcher::run);
     }
     /// Ends the thread, which waits for a running watch(), and starts it again for the others.
     void leave(Pegasus::CIMProvider& provider) {
@@ -69,7 +69,7 @@ class Watcher {
         _ending = false;
         _changed.notify_all();
         try {
-            start();
+            start(&Watcher::runLater);
         } catch (const std::system_error&) {  // the next one that is ready starts it
         }
     }
@@ -107,6 +107,19 @@ class Watcher {
         }
     }
 
+    /// In watch(): the provider of type P, a generated base's, puts an object that is there, and
+    /// erases one that is gone. As with().
+    template <class P>
+    void show(const typename P::Object& object, bool isThere) {
+        with<P>([&](P& provider) {
+            if (isThere) {
+                provider.put(object);
+            } else {
+                provider.erase(object.path());
+            }
+        });
+    }
+
     /// In watch(): raises an alert about an element, as velmar_typed::raise. What that throws is
     /// reported.
     template <class Alert, class Element>
@@ -137,16 +150,22 @@ class Watcher {
         }
         _changed.notify_all();
     }
-    void start() {
+    void start(void (Watcher::*body)()) {
         bool isNeeded = false;
         for (const Member& member : _members) {
             isNeeded = isNeeded || member.state == Ready;
         }
         if (isNeeded && !_ending && !_thread.joinable()) {
-            _thread = std::thread(&Watcher::run, this);
+            _thread = std::thread(body, this);
         }
     }
 
+    // Providers mostly end one after the other: no watch() of those that are left holds them up.
+    void runLater() {
+        if (wait(std::chrono::milliseconds(200))) {
+            run();
+        }
+    }
     void run() {
         do {
             _hasFailed = false;

@@ -107,6 +107,7 @@ class TRAP_AlertProvider : public TRAP_AlertProviderBase {
 class TrapWatcher : public velmar_typed::Watcher {
  public:
     using Watcher::raise;
+    using Watcher::show;
     using Watcher::wait;
     using Watcher::with;
 
