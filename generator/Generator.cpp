@@ -207,6 +207,11 @@ std::vector<GeneratedFile> generate(const velmar_embedded::Repository& schema,
     }
     if (!options.module.empty()) {
         files.push_back({"Factory.cpp", factorySource(options, served)});
+    }
+    for (GeneratedFile& file : files) {
+        file.text = wrapped(file.text);
+    }
+    if (!options.module.empty()) {
         files.push_back({options.module + "Registration.mof", registrationMof(options, served)});
     }
     return files;

@@ -121,6 +121,11 @@ std::vector<GeneratedFile> packageFiles(const velmar_embedded::Repository& repos
                              userTest(options, model, element, hasUnserved ? UNSERVED_RULE : "")});
         }
     }
+    for (GeneratedFile& file : files) {
+        file.text = file.path.rfind("src/", 0) == 0 || file.path.rfind("tests/", 0) == 0
+                        ? wrapped(file.text)
+                        : file.text;
+    }
     return files;
 }
 
