@@ -204,15 +204,17 @@ void printJson(const Results& results) {
     fmt::print("{}\n", document.dump(2, ' ', false, ordered_json::error_handler_t::replace));
 }
 
-// What is wrong with the id of a rule; empty for one that there is.
-std::string unknownRule(const std::string& id) {
+void refuseUnknownRule(const std::string& id) {
     velmar_checks::RuleList rules = velmar_checks::allRules();
     const velmar_checks::RuleList driver = velmar_driver::driverRules();
     rules.insert(rules.end(), driver.begin(), driver.end());
     const bool isKnown =
         std::any_of(rules.begin(), rules.end(),
                     [&](const velmar_checks::Rule* rule) { return rule->id == id; });
-    return isKnown ? "" : "no finding has the id " + id + "; it stands in brackets after its text";
+    if (!isKnown) {
+        throw UsageError("--allow " + id +
+                         ": no finding has this id; it stands in brackets after its text");
+    }
 }
 
 }  // namespace
@@ -238,9 +240,8 @@ void addCheck(CLI::App& app, Run& run) {
         ->capture_default_str();
     command
         .add_option("--allow", options->allowed,
-                    "Id of a rule whose findings are counted, and no more; may be given again")
-        ->check(CLI::Validator(unknownRule, "ID"))
-        ->allow_extra_args(false);
+                    "Ids of rules whose findings are counted, and no more")
+        ->type_name("ID");
     command.add_flag("--json", options->json, "Print the results for machines");
     command.footer(
         "Ends with 0 when nothing is wrong, 1 with findings, 2 for input that cannot be used.\n\n"
@@ -250,6 +251,8 @@ void addCheck(CLI::App& app, Run& run) {
         "  velmar check build/fans --write --call --clients 4 --seconds 30");
     command.callback([options, &run] {
         run = [options] {
+            options->package.takeFolder(options->allowed);
+            std::for_each(options->allowed.begin(), options->allowed.end(), refuseUnknownRule);
             options->package.resolve();
             velmar_embedded::Server server;
             const Results results = check(*options, server);
