@@ -95,7 +95,8 @@ Results check(const CheckOptions& options, velmar_embedded::Server& server) {
     server.observeFindings([](const Finding&) {});  // told at the end, all together
     server.observeProblems(
         [](const std::string& text) { fmt::print(stderr, "problem: {}\n", text); });
-    watchForCrashes(server);
+    static LastCall last;
+    watchForCrashes(server, last);
     try {
         options.package.load(server);
         server.start();
