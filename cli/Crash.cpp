@@ -140,11 +140,7 @@ void onCrash(int number, siginfo_t* what, void*) {
 
 void note() {
     alternateStack();
-    if (!lastCall->busy.test_and_set(std::memory_order_acquire)) {  // else a later one is noted
-        memcpy(lastCall->text, current, sizeof current);
-        lastCall->began = now();
-        lastCall->busy.clear(std::memory_order_release);
-    }
+    lastCall->note(current);
 }
 
 void noteCall(const velmar_embedded::ProviderCall& call) {
@@ -175,6 +171,14 @@ void onExit() {
 int64_t now() {
     using namespace std::chrono;
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+void LastCall::note(const char (&what)[1024]) {
+    if (!busy.test_and_set(std::memory_order_acquire)) {  // else another is noted, as late as this
+        memcpy(text, what, sizeof text);
+        began = now();
+        busy.clear(std::memory_order_release);
+    }
 }
 
 void watchForCrashes(velmar_embedded::Server& server, LastCall& last) {

@@ -12,11 +12,13 @@
 
 namespace velmar_cli {
 
-/// The provider call that began last, on any thread. May lie in memory that another process reads.
+/// The call that began last, on any thread. May lie in memory that another process reads.
 struct LastCall {
+    void note(const char (&what)[1024]);
+
     std::atomic<int64_t> began{0};  ///< milliseconds of the steady clock; 0: none yet
     std::atomic_flag busy = ATOMIC_FLAG_INIT;
-    char text[1024] = "";  ///< its provider, operation and path
+    char text[1024] = "";  ///< who, operation and path
 };
 
 /// Milliseconds of the steady clock.
