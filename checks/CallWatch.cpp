@@ -208,7 +208,7 @@ void CallWatch::delivered(const CIMParamValue& outParameter) {
 
 void CallWatch::threw() {
     if (_requestIsGood) {  // else it is what the caller deserved
-        _protocol.threw(_report);
+        _protocol.threw(_report, textOf(_request.methodName));
     }
     if (!_facts) {
         return;

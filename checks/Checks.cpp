@@ -96,6 +96,12 @@ void Checks::notInitialized(const std::string& provider) {
     }
 }
 
+void Checks::notTerminated(const std::string& provider) {
+    if (_on) {
+        checkNotTerminated(_findings, provider);
+    }
+}
+
 void Checks::loaded(const std::string& provider, const CIMProvider& object, bool staysLoaded) {
     if (_on) {
         checkLoaded(_findings, provider, object, staysLoaded, _registry.registrations());

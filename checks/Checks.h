@@ -70,6 +70,7 @@ class Checks : public velmar_embedded::LoadObserver {
     void terminating(const std::string& provider) override;
     void notCreated(const std::string& provider) override;
     void notInitialized(const std::string& provider) override;
+    void notTerminated(const std::string& provider) override;
     void loaded(const std::string& provider, const Pegasus::CIMProvider& object,
                 bool staysLoaded) override;
 

@@ -49,6 +49,11 @@ const Rule notInitialized{
     "The provider's initialize ended with an exception. Clients hear \"provider initialization "
     "failed\" at every request, each of which tries anew.",
     "See the exception's text; catch in initialize what the provider can do without."};
+const Rule notTerminated{"loading.terminate-failed", Severity::Error,
+                         "The provider's terminate ended with an exception: the object is not "
+                         "deleted, and what it holds "
+                         "stays.",
+                         "Catch it in terminate, and let it end with the base class's terminate."};
 const Rule mayBeUnloaded{
     "loading.may-be-unloaded", Severity::Warning,
     "The provider's initialize did not call disallowProviderUnload: a server unloads it after some "
@@ -89,8 +94,8 @@ const Interface interfaces[] = {
 }  // namespace
 
 RuleList loadingRules() {
-    return {&notFound,       &notLoadable,   &noEntryPoint, &unknownProvider, &notCreated,
-            &notInitialized, &mayBeUnloaded, &noInterface,  &unusedInterface};
+    return {&notFound,       &notLoadable,   &noEntryPoint,  &unknownProvider, &notCreated,
+            &notInitialized, &notTerminated, &mayBeUnloaded, &noInterface,     &unusedInterface};
 }
 
 void checkModules(Findings& findings, const std::vector<RegisteredModule>& modules) {
@@ -159,6 +164,13 @@ void checkNotInitialized(Findings& findings, const std::string& provider) {
         .add(notInitialized, "initialize",
              "initialize ended with " + velmar_embedded::describeCurrentException() + hint +
                  "; every request for its classes fails until it succeeds");
+}
+
+void checkNotTerminated(Findings& findings, const std::string& provider) {
+    Report(findings, provider, "")
+        .add(notTerminated, "terminate",
+             "terminate ended with " + velmar_embedded::describeCurrentException() +
+                 "; catch it there, and let terminate end with the base class's");
 }
 
 void checkLoaded(Findings& findings, const std::string& provider, const CIMProvider& object,

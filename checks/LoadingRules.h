@@ -25,6 +25,8 @@ void checkModules(Findings& findings,
 void checkNotCreated(Findings& findings, const std::string& provider);
 /// Its initialize ended with the exception that is being handled.
 void checkNotInitialized(Findings& findings, const std::string& provider);
+/// Its terminate ended with the exception that is being handled.
+void checkNotTerminated(Findings& findings, const std::string& provider);
 /// The object's interfaces against its registrations, and whether it stays loaded.
 void checkLoaded(Findings& findings, const std::string& provider,
                  const Pegasus::CIMProvider& object, bool staysLoaded,

@@ -114,7 +114,7 @@ void Protocol::returned(const Report& report) {
     }
 }
 
-void Protocol::threw(const Report& report) {
+void Protocol::threw(const Report& report, const std::string& method) {
     try {
         throw;
     } catch (const CIMException&) {
@@ -122,8 +122,9 @@ void Protocol::threw(const Report& report) {
     } catch (...) {
     }
     if (_completed == 0) {  // afterwards it belongs to work that the answer does not wait for
-        report.add(strayException, _operation,
-                   _operation + " ended with " + velmar_embedded::describeCurrentException() +
+        report.add(strayException, method.empty() ? _operation : method,
+                   _operation + (method.empty() ? "" : " of " + method) + " ended with " +
+                       velmar_embedded::describeCurrentException() +
                        "; clients hear only that it failed, throw a CIMException that says why" +
                        (_operation == "invokeMethod" && _deliveries == 0
                             ? " (a type mismatch here also means that InstanceMethodProvider was "

@@ -25,8 +25,9 @@ class Protocol {
     void completed(const Report& report);
     /// The operation has returned normally.
     void returned(const Report& report);
-    /// It has ended with the exception that is being handled, a CIMException or not.
-    void threw(const Report& report);
+    /// It has ended with the exception that is being handled, a CIMException or not. `method` is
+    /// that of invokeMethod, else empty.
+    void threw(const Report& report, const std::string& method);
 
  private:
     const std::string _operation;

@@ -2,28 +2,33 @@
 // SPDX-License-Identifier: MIT
 //
 // velmar check: loads a package, asks it everything that clients ask, and says what is wrong.
+#include <errno.h>
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <stdio.h>
+#include <string.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <future>
+#include <memory>
 #include <mutex>
-#include <nlohmann/json.hpp>
+#include <sstream>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
+#include "Apart.h"
+#include "CheckReport.h"
 #include "Commands.h"
-#include "Crash.h"
 #include "MofRemedy.h"
 #include "Package.h"
 #include "checks/driver/Driver.h"
 #include "checks/driver/DriverRules.h"
 
 using velmar_checks::Finding;
-using velmar_checks::Severity;
-using velmar_driver::ClassReport;
 
 namespace velmar_cli {
 
@@ -36,16 +41,11 @@ struct CheckOptions {
     std::vector<std::string> allowed;  // ids of rules
 };
 
-struct Results {
-    std::vector<Finding> findings;
-    size_t allowed = 0;  // findings that are not among them
-    std::vector<ClassReport> classes;
-    bool hangs = false;  // a provider that does not return, so that nothing can be ended in order
-};
-
 // Findings of the driver beside those of the server: each once, with a count.
 class DriverFindings {
  public:
+    explicit DriverFindings(std::function<void(const Finding&)> tell) : _tell(std::move(tell)) {}
+
     void add(Finding finding) {
         std::lock_guard<std::mutex> guard(_lock);
         const auto same = std::find_if(_all.begin(), _all.end(), [&](const Finding& one) {
@@ -53,6 +53,7 @@ class DriverFindings {
                    one.element == finding.element;
         });
         if (same == _all.end()) {
+            _tell(finding);
             _all.push_back(std::move(finding));
         } else {
             same->count++;
@@ -61,6 +62,7 @@ class DriverFindings {
     const std::vector<Finding>& all() const { return _all; }
 
  private:
+    const std::function<void(const Finding&)> _tell;
     std::mutex _lock;
     std::vector<Finding> _all;
 };
@@ -70,6 +72,14 @@ Finding badMof(const velmar_embedded::MofError& error) {
     finding.id = "mof.error";
     finding.element = error.file();
     finding.text = withRemedy(error);
+    return finding;
+}
+
+Finding processFinding(const std::string& text) {
+    Finding finding;
+    finding.id = velmar_driver::rules::process.id;
+    finding.severity = velmar_driver::rules::process.severity;
+    finding.text = text;
     return finding;
 }
 
@@ -89,130 +99,189 @@ bool stopped(velmar_embedded::Server& server) {
     return true;
 }
 
-Results check(const CheckOptions& options, velmar_embedded::Server& server) {
-    Results results;
-    DriverFindings driven;
-    server.observeFindings([](const Finding&) {});  // told at the end, all together
-    server.observeProblems(
-        [](const std::string& text) { fmt::print(stderr, "problem: {}\n", text); });
-    watchForCrashes(server);
-    try {
-        options.package.load(server);
-        server.start();
-        results.classes = velmar_driver::drive(
-            server, options.drive, [&](Finding finding) { driven.add(std::move(finding)); });
-    } catch (const velmar_embedded::MofError& error) {
-        if (error.line() == 0) {
-            throw;  // a file that cannot be read
+// Descriptors that everybody in the process relies on.
+class StandardDescriptors {
+ public:
+    StandardDescriptors() : _open(openOnes()) {}
+
+    void check(const std::function<void(Finding)>& report) const {
+        const std::vector<int> left = openOnes();
+        if (left != _open) {
+            report(processFinding(fmt::format(
+                "of the standard descriptors {} the process has {} left: a provider closes what it "
+                "did not open",
+                fmt::join(_open, ", "),
+                left.empty() ? "none" : fmt::format("{}", fmt::join(left, ", ")))));
         }
-        driven.add(badMof(error));
     }
-    results.hangs = !stopped(server);
-    results.findings = server.findings();
-    results.findings.insert(results.findings.end(), driven.all().begin(), driven.all().end());
+
+ private:
+    static std::vector<int> openOnes() {
+        std::vector<int> result;
+        for (const int one : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            if (fcntl(one, F_GETFD) != -1) {
+                result.push_back(one);
+            }
+        }
+        return result;
+    }
+    const std::vector<int> _open;
+};
+
+void observe(velmar_embedded::Server& server, Record& record,
+             const std::function<void(const Finding&)>& tell) {
+    server.observeFindings(tell);  // the record gets them, in case that there is no end
+    server.observeProblems([&](const std::string& text) {
+        std::string line = text;
+        std::replace(line.begin(), line.end(), '\n', ' ');
+        record.problems.append(line + "\n");
+    });
+    server.observeArrivals([&](const velmar_embedded::Arrival& arrival) {
+        if (!arrival.fromHandle) {
+            char text[sizeof record.request.text] = "";
+            snprintf(text, sizeof text, "%s of %s", arrival.operation.c_str(),
+                     static_cast<const char*>(arrival.path.toString().getCString()));
+            record.request.note(text);
+        }
+    });
+    watchForCrashes(server, record.call);
+}
+
+void leaveOut(const std::vector<std::string>& allowed, Results& results) {
     const auto isAllowed = [&](const Finding& finding) {
-        return std::count(options.allowed.begin(), options.allowed.end(), finding.id) > 0;
+        return std::count(allowed.begin(), allowed.end(), finding.id) > 0;
     };
     const auto end = std::remove_if(results.findings.begin(), results.findings.end(), isAllowed);
     results.allowed = static_cast<size_t>(results.findings.end() - end);
     results.findings.erase(end, results.findings.end());
+}
+
+Results check(const CheckOptions& options, velmar_embedded::Server& server, Record& record) {
+    Results results;
+    std::mutex lock;
+    const auto tell = [&](const Finding& finding) {
+        std::lock_guard<std::mutex> guard(lock);
+        record.findings.append(textOf(toJson(finding), -1));
+    };
+    DriverFindings driven(tell);
+    const auto add = [&](Finding finding) { driven.add(std::move(finding)); };
+    const StandardDescriptors descriptors;
+    observe(server, record, tell);
+    try {
+        options.package.load(server);
+        server.start();
+        results.classes = velmar_driver::drive(server, options.drive, add);
+    } catch (const velmar_embedded::MofError& error) {
+        if (error.line() == 0) {
+            throw;  // a file that cannot be read
+        }
+        add(badMof(error));
+    }
+    record.hangs = !stopped(server);
+    if (record.hangs) {
+        add(processFinding(
+            std::string("the server does not stop within 15 s; what began last is ") +
+            (record.call.began == 0 ? "no provider call" : record.call.text) +
+            (strstr(record.call.text, "terminate") ? " or its destructor" : "")));
+    }
+    descriptors.check(add);
+    results.findings = server.findings();
+    results.findings.insert(results.findings.end(), driven.all().begin(), driven.all().end());
+    leaveOut(options.allowed, results);
     return results;
 }
 
-size_t findingsOf(const Results& results, const std::string& className) {
-    return static_cast<size_t>(
-        std::count_if(results.findings.begin(), results.findings.end(),
-                      [&](const Finding& finding) { return finding.className == className; }));
+// In the process that runs the package.
+ExitCode checkInto(Record& record, const CheckOptions& options) {
+    if (options.json) {
+        dup2(STDERR_FILENO, STDOUT_FILENO);  // what providers print is no part of the document
+    }
+    auto server = std::make_unique<velmar_embedded::Server>();
+    const Results results = check(options, *server, record);
+    if (!record.report.append(textOf(toJson(results), -1))) {
+        throw std::length_error("there are too many findings to tell");
+    }
+    if (record.hangs) {
+        static_cast<void>(server.release());  // it cannot be destroyed
+    }
+    return results.findings.empty() ? Good : Findings;
 }
 
-std::string counted(size_t count, const char* what) {
-    return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
-}
-
-void printTable(const Results& results) {
-    if (results.classes.empty()) {
-        return;  // no provider was asked: a finding says why
-    }
-    size_t width = 5;
-    for (const ClassReport& one : results.classes) {
-        width = std::max(width, one.className.size());
-    }
-    fmt::print("{:<{}}  {:>6}  {:>9}  {:>8}  {:>9}  {:>10}  {}\n", "class", width, "calls",
-               "instances", "findings", "median ms", "largest ms", "operations");
-    for (const ClassReport& one : results.classes) {
-        fmt::print("{:<{}}  {:>6}  {:>9}  {:>8}  {:>9.3f}  {:>10.3f}  {}\n", one.className, width,
-                   one.milliseconds.size(), one.instances, findingsOf(results, one.className),
-                   one.median(), one.largest(), fmt::join(one.operations, " "));
-    }
-}
-
-void print(const Results& results, const velmar_driver::DriveOptions& options) {
-    for (const Finding& finding : results.findings) {
-        fmt::print("{}\n", velmar_checks::toLine(finding));
-    }
-    if (!results.findings.empty() && !results.classes.empty()) {
-        fmt::print("\n");
-    }
-    printTable(results);
-    if (options.clients > 0) {
-        unsigned long calls = 0;
-        for (const ClassReport& one : results.classes) {
-            calls += one.callsUnderLoad;
-        }
-        fmt::print("\n{} at once: {} in {} s\n", counted(options.clients, "client"),
-                   counted(calls, "call"), options.seconds);
-    }
-    const size_t errors = static_cast<size_t>(
-        std::count_if(results.findings.begin(), results.findings.end(),
-                      [](const Finding& one) { return one.severity == Severity::Error; }));
-    const size_t all = results.findings.size();
-    if (all == 0) {
-        fmt::print("\nno findings");
+// What was found before the process of the package ended, and how it ended.
+nlohmann::ordered_json unfinished(const Record& record, const CheckOptions& options,
+                                  const std::string& how) {
+    nlohmann::ordered_json document = toJson(Results());
+    if (record.isClosed) {
+        document = nlohmann::ordered_json::parse(record.report.get());
     } else {
-        fmt::print("\n{}: {}, {}", counted(all, "finding"), counted(errors, "error"),
-                   counted(all - errors, "warning"));
+        std::istringstream lines(record.findings.get());
+        for (std::string line; std::getline(lines, line);) {
+            auto finding = nlohmann::ordered_json::parse(line);
+            const bool isAllowed =
+                std::count(options.allowed.begin(), options.allowed.end(), finding["id"]) > 0;
+            if (isAllowed) {
+                document["allowed"] = document["allowed"].get<size_t>() + 1;
+            } else {
+                document["findings"].push_back(std::move(finding));
+            }
+        }
     }
-    fmt::print("{}\n", results.allowed == 0 ? "" : fmt::format("; {} allowed", results.allowed));
+    document["findings"].push_back(toJson(processFinding(how)));
+    return document;
 }
 
-void printJson(const Results& results) {
-    using nlohmann::ordered_json;
-    ordered_json document = {{"findings", ordered_json::array()},
-                             {"allowed", results.allowed},
-                             {"classes", ordered_json::array()}};
-    for (const Finding& one : results.findings) {
-        document["findings"].push_back(
-            {{"id", one.id},
-             {"severity", one.severity == Severity::Error ? "error" : "warning"},
-             {"provider", one.provider},
-             {"class", one.className},
-             {"element", one.element},
-             {"text", one.text},
-             {"count", one.count}});
+// Each once, with a count.
+void tellProblems(const Record& record) {
+    std::vector<std::pair<std::string, unsigned>> problems;
+    std::istringstream lines(record.problems.get());
+    for (std::string line; std::getline(lines, line);) {
+        const auto same = std::find_if(problems.begin(), problems.end(),
+                                       [&](const auto& one) { return one.first == line; });
+        if (same == problems.end()) {
+            problems.emplace_back(line, 1);
+        } else {
+            same->second++;
+        }
     }
-    for (const ClassReport& one : results.classes) {
-        document["classes"].push_back({{"namespace", one.nameSpace},
-                                       {"class", one.className},
-                                       {"operations", one.operations},
-                                       {"calls", one.milliseconds.size()},
-                                       {"callsUnderLoad", one.callsUnderLoad},
-                                       {"instances", one.instances},
-                                       {"findings", findingsOf(results, one.className)},
-                                       {"medianMilliseconds", one.median()},
-                                       {"largestMilliseconds", one.largest()}});
+    for (const auto& [text, count] : problems) {
+        fmt::print(stderr, "problem: {}{}\n", text,
+                   count == 1 ? "" : fmt::format(" ({} times)", count));
     }
-    fmt::print("{}\n", document.dump(2, ' ', false, ordered_json::error_handler_t::replace));
 }
 
-// What is wrong with the id of a rule; empty for one that there is.
-std::string unknownRule(const std::string& id) {
+ExitCode checkApart(const CheckOptions& options) {
+    Record& record = makeRecord();
+    const std::string fault = runApart(record, [&] { return checkInto(record, options); });
+    tellProblems(record);
+    if (fault.empty() && record.code == Unusable) {
+        return Unusable;  // it has been said why
+    }
+    const nlohmann::ordered_json document = fault.empty()
+                                                ? nlohmann::ordered_json::parse(record.report.get())
+                                                : unfinished(record, options, fault);
+    const std::string text =
+        options.json ? textOf(document, 2) : forReaders(document, options.drive);
+    if (fwrite(text.data(), 1, text.size(), stdout) != text.size() || fflush(stdout) != 0) {
+        fmt::print(stderr, "velmar: cannot write the report: {}\n", strerror(errno));
+        return Unusable;
+    }
+    if (record.hangs && fault.empty()) {
+        _exit(Findings);
+    }
+    return fault.empty() ? record.code : Findings;
+}
+
+void refuseUnknownRule(const std::string& id) {
     velmar_checks::RuleList rules = velmar_checks::allRules();
     const velmar_checks::RuleList driver = velmar_driver::driverRules();
     rules.insert(rules.end(), driver.begin(), driver.end());
     const bool isKnown =
         std::any_of(rules.begin(), rules.end(),
                     [&](const velmar_checks::Rule* rule) { return rule->id == id; });
-    return isKnown ? "" : "no finding has the id " + id + "; it stands in brackets after its text";
+    if (!isKnown) {
+        throw UsageError("--allow " + id +
+                         ": no finding has this id; it stands in brackets after its text");
+    }
 }
 
 }  // namespace
@@ -238,9 +307,8 @@ void addCheck(CLI::App& app, Run& run) {
         ->capture_default_str();
     command
         .add_option("--allow", options->allowed,
-                    "Id of a rule whose findings are counted, and no more; may be given again")
-        ->check(CLI::Validator(unknownRule, "ID"))
-        ->allow_extra_args(false);
+                    "Ids of rules whose findings are counted, and no more")
+        ->type_name("ID");
     command.add_flag("--json", options->json, "Print the results for machines");
     command.footer(
         "Ends with 0 when nothing is wrong, 1 with findings, 2 for input that cannot be used.\n\n"
@@ -250,15 +318,10 @@ void addCheck(CLI::App& app, Run& run) {
         "  velmar check build/fans --write --call --clients 4 --seconds 30");
     command.callback([options, &run] {
         run = [options] {
+            options->package.takeFolder(options->allowed);
+            std::for_each(options->allowed.begin(), options->allowed.end(), refuseUnknownRule);
             options->package.resolve();
-            velmar_embedded::Server server;
-            const Results results = check(*options, server);
-            options->json ? printJson(results) : print(results, options->drive);
-            if (results.hangs) {
-                fflush(stdout);
-                _exit(Findings);
-            }
-            return results.findings.empty() ? Good : Findings;
+            return checkApart(*options);
         };
     });
 }

@@ -17,6 +17,9 @@ enum ExitCode { Good = 0, Findings = 1, Unusable = 2 };
 /// Runs the chosen subcommand after the command line was read. May throw.
 using Run = std::function<ExitCode()>;
 
+/// Runs it and turns what it throws into a line on stderr.
+ExitCode guarded(const Run& run);
+
 void addCheck(CLI::App& app, Run& run);
 void addGenerate(CLI::App& app, Run& run);
 void addNew(CLI::App& app, Run& run);

@@ -1,19 +1,35 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// Says in which provider the process is crashing before it does.
+// Names the provider call that a process dies in.
 #ifndef VELMAR_CLI_CRASH_H
 #define VELMAR_CLI_CRASH_H
 
 #include <velmar_embedded/Server.h>
 
+#include <atomic>
+#include <cstdint>
+
 namespace velmar_cli {
 
-/// From here on SIGSEGV, SIGBUS, SIGFPE, SIGILL and SIGABRT write the thread's last provider call
-/// and a backtrace to stderr; then the signal does what it would have done. A provider that calls
-/// exit is named too. Takes the server's
-/// observers of calls and loads. Call it before the server starts.
-void watchForCrashes(velmar_embedded::Server& server);
+/// The call that began last, on any thread. May lie in memory that another process reads.
+struct LastCall {
+    void note(const char (&what)[1024]);
+
+    std::atomic<int64_t> began{0};  ///< milliseconds of the steady clock; 0: none yet
+    std::atomic_flag busy = ATOMIC_FLAG_INIT;
+    char text[1024] = "";  ///< who, operation and path
+};
+
+/// Milliseconds of the steady clock.
+int64_t now();
+
+/// From here on, stderr gets the call and a backtrace where the process ends by SIGSEGV (also where
+/// the stack is used up), SIGBUS, SIGFPE, SIGILL or SIGABRT, the text of an exception that nothing
+/// catches, and the call in which a provider calls exit; the process then ends as it would have.
+/// Calls are written down in `last`, which must outlive the server. Takes the server's observers of
+/// calls and loads. Call it once, before the server starts.
+void watchForCrashes(velmar_embedded::Server& server, LastCall& last);
 
 }  // namespace velmar_cli
 

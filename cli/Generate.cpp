@@ -18,6 +18,7 @@ struct GenerateOptions : GeneratorOptions {
     std::string depfile;
     std::string depfileTarget;
     bool list = false;
+    bool listSchemas = false;
 };
 
 // For make: what was written depends on the MOF files that were read.
@@ -34,6 +35,12 @@ void writeDepfile(const GenerateOptions& options) {
 }
 
 ExitCode generate(const GenerateOptions& options) {
+    if (options.listSchemas) {
+        for (const std::string& file : withIncludes(options.schemas)) {
+            std::cout << file << "\n";
+        }
+        return Good;
+    }
     velmar_embedded::Repository repository;
     options.compile(repository);
     const auto files = velmar_generator::generate(repository, options.resolved());
@@ -70,6 +77,8 @@ void addGenerate(CLI::App& app, Run& run) {
                     "File that gets the names of the MOF files that were read, for make")
         ->needs(target);
     command.add_flag("--list", options->list, "Print the names of the files, and write none");
+    command.add_flag("--list-schemas", options->listSchemas,
+                     "Print the names of the MOF files that are read, and write none");
     command.footer(
         "Example:\n"
         "  velmar generate --schema mof/Acme.mof --class ACME_Switch ACME_Port --module Acme \\\n"

@@ -11,25 +11,20 @@
 #include "Commands.h"
 #include "MofRemedy.h"
 
-namespace {
-
-// Runs the command and turns what it throws into a line of text.
-velmar_cli::ExitCode guarded(const velmar_cli::Run& run) {
+velmar_cli::ExitCode velmar_cli::guarded(const Run& run) {
     try {
         return run();
     } catch (const Pegasus::Exception& e) {
         std::cerr << "velmar: " << e.getMessage().getCString() << "\n";
     } catch (const velmar_embedded::MofError& e) {
-        std::cerr << "velmar: " << velmar_cli::withRemedy(e) << "\n";
+        std::cerr << "velmar: " << withRemedy(e) << "\n";
     } catch (const std::filesystem::filesystem_error& e) {
         std::cerr << "velmar: " << e.path1().string() << ": " << e.code().message() << "\n";
     } catch (const std::exception& e) {
         std::cerr << "velmar: " << e.what() << "\n";
     }
-    return velmar_cli::Unusable;
+    return Unusable;
 }
-
-}  // namespace
 
 int main(int argc, char** argv) {
     CLI::App app("Makes, checks and serves CIM provider packages, on the embedded CIM server.",
@@ -58,5 +53,5 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? velmar_cli::Good : velmar_cli::Unusable;
     }
-    return guarded(run);
+    return velmar_cli::guarded(run);
 }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -156,13 +157,23 @@ std::vector<GeneratedFile> userMofFiles(const NewOptions& options) {
             throw UsageError(file + ": is not in or below " + base.string() +
                              ", where the first MOF file is; put what belongs together there");
         }
+        if (place.string().find_first_of("\"\\\n") != std::string::npos) {
+            throw UsageError(file + ": MOF cannot include a file of this name; rename it");
+        }
         files.push_back({"mof/" + place.string(), textOf(file)});
     }
     return files;
 }
 
-// The MOF files of the package, the first of them includes all others: the user's, and the standard
-// ones that they need.
+// What a shell and CMake take as it is.
+bool isPlain(const std::string& text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) {
+        return std::isalnum(c) != 0 || std::strchr("_./+:,@%-", c) != nullptr;
+    });
+}
+
+// The MOF files of the package: the user's, and the standard ones that they need. The first of them
+// includes all others: the user's, if there is one with a plain name, else one made for it.
 std::vector<GeneratedFile> mofFiles(const NewOptions& options, const std::string& module,
                                     const std::vector<const velmar_generator::MofFile*>& needed) {
     std::vector<GeneratedFile> files = userMofFiles(options);
@@ -170,14 +181,7 @@ std::vector<GeneratedFile> mofFiles(const NewOptions& options, const std::string
         return std::any_of(files.begin(), files.end(),
                            [&](const GeneratedFile& one) { return one.path == path; });
     };
-    std::string top = "mof/" + module + "Schema.mof";
-    if (isThere(top)) {
-        if (needed.empty() && options.schemas.size() == 1) {
-            return files;  // the package's own, once more
-        }
-        top = "mof/" + module + "Package.mof";
-    }
-    std::string text = "// The schema of this package, for a compiler that gets one file.\n";
+    std::string text;
     for (const velmar_generator::MofFile* file : needed) {
         const std::string place = std::string("cim/") + file->name;
         if (isThere("mof/" + place)) {
@@ -188,12 +192,24 @@ std::vector<GeneratedFile> mofFiles(const NewOptions& options, const std::string
         files.push_back({"mof/" + place, file->text});
         text += "#pragma include (\"" + place + "\")\n";
     }
+    if (options.schemas.size() == 1 && isPlain(files.front().path)) {
+        if (!needed.empty()) {
+            std::string& own = files.front().text;
+            const std::string mark = "\xEF\xBB\xBF";  // of UTF-8, in front of anything
+            own.insert(own.compare(0, mark.size(), mark) == 0 ? mark.size() : 0, text + "\n");
+        }
+        return files;
+    }
     const fs::path base = fs::absolute(options.schemas.front()).parent_path().lexically_normal();
     for (const std::string& schema : options.schemas) {
         const fs::path place = fs::absolute(schema).lexically_normal().lexically_relative(base);
         text += "#pragma include (\"" + place.string() + "\")\n";
     }
-    files.insert(files.begin(), {top, text});
+    std::string top = "mof/" + module + "Schema.mof";
+    if (isThere(top)) {
+        top = "mof/" + module + "Package.mof";
+    }
+    files.insert(files.begin(), {top, "// The schemas of this package, in their order.\n" + text});
     return files;
 }
 
@@ -228,10 +244,8 @@ void writeMissing(const std::string& folder, const std::vector<GeneratedFile>& f
 
 // As a shell takes it.
 std::string argument(const std::string& text) {
-    static const std::regex plain("[A-Za-z0-9_./+:,@%-]+");
     static const std::regex quote("'");
-    return std::regex_match(text, plain) ? text
-                                         : "'" + std::regex_replace(text, quote, "'\\''") + "'";
+    return isPlain(text) ? text : "'" + std::regex_replace(text, quote, "'\\''") + "'";
 }
 
 ExitCode create(NewOptions& options) {

@@ -113,15 +113,34 @@ void Package::addOptions(CLI::App& command) {
     command.add_option("package", folder, "Folder with the package's MOF files and modules")
         ->check(CLI::ExistingDirectory);
     command.add_option("--schema", schemas, "MOF files of the classes, in this order")
-        ->check(CLI::ExistingFile);
+        ->check(CLI::ExistingPath);
     command.add_option("--registration", registrations, "MOF files of the registrations")
-        ->check(CLI::ExistingFile);
+        ->check(CLI::ExistingPath);
     command.add_option("--modules", modules, "Folders of the provider libraries (lib*.so)")
         ->check(CLI::ExistingDirectory);
     command.add_option("--namespace", nameSpace, "Namespace of the classes")->capture_default_str();
 }
 
+void Package::takeFolder(std::vector<std::string>& list) {
+    if (folder.empty() && !list.empty() && fs::is_directory(list.back())) {
+        folder = list.back();
+        list.pop_back();
+    }
+}
+
 void Package::resolve() {
+    takeFolder(schemas);
+    takeFolder(registrations);
+    if (modules.size() > 1 && (schemas.empty() || registrations.empty())) {
+        takeFolder(modules);
+    }
+    for (const auto* list : {&schemas, &registrations}) {
+        const auto isFolder = [](const std::string& path) { return fs::is_directory(path); };
+        const auto found = std::find_if(list->begin(), list->end(), isFolder);
+        if (found != list->end()) {
+            throw UsageError(*found + " is a folder, where a MOF file is expected");
+        }
+    }
     if (!folder.empty()) {
         const Contents found = contentsOf(folder);
         fill(schemas, withoutIncluded(found.schemas));
@@ -131,9 +150,7 @@ void Package::resolve() {
         }
         fill(modules, found.modules);
     }
-    // A list option takes all that follows it.
-    const std::string place =
-        folder.empty() ? " (a package's folder comes before the lists of files)" : " in " + folder;
+    const std::string place = folder.empty() ? "" : " in " + folder;
     if (schemas.empty()) {
         throw UsageError("no MOF file of the classes" + place + "; name it with --schema");
     }

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "Commands.h"
+#include "Crash.h"
 #include "Package.h"
 
 namespace velmar_cli {
@@ -47,6 +48,8 @@ ExitCode serve(Arguments& arguments) {
     arguments.wire.delivery.interval =
         std::chrono::milliseconds(static_cast<long long>(arguments.retryInterval * 1000));
     velmar_embedded::Server server;
+    static LastCall last;
+    watchForCrashes(server, last);
     arguments.package.load(server);
     server.start();
     {

@@ -58,6 +58,43 @@ function(_velmar_command result)
     set(${result} "${VELMAR_COMMAND}" PARENT_SCOPE)
 endfunction()
 
+# The lines that velmar prints.
+function(_velmar_ask result)
+    execute_process(COMMAND ${ARGN} OUTPUT_VARIABLE _lines ERROR_VARIABLE _error
+                    RESULT_VARIABLE _status WORKING_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}")
+    if(NOT _status EQUAL 0)
+        message(FATAL_ERROR "${_name}: ${_error}")
+    endif()
+    string(REGEX REPLACE "\n$" "" _lines "${_lines}")
+    string(REPLACE "\n" ";" _lines "${_lines}")
+    set(${result} "${_lines}" PARENT_SCOPE)
+endfunction()
+
+# All MOF files that the schemas read: a depfile alone tells them after the first build only, and
+# Makefiles forget it at each configuration. Where velmar cannot be asked yet, the depfile of an
+# earlier build says what is known.
+function(_velmar_inputs result command depfile)
+    if(TARGET velmar)
+        set(_files ${_schemas})
+        if(EXISTS "${depfile}")
+            file(READ "${depfile}" _known)
+            string(REGEX REPLACE " \\\\\n *" ";" _known "${_known}")
+            string(REGEX REPLACE "\\\\([ #])" "\\1" _known "${_known}")
+            string(REGEX REPLACE "\n$" "" _known "${_known}")
+            foreach(_file IN LISTS _known)
+                if(IS_ABSOLUTE "${_file}" AND EXISTS "${_file}")  # not the target, nor what is gone
+                    list(APPEND _files "${_file}")
+                endif()
+            endforeach()
+        endif()
+        list(REMOVE_DUPLICATES _files)
+    else()
+        _velmar_ask(_files ${command} --list-schemas)
+    endif()
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${_files})
+    set(${result} "${_files}" PARENT_SCOPE)
+endfunction()
+
 # What velmar will write. Where it cannot be asked yet, all classes are taken to be served.
 function(_velmar_outputs result folder command)
     if(TARGET velmar)
@@ -69,13 +106,7 @@ function(_velmar_outputs result folder command)
             list(APPEND _names ${_class}.h ${_class}ProviderBase.h)
         endforeach()
     else()
-        execute_process(COMMAND ${command} --list OUTPUT_VARIABLE _names ERROR_VARIABLE _error
-                        RESULT_VARIABLE _status WORKING_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}")
-        if(NOT _status EQUAL 0)
-            message(FATAL_ERROR "${_name}: ${_error}")
-        endif()
-        string(REGEX REPLACE "\n$" "" _names "${_names}")
-        string(REPLACE "\n" ";" _names "${_names}")
+        _velmar_ask(_names ${command} --list)
     endif()
     list(TRANSFORM _names PREPEND "${folder}/")
     set(${result} "${_names}" PARENT_SCOPE)
@@ -101,7 +132,6 @@ macro(_velmar_generate _function)
         set(_arg_CIM_NAMESPACE root/velmar_remote)
     endif()
     list(TRANSFORM _schemas PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/" REGEX "^[^/]")
-    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${_schemas})
 
     set(_folder "${CMAKE_CURRENT_BINARY_DIR}/${_name}-generated")
     _velmar_command(_velmar)
@@ -120,12 +150,13 @@ macro(_velmar_generate _function)
     if(_arg_NO_ENRICHMENT)
         list(APPEND _command --no-enrichment)
     endif()
-    _velmar_outputs(_outputs "${_folder}" "${_command}")
     set(_stamp "${_folder}/generated")
+    _velmar_inputs(_inputs "${_command}" "${_stamp}.d")
+    _velmar_outputs(_outputs "${_folder}" "${_command}")
     add_custom_command(OUTPUT "${_stamp}" BYPRODUCTS ${_outputs}
                        COMMAND ${_command} --depfile "${_stamp}.d" --depfile-target "${_stamp}"
                        COMMAND "${CMAKE_COMMAND}" -E touch "${_stamp}"
-                       DEPENDS "${_velmar}" ${_schemas} DEPFILE "${_stamp}.d"
+                       DEPENDS "${_velmar}" ${_inputs} DEPFILE "${_stamp}.d"
                        COMMENT "Generating ${_name} from its schema" VERBATIM)
 endmacro()
 

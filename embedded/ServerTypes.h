@@ -34,6 +34,7 @@ struct ProviderCall {
     std::string provider;         ///< the registered provider name
     Pegasus::CIMObjectPath path;  ///< the path given to the provider
     bool fromHandle;              ///< an upcall through a CIMOMHandle, not a client's request
+    std::string method;           ///< of invokeMethod, else empty
 };
 
 /// One request as it arrives, before it is routed, whoever serves it (classes included).

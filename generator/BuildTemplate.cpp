@@ -40,13 +40,16 @@ std::string packageBuildFile(const Options& options, const std::vector<ClassMode
     }
     return fmt::format(
         "cmake_minimum_required(VERSION 3.20)\nproject({0} LANGUAGES CXX)\n"
+        "# Unless told otherwise: optimised, and reports name file and line.\n"
+        "if(NOT CMAKE_BUILD_TYPE)\n    set(CMAKE_BUILD_TYPE RelWithDebInfo)\nendif()\n"
         "find_package(velmar_remote REQUIRED)\n\n"
         "# Typed classes, provider bases, the factory and the registration are made of the MOF "
         "file\n"
         "# whenever it changes. The library is lib{0}.so.\n"
         "velmar_add_provider({0} {1}\n    CPP_NAMESPACE {2}{3}{4}{8}\n    CLASSES{5}\n"
         "    SOURCES{6})\n"
-        "target_compile_options({0}_objects PRIVATE -Wall -Wextra -Woverloaded-virtual)\n\n"
+        "target_compile_options({0}_objects PRIVATE -Wall -Wextra -Wconversion "
+        "-Woverloaded-virtual)\n\n"
         "include(CTest)\n"
         "if(BUILD_TESTING AND velmar_remote_SERVER STREQUAL \"embedded\")\n"
         "    velmar_add_provider_test({0}{7})\nendif()\n",

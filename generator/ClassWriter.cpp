@@ -273,15 +273,20 @@ std::string classHeader(const Options& options, const ClassModel& model) {
     return text;
 }
 
-std::string pathsHeader(const Options& options, const std::vector<PathClass>& classes) {
+std::string pathsHeader(const Options& options, const std::vector<ClassModel>& models,
+                        const std::vector<PathClass>& classes) {
     std::string text =
         headerStart(fmt::format("VELMAR_GENERATED_{}_PATHS_H", options.cppNamespace),
                     "Paths that know their class: those of a subclass are those of its superclass, "
                     "too.",
                     {"<velmar_typed/Values.h>"});
     text +=
-        fmt::format("namespace {} {{\n\nnamespace cim = velmar_typed;\n\nnamespace paths {{\n\n",
-                    options.cppNamespace);
+        fmt::format("namespace {} {{\n\nnamespace cim = velmar_typed;\n\n", options.cppNamespace);
+    // A compiler that lacks an include shows this line, not the path of the same name.
+    for (const ClassModel& model : models) {
+        text += fmt::format("class {0};  // needs #include \"{0}.h\"\n", model.cppName);
+    }
+    text += "\nnamespace paths {\n\n";
     text += "[[gnu::visibility(\"hidden\")]] inline const cim::Parent parents[] = {\n";
     for (const PathClass& one : classes) {
         text += fmt::format("    {{{}, {}}},\n", quoted(one.name),

@@ -208,6 +208,11 @@ void decideKind(ClassModel& model, bool isAssociation) {
 
 }  // namespace
 
+std::string ClassModel::refusal() const {
+    return "class " + name + " cannot be served: " + reason +
+           (keys().empty() ? "; qualify a property as Key" : "");
+}
+
 std::vector<const Element*> ClassModel::keys() const {
     std::vector<const Element*> result;
     for (const Element& property : properties) {

@@ -63,7 +63,9 @@ struct ClassModel {
     Kind kind = Kind::Instances;        ///< what a provider of it is based on; None: no base fits
     std::string clients = "cim::READ";  ///< what clients may do, in terms of cim::Clients
     std::string reason;                 ///< why kind is not what the class seems to be
-    std::vector<Element> properties;    ///< keys first
+    /// Why there is no provider of it, where kind is None, and what to do.
+    std::string refusal() const;
+    std::vector<Element> properties;  ///< keys first
     std::vector<Method> methods;
     std::vector<const Element*> keys() const;
     /// The two references of an association.

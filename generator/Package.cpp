@@ -23,7 +23,7 @@ std::vector<ClassModel> readModels(const Reader& reader, const Options& options)
     for (const std::string& name : options.classes) {
         ClassModel model = reader.read(name);
         if (!isServed(model) && !model.keys().empty()) {
-            throw GeneratorError("class " + model.name + " cannot be served: " + model.reason);
+            throw GeneratorError(model.refusal());
         }
         const bool isNamedTwice =
             std::any_of(models.begin(), models.end(),
@@ -33,9 +33,7 @@ std::vector<ClassModel> readModels(const Reader& reader, const Options& options)
         }
     }
     if (std::none_of(models.begin(), models.end(), isServed)) {
-        throw GeneratorError("class " + models.front().name +
-                             " cannot be served: " + models.front().reason +
-                             "; qualify a property as Key, or name a class that it is embedded in");
+        throw GeneratorError(models.front().refusal() + ", or name a class that it is embedded in");
     }
     return models;
 }

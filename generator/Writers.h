@@ -28,8 +28,9 @@ bool isUsualNamespace(const Options& options);
 std::string headerStart(const std::string& guard, const std::string& purpose,
                         const std::vector<std::string>& includes);
 
-/// Paths.h: superclasses stand before their subclasses.
-std::string pathsHeader(const Options& options, const std::vector<PathClass>& classes);
+/// Paths.h: superclasses stand before their subclasses. `models` have headers of their own.
+std::string pathsHeader(const Options& options, const std::vector<ClassModel>& models,
+                        const std::vector<PathClass>& classes);
 /// NAME.h: the typed class.
 std::string classHeader(const Options& options, const ClassModel& model);
 /// NAMEProviderBase.h: what the user's provider class derives from.

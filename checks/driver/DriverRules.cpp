@@ -81,15 +81,19 @@ const Rule load = {"driver.load", Severity::Error,
                    "Under several clients at once an answer fails or lacks what it had before.",
                    "Look for state that requests share: instances edited in place, members without "
                    "a lock."};
+const Rule process = {"driver.process", Severity::Error,
+                      "The package ends the process that runs it, closes its descriptors, or keeps "
+                      "it from ending.",
+                      "See the call that it was in, and the backtrace of a crash."};
 
 }  // namespace rules
 
 velmar_checks::RuleList driverRules() {
     using namespace rules;
-    return {&fails,   &names,         &get,           &getValues, &unsteady,
-            &absent,  &propertyList,  &farEnd,        &reference, &associator,
-            &objects, &role,          &subscribe,     &create,    &remove,
-            &cascade, &refusedMethod, &noReturnValue, &stopped,   &load};
+    return {&fails,        &names,  &get,       &getValues,  &unsteady,      &absent,
+            &propertyList, &farEnd, &reference, &associator, &objects,       &role,
+            &subscribe,    &create, &remove,    &cascade,    &refusedMethod, &noReturnValue,
+            &stopped,      &load,   &process};
 }
 
 }  // namespace velmar_driver

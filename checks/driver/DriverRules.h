@@ -30,6 +30,7 @@ extern const velmar_checks::Rule refusedMethod;
 extern const velmar_checks::Rule noReturnValue;
 extern const velmar_checks::Rule stopped;
 extern const velmar_checks::Rule load;
+extern const velmar_checks::Rule process;
 
 }  // namespace rules
 

@@ -129,7 +129,7 @@ bool IndicationSource::call(const Purpose& purpose, const CIMObjectPath& path, C
     try {
         auto& provider = _provider.load<CIMIndicationProvider>(purpose);
         if (_services.observeCall) {
-            _services.observeCall({purpose.operation, _provider.name(), path, false});
+            _services.observeCall({purpose.operation, _provider.name(), path, false, ""});
         }
         call(provider);
         return true;

@@ -108,6 +108,9 @@ void LoadedProvider::terminate(CIMProvider& object) {
     try {
         object.terminate();
     } catch (...) {
+        if (_observer) {
+            _observer->notTerminated(_name);
+        }
         _problems.report(_title + ": terminate failed: " + describeCurrentException());
     }
 }

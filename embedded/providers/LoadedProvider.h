@@ -40,6 +40,8 @@ class LoadObserver {
     virtual void notCreated(const std::string& provider) = 0;
     /// Its initialize ended with the exception that is being handled.
     virtual void notInitialized(const std::string& provider) = 0;
+    /// Its terminate ended with the exception that is being handled.
+    virtual void notTerminated(const std::string& provider) = 0;
     /// `staysLoaded` tells whether it asked for not being unloaded.
     virtual void loaded(const std::string& provider, const Pegasus::CIMProvider& object,
                         bool staysLoaded) = 0;

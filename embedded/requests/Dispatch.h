@@ -96,7 +96,9 @@ void callProvider(Services& services, LoadedProvider& provider, const Request& r
     const RunningCalls::Scope running(services.running, purpose, provider.title(), &request);
     Interface& object = provider.load<Interface>(purpose);
     if (services.observeCall) {
-        services.observeCall({purpose.operation, provider.name(), path, request.fromHandle});
+        services.observeCall(
+            {purpose.operation, provider.name(), path, request.fromHandle,
+             static_cast<const char*>(request.methodName.getString().getCString())});
     }
     if (services.checks.areOn() && !provider.isOwn()) {
         callWatched(services, provider, request, asked, handler, answer, [&] { call(object); });

@@ -72,7 +72,10 @@ class Compiler {
         if (!readFile(file, text)) {
             throw MofError(from, line, "cannot read the included file " + file);
         }
-        compile(nameSpace, text, file);
+        // A file that several packages bring, as a standard one, declares what is there already.
+        if (_repository.isNewText(nameSpace, text)) {
+            compile(nameSpace, text, file);
+        }
     }
 
     Repository& _repository;

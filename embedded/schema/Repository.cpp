@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <list>
 #include <mutex>
+#include <set>
 #include <unordered_map>
 #include <vector>
 
@@ -108,6 +109,7 @@ struct Repository::NameSpace {
     std::map<String, QualifierDeclaration, Less> qualifiers;
     std::map<String, StoredClass, Less> classes;
     std::map<String, std::vector<CIMName>, Less> subclasses;  // of the empty name: the roots
+    std::set<std::size_t> texts;                              // hashes of what isNewText was given
 
     StoredClass& find(const CIMName& name, CIMStatusCode unknown) {
         const auto found = classes.find(name.getString());
@@ -287,6 +289,11 @@ void Repository::createNamespace(const CIMNamespaceName& nameSpace) {
         slot = std::make_unique<NameSpace>();
         _revision++;
     }
+}
+
+bool Repository::isNewText(const CIMNamespaceName& nameSpace, const std::string& text) {
+    std::unique_lock lock(_lock);
+    return find(nameSpace).texts.insert(std::hash<std::string>()(text)).second;
 }
 
 void Repository::declareQualifier(const CIMNamespaceName& nameSpace,

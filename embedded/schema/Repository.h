@@ -44,6 +44,9 @@ class Repository {
     /// Quiet when the namespace exists already.
     void createNamespace(const Pegasus::CIMNamespaceName& nameSpace);
 
+    /// Whether it is the first text of a namespace that says this.
+    bool isNewText(const Pegasus::CIMNamespaceName& nameSpace, const std::string& text);
+
     /// Replaces an earlier declaration of the name.
     void declareQualifier(const Pegasus::CIMNamespaceName& nameSpace,
                           const QualifierDeclaration& declaration);

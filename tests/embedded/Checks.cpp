@@ -264,7 +264,7 @@ const std::vector<Mistake> mistakes{
     {"constructed with another class",
      [](auto& p) { p.fanClass = "ACME_Pan"; },
      "protocol.exception",
-     {"invokeMethod", "TypeMismatchException", "another class name"}},
+     {"invokeMethod of ", "TypeMismatchException", "another class name"}},
 
     // Instances
     {"instance of an unknown class",

@@ -34,9 +34,10 @@ says() {
     }
 }
 
-# configure FOLDER NAME [ARGUMENT...] : into the build folder $work/NAME.
+# configure FOLDER NAME [ARGUMENT...] : into the build folder $work/NAME, for $generator.
+generator=Ninja
 configure() {
-    cmake -G Ninja -S "$1" -B "$work/$2" -DCMAKE_PREFIX_PATH="$prefix" \
+    cmake -G "$generator" -S "$1" -B "$work/$2" -DCMAKE_PREFIX_PATH="$prefix" \
           -DCMAKE_CXX_COMPILER="$compiler" "${@:3}"
 }
 

@@ -1,0 +1,121 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "CheckReport.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+using nlohmann::ordered_json;
+using velmar_checks::Finding;
+using velmar_checks::Severity;
+using velmar_driver::ClassReport;
+
+namespace velmar_cli {
+
+namespace {
+
+std::string counted(size_t count, const char* what) {
+    return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
+std::string lineOf(const ordered_json& json) {
+    Finding finding;
+    finding.id = json["id"];
+    finding.severity = json["severity"] == "error" ? Severity::Error : Severity::Warning;
+    finding.text = json["text"];
+    finding.count = json["count"];
+    return velmar_checks::toLine(finding) + "\n";
+}
+
+std::string table(const ordered_json& classes) {
+    if (classes.empty()) {
+        return "";  // no provider was asked: a finding says why
+    }
+    size_t width = 5;
+    for (const ordered_json& one : classes) {
+        width = std::max(width, one["class"].get<std::string>().size());
+    }
+    std::string text =
+        fmt::format("{:<{}}  {:>6}  {:>9}  {:>8}  {:>9}  {:>10}  {}\n", "class", width, "calls",
+                    "instances", "findings", "median ms", "largest ms", "operations");
+    for (const ordered_json& one : classes) {
+        text += fmt::format("{:<{}}  {:>6}  {:>9}  {:>8}  {:>9.3f}  {:>10.3f}  {}\n",
+                            one["class"].get<std::string>(), width, one["calls"].get<size_t>(),
+                            one["instances"].get<size_t>(), one["findings"].get<size_t>(),
+                            one["medianMilliseconds"].get<double>(),
+                            one["largestMilliseconds"].get<double>(),
+                            fmt::join(one["operations"].get<std::vector<std::string>>(), " "));
+    }
+    return text;
+}
+
+}  // namespace
+
+ordered_json toJson(const Finding& finding) {
+    return {{"id", finding.id},
+            {"severity", finding.severity == Severity::Error ? "error" : "warning"},
+            {"provider", finding.provider},
+            {"class", finding.className},
+            {"element", finding.element},
+            {"text", finding.text},
+            {"count", finding.count}};
+}
+
+ordered_json toJson(const Results& results) {
+    ordered_json document = {{"findings", ordered_json::array()},
+                             {"allowed", results.allowed},
+                             {"classes", ordered_json::array()}};
+    for (const Finding& one : results.findings) {
+        document["findings"].push_back(toJson(one));
+    }
+    for (const ClassReport& one : results.classes) {
+        const auto findings = std::count_if(
+            results.findings.begin(), results.findings.end(),
+            [&](const Finding& finding) { return finding.className == one.className; });
+        document["classes"].push_back({{"namespace", one.nameSpace},
+                                       {"class", one.className},
+                                       {"operations", one.operations},
+                                       {"calls", one.milliseconds.size()},
+                                       {"callsUnderLoad", one.callsUnderLoad},
+                                       {"instances", one.instances},
+                                       {"findings", findings},
+                                       {"medianMilliseconds", one.median()},
+                                       {"largestMilliseconds", one.largest()}});
+    }
+    return document;
+}
+
+std::string textOf(const ordered_json& document, int indentation) {
+    return document.dump(indentation, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+std::string forReaders(const ordered_json& document, const velmar_driver::DriveOptions& options) {
+    const ordered_json& findings = document["findings"];
+    const ordered_json& classes = document["classes"];
+    std::string text;
+    size_t errors = 0;
+    for (const ordered_json& one : findings) {
+        text += lineOf(one);
+        errors += one["severity"] == "error" ? 1 : 0;
+    }
+    text += findings.empty() || classes.empty() ? "" : "\n";
+    text += table(classes);
+    if (options.clients > 0 && !classes.empty()) {
+        size_t calls = 0;
+        for (const ordered_json& one : classes) {
+            calls += one["callsUnderLoad"].get<size_t>();
+        }
+        text += fmt::format("\n{} at once: {} in {} s\n", counted(options.clients, "client"),
+                            counted(calls, "call"), options.seconds);
+    }
+    text += findings.empty() ? "\nno findings"
+                             : fmt::format("\n{}: {}, {}", counted(findings.size(), "finding"),
+                                           counted(errors, "error"),
+                                           counted(findings.size() - errors, "warning"));
+    const size_t allowed = document["allowed"];
+    return text + (allowed == 0 ? "" : fmt::format("; {} allowed", allowed)) + "\n";
+}
+
+}  // namespace velmar_cli

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// What velmar check says: one JSON document, which machines get as it is and readers as a text.
+#ifndef VELMAR_CLI_CHECKREPORT_H
+#define VELMAR_CLI_CHECKREPORT_H
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "checks/driver/Driver.h"
+
+namespace velmar_cli {
+
+struct Results {
+    std::vector<velmar_checks::Finding> findings;
+    size_t allowed = 0;  ///< findings that are not among them
+    std::vector<velmar_driver::ClassReport> classes;
+};
+
+nlohmann::ordered_json toJson(const velmar_checks::Finding& finding);
+nlohmann::ordered_json toJson(const Results& results);
+/// Its text; bytes that are not UTF-8 are replaced.
+std::string textOf(const nlohmann::ordered_json& document, int indentation);
+
+/// Findings, a line each, a table of the classes, and their sums, of what toJson(Results) gave.
+std::string forReaders(const nlohmann::ordered_json& document,
+                       const velmar_driver::DriveOptions& options);
+
+}  // namespace velmar_cli
+
+#endif
