@@ -167,7 +167,7 @@ Answer ClientConnection::exchange(Request request) {
 }
 
 Answer HandleConnection::exchange(Request request) {
-    std::lock_guard<std::mutex> guard(_lock);
+    const Gate::Pass pass(_gate, operationName(request.operation));
     if (!_connection.isConnected()) {
         _connection.connectLocal();
     }

@@ -11,7 +11,9 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 
+#include "exchange/Gate.h"
 #include "interop/Interop.h"
 
 using namespace Pegasus;
@@ -111,20 +113,8 @@ class SubscriptionProvider : public CIMInstanceProvider {
 
     void createInstance(const OperationContext&, const CIMObjectPath& path,
                         const CIMInstance& given, ObjectPathResponseHandler& handler) override {
-        CIMInstance instance = given.clone();
-        std::lock_guard<std::mutex> guard(_changing);
-        CIMObjectPath created;
-        if (isA(path.getClassName(), subscriptionClass)) {
-            created = createSubscription(instance);
-        } else {
-            setIfMissing(instance, "SystemCreationClassName", System::getSystemCreationClassName());
-            setIfMissing(instance, "SystemName", System::getFullyQualifiedHostName());
-            setIfMissing(instance, "CreationClassName", path.getClassName().getString());
-            required(instance, "Name");
-            isA(path.getClassName(), filterClass) ? checkFilter(instance)
-                                                  : checkDestination(instance);
-            created = repository().createInstance(interopNamespace, instance);
-        }
+        const bool isEnd = !isA(path.getClassName(), subscriptionClass);
+        const CIMObjectPath created = isEnd ? createEnd(given.clone()) : createSubscription(given);
         handler.processing();
         handler.deliver(created);
         handler.complete();
@@ -141,12 +131,12 @@ class SubscriptionProvider : public CIMInstanceProvider {
             throw CIMException(CIM_ERR_NOT_SUPPORTED,
                                "Only the SubscriptionState of a subscription can be modified.");
         }
-        std::lock_guard<std::mutex> guard(_changing);
         wanted.setPath(withoutPlace(path));
-        const CIMInstance before = repository().getInstance(interopNamespace, path);
+        Change change(*this, path, "modifyInstance");
+        const CIMInstance before = change.stored();
         repository().modifyInstance(interopNamespace, wanted);
         try {
-            setActive(repository().getInstance(interopNamespace, path));
+            setActive(change);
         } catch (const CIMException&) {
             repository().modifyInstance(interopNamespace, before);
             throw;
@@ -157,21 +147,63 @@ class SubscriptionProvider : public CIMInstanceProvider {
 
     void deleteInstance(const OperationContext&, const CIMObjectPath& path,
                         ResponseHandler& handler) override {
-        std::lock_guard<std::mutex> guard(_changing);
-        const CIMInstance stored = repository().getInstance(interopNamespace, path);
-        if (isA(path.getClassName(), subscriptionClass)) {
-            deactivate(stored.getPath());
-        } else if (isUsed(stored.getPath())) {
-            throw CIMException(
-                CIM_ERR_FAILED,
-                "A filter or handler referenced by a subscription cannot be deleted.");
-        }
-        repository().deleteInstance(interopNamespace, path);
+        isA(path.getClassName(), subscriptionClass) ? deleteSubscription(path) : deleteEnd(path);
         handler.processing();
         handler.complete();
     }
 
  private:
+    // What is known of a subscription besides its instance.
+    struct State {
+        explicit State(const std::string& key) : changing("subscription " + key) {}
+        Gate changing;
+        std::string id;  // while it is active; changes while the gate is held
+    };
+
+    // The change of a subscription, one at a time. Its providers, which are called meanwhile, may
+    // change whatever else there is. Throws CIMException (CIM_ERR_NOT_FOUND).
+    class Change {
+     public:
+        Change(SubscriptionProvider& owner, const CIMObjectPath& given, const char* operation)
+            : path(owner.repository().getInstance(interopNamespace, given).getPath()),
+              _owner(owner),
+              _state(owner.stateOf(path)),
+              _pass(_state->changing, operation),
+              _scope(_pass.chain()) {}
+        ~Change() {
+            std::lock_guard<std::mutex> guard(_owner._lock);
+            const bool isAwaited = _state.use_count() > 2;  // this one and the map's
+            if (_state->id.empty() && !isAwaited) {
+                _owner._states.erase(plain(path.toString()));
+            }
+        }
+        Change(const Change&) = delete;
+        Change& operator=(const Change&) = delete;
+
+        std::string& id() { return _state->id; }
+        CIMInstance stored() const {
+            return _owner.repository().getInstance(interopNamespace, path);
+        }
+
+        const CIMObjectPath path;
+
+     private:
+        SubscriptionProvider& _owner;
+        const std::shared_ptr<State> _state;
+        const Gate::Pass _pass;
+        const Gate::Scope _scope;
+    };
+
+    std::shared_ptr<State> stateOf(const CIMObjectPath& path) {
+        const std::string key = plain(path.toString());
+        std::lock_guard<std::mutex> guard(_lock);
+        std::shared_ptr<State>& state = _states[key];
+        if (!state) {
+            state = std::make_shared<State>(key);
+        }
+        return state;
+    }
+
     Repository& repository() const { return _services.repository; }
 
     static void checkFilter(const CIMInstance& filter) {
@@ -212,12 +244,38 @@ class SubscriptionProvider : public CIMInstanceProvider {
         return repository().getInstance(interopNamespace, path);
     }
 
+    CIMObjectPath createEnd(CIMInstance instance) {
+        const CIMName& className = instance.getClassName();
+        setIfMissing(instance, "SystemCreationClassName", System::getSystemCreationClassName());
+        setIfMissing(instance, "SystemName", System::getFullyQualifiedHostName());
+        setIfMissing(instance, "CreationClassName", className.getString());
+        required(instance, "Name");
+        isA(className, filterClass) ? checkFilter(instance) : checkDestination(instance);
+        return repository().createInstance(interopNamespace, instance);
+    }
+
+    void deleteEnd(const CIMObjectPath& path) {
+        std::lock_guard<std::mutex> guard(_lock);
+        if (isUsed(repository().getInstance(interopNamespace, path).getPath())) {
+            throw CIMException(
+                CIM_ERR_FAILED,
+                "A filter or handler referenced by a subscription cannot be deleted.");
+        }
+        repository().deleteInstance(interopNamespace, path);
+    }
+
+    CIMObjectPath store(const CIMInstance& subscription) {
+        std::lock_guard<std::mutex> guard(_lock);
+        referred(subscription, "Filter");
+        referred(subscription, "Handler");
+        return repository().createInstance(interopNamespace, subscription);
+    }
+
     CIMObjectPath createSubscription(const CIMInstance& given) {
-        referred(given, "Filter");
-        referred(given, "Handler");
-        const CIMObjectPath path = repository().createInstance(interopNamespace, given);
+        const CIMObjectPath path = store(given);
+        Change change(*this, path, "createInstance");
         try {
-            setActive(repository().getInstance(interopNamespace, path));
+            setActive(change);
         } catch (...) {
             repository().deleteInstance(interopNamespace, path);
             throw;
@@ -225,15 +283,22 @@ class SubscriptionProvider : public CIMInstanceProvider {
         return path;
     }
 
+    void deleteSubscription(const CIMObjectPath& path) {
+        Change change(*this, path, "deleteInstance");
+        change.stored();  // may have gone meanwhile
+        deactivate(change);
+        repository().deleteInstance(interopNamespace, path);
+    }
+
     // Lets its providers know of a subscription, or no more, as its state says.
-    void setActive(const CIMInstance& subscription) {
+    void setActive(Change& change) {
+        const CIMInstance subscription = change.stored();
         const bool wanted =
             valueOr<Uint16>(subscription, "SubscriptionState", enabledState) == enabledState;
-        const std::string key = plain(subscription.getPath().toString());
         if (!wanted) {
-            deactivate(subscription.getPath());
-        } else if (_active.count(key) == 0) {
-            _active[key] = activate(subscription);
+            deactivate(change);
+        } else if (change.id().empty()) {
+            change.id() = activate(subscription);
         }
     }
 
@@ -262,13 +327,11 @@ class SubscriptionProvider : public CIMInstanceProvider {
         return prepared->id;
     }
 
-    void deactivate(const CIMObjectPath& path) {
-        const auto active = _active.find(plain(path.toString()));
-        if (active == _active.end()) {
+    void deactivate(Change& change) {
+        if (change.id().empty()) {
             return;
         }
-        const auto removed = _services.subscriptions.remove(active->second);
-        _active.erase(active);
+        const auto removed = _services.subscriptions.remove(std::exchange(change.id(), ""));
         removed->queue->drain();  // a destination takes what came before the end
         _services.subscriptions.close(removed);
     }
@@ -288,8 +351,8 @@ class SubscriptionProvider : public CIMInstanceProvider {
     }
 
     const InteropServices& _services;
-    std::mutex _changing;                        // held while instances come and go
-    std::map<std::string, std::string> _active;  // ids of subscriptions, by the path's text
+    std::mutex _lock;  // also held while an end goes, or gets a subscription
+    std::map<std::string, std::shared_ptr<State>> _states;  // by the text of the path
 };
 
 }  // namespace

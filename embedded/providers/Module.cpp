@@ -16,7 +16,9 @@ using namespace Pegasus;
 namespace velmar_embedded {
 
 Module::Module(std::string location, std::function<std::vector<std::string>()> directories)
-    : _location(std::move(location)), _directories(std::move(directories)) {}
+    : _location(std::move(location)),
+      _directories(std::move(directories)),
+      _opening("the opening of module \"" + _location + "\"") {}
 
 Module::~Module() {
     if (_library) {
@@ -57,15 +59,11 @@ void Module::open() {
     }
 }
 
-void Module::keepLoaded() {
-    std::lock_guard<std::mutex> guard(_lock);
-    _library = nullptr;
-}
-
 CIMProvider* Module::createProvider(const std::string& name) {
     CIMProvider* (*create)(const String&) = nullptr;
     {
-        std::lock_guard<std::mutex> guard(_lock);
+        const Gate::Pass pass(_opening, "making provider \"" + name + "\"");
+        const Gate::Scope scope(pass.chain());
         if (!_library) {
             open();
         }

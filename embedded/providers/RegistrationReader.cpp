@@ -225,14 +225,17 @@ std::vector<RegisteredModule> RegistrationReader::modules() const {
 }
 
 void RegistrationReader::closeModules() {
-    std::lock_guard<std::mutex> guard(_lock);
-    _providers.clear();
+    std::map<std::string, std::shared_ptr<Module>> modules;
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        _providers.clear();
+        modules.swap(_modules);
+    }
     if (_keepsModules) {
-        for (const auto& module : _modules) {
+        for (const auto& module : modules) {
             module.second->keepLoaded();
         }
     }
-    _modules.clear();
 }
 
 }  // namespace velmar_embedded
