@@ -3,15 +3,18 @@
 //
 // Filters, destinations and subscriptions as instances. They are stored in the schema; while a
 // subscription is there and enabled, indications go from its providers to its destination.
+#include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Common/System.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMOMHandle.h>
 #include <strings.h>
 
+#include <algorithm>
 #include <map>
 #include <mutex>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "exchange/Gate.h"
 #include "interop/Interop.h"
@@ -206,16 +209,48 @@ class SubscriptionProvider : public CIMInstanceProvider {
 
     Repository& repository() const { return _services.repository; }
 
-    static void checkFilter(const CIMInstance& filter) {
-        Subscriptions::checkFilterQuery(plain(required(filter, "Query")));
+    void checkFilter(const CIMInstance& filter) const {
+        const Query query = Subscriptions::filterQuery(plain(required(filter, "Query")));
         const String language = required(filter, "QueryLanguage");
         static const char* const known[] = {"WQL", "DMTF:CQL", "CIM:CQL"};
-        for (const char* const each : known) {
-            if (String::equal(language, each)) {
-                return;
+        if (std::none_of(std::begin(known), std::end(known),
+                         [&](const char* each) { return String::equal(language, each); })) {
+            throw invalid(String("QueryLanguage ") + language + " is not supported");
+        }
+        for (const std::string& nameSpace : sourcesOf(filter)) {
+            if (!CIMNamespaceName::legal(nameSpace.c_str())) {
+                throw CIMException(CIM_ERR_INVALID_NAMESPACE, nameSpace.c_str());
+            }
+            checkProperties(query, CIMNamespaceName(nameSpace.c_str()));
+        }
+    }
+
+    void checkProperties(const Query& query, const CIMNamespaceName& nameSpace) const {
+        const String className = query.className.getString();
+        if (repository().hasNamespace(nameSpace) &&
+            !repository().hasClass(nameSpace, query.className)) {
+            throw CIMException(CIM_ERR_NOT_FOUND, className);
+        }
+        const CIMClass cimClass = repository().getClass(nameSpace, query.className);
+        for (const CIMName& name : query.properties()) {
+            if (cimClass.findProperty(name) == PEG_NOT_FOUND) {
+                throw invalid("The property " + name.getString() +
+                              " was not found in the FROM class " + className);
             }
         }
-        throw invalid(String("QueryLanguage ") + language + " is not supported");
+    }
+
+    static std::vector<std::string> sourcesOf(const CIMInstance& filter) {
+        std::vector<std::string> nameSpaces;
+        const auto listed = valueOr<Array<String>>(filter, "SourceNamespaces", Array<String>());
+        for (Uint32 i = 0; i < listed.size(); i++) {
+            nameSpaces.push_back(plain(listed[i]));
+        }
+        if (nameSpaces.empty()) {
+            nameSpaces.push_back(
+                plain(valueOr<String>(filter, "SourceNamespace", String(interopNamespace))));
+        }
+        return nameSpaces;
     }
 
     void checkDestination(const CIMInstance& destination) const {
@@ -251,7 +286,24 @@ class SubscriptionProvider : public CIMInstanceProvider {
         setIfMissing(instance, "CreationClassName", className.getString());
         required(instance, "Name");
         isA(className, filterClass) ? checkFilter(instance) : checkDestination(instance);
-        return repository().createInstance(interopNamespace, instance);
+        try {
+            return repository().createInstance(interopNamespace, instance);
+        } catch (const CIMException& e) {
+            if (e.getCode() != CIM_ERR_ALREADY_EXISTS) {
+                throw;
+            }
+            throw CIMException(CIM_ERR_ALREADY_EXISTS, asRealServersStore(instance).toString());
+        }
+    }
+
+    // They keep the host's own name as an empty one, which shows in this text alone.
+    CIMObjectPath asRealServersStore(CIMInstance end) const {
+        const auto name = valueOr<String>(end, "SystemName", String());
+        if (name == System::getHostName() || name == System::getFullyQualifiedHostName()) {
+            end.getProperty(end.findProperty("SystemName")).setValue(CIMValue(String()));
+        }
+        return end.buildPath(
+            CIMConstClass(repository().getClass(interopNamespace, end.getClassName())));
     }
 
     void deleteEnd(const CIMObjectPath& path) {
@@ -305,22 +357,13 @@ class SubscriptionProvider : public CIMInstanceProvider {
     std::string activate(const CIMInstance& stored) {
         const CIMInstance filter = referred(stored, "Filter");
         const std::shared_ptr<Destination> destination = open(referred(stored, "Handler"));
-        std::vector<std::string> nameSpaces;
-        const auto listed = valueOr<Array<String>>(filter, "SourceNamespaces", Array<String>());
-        for (Uint32 i = 0; i < listed.size(); i++) {
-            nameSpaces.push_back(plain(listed[i]));
-        }
-        if (nameSpaces.empty()) {
-            nameSpaces.push_back(
-                plain(valueOr<String>(filter, "SourceNamespace", String(interopNamespace))));
-        }
         CIMInstance subscription = stored;
         CIMObjectPath path = stored.getPath();
         path.setHost(System::getHostName());
         path.setNameSpace(interopNamespace);
         subscription.setPath(path);
         const auto prepared = _services.subscriptions.prepare(
-            plain(required(filter, "Query")), nameSpaces,
+            plain(required(filter, "Query")), sourcesOf(filter),
             [destination](const CIMInstance& indication) { destination->take(indication); },
             queueCapacity, subscription);
         _services.subscriptions.create(prepared);

@@ -306,6 +306,7 @@ TEST_F(Schema, Errors) {
     partly.setPath(x);
     partly.addProperty(CIMProperty("Num", Uint32(1))).addProperty(CIMProperty("Notes", true));
     repository.createInstance(ns, CIMInstance("L"));
+    repository.createClass(ns, CIMClass("Keyless"));
     const std::pair<const char*, std::function<void()>> cases[] = {
         {"3 root/none", [&] { repository.createClass("root/none", CIMClass("C")); }},
         {"10 C", [&] { repository.createClass(ns, CIMClass("D", "C")); }},
@@ -313,9 +314,17 @@ TEST_F(Schema, Errors) {
         {"6 C", [&] { repository.getClass(ns, "C"); }},
         {"8 M", [&] { repository.deleteClass(ns, "M"); }},
         {"9 L", [&] { repository.deleteClass(ns, "L"); }},
+        {"6 C", [&] { repository.modifyClass(ns, CIMClass("C")); }},
+        {"8 M", [&] { repository.modifyClass(ns, CIMClass("M", "B")); }},
+        {"9 L", [&] { repository.modifyClass(ns, CIMClass("L", "M")); }},
+        {"10 B", [&] { repository.modifyClass(ns, CIMClass("K", "B")); }},
         {"5 C", [&] { repository.subclassNames(ns, "C", true); }},
         {"5 C", [&] { repository.createInstance(ns, CIMInstance("C")); }},
         {"11 O.Name=\"x\"", [&] { repository.createInstance(ns, o("x")); }},
+        {"1 attempted to instantiate an abstract class B",
+         [&] { repository.createInstance(ns, CIMInstance("b")); }},
+        {"1 class has no keys: Keyless",
+         [&] { repository.createInstance(ns, CIMInstance("keyless")); }},
         {"4 malformed object name: , reason:\"class name  not a legal CIM name\"",
          [&] { repository.createInstance(ns, CIMInstance("A2")); }},
         {"4 O.No: no such property", [&] { repository.createInstance(ns, with("No", true)); }},
@@ -332,6 +341,9 @@ TEST_F(Schema, Errors) {
     }
     ASSERT_EQ(repository.instances(ns, "O").size(), 1u);
     EXPECT_EQ(property(repository.getInstance(ns, x), "Num"), "31");
+    CIMClass changed("K", "O");
+    repository.modifyClass(ns, changed.addProperty(CIMProperty("More", Uint8(3))));
+    EXPECT_EQ(repository.getClass(ns, "K").findProperty("More"), 3u) << "after the inherited ones";
 }
 
 }  // namespace

@@ -130,7 +130,7 @@ TEST_F(WireServer, WhatClientsSendIsLimited) {
         {post(chunked + "Connection: close\r\n", "zz\r\n"), "400 "},
         {post(chunked, "fff\r\n" + std::string(0xFFF, ' ') + "\r\n"), "413 "},
         {post(chunked + length, body), "400 "},
-        {post("Content-Length: -1\r\n", ""), "400 "},
+        {post("Content-Length: -1\r\n", ""), ""},
         {post("Content-Length: 99999999999999999999999\r\n", ""), "400 "},
         {post("Content-Length: 5000\r\n", ""), "413 "},
         {post(length + "Content-Length: 1\r\n", body), "400 "},
@@ -327,6 +327,17 @@ TEST_F(WireServer, SubscriptionsAreInstances) {
     const auto filter = filterFor("f", "select * from T_Alert");
     const auto other = filterFor("g", "select * from T_A");
     EXPECT_EQ(code([&] { filterFor("h", "select * from T_A", "SQL"); }), CIM_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(outcome([&] { filterFor("h", "select * from No_Such"); }),
+              "6 CIM_ERR_NOT_FOUND: No_Such");
+    for (const char* query : {"select No from T_Alert", "select * from T_Alert where No is null"}) {
+        EXPECT_EQ(outcome([&] { filterFor("h", query); }),
+                  "4 CIM_ERR_INVALID_PARAMETER: The property No was not found in the FROM class "
+                  "T_Alert");
+    }
+    EXPECT_EQ(outcome([&] { filterFor("f", "select * from T_Alert"); }),
+              "11 CIM_ERR_ALREADY_EXISTS: CIM_IndicationFilter.CreationClassName=\""
+              "CIM_IndicationFilter\",Name=\"f\",SystemCreationClassName=\"" +
+                  text(System::getSystemCreationClassName()) + "\",SystemName=\"\"");
     const auto handler =
         create("CIM_IndicationHandlerCIMXML", "h", {{"Destination", listener.url()}});
     EXPECT_EQ(outcome([&] { subscribe(other, handler); }),
