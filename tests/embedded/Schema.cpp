@@ -11,6 +11,7 @@
 
 #include <velmar_embedded/schema/Mof.h>
 #include <velmar_embedded/schema/Repository.h>
+#include "MofIncludes.h"
 #include "support/Objects.h"
 
 using namespace Pegasus;
@@ -247,6 +248,10 @@ TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
         {"/ring.mof", "#pragma include (\"sub/ring.mof\")"},
         {"/sub/ring.mof", "\n#pragma include (\"../ring.mof\")"},
         {"/twice.mof", "#pragma include (\"ok.mof\")\n#pragma include (\"ok.mof\")"},
+        {"/note.mof",
+         "/* #pragma include (\"a.mof\") */ // #pragma include (\"b.mof\")\n# PRAGMA include"
+         "(\"sub/\" \"ring.mof\") instance of pg_Provider { s = \"#pragma include "
+         "(\\\"ok.mof\\\")\""},
         {"/ok.mof", ""}};
     for (const auto& [name, mof] : files) {
         std::ofstream(at + name) << mof;
@@ -262,6 +267,10 @@ TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
     for (const auto& [name, expected] : outcomes) {
         EXPECT_EQ(outcome([&, &file = name] { compileMof(repository, ns, at + file); }), expected);
     }
+    EXPECT_EQ(velmar_cli::withIncludes({at + "/note.mof"}),
+              (std::vector<std::string>{at + "/note.mof", at + "/sub/ring.mof", at + "/ring.mof"}));
+    EXPECT_TRUE(velmar_cli::registersProviders(at + "/note.mof"));
+    EXPECT_FALSE(velmar_cli::registersProviders(at + "/good.mof"));
     // An alias outlives its file, a change of namespace ends with it.
     EXPECT_EQ(repository.instances(ns, "X").size(), 1u);
     fs::remove_all(at);
