@@ -80,6 +80,17 @@ CIMObjectPath withoutPlace(const CIMObjectPath& path) {
     return CIMObjectPath(String(), CIMNamespaceName(), path.getClassName(), path.getKeyBindings());
 }
 
+// The same for a path and the paths in its keys.
+CIMObjectPath withoutPlaces(const CIMObjectPath& path) {
+    Array<CIMKeyBinding> keys = path.getKeyBindings();
+    for (Uint32 i = 0; i < keys.size(); i++) {
+        if (keys[i].getType() == CIMKeyBinding::REFERENCE) {
+            keys[i].setValue(withoutPlace(CIMObjectPath(keys[i].getValue())).toString());
+        }
+    }
+    return CIMObjectPath(String(), CIMNamespaceName(), path.getClassName(), keys);
+}
+
 class SubscriptionProvider : public CIMInstanceProvider {
  public:
     explicit SubscriptionProvider(const InteropServices& services) : _services(services) {}
@@ -91,7 +102,7 @@ class SubscriptionProvider : public CIMInstanceProvider {
                      const Boolean, const CIMPropertyList&,
                      InstanceResponseHandler& handler) override {
         handler.processing();
-        handler.deliver(repository().getInstance(interopNamespace, path));
+        handler.deliver(stored(path));
         handler.complete();
     }
 
@@ -134,8 +145,8 @@ class SubscriptionProvider : public CIMInstanceProvider {
             throw CIMException(CIM_ERR_NOT_SUPPORTED,
                                "Only the SubscriptionState of a subscription can be modified.");
         }
-        wanted.setPath(withoutPlace(path));
         Change change(*this, path, "modifyInstance");
+        wanted.setPath(change.path);
         const CIMInstance before = change.stored();
         repository().modifyInstance(interopNamespace, wanted);
         try {
@@ -168,7 +179,7 @@ class SubscriptionProvider : public CIMInstanceProvider {
     class Change {
      public:
         Change(SubscriptionProvider& owner, const CIMObjectPath& given, const char* operation)
-            : path(owner.repository().getInstance(interopNamespace, given).getPath()),
+            : path(owner.stored(given).getPath()),
               _owner(owner),
               _state(owner.stateOf(path)),
               _pass(_state->changing, operation),
@@ -208,6 +219,21 @@ class SubscriptionProvider : public CIMInstanceProvider {
     }
 
     Repository& repository() const { return _services.repository; }
+
+    // A subscription is found by its ends, whatever host a client says that they are on.
+    CIMInstance stored(const CIMObjectPath& path) const {
+        if (isA(path.getClassName(), subscriptionClass)) {
+            const CIMObjectPath wanted = withoutPlaces(path);
+            const Array<CIMInstance> all =
+                repository().instances(interopNamespace, path.getClassName());
+            for (Uint32 i = 0; i < all.size(); i++) {
+                if (withoutPlaces(all[i].getPath()) == wanted) {
+                    return all[i];
+                }
+            }
+        }
+        return repository().getInstance(interopNamespace, path);
+    }
 
     void checkFilter(const CIMInstance& filter) const {
         const Query query = Subscriptions::filterQuery(plain(required(filter, "Query")));
@@ -339,7 +365,7 @@ class SubscriptionProvider : public CIMInstanceProvider {
         Change change(*this, path, "deleteInstance");
         change.stored();  // may have gone meanwhile
         deactivate(change);
-        repository().deleteInstance(interopNamespace, path);
+        repository().deleteInstance(interopNamespace, change.path);
     }
 
     // Lets its providers know of a subscription, or no more, as its state says.
