@@ -141,6 +141,9 @@ BodyLength bodyLength(const HttpRequest& request) {
         return {BodyLength::Missing};
     }
     size_t size = 0;
+    if ((*length)[0] == '-' && parseNumber(length->substr(1), size, 10)) {
+        return {BodyLength::Missing};  // a real server just closes the connection
+    }
     return parseNumber(*length, size, 10) ? BodyLength{BodyLength::Known, size}
                                           : BodyLength{BodyLength::Malformed};
 }
@@ -192,7 +195,7 @@ std::string percentEncoded(const std::string& text) {
     std::string encoded;
     for (const char each : text) {
         const auto c = static_cast<unsigned char>(each);
-        if (c < 0x80 && (isalnum(c) || (c && strchr("-_.!~*'()/", c)))) {
+        if (c < 0x80 && (isalnum(c) || (c && strchr("-_.!~*'()", c)))) {
             encoded += each;
         } else {
             ((encoded += '%') += digits[c >> 4]) += digits[c & 15];

@@ -19,12 +19,13 @@ namespace velmar_wire {
 
 /// Why a message has no CIM answer.
 enum class Defect {
-    NotWellFormed,   ///< no XML
-    Invalid,         ///< not the elements that DSP0201 wants
-    Meaningless,     ///< the elements, but a value that cannot be
-    Unsupported,     ///< a version or a form of message that is not served
-    HeaderMismatch,  ///< the HTTP headers say something else
-    BadHeader        ///< HTTP headers that cannot be
+    NotWellFormed,         ///< no XML
+    Invalid,               ///< not the elements that DSP0201 wants
+    Meaningless,           ///< the elements, but a value that cannot be
+    Unsupported,           ///< a version or a form of message that is not served
+    HeaderMismatch,        ///< the HTTP headers say something else
+    UnsupportedOperation,  ///< a CIMOperation header other than MethodCall
+    BadHeader              ///< HTTP headers that cannot be
 };
 
 class MessageFault : public std::runtime_error {

@@ -19,7 +19,8 @@ Module::Module(std::string location, std::function<std::vector<std::string>()> d
                EntryPoint entryPoint)
     : _location(std::move(location)),
       _directories(std::move(directories)),
-      _entryPoint(entryPoint) {}
+      _entryPoint(entryPoint),
+      _opening("the opening of module \"" + _location + "\"") {}
 
 Module::~Module() {
     if (_library) {
@@ -60,15 +61,11 @@ void Module::open() {
     }
 }
 
-void Module::keepLoaded() {
-    std::lock_guard<std::mutex> guard(_lock);
-    _library = nullptr;
-}
-
 CIMProvider* Module::createProvider(const std::string& name) {
     EntryPoint create = _entryPoint;
     if (!create) {
-        std::lock_guard<std::mutex> guard(_lock);
+        const Gate::Pass pass(_opening, "making provider \"" + name + "\"");
+        const Gate::Scope scope(pass.chain());
         if (!_library) {
             open();
         }

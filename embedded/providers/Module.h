@@ -11,9 +11,10 @@
 #include <Pegasus/Provider/CIMProvider.h>
 
 #include <functional>
-#include <mutex>
 #include <string>
 #include <vector>
+
+#include "exchange/Gate.h"
 
 namespace velmar_embedded {
 
@@ -54,8 +55,8 @@ class Module {
     /// Opens the library if need be and asks it for a provider. Throws ModuleError with the
     /// folders tried, with the loader's text, or when the library does not know the name.
     Pegasus::CIMProvider* createProvider(const std::string& name);
-    /// From here on the library is never closed.
-    void keepLoaded();
+    /// The destructor then leaves the library open. No provider may be created any more.
+    void keepLoaded() { _library = nullptr; }
 
  private:
     std::string file() const;
@@ -64,7 +65,7 @@ class Module {
     const std::string _location;
     const std::function<std::vector<std::string>()> _directories;
     const EntryPoint _entryPoint;
-    std::mutex _lock;
+    Gate _opening;  // held while the library's initializers run
     std::string _file;
     void* _library = nullptr;
 };

@@ -36,8 +36,10 @@ class RegistrationReader {
  public:
     using MakeChannel = std::function<std::shared_ptr<Channel>(const std::string& providerName)>;
 
-    /// Declares the namespaces root and root/PG_InterOp, the latter with the registration classes.
-    RegistrationReader(Repository& repository, Registry& registry, MakeChannel makeChannel);
+    /// Declares the namespaces root and root/PG_InterOp, the latter with the registration classes
+    /// and those above them. Registrations that are of no use here are reported.
+    RegistrationReader(Repository& repository, Registry& registry, Problems& problems,
+                       MakeChannel makeChannel);
 
     /// Libraries are searched in the directories in the order of these calls.
     void addDirectory(const std::string& directory);
@@ -68,6 +70,7 @@ class RegistrationReader {
 
     Repository& _repository;
     Registry& _registry;
+    Problems& _problems;
     const MakeChannel _makeChannel;
     mutable std::mutex _lock;
     std::set<std::string> _known;              // paths of the instances that were read

@@ -4,7 +4,6 @@
 // The server on its socket: what misbehaving clients get, and that nobody else notices them; the
 // delivery of alerts; the client's side of what can go wrong.
 #include <Pegasus/Common/CIMIndication.h>
-#include <Pegasus/Provider/CIMIndicationProvider.h>
 #include <arpa/inet.h>
 #include <httplib.h>
 #include <poll.h>
@@ -131,7 +130,7 @@ TEST_F(WireServer, WhatClientsSendIsLimited) {
         {post(chunked + "Connection: close\r\n", "zz\r\n"), "400 "},
         {post(chunked, "fff\r\n" + std::string(0xFFF, ' ') + "\r\n"), "413 "},
         {post(chunked + length, body), "400 "},
-        {post("Content-Length: -1\r\n", ""), "400 "},
+        {post("Content-Length: -1\r\n", ""), ""},
         {post("Content-Length: 99999999999999999999999\r\n", ""), "400 "},
         {post("Content-Length: 5000\r\n", ""), "413 "},
         {post(length + "Content-Length: 1\r\n", body), "400 "},
@@ -295,43 +294,29 @@ TEST(Deliveries, AListenerThatIsNotThereHoldsNobodyUp) {
     EXPECT_EQ(reported.value(), dropped + 1);  // those that are given up
 }
 
-class AlertProvider : public CIMIndicationProvider {
- public:
-    static inline IndicationResponseHandler* handler = nullptr;
-
-    void initialize(CIMOMHandle&) override {}
-    void terminate() override { delete this; }
-    void enableIndications(IndicationResponseHandler& given) override { handler = &given; }
-    void disableIndications() override { handler = nullptr; }
-    void createSubscription(const OperationContext&, const CIMObjectPath&,
-                            const Array<CIMObjectPath>&, const CIMPropertyList&,
-                            const Uint16) override {}
-    void modifySubscription(const OperationContext&, const CIMObjectPath&,
-                            const Array<CIMObjectPath>&, const CIMPropertyList&,
-                            const Uint16) override {}
-    void deleteSubscription(const OperationContext&, const CIMObjectPath&,
-                            const Array<CIMObjectPath>&) override {}
-};
-
 TEST_F(WireServer, SubscriptionsAreInstances) {
     server.compileMofText("root/test", "class T_Alert { string Note; };");
-    server.registerProvider("Alerts", new AlertProvider,
+    auto* const alerts = new Alerts;
+    server.registerProvider("Alerts", alerts,
                             {{"T_Alert", {"root/test"}, {ProviderType::Indication}, {}}});
     const CIMNamespaceName interop("root/PG_InterOp");
     Listener listener;
+    std::string log;
+    alerts->onCall = [&](const std::string& call) { log += call + " "; };
     serve();
-    auto create = [&](const char* className, const std::string& name, const char* property,
-                      const std::string& value) {
+    auto create = [&](const char* className, const char* name,
+                      const std::vector<std::pair<const char*, std::string>>& properties) {
         CIMInstance instance = instanceAt(className);
-        add(instance, "Name", name.c_str());
-        add(instance, property, value.c_str());
-        add(instance, "QueryLanguage", "WQL");
-        add(instance, "SourceNamespace", "root/test");
-        if (std::string(property) == "Destination") {
-            instance.removeProperty(3);
-            instance.removeProperty(2);
+        add(instance, "Name", name);
+        for (const auto& [property, value] : properties) {
+            add(instance, property, value.c_str());
         }
         return client.createInstance(interop, instance);
+    };
+    auto filterFor = [&](const char* name, const char* query, const char* language = "WQL") {
+        return create(
+            "CIM_IndicationFilter", name,
+            {{"Query", query}, {"QueryLanguage", language}, {"SourceNamespace", "root/test"}});
     };
     auto subscribe = [&](const CIMObjectPath& filter, const CIMObjectPath& handler) {
         CIMInstance instance = instanceAt("CIM_IndicationSubscription");
@@ -339,14 +324,43 @@ TEST_F(WireServer, SubscriptionsAreInstances) {
         add(instance, "Handler", CIMValue(handler));
         return client.createInstance(interop, instance);
     };
-    const auto filter = create("CIM_IndicationFilter", "f", "Query", "select * from T_Alert");
-    const auto other = create("CIM_IndicationFilter", "g", "Query", "select * from T_A");
-    const auto handler = create("CIM_IndicationHandlerCIMXML", "h", "Destination", listener.url());
+    const auto filter = filterFor("f", "select * from T_Alert");
+    const auto other = filterFor("g", "select * from T_A");
+    EXPECT_EQ(code([&] { filterFor("h", "select * from T_A", "SQL"); }), CIM_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(outcome([&] { filterFor("h", "select * from No_Such"); }),
+              "6 CIM_ERR_NOT_FOUND: No_Such");
+    for (const char* query : {"select No from T_Alert", "select * from T_Alert where No is null"}) {
+        EXPECT_EQ(outcome([&] { filterFor("h", query); }),
+                  "4 CIM_ERR_INVALID_PARAMETER: The property No was not found in the FROM class "
+                  "T_Alert");
+    }
+    EXPECT_EQ(outcome([&] { filterFor("f", "select * from T_Alert"); }),
+              "11 CIM_ERR_ALREADY_EXISTS: CIM_IndicationFilter.CreationClassName=\""
+              "CIM_IndicationFilter\",Name=\"f\",SystemCreationClassName=\"" +
+                  text(System::getSystemCreationClassName()) + "\",SystemName=\"\"");
+    const auto handler =
+        create("CIM_IndicationHandlerCIMXML", "h", {{"Destination", listener.url()}});
     EXPECT_EQ(outcome([&] { subscribe(other, handler); }),
               "7 CIM_ERR_NOT_SUPPORTED: No providers are capable of servicing the subscription.");
     EXPECT_EQ(client.enumerateInstanceNames(interop, "CIM_IndicationSubscription").size(), 0u);
     EXPECT_EQ(client.enumerateInstanceNames(interop, "CIM_ListenerDestination").size(), 1u);
+    // The provider may use all of this meanwhile, but its own subscription.
+    std::string meanwhile;
+    alerts->onCall = [&](const std::string& call) {
+        log += call + " ";
+        if (call == "create") {
+            const CIMObjectPath own = alerts->subscription;
+            meanwhile = outcome([&] { alerts->cimom.deleteInstance(none, interop, other); }) +
+                        "; " +
+                        outcome([&] { alerts->cimom.deleteInstance(none, interop, filter); }) +
+                        "; " + outcome([&] { alerts->cimom.deleteInstance(none, interop, own); });
+        }
+    };
     const CIMObjectPath subscription = subscribe(filter, handler);
+    EXPECT_EQ(meanwhile.find("ok; 1 A filter or handler referenced by a subscription cannot be "
+                             "deleted.; 1 deleteInstance would never return: subscription CIM_Ind"),
+              0u)
+        << meanwhile;
     EXPECT_EQ(code([&] { subscribe(filter, handler); }), CIM_ERR_ALREADY_EXISTS);
     EXPECT_EQ(code([&] { client.deleteInstance(interop, handler); }), CIM_ERR_FAILED);
 
@@ -356,18 +370,30 @@ TEST_F(WireServer, SubscriptionsAreInstances) {
         add(change, "SubscriptionState", CIMValue(state));
         client.modifyInstance(interop, change);
     };
-    AlertProvider::handler->deliver(numbered(1));
+    auto state = [&] {
+        return property(client.getInstance(interop, subscription), "SubscriptionState");
+    };
+    alerts->handler.load()->deliver(numbered(1));
     listener.came.waitFor(1);
     setState(4);
-    EXPECT_EQ(AlertProvider::handler, nullptr);  // disabled with its only subscription
+    EXPECT_EQ(log, "initialize create enable delete disable ");
+    alerts->onCall = [](auto&) { throw CIMException(CIM_ERR_FAILED, "not now"); };
+    EXPECT_EQ(code([&] { setState(2); }), CIM_ERR_NOT_SUPPORTED);
+    EXPECT_EQ(state(), "4") << "as before";
+    alerts->onCall = [&](const std::string& call) { log += call + " "; };
     setState(2);
-    AlertProvider::handler->deliver(numbered(2));
-    client.deleteInstance(interop, subscription);
+    EXPECT_EQ(state(), "2");
+    alerts->handler.load()->deliver(numbered(2));
+    log.clear();
+    std::string elsewhere = text(subscription.toString());  // the ends on another host
+    elsewhere.replace(elsewhere.find("Filter=\"") + 8, 0, "//h/n:");
+    client.deleteInstance(interop, path(elsewhere));
     listener.came.waitFor(2);  // delivered before the end, so it comes
     EXPECT_EQ(listener.log, "1 2 ");
-    EXPECT_EQ(AlertProvider::handler, nullptr);
+    EXPECT_EQ(log, "delete ");
     client.deleteInstance(interop, handler);
     EXPECT_EQ(code([&] { client.getInstance(interop, handler); }), CIM_ERR_NOT_FOUND);
+    server.stop();  // before what its providers use goes
 }
 
 }  // namespace
