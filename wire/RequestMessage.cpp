@@ -172,7 +172,7 @@ std::string placeOf(const CIMNamespaceName& nameSpace, const CIMObjectPath& obje
 
 Call readCall(const std::string& body, const std::string& protocolInHeader) {
     return guarded([&] {
-        const Document document(body);
+        const Document document(body, 500'000);
         const pugi::xml_node message = messageOf(document, &protocolInHeader);
         Call call;
         call.id = textOf(attributeOf(message, "ID"));

@@ -58,6 +58,14 @@ std::string refusal(const std::string& body, const std::string& name, HttpHeader
     return text;
 }
 
+std::string repeated(int times, const std::string& text) {
+    std::string all;
+    for (int i = 0; i < times; i++) {
+        all += text;
+    }
+    return all;
+}
+
 std::string deep(int levels) {
     std::string text;
     for (int i = 0; i < levels; i++) {
@@ -88,6 +96,10 @@ TEST(WireMessages, WhatIsNoRequestIsRefused) {
         {creation("\n<PROPERTY NAME=\"p\" TYPE=\"string\" EmbeddedObject=\"object\"><VALUE>"
                   "&lt;INSTANCE/></VALUE></PROPERTY>"),
          "", "400 request-not-valid Validation error: on line 2: Missing INSTANCE.CLASSNAME"},
+        {repeated(65, "<a>"), "",
+         "400 request-not-valid Validation error: on line 1: Elements are"},
+        {repeated(250'001, "<a b='/>'/>"), "",
+         "400 request-not-valid Validation error: on line 1: Too"},
         {creation(deep(30)), "", "400 request-not-valid Validation error: on line 1: Elements are"},
         {creation("<PROPERTY NAME=\"p\" TYPE=\"string\"><VALUE>&any;</VALUE></PROPERTY>"), "",
          "400 request-not-well-formed Malformed reference: on line 1"},

@@ -10,8 +10,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <list>
+#include <new>
+
 #include <velmar_wire/WireServer.h>
 #include "Deliveries.h"
+#include "HttpServer.h"
 #include "support/ScriptedServer.h"
 
 using namespace support;
@@ -68,7 +72,8 @@ class Socket {
 };
 
 std::string post(const std::string& headers, const std::string& body) {
-    return "POST / HTTP/1.1\r\nHost: h\r\nContent-Type: text/xml\r\nCIMOperation: MethodCall\r\n"
+    return "POST / HTTP/1.1\r\nHost: localhost\r\nContent-Type: text/xml\r\nCIMOperation: "
+           "MethodCall\r\n"
            "CIMMethod: GetQualifier\r\nCIMObject: root/test\r\n" +
            headers + "\r\n" + body;
 }
@@ -137,8 +142,14 @@ TEST_F(WireServer, WhatClientsSendIsLimited) {
         {post("", body), ""},
         {post("X: " + std::string(3000, 'x') + "\r\n" + length, body), "431 "},
         {std::string(3000, 'x'), "431 "},
-        {"GET / HTTP/1.1\r\nHost: h\r\n\r\n", "501 "},
+        {"GET / HTTP/1.1\r\n\r\n", "501 "},
         {"POST / HTTP/1.1\r\n : \r\n\r\n", "501 "},
+        {post("Host: LOCALHOST:1\r\nHost: [::1]:80\r\nConnection: close\r\n" + length, body),
+         "200 "},
+        {post("Host: evil.example\r\n" + length, body), "403 "},
+        {post("Host: 127.0.0.1:80@evil.example\r\n" + length, body), "403 "},
+        {post("Host: [::1].evil.example\r\n" + length, body), "403 "},
+        {post("Origin: null\r\n" + length, body), "403 "},
         {post(length, body.substr(1)), ""},  // the rest never comes
         {"POST / HT", ""},
     };
@@ -148,19 +159,55 @@ TEST_F(WireServer, WhatClientsSendIsLimited) {
     EXPECT_EQ(outcome([&] { client.enumerateClassNames(ns); }), "ok");
 }
 
-TEST_F(WireServer, OneConnectionTooManyIsRefusedAndLaterNotAnyMore) {
+TEST_F(WireServer, IdleConnectionsMakeRoomAndBusyOnesDoNot) {
     options.limits.connections = 2;
+    options.limits.requestTime = 20s;
     serve();  // the client's does not count: it comes with the first request
-    auto first = std::make_unique<Socket>(wire->port());
-    auto second = std::make_unique<Socket>(wire->port());
-    EXPECT_EQ(Socket(wire->port()).all().substr(0, 12), "HTTP/1.1 503");
-    first->send(post("Connection: close\r\n" + length, body));
-    EXPECT_EQ(first->all().substr(0, 12), "HTTP/1.1 200");
-    std::string status;
-    while ((status = statuses(post("Connection: close\r\n" + length, body))) == "503 ") {
-        std::this_thread::yield();
+    const std::string request = post("Connection: close\r\n" + length, body);
+    std::list<Socket> sockets;
+    for (int i = 0; i < 10; i++) {
+        sockets.emplace_back(wire->port());
     }
-    EXPECT_EQ(status, "200 ");
+    EXPECT_EQ(statuses(request), "200 ");
+    for (int i = 0; i < 2; i++) {
+        sockets.emplace_back(wire->port()).send(request.substr(0, 10));
+    }
+    EXPECT_EQ(statuses(""), "503 ");
+    EXPECT_EQ(wire->refusals().connections, 1u);
+    sockets.back().send(request.substr(10));
+    EXPECT_EQ(sockets.back().all().substr(0, 12), "HTTP/1.1 200");
+    EXPECT_EQ(statuses(request), "200 ");
+}
+
+TEST(HttpServer, BytesInFlightAreLimitedAndWhatFailsEndsOneRequest) {
+    velmar_wire::Limits limits;
+    limits.bytesInFlight = 10000;
+    Count entered, released;
+    velmar_wire::HttpServer server(
+        limits, [](const velmar_wire::HttpRequest&) { return velmar_wire::HttpResponse(); },
+        [&](const velmar_wire::HttpRequest& request) -> velmar_wire::HttpResponse {
+            if (request.target == "/none") {
+                throw std::bad_alloc();
+            }
+            entered.up();
+            released.waitFor(1);
+            return velmar_wire::HttpResponse();
+        });
+    const uint16_t port = server.start(0);
+    auto sent = [&](const std::string& target, size_t size) {
+        auto socket = std::make_unique<Socket>(port);
+        socket->send("POST " + target + " HTTP/1.1\r\nConnection: close\r\nContent-Length: " +
+                     std::to_string(size) + "\r\n\r\n" + std::string(size, 'x'));
+        return socket;
+    };
+    EXPECT_EQ(sent("/none", 6000)->all().substr(0, 12), "HTTP/1.1 503");
+    const auto first = sent("/", 6000);
+    entered.waitFor(1);
+    EXPECT_EQ(sent("/", 6000)->all().substr(0, 12), "HTTP/1.1 503");
+    EXPECT_EQ(server.refusals().requests, 2u);
+    released.up();
+    EXPECT_EQ(first->all().substr(0, 12), "HTTP/1.1 200");
+    EXPECT_EQ(sent("/", 6000)->all().substr(0, 12), "HTTP/1.1 200");
 }
 
 TEST_F(WireServer, ClientsThatGoAreNotWaitedForAndTheOthersAreServed) {
@@ -242,6 +289,7 @@ CIMInstance numbered(int number) {
 TEST(Deliveries, EachListenerGetsItsAlertsInOrderOrLosesThemWithAReport) {
     velmar_wire::DeliveryPolicy policy;
     policy.interval = 1ms;
+    policy.hosts = {"listener.example"};
     std::mutex lock;
     std::string problems;
     Count reported;
@@ -267,8 +315,11 @@ TEST(Deliveries, EachListenerGetsItsAlertsInOrderOrLosesThemWithAReport) {
     EXPECT_EQ(good.log, "0 0 0 1 2 ");
     EXPECT_EQ(bad.log, "0 0 0 0 1 2 ");
     EXPECT_EQ(problems, "listener " + bad.url() + ": it answered 500, an alert is lost\n");
+    EXPECT_NE(deliveries.open("http://Listener.example:1/x", report), nullptr);
     for (const char* url :
-         {"https://h", "http://", "http://h:0", "http://h:x", "h", "http://h y"}) {
+         {"https://localhost", "http://", "http://localhost:0", "http://localhost:x", "localhost",
+          "http://localhost/a b", "http://other.example", "http://127.0.0.1@other.example",
+          "http://127.0.0.1.other.example/", "http://[::1].other.example", "http://0"}) {
         EXPECT_EQ(code([&] { deliveries.open(url, report); }), CIM_ERR_INVALID_PARAMETER) << url;
     }
 }
@@ -292,6 +343,26 @@ TEST(Deliveries, AListenerThatIsNotThereHoldsNobodyUp) {
     EXPECT_GE(dropped, 1);
     deliveries.stop();
     EXPECT_EQ(reported.value(), dropped + 1);  // those that are given up
+}
+
+TEST(Deliveries, ListenersAndWhatWaitsForThemAreLimited) {
+    velmar_wire::DeliveryPolicy policy;
+    policy.listeners = 1;
+    policy.queueBytes = 10000;
+    velmar_wire::Deliveries deliveries(policy);
+    Count reported;
+    auto report = [&](const std::string&) { reported.up(); };
+    CIMInstance large = instanceAt("root/test:T_Alert");
+    add(large, "Note", CIMValue(String(std::string(10000, 'x').c_str())));
+    {
+        const auto only = deliveries.open("http://127.0.0.1:1", report);
+        EXPECT_EQ(code([&] { deliveries.open("http://127.0.0.1:2", report); }), CIM_ERR_FAILED);
+        only->take(large);
+        EXPECT_EQ(reported.value(), 1);
+    }
+    EXPECT_NE(deliveries.open("http://127.0.0.1:2", report), nullptr);
+    EXPECT_EQ(deliveries.refusals().destinations, 1u);
+    EXPECT_EQ(deliveries.refusals().alerts, 1u);
 }
 
 TEST_F(WireServer, SubscriptionsAreInstances) {
@@ -340,6 +411,10 @@ TEST_F(WireServer, SubscriptionsAreInstances) {
                   text(System::getSystemCreationClassName()) + "\",SystemName=\"\"");
     const auto handler =
         create("CIM_IndicationHandlerCIMXML", "h", {{"Destination", listener.url()}});
+    EXPECT_EQ(code([&] {
+                  create("CIM_IndicationHandlerCIMXML", "i", {{"Destination", "http://h.example"}});
+              }),
+              CIM_ERR_INVALID_PARAMETER);
     EXPECT_EQ(outcome([&] { subscribe(other, handler); }),
               "7 CIM_ERR_NOT_SUPPORTED: No providers are capable of servicing the subscription.");
     EXPECT_EQ(client.enumerateInstanceNames(interop, "CIM_IndicationSubscription").size(), 0u);
