@@ -89,10 +89,13 @@ install(FILES "${PROJECT_BINARY_DIR}/velmar_remoteConfig.cmake"
 # wherever --prefix has put it.
 get_target_property(VELMAR_PC_NAME velmar_remote OUTPUT_NAME)
 set(VELMAR_PC_LIBS_PRIVATE "")
+set(VELMAR_PC_PLACES "")
 if(VELMAR_REAL_PEGASUS)
     set(VELMAR_PC_NAME velmar_remote)
-    set(VELMAR_PC_CFLAGS "-isystem ${PEGASUS_ROOT}/src -DPEGASUS_PLATFORM_${PEGASUS_PLATFORM}")
-    set(VELMAR_PC_LIBS "-L${PEGASUS_HOME}/lib -lpegclient -lpegprovider -lpegcommon")
+    # pkg-config --define-variable=pegasus_root=PATH names others.
+    set(VELMAR_PC_PLACES "pegasus_root=${PEGASUS_ROOT}\npegasus_home=${PEGASUS_HOME}\n")
+    set(VELMAR_PC_CFLAGS "-isystem \${pegasus_root}/src -DPEGASUS_PLATFORM_${PEGASUS_PLATFORM}")
+    set(VELMAR_PC_LIBS "-L\${pegasus_home}/lib -lpegclient -lpegprovider -lpegcommon")
 else()
     set(VELMAR_PC_CFLAGS "-I\${includedir}/velmar_remote/embedded")
     set(VELMAR_PC_LIBS "-lvelmar_embedded")
