@@ -16,6 +16,12 @@ void GeneratorOptions::addOptions(CLI::App& command) {
                        "C++ namespace of what is generated");
     command.add_option("--namespace", generator.cimNamespace, "CIM namespace of the classes")
         ->capture_default_str();
+    command.add_option("--clients-may", generator.clientsMay,
+                       "What clients may do with instances beside reading them: create, delete or "
+                       "create,delete, then the classes. Those of associations they may do both "
+                       "with");
+    command.add_option("--watcher", generator.watcher,
+                       "Name of the package's class that watches the device");
     command.add_flag("--no-enrichment", noEnrichment,
                      "Alerts are not enriched from the CIM model (so it is where the schema lacks "
                      "QORP_LPAR_CS or QORP_ComputerSystem)");

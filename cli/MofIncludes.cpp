@@ -3,37 +3,76 @@
 
 #include "MofIncludes.h"
 
-#include <algorithm>
+#include <velmar_embedded/schema/MofLexer.h>
+
 #include <filesystem>
 #include <fstream>
-#include <regex>
+#include <set>
 #include <sstream>
 
 namespace fs = std::filesystem;
 
 namespace velmar_cli {
 
+namespace {
+
+using velmar_embedded::MofToken;
+
+struct Outline {
+    std::vector<std::string> includes;
+    bool registers = false;  // has an instance of a class of registrations
+};
+
+// As far as the file can be read: what is wrong with it the compiler says.
+Outline outlineOf(const std::string& file) {
+    Outline result;
+    std::ifstream in(file, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    const std::string all = text.str();
+    velmar_embedded::MofLexer lexer(all);
+    try {
+        MofToken before;
+        for (MofToken token = lexer.next(); token.kind != MofToken::End; token = lexer.next()) {
+            result.registers |=
+                before.is("of") && (token.is("PG_ProviderModule") || token.is("PG_Provider") ||
+                                    token.is("PG_ProviderCapabilities"));
+            const bool includes = before.is("pragma") && token.is("include");
+            before = token;
+            if (includes && lexer.next().is('(')) {
+                std::string name;
+                for (token = lexer.next(); token.kind == MofToken::String; token = lexer.next()) {
+                    name += token.value.getCString();
+                }
+                result.includes.push_back(name);
+            }
+        }
+    } catch (const velmar_embedded::MofFault&) {
+    }
+    return result;
+}
+
+}  // namespace
+
 std::vector<std::string> withIncludes(const std::vector<std::string>& files) {
-    static const std::regex include("#pragma\\s+include\\s*\\(\\s*\"([^\"]+)\"\\s*\\)",
-                                    std::regex::icase);
     std::vector<std::string> result;
+    std::set<std::string> known;
     std::vector<std::string> open(files.rbegin(), files.rend());
     while (!open.empty()) {
         const std::string file = fs::path(open.back()).lexically_normal().string();
         open.pop_back();
-        std::ifstream in(file);
-        if (!in || std::find(result.begin(), result.end(), file) != result.end()) {
+        std::error_code ignored;
+        if (!fs::is_regular_file(file, ignored) || !known.insert(file).second) {
             continue;
         }
         result.push_back(file);
-        std::stringstream text;
-        text << in.rdbuf();
-        const std::string all = text.str();
-        for (std::sregex_iterator one(all.begin(), all.end(), include), end; one != end; ++one) {
-            open.push_back((fs::path(file).parent_path() / (*one)[1].str()).string());
+        for (const std::string& name : outlineOf(file).includes) {
+            open.push_back((fs::path(file).parent_path() / name).string());
         }
     }
     return result;
 }
+
+bool registersProviders(const std::string& file) { return outlineOf(file).registers; }
 
 }  // namespace velmar_cli

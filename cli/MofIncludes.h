@@ -11,6 +11,9 @@ namespace velmar_cli {
 /// The MOF files and, after each, those that it includes, all of them once.
 std::vector<std::string> withIncludes(const std::vector<std::string>& files);
 
+/// Whether a MOF file has instances of PG_ProviderModule, PG_Provider or PG_ProviderCapabilities.
+bool registersProviders(const std::string& file);
+
 }  // namespace velmar_cli
 
 #endif

@@ -54,10 +54,8 @@ Contents contentsOf(const std::string& folder) {
                 entry.disable_recursion_pending();
             }
         } else if (lower(path.extension().string()) == ".mof") {
-            const bool registers =
-                lower(path.filename().string()).find("registration") != std::string::npos;
-            (registers ? found.registrations : found.schemas)
-                .insert(path.lexically_normal().string());
+            const std::string file = path.lexically_normal().string();
+            (registersProviders(file) ? found.registrations : found.schemas).insert(file);
         } else if (isModule(path)) {
             found.modules.insert(path.parent_path().string());
             found.libraries[path.filename().string()].insert(path.parent_path().string());
@@ -155,7 +153,7 @@ void Package::resolve() {
         throw UsageError("no MOF file of the classes" + place + "; name it with --schema");
     }
     if (registrations.empty()) {
-        throw UsageError("no MOF file of the registrations (*Registration.mof)" + place +
+        throw UsageError("no MOF file of the registrations (instances of PG_Provider)" + place +
                          "; build the package, or name it with --registration");
     }
     if (modules.empty()) {

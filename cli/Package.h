@@ -34,11 +34,10 @@ struct Package {
     /// the package's, unless that is named.
     void takeFolder(std::vector<std::string>& list);
 
-    /// Fills in what the folder holds: as registrations the files *registration*.mof, one of each
-    /// name, as schemas all other *.mof that none of them includes (letter case does not count), as
-    /// modules every folder with a lib*.so. Lists that were given on the command line stay as they
-    /// are, but for the folder that one ends with. Throws UsageError when something is then
-    /// missing.
+    /// Fills in what the folder holds: as registrations the files *.mof that register providers,
+    /// one of each name, as schemas all others that none of them includes, as modules every folder
+    /// with a lib*.so. Lists that were given on the command line stay as they are, but for the
+    /// folder that one ends with. Throws UsageError when something is then missing.
     void resolve();
 
     /// Compiles the MOF files and names the module folders to a server that is not started. Throws

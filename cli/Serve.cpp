@@ -42,6 +42,14 @@ class EndSignals {
     sigset_t _set;
 };
 
+void tell(const velmar_wire::Refusals& refused) {
+    if (refused.connections + refused.requests + refused.destinations + refused.alerts > 0) {
+        std::cerr << "refused, being over a limit: " << refused.connections << " connections, "
+                  << refused.requests << " requests, " << refused.destinations << " destinations, "
+                  << refused.alerts << " alerts\n";
+    }
+}
+
 ExitCode serve(Arguments& arguments) {
     EndSignals end;
     arguments.package.resolve();
@@ -56,6 +64,7 @@ ExitCode serve(Arguments& arguments) {
         const velmar_wire::WireServer wire(server, arguments.wire);
         std::cout << "listening on http://127.0.0.1:" << wire.port() << std::endl;
         end.wait();
+        tell(wire.refusals());
     }
     server.stop();
     return Good;
@@ -76,6 +85,12 @@ void addServe(CLI::App& app, Run& run) {
                      "Seconds before an alert that a listener did not take is sent again")
         ->capture_default_str()
         ->check(CLI::Range(0.0, 86400.0));
+    command
+        ->add_option("--deliver-to", arguments->wire.delivery.hosts,
+                     "A further host that alerts may be sent to; may be given again")
+        ->type_name("HOST")
+        ->allow_extra_args(false)
+        ->take_all();
     command->callback([&run, arguments] { run = [arguments] { return serve(*arguments); }; });
 }
 

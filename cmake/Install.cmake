@@ -29,6 +29,8 @@ function(velmar_install_headers component folder destination)
 endfunction()
 
 velmar_install(velmar_remote velmar_remote_runtime velmar_remote_development)
+velmar_install_headers(velmar_remote_development generator/typed/velmar_typed velmar_typed
+                       ${VELMAR_TYPED_HEADERS})
 velmar_install(velmar_kit velmar_remote_kit velmar_remote_kit)
 get_target_property(_headers velmar_kit VELMAR_HEADERS)
 velmar_install_headers(velmar_remote_kit kit kit/velmar_kit ${_headers})

@@ -8,7 +8,9 @@
 #       SOURCES FILE...             the providers: NAME_OF_CLASSProvider.h and .cpp
 #       [CPP_NAMESPACE NAMESPACE]   of the generated classes; NAME in small letters without it
 #       [CIM_NAMESPACE NAMESPACE]   root/velmar_remote without it
-#       [NO_ENRICHMENT])            alerts are not enriched from the CIM model
+#       [NO_ENRICHMENT]             alerts are not enriched from the CIM model
+#       [CLIENTS_MAY create,delete CLASS...]  what clients may do with instances beside reading them
+#       [WATCHER CLASS])            in CLASS.h: watches the device for all of the module's providers
 #
 # makes the module NAME, the object library NAME_objects for tests, and install rules: the module into
 # VELMAR_PROVIDER_DIR (a real server's providerDir), MOF and the script `register`, which brings the
@@ -22,7 +24,7 @@
 # and PACKAGE_MODULES.
 #
 #   velmar_add_classes(NAME MOF... CLASSES CLASS... [CPP_NAMESPACE NAMESPACE]
-#                      [CIM_NAMESPACE NAMESPACE] [NO_ENRICHMENT])
+#                      [CIM_NAMESPACE NAMESPACE] [NO_ENRICHMENT] [CLIENTS_MAY ...])
 #
 # makes the interface library NAME: typed classes and provider bases only, for clients, and for
 # providers with a module, a factory and a registration made by hand.
@@ -96,7 +98,7 @@ endfunction()
 # What velmar will write. Where it cannot be asked yet, all classes are taken to be served.
 function(_velmar_outputs result folder command)
     if(TARGET velmar)
-        set(_names Support.h Providers.h Paths.h)
+        set(_names Paths.h)
         if(_module)
             list(APPEND _names Factory.cpp ${_module}Registration.mof)
         endif()
@@ -113,7 +115,8 @@ endfunction()
 # What is generated for NAME, into _folder; _stamp follows it. The factory and the registration are
 # those of _module, none where that is empty. Sets what it reads for its caller, too.
 macro(_velmar_generate _function)
-    cmake_parse_arguments(_arg "NO_ENRICHMENT" "CPP_NAMESPACE;CIM_NAMESPACE" "CLASSES;SOURCES"
+    cmake_parse_arguments(_arg "NO_ENRICHMENT" "CPP_NAMESPACE;CIM_NAMESPACE;WATCHER"
+                          "CLASSES;SOURCES;CLIENTS_MAY"
                           ${ARGN})
     set(_schemas ${_arg_UNPARSED_ARGUMENTS})
     foreach(_needed _schemas _arg_CLASSES)
@@ -137,6 +140,12 @@ macro(_velmar_generate _function)
         --output "${_folder}")
     if(_module)
         list(APPEND _command --module ${_module})
+    endif()
+    if(_arg_CLIENTS_MAY)
+        list(APPEND _command --clients-may ${_arg_CLIENTS_MAY})
+    endif()
+    if(_arg_WATCHER)
+        list(APPEND _command --watcher ${_arg_WATCHER})
     endif()
     if(_arg_NO_ENRICHMENT)
         list(APPEND _command --no-enrichment)

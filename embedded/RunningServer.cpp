@@ -72,7 +72,7 @@ RunningServer::RunningServer()
     : _problems(_teller),
       _checks(_repository, _registry, _teller),
       _registry(_problems, _running, _checks),
-      _registrationReader(_repository, _registry,
+      _registrationReader(_repository, _registry, _problems,
                           [this](const std::string& name) { return makeChannel(name); }),
       _services{_repository, _registry, _workers, _problems, _running, _checks, nullptr, nullptr},
       _admission(_services),

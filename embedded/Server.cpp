@@ -20,7 +20,8 @@ struct Server::Impl {
 
     // Runs a compilation into a namespace and registers what it brought.
     template <class Compile>
-    void compile(const std::string& file, const std::string& nameSpace, Compile compile) {
+    void compile(const std::string& file, const std::string& nameSpace, Compile compile,
+                 Module::EntryPoint entryPoint = nullptr) {
         RegistrationReader& reader = server->registrationReader();
         const auto stored = [&](const CIMNamespaceName& in, const CIMObjectPath& path,
                                 const std::string& from,
@@ -30,7 +31,7 @@ struct Server::Impl {
         } catch (const InvalidNamespaceNameException& e) {
             throw MofError(file, 0, utf8(e.getMessage()));
         }
-        reader.readInstances();
+        reader.readInstances(entryPoint);
         server->registered();
     }
 
@@ -94,6 +95,14 @@ void Server::registerProvider(const std::string& name, std::function<CIMProvider
         return provider;
     };
     _impl->registerProvider(name, checked, capabilities);
+}
+
+void Server::registerProvider(const std::string& registration,
+                              CIMProvider* (*entryPoint)(const String& providerName)) {
+    const auto compile = [&](const CIMNamespaceName& into, const MofObserver& stored) {
+        velmar_embedded::compileMof(repository(), into, registration, stored);
+    };
+    _impl->compile(registration, "root/PG_InterOp", compile, entryPoint);
 }
 
 void Server::start() { _impl->server->start(); }

@@ -62,6 +62,11 @@ class Server {
     /// The same with a factory, called at the first request and after a failed initialize.
     void registerProvider(const std::string& name, std::function<Pegasus::CIMProvider*()> create,
                           const std::vector<Capabilities>& capabilities);
+    /// Compiles a registration, a MOF file, into root/PG_InterOp. Its providers come from the entry
+    /// point (PegasusCreateProvider) of a package that is linked into this process, whose state a
+    /// test then shares, instead of a library. Throws MofError.
+    void registerProvider(const std::string& registration,
+                          Pegasus::CIMProvider* (*entryPoint)(const Pegasus::String& providerName));
 
     /// Makes this server the one that connectLocal reaches. Throws std::logic_error while another
     /// one is started, or when this one was stopped before: a server is started once.

@@ -68,7 +68,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const HttpServer::Handler check = checkHead;
     const HttpServer::Handler handle = answerTo;
     const Limits limits;
-    HttpConnection(ends[1], never, limits, check, handle).run();
+    Traffic traffic;
+    HttpConnection(ends[1], never, limits, traffic, check, handle).run();
     close(ends[1]);
     client.join();
     close(ends[0]);

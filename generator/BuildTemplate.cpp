@@ -33,6 +33,11 @@ std::string packageBuildFile(const Options& options, const std::vector<ClassMode
     for (const ClassModel& model : models) {
         classes += "\n            " + model.name;
     }
+    std::string more = options.watcher.empty() ? "" : "\n    WATCHER " + options.watcher;
+    more += options.clientsMay.empty() ? "" : "\n    CLIENTS_MAY";
+    for (const std::string& word : options.clientsMay) {
+        more += " " + word;
+    }
     return fmt::format(
         "cmake_minimum_required(VERSION 3.20)\nproject({0} LANGUAGES CXX)\n"
         "# Unless told otherwise: optimised, and reports name file and line.\n"
@@ -41,7 +46,7 @@ std::string packageBuildFile(const Options& options, const std::vector<ClassMode
         "# Typed classes, provider bases, the factory and the registration are made of the MOF "
         "file\n"
         "# whenever it changes. The library is lib{0}.so.\n"
-        "velmar_add_provider({0} {1}\n    CPP_NAMESPACE {2}{3}{4}\n    CLASSES{5}\n"
+        "velmar_add_provider({0} {1}\n    CPP_NAMESPACE {2}{3}{4}{8}\n    CLASSES{5}\n"
         "    SOURCES{6})\n"
         "target_compile_options({0}_objects PRIVATE -Wall -Wextra -Wconversion "
         "-Woverloaded-virtual)\n\n"
@@ -51,7 +56,9 @@ std::string packageBuildFile(const Options& options, const std::vector<ClassMode
         options.module, schema, options.cppNamespace,
         isUsualNamespace(options) ? "" : "\n    CIM_NAMESPACE " + options.cimNamespace,
         options.enrichment == false ? "\n    NO_ENRICHMENT" : "", classes,
-        files(models, "src/", "Provider.cpp"), files(models, "tests/", "Test.cpp"));
+        (options.watcher.empty() ? "" : "\n            src/" + options.watcher + ".cpp") +
+            files(models, "src/", "Provider.cpp"),
+        files(models, "tests/", "Test.cpp"), more);
 }
 
 std::string packageReadme(const Options& options, const std::vector<ClassModel>& models,

@@ -15,7 +15,6 @@
 
 #include "Model.h"
 #include "Names.h"
-#include "SupportTexts.h"
 #include "Writers.h"
 
 namespace fs = std::filesystem;
@@ -64,21 +63,6 @@ std::vector<PathClass> pathClasses(const Reader& reader, const std::vector<Class
     return result;
 }
 
-// The support code with the package's own namespace, so that packages of different releases do not
-// meet in one server.
-std::string support(const char* text, const std::string& cppNamespace) {
-    std::string result = text;
-    for (const auto& [placeholder, name] :
-         {std::pair<std::string, std::string>{"velmar_generated", cppNamespace},
-          {"VELMAR_GENERATED_", "VELMAR_GENERATED_" + cppNamespace + "_"}}) {
-        for (size_t at = result.find(placeholder); at != std::string::npos;
-             at = result.find(placeholder, at + name.size())) {
-            result.replace(at, placeholder.size(), name);
-        }
-    }
-    return result;
-}
-
 void checkOptions(const Options& options) {
     const auto check = [](const std::string& name, const char* what) {
         if (Scope().add(name) != name) {
@@ -95,6 +79,12 @@ void checkOptions(const Options& options) {
         throw GeneratorError("no C++ namespace is named (--cpp-namespace)");
     }
     check(options.cppNamespace, "a C++ namespace (--cpp-namespace)");
+    if (!options.watcher.empty()) {
+        check(options.watcher, "the name of a watcher (--watcher)");
+        if (options.module.empty()) {
+            throw GeneratorError("--watcher: it belongs to a factory, which --module asks for");
+        }
+    }
     if (options.classes.empty()) {
         throw GeneratorError("no class is named");
     }
@@ -132,8 +122,6 @@ std::vector<ClassModel> readClasses(const Reader& reader, const Options& options
 // A served class takes three names, each of a C++ class and of a header.
 void checkClashes(const Options& options, const std::vector<ClassModel>& models) {
     std::map<std::string, std::string> taken = {{options.cppNamespace, "the C++ namespace"},
-                                                {"Support", "a generated header"},
-                                                {"Providers", "a generated header"},
                                                 {"Paths", "a generated header"}};
     const auto take = [&](const std::string& name, const std::string& what) {
         const auto [same, isNew] = taken.insert({name, what});
@@ -144,6 +132,9 @@ void checkClashes(const Options& options, const std::vector<ClassModel>& models)
                                                          : "make them in packages of their own"));
         }
     };
+    if (!options.watcher.empty()) {
+        take(options.watcher, "the watcher");
+    }
     for (const ClassModel& model : models) {
         take(model.cppName, "class " + model.name);
         take(model.cppName + "ProviderBase",
@@ -151,6 +142,40 @@ void checkClashes(const Options& options, const std::vector<ClassModel>& models)
         if (model.kind != Kind::None) {
             take(model.cppName + "Provider", "the provider of " + model.name);
         }
+    }
+}
+
+// The library creates and deletes associations as a client; the others are what the device has.
+void setClients(const Options& options, std::vector<ClassModel>& models) {
+    for (ClassModel& model : models) {
+        model.clients = model.kind == Kind::Association ? "cim::CREATE | cim::DELETE" : "cim::READ";
+    }
+    const std::map<std::string, std::string> rights = {
+        {"create", "cim::CREATE"},
+        {"delete", "cim::DELETE"},
+        {"create,delete", "cim::CREATE | cim::DELETE"},
+        {"delete,create", "cim::CREATE | cim::DELETE"}};
+    auto right = rights.end();
+    for (const std::string& word : options.clientsMay) {
+        const auto next = rights.find(word);
+        right = next == rights.end() ? right : next;
+        if (right == rights.end()) {
+            throw GeneratorError(fmt::format(
+                "--clients-may: found {}, expected create, delete or create,delete before it",
+                word));
+        }
+        if (next != rights.end()) {
+            continue;
+        }
+        const auto model = std::find_if(models.begin(), models.end(), [&](const ClassModel& one) {
+            return one.kind == Kind::Instances &&
+                   Pegasus::String::equalNoCase(one.name.c_str(), word.c_str());
+        });
+        if (model == models.end()) {
+            throw GeneratorError("--clients-may: found " + word +
+                                 ", expected a class with instances that --class names, too");
+        }
+        model->clients = right->second;
     }
 }
 
@@ -165,11 +190,10 @@ std::vector<GeneratedFile> generate(const velmar_embedded::Repository& schema,
                                     const Options& options) {
     checkOptions(options);
     const Reader reader(schema, options);
-    const std::vector<ClassModel> models = readClasses(reader, options);
+    std::vector<ClassModel> models = readClasses(reader, options);
     checkClashes(options, models);
+    setClients(options, models);
     std::vector<GeneratedFile> files = {
-        {"Support.h", support(supportText, options.cppNamespace)},
-        {"Providers.h", support(providersText, options.cppNamespace)},
         {"Paths.h", pathsHeader(options, models, pathClasses(reader, models))}};
     std::vector<ClassModel> served;
     for (const ClassModel& model : models) {
@@ -189,6 +213,11 @@ std::vector<GeneratedFile> generate(const velmar_embedded::Repository& schema,
     }
     if (!options.module.empty()) {
         files.push_back({"Factory.cpp", factorySource(options, served)});
+    }
+    for (GeneratedFile& file : files) {
+        file.text = wrapped(file.text);
+    }
+    if (!options.module.empty()) {
         files.push_back({options.module + "Registration.mof", registrationMof(options, served)});
     }
     return files;

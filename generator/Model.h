@@ -60,8 +60,9 @@ struct ClassModel {
     std::string description;
     bool isAbstract = false;
     bool isIndication = false;
-    Kind kind = Kind::Instances;  ///< what a provider of it is based on; None: no base fits
-    std::string reason;           ///< why kind is not what the class seems to be
+    Kind kind = Kind::Instances;        ///< what a provider of it is based on; None: no base fits
+    std::string clients = "cim::READ";  ///< what clients may do, in terms of cim::Clients
+    std::string reason;                 ///< why kind is not what the class seems to be
     /// Why there is no provider of it, where kind is None, and what to do.
     std::string refusal() const;
     std::vector<Element> properties;  ///< keys first

@@ -122,4 +122,50 @@ std::string comment(const std::string& text, unsigned indentation) {
     return result;
 }
 
+namespace {
+
+// After the last comma, bracket or operator outside a literal that leaves a line of that length; 0
+// where there is none.
+size_t placeToBreak(const std::string& line, size_t length) {
+    size_t place = 0;
+    bool isText = false;
+    char before = ' ';
+    for (size_t i = 0; i < line.size() && i < length; before = line[i++]) {
+        if (line[i] == '"' && before != '\\') {
+            isText = !isText;
+        }
+        const bool isEnd =
+            line[i] == ' ' && std::string_view(",&|=").find(before) != std::string::npos;
+        if (!isText && (isEnd || line[i] == '(')) {
+            place = i + 1;
+        }
+    }
+    return place;
+}
+
+}  // namespace
+
+std::string wrapped(const std::string& code) {
+    std::string result;
+    std::istringstream lines(code);
+    for (std::string line; std::getline(lines, line);) {
+        const size_t start = line.find_first_not_of(' ');
+        const bool isCode = start != std::string::npos && line[start] != '#' && line[start] != '/';
+        std::string indentation;
+        while (isCode && indentation.size() + line.size() > 100) {
+            const size_t place = placeToBreak(line, 100 - indentation.size());
+            if (place == 0) {
+                break;
+            }
+            std::string first = indentation + line.substr(0, place);
+            first.resize(first.find_last_not_of(' ') + 1);
+            result += first + "\n";
+            line.erase(0, place);
+            indentation.assign(start + 4, ' ');
+        }
+        result += indentation + line + "\n";
+    }
+    return result;
+}
+
 }  // namespace velmar_generator

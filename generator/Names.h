@@ -36,6 +36,9 @@ std::string quoted(const std::string& text);
 /// after the last; nothing for an empty text.
 std::string comment(const std::string& text, unsigned indentation);
 
+/// C++ with its lines broken that are longer than 100 characters, where they have a place for it.
+std::string wrapped(const std::string& code);
+
 }  // namespace velmar_generator
 
 #endif

@@ -106,6 +106,10 @@ std::vector<GeneratedFile> packageFiles(const velmar_embedded::Repository& repos
     std::vector<GeneratedFile> files = {
         {"CMakeLists.txt", packageBuildFile(options, models, schema)},
         {"README.md", packageReadme(options, models, schema, checkOptions(options, hasUnserved))}};
+    if (!options.watcher.empty()) {
+        files.push_back({"src/" + options.watcher + ".h", watcherHeader(options)});
+        files.push_back({"src/" + options.watcher + ".cpp", watcherSource(options, models)});
+    }
     for (const ClassModel& model : models) {
         if (isServed(model)) {
             files.push_back({"src/" + model.cppName + "Provider.h", userHeader(options, model)});
@@ -114,6 +118,11 @@ std::vector<GeneratedFile> packageFiles(const velmar_embedded::Repository& repos
             files.push_back({"tests/" + model.cppName + "Test.cpp",
                              userTest(options, model, element, hasUnserved ? UNSERVED_RULE : "")});
         }
+    }
+    for (GeneratedFile& file : files) {
+        file.text = file.path.rfind("src/", 0) == 0 || file.path.rfind("tests/", 0) == 0
+                        ? wrapped(file.text)
+                        : file.text;
     }
     return files;
 }

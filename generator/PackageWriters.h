@@ -18,6 +18,9 @@ std::string packageBuildFile(const Options& options, const std::vector<ClassMode
 /// `checkOptions` as packageCheckOptions gives them.
 std::string packageReadme(const Options& options, const std::vector<ClassModel>& models,
                           const std::string& schema, const std::string& checkOptions);
+/// The class that watches the device, options.watcher.
+std::string watcherHeader(const Options& options);
+std::string watcherSource(const Options& options, const std::vector<ClassModel>& models);
 std::string userHeader(const Options& options, const ClassModel& model);
 std::string userSource(const Options& options, const ClassModel& model,
                        const std::vector<ClassModel>& models);

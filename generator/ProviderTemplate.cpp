@@ -144,17 +144,57 @@ std::string instanceSource(const ClassModel& model, const std::vector<ClassModel
     return text;
 }
 
+std::string header(const Options& options, const std::string& name, const std::string& include,
+                   const std::string& text) {
+    const auto upper = [](std::string one) {
+        std::transform(one.begin(), one.end(), one.begin(),
+                       [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+        return one;
+    };
+    const std::string prefix = upper(options.cppNamespace + "_");
+    std::string guard = upper(name);
+    guard = guard.find(prefix) == 0 ? guard : prefix + guard;
+    return fmt::format(
+        "#ifndef {0}_H\n#define {0}_H\n\n#include {1}\n\n"
+        "namespace {2} {{\n\n{3}\n}}  // namespace {2}\n\n#endif\n",
+        guard, include, options.cppNamespace, text);
+}
+
 }  // namespace
 
 std::string userHeader(const Options& options, const ClassModel& model) {
-    std::string guard = fmt::format("{}_{}Provider_h", options.cppNamespace, model.cppName);
-    std::transform(guard.begin(), guard.end(), guard.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return header(options, model.cppName + "Provider", "\"" + model.cppName + "ProviderBase.h\"",
+                  model.kind == Kind::Alert ? alertHeader(model) : instanceHeader(model));
+}
+
+std::string watcherHeader(const Options& options) {
+    return header(
+        options, options.watcher, "<velmar_typed/Watcher.h>",
+        fmt::format("/// Watches the device for the providers of this module, on a thread "
+                    "of its own.\n"
+                    "class {0} : public velmar_typed::Watcher {{\n protected:\n"
+                    "    void watch() override;\n}};\n",
+                    options.watcher));
+}
+
+std::string watcherSource(const Options& options, const std::vector<ClassModel>& models) {
+    std::string includes;
+    std::string example;
+    for (const ClassModel& model : models) {
+        if (model.kind == Kind::Alert) {
+            includes += fmt::format("#include \"{}.h\"\n", model.cppName);
+            example += fmt::format("    //     raise({}(), path);\n", model.cppName);
+        } else if (model.kind != Kind::None) {
+            includes += fmt::format("#include \"{}Provider.h\"\n", model.cppName);
+            example += fmt::format("    //     show<{0}Provider>(one, isThere);\n", model.cppName);
+        }
+    }
     return fmt::format(
-        "#ifndef {0}\n#define {0}\n\n#include \"{1}ProviderBase.h\"\n\n"
-        "namespace {2} {{\n\n{3}\n}}  // namespace {2}\n\n#endif\n",
-        guard, model.cppName, options.cppNamespace,
-        model.kind == Kind::Alert ? alertHeader(model) : instanceHeader(model));
+        "#include \"{0}.h\"\n\n{1}\nnamespace {2} {{\n\n"
+        "// Called again and again; what it throws is reported.\nvoid {0}::watch() {{\n"
+        "    // FILL IN: wait for a change of the device, a second at most, and hand it on:\n"
+        "{3}    wait(std::chrono::seconds(1));\n}}\n\n}}  // namespace {2}\n",
+        options.watcher, includes, options.cppNamespace, example);
 }
 
 std::string userSource(const Options& options, const ClassModel& model,

@@ -23,7 +23,8 @@ struct PathClass {
 inline constexpr const char* USUAL_NAMESPACE = "root/velmar_remote";
 bool isUsualNamespace(const Options& options);
 
-/// What a generated file begins with: what it is, its include guard and its includes.
+/// What a generated file begins with: what it is, its include guard and its includes, quoted as
+/// they are written.
 std::string headerStart(const std::string& guard, const std::string& purpose,
                         const std::vector<std::string>& includes);
 

@@ -18,6 +18,9 @@
 #include <Pegasus/Client/CIMClient.h>
 #include <velmar_embedded/Server.h>
 
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
 #include <mutex>
 #include <set>
 #include <string>
@@ -25,6 +28,10 @@
 
 #include "Printers.h"
 #include "ThreadSanitizer.h"
+
+/// The entry point of the package that is linked into the test; null where none is.
+extern "C" __attribute__((weak)) Pegasus::CIMProvider* PegasusCreateProvider(
+    const Pegasus::String& providerName);
 
 namespace velmar_kit {
 
@@ -58,6 +65,7 @@ class Subscriber {
                                [this](const Pegasus::CIMInstance& indication) {
                                    const std::lock_guard<std::mutex> guard(_lock);
                                    _received.push_back(indication);
+                                   _came.notify_all();
                                })) {}
     /// Ends the subscription, unless the server has stopped.
     ~Subscriber() {
@@ -69,6 +77,12 @@ class Subscriber {
     Subscriber(const Subscriber&) = delete;
     Subscriber& operator=(const Subscriber&) = delete;
 
+    /// Waits until that many have come, a minute at most, and returns what has.
+    std::vector<Pegasus::CIMInstance> waitFor(std::size_t count) {
+        std::unique_lock<std::mutex> guard(_lock);
+        _came.wait_for(guard, std::chrono::minutes(1), [&] { return _received.size() >= count; });
+        return _received;
+    }
     /// What providers have delivered up to now.
     std::vector<Pegasus::CIMInstance> received() {
         _server.drain();
@@ -79,6 +93,7 @@ class Subscriber {
  private:
     velmar_embedded::Server& _server;
     std::mutex _lock;
+    std::condition_variable _came;
     std::vector<Pegasus::CIMInstance> _received;
     const std::string _id;
 };
@@ -86,13 +101,24 @@ class Subscriber {
 /// Serves a package while a test runs; `client` is connected to it.
 class ServedPackage : public ::testing::Test {
  protected:
-    /// Compiles the MOF files and starts the server. Throws velmar_embedded::MofError.
-    explicit ServedPackage(const PackageFiles& files) : nameSpace(files.nameSpace.c_str()) {
+    using EntryPoint = Pegasus::CIMProvider* (*)(const Pegasus::String& providerName);
+
+    /// Compiles the MOF files and starts the server. With the entry point of the package that is
+    /// linked into the test no module is loaded, and the test sees the state that its providers
+    /// have. Throws velmar_embedded::MofError.
+    explicit ServedPackage(const PackageFiles& files, EntryPoint entryPoint = nullptr)
+        : nameSpace(files.nameSpace.c_str()),
+          _isThereTwice(entryPoint == nullptr && !files.modules.empty() &&
+                        PegasusCreateProvider != nullptr) {
         for (const std::string& schema : files.schemas) {
             server.compileMof(files.nameSpace, schema);
         }
         for (const std::string& registration : files.registrations) {
-            server.compileMof("root/PG_InterOp", registration);
+            if (entryPoint == nullptr) {
+                server.compileMof("root/PG_InterOp", registration);
+            } else {
+                server.registerProvider(registration, entryPoint);
+            }
         }
         for (const std::string& directory : files.modules) {
             server.addProviderDirectory(directory);
@@ -107,6 +133,12 @@ class ServedPackage : public ::testing::Test {
         client.disconnect();
         server.stop();
         failOnFindings(server, _allowed);
+        if (_isThereTwice && _allowed.count("kit.two-copies") == 0) {
+            ADD_FAILURE() << "[kit.two-copies] the package is linked into the test and loaded as a "
+                             "module, too: what the test changes in one, clients do not see in "
+                             "the other; give PegasusCreateProvider to ServedPackage instead of "
+                             "the module's folder";
+        }
     }
     /// Findings of this id ("instance.null-key") are none of this test's failures.
     void allow(const std::string& id) { _allowed.insert(id); }
@@ -117,6 +149,7 @@ class ServedPackage : public ::testing::Test {
 
  private:
     std::set<std::string> _allowed;
+    const bool _isThereTwice;
 };
 
 }  // namespace velmar_kit

@@ -115,7 +115,7 @@ def ask_until_the_end(name):
 
 def bad(kind):
     request = intrinsic("EnumerateInstances", "ClassName", '<CLASSNAME NAME="QORP_ComputerSystem"/>')
-    head = "POST / HTTP/1.1\r\nHost: h\r\nContent-Type: text/xml\r\nCIMOperation: MethodCall\r\nCIMMethod: %s\r\nCIMObject: %s\r\n"
+    head = "POST / HTTP/1.1\r\nHost: localhost\r\nContent-Type: text/xml\r\nCIMOperation: MethodCall\r\nCIMMethod: %s\r\nCIMObject: %s\r\n"
     whole = (head % request[:2]).encode() + b"Content-Length: %d\r\n\r\n" % len(request[2]) + request[2]
     while time.monotonic() < end:
         try:

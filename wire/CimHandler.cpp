@@ -10,6 +10,7 @@
 #include <limits>
 
 #include "CimReader.h"
+#include "MessageParts.h"
 #include "Messages.h"
 #include "exchange/ClientConnection.h"
 
@@ -52,6 +53,8 @@ HttpResponse refusal(const MessageFault& fault, const std::string& body) {
             return refusal(501, text, fault.cimError);
         case Defect::HeaderMismatch:
             return refusal(400, text, "header-mismatch");
+        case Defect::UnsupportedOperation:
+            return refusal(400, text, "unsupported-operation");
         default:
             return refusal(400, text);
     }
@@ -106,20 +109,17 @@ CIMObjectPath untyped(const CIMObjectPath& path) {
     return CIMObjectPath(String(), path.getNameSpace(), path.getClassName(), keys);
 }
 
+// Throws MessageFault for what is not even of the form that the call wants.
 bool isSameObject(const Call& call, const std::string& header) {
     if (header == objectOf(call)) {
         return true;  // even where keys look like paths, or are reals, which no path's text can
                       // have
     }
-    try {
+    return guarded([&] {
         const String text = stringOf(header);
-        if (!call.isExtrinsic) {
-            return CIMNamespaceName::legal(text) && CIMNamespaceName(text).equal(call.nameSpace);
-        }
-        return untyped(CIMObjectPath(text)) == untyped(call.object);
-    } catch (const Exception&) {
-        return false;  // no path, or not even UTF-8
-    }
+        return call.isExtrinsic ? untyped(CIMObjectPath(text)) == untyped(call.object)
+                                : CIMNamespaceName(text).equal(call.nameSpace);
+    });
 }
 
 void requireSame(const char* name, const std::string& header, const char* what,
@@ -133,14 +133,12 @@ void requireSame(const char* name, const std::string& header, const char* what,
 
 void checkCimHeaders(const HttpRequest& request, std::string& method, std::string& object) {
     const std::string* const operation = cimHeader(request, "CIMOperation");
-    if (!operation || strcasecmp(operation->c_str(), "MethodCall") != 0) {
+    if (!operation) {
         throw MessageFault(Defect::BadHeader, "");
     }
-    const std::string* const version = cimHeader(request, "CIMProtocolVersion");
-    if (version && version->rfind("1.", 0) != 0) {
-        throw MessageFault(Defect::Unsupported,
-                           "CIM protocol version \"" + *version + "\" is not supported.", -1,
-                           "unsupported-protocol-version");
+    if (strcasecmp(operation->c_str(), "MethodCall") != 0) {
+        throw MessageFault(Defect::UnsupportedOperation,
+                           "CIMOperation value \"" + *operation + "\" is not supported.");
     }
     if (cimHeader(request, "CIMBatch")) {
         throw MessageFault(Defect::Unsupported, "Multiple requests are not supported.", -1,
@@ -175,7 +173,8 @@ HttpResponse answerToCall(const HttpRequest& request) {
     std::string method;
     std::string object;
     checkCimHeaders(request, method, object);
-    const Call call = readCall(request.body);
+    const std::string* const version = cimHeader(request, "CIMProtocolVersion");
+    const Call call = readCall(request.body, version ? *version : "1.0");
     requireSame("CIMMethod", method, "method", call.method,
                 strcasecmp(method.c_str(), call.method.c_str()) == 0);
     requireSame("CIMObject", object, "object", objectOf(call), isSameObject(call, object));

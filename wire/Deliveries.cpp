@@ -5,6 +5,7 @@
 
 #include <Pegasus/Common/Exception.h>
 #include <httplib.h>
+#include <strings.h>
 
 #include <algorithm>
 #include <deque>
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "CimReader.h"
+#include "HttpMessage.h"
 #include "MessageParts.h"
 #include "Messages.h"
 
@@ -29,7 +31,7 @@ struct Url {
     std::string path;
 };
 
-CIMException refused(const std::string& url, const char* reason) {
+CIMException refused(const std::string& url, const std::string& reason) {
     return CIMException(CIM_ERR_INVALID_PARAMETER,
                         stringOf("Destination \"" + url.substr(0, 200) + "\": " + reason));
 }
@@ -41,29 +43,36 @@ Url parseUrl(const std::string& url) {
         throw refused(url, "only http:// is delivered to");
     }
     const size_t pathAt = std::min(url.find('/', scheme.size()), url.size());
-    std::string place = url.substr(scheme.size(), pathAt - scheme.size());
+    const Place place = placeIn(url.substr(scheme.size(), pathAt - scheme.size()));
     Url parsed;
+    parsed.host = place.host;
     parsed.path = pathAt < url.size() ? url.substr(pathAt) : "/";
     parsed.port = 80;
-    const size_t bracket = place.find(']');
-    const size_t colon = place.find(':', bracket == std::string::npos ? 0 : bracket);
-    if (colon != std::string::npos) {
-        const std::string digits = place.substr(colon + 1);
+    if (place.port) {
+        const std::string& digits = *place.port;
         if (digits.empty() || digits.size() > 5 ||
             digits.find_first_not_of("0123456789") != std::string::npos ||
             (parsed.port = std::stoi(digits)) == 0 || parsed.port > 65535) {
-            throw refused(url, "its port is none");
+            throw refused(url, "invalid port");
         }
-        place.erase(colon);
     }
-    if (place.size() > 2 && place.front() == '[' && place.back() == ']') {
-        place = place.substr(1, place.size() - 2);
-    }
-    if (place.empty() || url.find_first_of(" \t\r\n") != std::string::npos) {
+    if (place.host.empty() || url.find_first_of(" \t\r\n") != std::string::npos) {
         throw refused(url, "it names no host");
     }
-    parsed.host = place;
     return parsed;
+}
+
+// Before anything is sent, or the host's name is even resolved.
+void requireAllowed(const std::string& url, const std::string& host,
+                    const std::vector<std::string>& allowed) {
+    const auto isSame = [&](const std::string& each) {
+        return strcasecmp(each.c_str(), host.c_str()) == 0;
+    };
+    if (!isLoopback(host) && std::none_of(allowed.begin(), allowed.end(), isSame)) {
+        throw refused(url, "alerts go to 127.0.0.1, localhost and [::1] only; to send them to " +
+                               host.substr(0, 200) + ", start the server with --deliver-to " +
+                               host.substr(0, 200));
+    }
 }
 
 // What the listener says against an indication that it has got; empty for nothing.
@@ -82,11 +91,13 @@ std::string objectionIn(const std::string& body) {
 
 class Listener : public velmar_embedded::Destination {
  public:
-    Listener(std::string url, const DeliveryPolicy& policy, Deliveries::Report report)
+    Listener(std::string url, const DeliveryPolicy& policy, Deliveries::Report report,
+             std::shared_ptr<std::atomic<uint64_t>> dropped)
         : _url(std::move(url)),
           _place(parseUrl(_url)),
           _policy(policy),
           _report(std::move(report)),
+          _dropped(std::move(dropped)),
           _client(_place.host, _place.port) {
         _client.set_keep_alive(true);
         _client.set_tcp_nodelay(true);
@@ -104,7 +115,7 @@ class Listener : public velmar_embedded::Destination {
 
  private:
     void work();
-    bool deliver(const CIMInstance& indication);
+    bool deliver(const std::string& message);
     std::string attempt(const std::string& message);
     void lost(const std::string& reason) {
         _report("listener " + _url + ": " + reason + ", an alert is lost");
@@ -114,34 +125,42 @@ class Listener : public velmar_embedded::Destination {
     const Url _place;
     const DeliveryPolicy _policy;
     const Deliveries::Report _report;
+    const std::shared_ptr<std::atomic<uint64_t>> _dropped;
     httplib::Client _client;
     std::mutex _lock;
     std::condition_variable _changed;
-    std::deque<CIMInstance> _queue;
+    std::deque<std::string> _queue;  // messages
+    size_t _bytes = 0;               // of those
     std::thread _thread;
     bool _delivering = false;
     bool _stopping = false;
     bool _dropping = false;
-    unsigned _lastId = 0;  // of the thread alone
+    std::atomic<unsigned> _lastId{0};
 };
 
 void Listener::take(const CIMInstance& indication) {
+    std::string message = exportMessage(indication, ++_lastId);
     bool first = false;
+    size_t waiting = 0;
     {
         std::lock_guard<std::mutex> guard(_lock);
-        const bool fits = !_stopping && _queue.size() < _policy.queueCapacity;
+        waiting = _queue.size();
+        const bool fits = !_stopping && waiting < _policy.queueCapacity &&
+                          _bytes + message.size() <= _policy.queueBytes;
         if (fits) {
-            _queue.push_back(indication);
+            _bytes += message.size();
+            _queue.push_back(std::move(message));
             if (!_thread.joinable()) {
                 _thread = std::thread(&Listener::work, this);
             }
         }
         first = !fits && !_dropping && !_stopping;
         _dropping = !fits;
+        *_dropped += !fits;
     }
     _changed.notify_all();
     if (first) {
-        lost(std::to_string(_policy.queueCapacity) + " alerts wait for it");
+        lost(std::to_string(waiting) + " alerts wait for it");
     }
 }
 
@@ -157,6 +176,7 @@ void Listener::stop() {
         left = _stopping ? 0 : _queue.size() + _delivering;
         _stopping = true;
         _queue.clear();
+        _bytes = 0;
     }
     if (left > 0) {
         _report("listener " + _url + ": " + std::to_string(left) + " alerts are given up");
@@ -175,11 +195,12 @@ void Listener::work() {
         if (_stopping) {
             return;
         }
-        const CIMInstance indication = std::move(_queue.front());
+        const std::string message = std::move(_queue.front());
         _queue.pop_front();
+        _bytes -= message.size();
         _delivering = true;
         guard.unlock();
-        const bool more = deliver(indication);
+        const bool more = deliver(message);
         guard.lock();
         _delivering = false;
         if (!more) {
@@ -189,8 +210,7 @@ void Listener::work() {
 }
 
 // False when it was stopped meanwhile.
-bool Listener::deliver(const CIMInstance& indication) {
-    const std::string message = exportMessage(indication, ++_lastId);
+bool Listener::deliver(const std::string& message) {
     for (unsigned tries = 0;; tries++) {
         const std::string problem = attempt(message);
         if (problem.empty()) {
@@ -212,22 +232,33 @@ bool Listener::deliver(const CIMInstance& indication) {
 }
 
 // What went wrong; empty when the listener has it.
-std::string Listener::attempt(const std::string& message) {
-    const httplib::Headers headers = {{"CIMExport", "MethodRequest"},
-                                      {"CIMExportMethod", "ExportIndication"}};
-    const httplib::Result result =
-        _client.Post(_place.path, headers, message, "application/xml; charset=utf-8");
+std::string Listener::attempt(const std::string& message) try {
+    httplib::Request request;
+    request.method = "POST";
+    request.path = _place.path;
+    request.headers = {{"CIMExport", "MethodRequest"},
+                       {"CIMExportMethod", "ExportIndication"},
+                       {"Content-Type", "application/xml; charset=utf-8"}};
+    request.body = message;
+    std::string answer;
+    request.content_receiver = [&](const char* data, size_t size, uint64_t, uint64_t) {
+        answer.append(data, size);
+        return answer.size() < 64 * 1024;
+    };
+    const httplib::Result result = _client.send(request);
     if (!result) {
         return httplib::to_string(result.error());
     }
     if (result->status != 200) {
         return "it answered " + std::to_string(result->status);
     }
-    const std::string objection = objectionIn(result->body);
+    const std::string objection = objectionIn(answer);
     if (!objection.empty()) {
         _report("listener " + _url + ": it refused an alert: " + objection);
     }
     return "";
+} catch (const std::exception& e) {  // no memory
+    return e.what();
 }
 
 Deliveries::~Deliveries() { stop(); }
@@ -247,7 +278,24 @@ std::shared_ptr<velmar_embedded::Destination> Deliveries::open(const std::string
     if (known != _listeners.end()) {
         return known->second;
     }
-    return _listeners[url] = std::make_shared<Listener>(url, _policy, report);
+    requireAllowed(url, parseUrl(url).host, _policy.hosts);
+    if (_listeners.size() >= _policy.listeners) {
+        _refused++;
+        throw CIMException(
+            CIM_ERR_FAILED,
+            stringOf("Destination \"" + url.substr(0, 200) + "\": alerts go to " +
+                     std::to_string(_policy.listeners) +
+                     " listeners already; delete a subscription whose listener is gone"));
+    }
+    return _listeners[url] = std::make_shared<Listener>(url, _policy, report, _dropped);
+}
+
+Refusals Deliveries::refusals() const {
+    std::lock_guard<std::mutex> guard(_lock);
+    Refusals result;
+    result.destinations = _refused;
+    result.alerts = *_dropped;
+    return result;
 }
 
 void Deliveries::stop() {

@@ -6,6 +6,7 @@
 #ifndef VELMAR_WIRE_DELIVERIES_H
 #define VELMAR_WIRE_DELIVERIES_H
 
+#include <atomic>
 #include <condition_variable>
 #include <map>
 #include <memory>
@@ -22,21 +23,28 @@ class Listener;
 /// Thread-safe.
 class Deliveries : public velmar_embedded::Destinations {
  public:
-    explicit Deliveries(const DeliveryPolicy& policy) : _policy(policy) {}
+    explicit Deliveries(const DeliveryPolicy& policy)
+        : _policy(policy), _dropped(std::make_shared<std::atomic<uint64_t>>(0)) {}
     ~Deliveries() override;
 
     /// Subscriptions with the same URL share one queue. Throws CIMException for what is no
-    /// http:// URL.
+    /// http:// URL, for a host that the policy does not allow, and
+    /// for one listener too many.
     std::shared_ptr<velmar_embedded::Destination> open(const std::string& url,
                                                        const Report& report) override;
+
+    /// Of destinations and alerts.
+    Refusals refusals() const;
 
     /// Gives up what is on its way, and takes no more.
     void stop();
 
  private:
     const DeliveryPolicy _policy;
-    std::mutex _lock;
+    mutable std::mutex _lock;
     bool _stopped = false;
+    uint64_t _refused = 0;
+    const std::shared_ptr<std::atomic<uint64_t>> _dropped;  // of the listeners, which may be longer
     std::map<std::string, std::shared_ptr<Listener>> _listeners;  // by URL
 };
 

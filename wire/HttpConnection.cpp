@@ -21,7 +21,52 @@ int millisecondsUntil(Clock::time_point time) {
     return int(std::clamp<decltype(left)>(left, 0, 3600 * 1000));
 }
 
+const char* const tooMuch = "The server is busy with as many bytes as it takes at a time";
+
 }  // namespace
+
+HttpConnection::HttpConnection(int socket, int stopping, const Limits& limits, Traffic& traffic,
+                               const HttpServer::Handler& check, const HttpServer::Handler& handle)
+    : _socket(socket),
+      _stopping(stopping),
+      _limits(limits),
+      _traffic(traffic),
+      _check(check),
+      _handle(handle),
+      _idleSince(Clock::now()) {}
+
+HttpConnection::~HttpConnection() { hold(0); }
+
+HttpConnection::Time HttpConnection::idleSince() const {
+    char first = 0;
+    std::lock_guard<std::mutex> guard(_lock);
+    return recv(_socket, &first, 1, MSG_PEEK | MSG_DONTWAIT) == 1 ? Time::max() : _idleSince;
+}
+
+bool HttpConnection::endIdle() {
+    std::lock_guard<std::mutex> guard(_lock);
+    if (_idleSince == Time::max()) {
+        return false;
+    }
+    _ended = true;
+    shutdown(_socket, SHUT_RD);  // wakes the thread that waits for a request
+    return true;
+}
+
+// False if it was ended meanwhile.
+bool HttpConnection::beginRequest() {
+    std::lock_guard<std::mutex> guard(_lock);
+    _idleSince = Time::max();
+    return !_ended;
+}
+
+// Counts the bytes that this connection holds. False if they are too many for the server.
+bool HttpConnection::hold(size_t bytes) {
+    const bool grows = bytes > _held;
+    const size_t all = _traffic.bytes += bytes - _held;
+    _held = bytes;
+    return !grows || all <= _limits.bytesInFlight;
+}
 
 // False when the time is over, the client has gone, or the server stops and nothing has come.
 bool HttpConnection::receive(Time until) {
@@ -82,6 +127,8 @@ HttpConnection::Outcome HttpConnection::refuse(int status, const char* detail) {
     HttpResponse response;
     response.status = status;
     response.endsConnection = true;
+    _isEnding = true;
+    _traffic.refused += status == 413 || status == 431 || status == 503;
     if (detail) {
         response.headers.emplace_back("PGErrorDetail", percentEncoded(detail));
     }
@@ -102,6 +149,9 @@ HttpConnection::Outcome HttpConnection::readHead(HttpRequest& request) {
             return Outcome::Ended;
         }
         if (isIdle) {
+            if (!beginRequest()) {
+                return Outcome::Ended;
+            }
             _until = Clock::now() + _limits.requestTime;
         }
     }
@@ -134,13 +184,21 @@ HttpConnection::Outcome HttpConnection::readBody(HttpRequest& request) {
         return Outcome::Ended;
     }
     if (length.kind == BodyLength::Known) {
-        while (_input.size() < length.size) {
+        for (;;) {
+            if (!hold(_input.size())) {
+                return refuse(503, tooMuch);
+            }
+            if (_input.size() >= length.size) {
+                break;
+            }
             if (!receive(_until)) {
                 return Outcome::Ended;
             }
         }
-        request.body = _input.substr(0, length.size);
-        _input.erase(0, length.size);
+        // Moved, for `_input` would keep the room of the largest body.
+        request.body = std::move(_input);
+        _input = request.body.substr(length.size);
+        request.body.resize(length.size);
         return Outcome::Good;
     }
     ChunkReader chunks;
@@ -151,6 +209,9 @@ HttpConnection::Outcome HttpConnection::readBody(HttpRequest& request) {
         }
         if (request.body.size() > _limits.bodySize) {
             return refuse(413);
+        }
+        if (!hold(_input.size() + request.body.size())) {
+            return refuse(503, tooMuch);
         }
         if (result == ChunkReader::Whole) {
             return Outcome::Good;
@@ -164,6 +225,11 @@ HttpConnection::Outcome HttpConnection::readBody(HttpRequest& request) {
 bool HttpConnection::serveOne() {
     HttpRequest request;
     if (readHead(request) != Outcome::Good) {
+        return false;
+    }
+    const std::string foreign = foreignOrigin(request);
+    if (!foreign.empty()) {
+        refuse(403, foreign.c_str());
         return false;
     }
     const HttpResponse refused = _check(request);
@@ -180,13 +246,36 @@ bool HttpConnection::serveOne() {
     }
     HttpResponse response = _handle(request);
     response.endsConnection = !request.keepsConnection();
-    return send(response.text()) && !response.endsConnection;
+    _isEnding = response.endsConnection;
+    const std::string text = response.text();
+    hold(_input.size() + text.size());  // that there is an answer was decided with the request
+    return send(text) && !response.endsConnection;
+}
+
+// Rests between two requests.
+bool HttpConnection::serveAndRest() {
+    if (!serveOne()) {
+        return false;
+    }
+    hold(_input.size());
+    std::lock_guard<std::mutex> guard(_lock);
+    _until = Clock::now() + _limits.requestTime;
+    if (_input.empty()) {
+        _idleSince = Clock::now();
+    }
+    return true;
 }
 
 void HttpConnection::run() {
     _until = Clock::now() + _limits.requestTime;
-    while (serveOne()) {
-        _until = Clock::now() + _limits.requestTime;
+    try {
+        while (serveAndRest()) {
+        }
+    } catch (const std::exception&) {  // no memory: what this request had is free again
+        try {
+            refuse(503, "The server has no memory for the request");
+        } catch (const std::exception&) {
+        }
     }
 }
 

@@ -19,6 +19,8 @@ const char* reasonOf(int status) {
             return "OK";
         case 400:
             return "Bad Request";
+        case 403:
+            return "Forbidden";
         case 413:
             return "Payload Too Large";
         case 431:
@@ -141,6 +143,9 @@ BodyLength bodyLength(const HttpRequest& request) {
         return {BodyLength::Missing};
     }
     size_t size = 0;
+    if ((*length)[0] == '-' && parseNumber(length->substr(1), size, 10)) {
+        return {BodyLength::Missing};  // a real server just closes the connection
+    }
     return parseNumber(*length, size, 10) ? BodyLength{BodyLength::Known, size}
                                           : BodyLength{BodyLength::Malformed};
 }
@@ -187,12 +192,48 @@ ChunkReader::Result ChunkReader::read(const std::string& input, size_t& used, st
     }
 }
 
+Place placeIn(const std::string& text) {
+    const size_t bracket = text.find(']');
+    const size_t colon = text.find(':', bracket == std::string::npos ? 0 : bracket);
+    Place place = {text.substr(0, colon), std::nullopt};
+    if (colon != std::string::npos) {
+        place.port = text.substr(colon + 1);
+    }
+    std::string& host = place.host;
+    if (host.size() > 2 && host.front() == '[' && host.back() == ']') {
+        host = host.substr(1, host.size() - 2);
+    }
+    return place;
+}
+
+bool isLoopback(const std::string& host) {
+    return host == "127.0.0.1" || host == "::1" || strcasecmp(host.c_str(), "localhost") == 0;
+}
+
+std::string foreignOrigin(const HttpRequest& request) {
+    for (const auto& header : request.headers) {
+        if (strcasecmp(header.first.c_str(), "Origin") == 0) {
+            return "Web pages are not served: Origin \"" + header.second + "\"";
+        }
+        if (strcasecmp(header.first.c_str(), "Host") != 0) {
+            continue;
+        }
+        const Place place = placeIn(header.second);
+        if (!isLoopback(place.host) ||
+            (place.port && place.port->find_first_not_of("0123456789") != std::string::npos)) {
+            return "Only the hosts 127.0.0.1, localhost and [::1] are answered, not \"" +
+                   header.second + "\"";
+        }
+    }
+    return "";
+}
+
 std::string percentEncoded(const std::string& text) {
     static const char digits[] = "0123456789ABCDEF";
     std::string encoded;
     for (const char each : text) {
         const auto c = static_cast<unsigned char>(each);
-        if (c < 0x80 && (isalnum(c) || (c && strchr("-_.!~*'()/", c)))) {
+        if (c < 0x80 && (isalnum(c) || (c && strchr("-_.!~*'()", c)))) {
             encoded += each;
         } else {
             ((encoded += '%') += digits[c >> 4]) += digits[c & 15];

@@ -59,6 +59,19 @@ class ChunkReader {
     size_t _left = 0;
 };
 
+/// A host with its port, as in a URL and in a Host header.
+struct Place {
+    std::string host;                 ///< without the brackets of an IPv6 address
+    std::optional<std::string> port;  ///< as written
+};
+Place placeIn(const std::string& text);
+/// Whether a host is this one by a name that only its own clients use: 127.0.0.1, localhost, ::1.
+bool isLoopback(const std::string& host);
+/// Why a web page of elsewhere may have sent the request; empty if none can. A browser on this host
+/// reaches the loopback interface under any name that the page's owner points there, but it says
+/// that name.
+std::string foreignOrigin(const HttpRequest& request);
+
 std::string percentEncoded(const std::string& text);
 /// As it is where a % is followed by no two digits.
 std::string percentDecoded(const std::string& text);

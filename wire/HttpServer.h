@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// An HTTP server on the loopback interface. Sockets and the accept loop are cpp-httplib's;
-// requests are read here, because its own reader answers what is no plain request (M-POST, a
-// missing length, garbage) in ways of its own.
+// An HTTP server on the loopback interface. It is not cpp-httplib's, whose reader answers what is
+// no plain request (M-POST, a missing length, garbage) in ways of its own, and whose accept loop
+// cannot tell an idle client from a busy one.
 #ifndef VELMAR_WIRE_HTTPSERVER_H
 #define VELMAR_WIRE_HTTPSERVER_H
 
@@ -26,10 +26,12 @@ class HttpServer {
     HttpServer(const Limits& limits, Handler check, Handler handle);
     ~HttpServer();
 
-    /// Throws std::runtime_error when the port (0: any) cannot be had. Returns the port.
+    /// Throws std::runtime_error when it cannot listen on the port (0: any). Returns the port.
     uint16_t start(uint16_t port);
     /// Ends idle connections, waits for the answers that are being made.
     void stop();
+    /// Of connections and requests.
+    Refusals refusals() const;
 
  private:
     class Impl;

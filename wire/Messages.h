@@ -29,9 +29,9 @@ struct Call {
 
 // Server side.
 
-/// Throws MessageFault for what is no simple request; a request that cannot be served is one with
-/// a refusal.
-Call readCall(const std::string& body);
+/// Throws MessageFault for what is no simple request of the protocol version that its HTTP header
+/// says; a request that cannot be served is one with a refusal.
+Call readCall(const std::string& body, const std::string& protocolInHeader = "1.0");
 std::string responseTo(const Call& call, const velmar_embedded::Answer& answer);
 /// `text` is the whole DESCRIPTION; an empty one is left out.
 std::string errorTo(const Call& call, Pegasus::CIMStatusCode code, const Pegasus::String& text);

@@ -56,8 +56,8 @@ bool fill(Call& call, const Values& values) {
             i++;
         }
         if (i == given.size()) {
-            refuse(call, CIM_ERR_INVALID_PARAMETER,
-                   stringOf("Unrecognized input parameter \"" + name + "\"."));
+            refuse(call, CIM_ERR_NOT_SUPPORTED,
+                   stringOf("Unrecognized or invalid request input parameter \"" + name + "\""));
             return false;
         }
         if (given[i]) {
@@ -170,16 +170,16 @@ std::string placeOf(const CIMNamespaceName& nameSpace, const CIMObjectPath& obje
 
 }  // namespace
 
-Call readCall(const std::string& body) {
+Call readCall(const std::string& body, const std::string& protocolInHeader) {
     return guarded([&] {
-        const Document document(body);
-        const pugi::xml_node message = messageOf(document);
+        const Document document(body, 500'000);
+        const pugi::xml_node message = messageOf(document, &protocolInHeader);
         Call call;
         call.id = textOf(attributeOf(message, "ID"));
         const pugi::xml_node request = onlyElement(message);
         if (is(request, "MULTIREQ")) {
-            throw MessageFault(Defect::Unsupported, "Multiple requests are not supported.", -1,
-                               "multiple-requests-unsupported");
+            // With the header that says so it would have been refused before.
+            throw MessageFault(Defect::HeaderMismatch, "Missing CIMBatch HTTP header.");
         }
         if (!is(request, "SIMPLEREQ")) {
             invalid(request, std::string("Expected SIMPLEREQ, got ") + request.name());

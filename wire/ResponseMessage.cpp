@@ -106,6 +106,8 @@ void checkVersion(pugi::xml_node element, const char* attribute, const char* beg
     }
 }
 
+bool isProtocol1(const std::string& version) { return version.rfind("1.", 0) == 0; }
+
 }  // namespace
 
 void openMessage(XmlWriter& writer, const std::string& id, const char* kind) {
@@ -124,7 +126,7 @@ void closeMessage(XmlWriter& writer, const char* kind) {
     writer.raw(">\n</MESSAGE>\n</CIM>\n");
 }
 
-pugi::xml_node messageOf(const Document& document) {
+pugi::xml_node messageOf(const Document& document, const std::string* protocolInHeader) {
     if (!document.hasDeclaration()) {
         throw MessageFault(Defect::Invalid, "Expected <?xml ... ?> style declaration", 0);
     }
@@ -140,6 +142,14 @@ pugi::xml_node messageOf(const Document& document) {
     }
     if (!message.attribute("ID")) {
         invalid(message, "Invalid or missing MESSAGE.ID attribute");
+    }
+    const std::string version = textOf(attributeOf(message, "PROTOCOLVERSION"));
+    if (protocolInHeader && version != *protocolInHeader &&
+        !(isProtocol1(version) && isProtocol1(*protocolInHeader))) {
+        throw MessageFault(Defect::HeaderMismatch,
+                           "CIMProtocolVersion value \"" + *protocolInHeader +
+                               "\" does not match CIM request protocol version \"" + version +
+                               "\".");
     }
     checkVersion(message, "PROTOCOLVERSION", "1.", "CIM protocol", "unsupported-protocol-version");
     return message;

@@ -34,6 +34,13 @@ WireServer::WireServer(velmar_embedded::Server& server, const Options& options)
 
 WireServer::~WireServer() = default;
 
+Refusals WireServer::refusals() const {
+    Refusals result = _impl->http.refusals();
+    result.destinations = _impl->deliveries->refusals().destinations;
+    result.alerts = _impl->deliveries->refusals().alerts;
+    return result;
+}
+
 uint16_t WireServer::port() const { return _impl->port; }
 
 }  // namespace velmar_wire

@@ -12,6 +12,8 @@
 
 #include <chrono>
 #include <memory>
+#include <string>
+#include <vector>
 
 /// CIM operations over HTTP.
 namespace velmar_wire {
@@ -20,7 +22,8 @@ namespace velmar_wire {
 struct Limits {
     size_t headSize = 64 * 1024;                   ///< bytes of a request's line and headers
     size_t bodySize = 16 * 1024 * 1024;            ///< bytes
-    size_t connections = 100;                      ///< at a time; more are refused
+    size_t bytesInFlight = 128 * 1024 * 1024;      ///< of all requests and answers at a time
+    size_t connections = 100;                      ///< at a time; idle ones make room for new ones
     std::chrono::milliseconds requestTime{20000};  ///< for a request to arrive, or to be read
     std::chrono::milliseconds idleTime{60000};     ///< between two requests of a connection
 };
@@ -31,6 +34,10 @@ struct DeliveryPolicy {
     std::chrono::milliseconds interval{30000};  ///< before each of them
     std::chrono::milliseconds timeout{10000};   ///< for a listener to answer
     size_t queueCapacity = 1000;                ///< per listener; what comes then is dropped
+    size_t queueBytes = 4 * 1024 * 1024;        ///< the same, of their messages
+    size_t listeners = 100;                     ///< at a time; further destinations are refused
+    /// Hosts beside 127.0.0.1, localhost and [::1] that alerts may go to, as URLs name them.
+    std::vector<std::string> hosts;
 };
 
 /// What a WireServer is made with.
@@ -38,6 +45,14 @@ struct Options {
     uint16_t port = 0;        ///< 0: a free one
     Limits limits;            ///< on what clients send
     DeliveryPolicy delivery;  ///< to listeners
+};
+
+/// What was over a limit since the start.
+struct Refusals {
+    uint64_t connections = 0;   ///< while all others were busy
+    uint64_t requests = 0;      ///< too large, or too many bytes in flight, or no memory
+    uint64_t destinations = 0;  ///< for further listeners
+    uint64_t alerts = 0;        ///< dropped, since too many or too large ones waited for a listener
 };
 
 /// Serves an embedded server to WBEM clients of this host (DSP0200). Thread-safe.
@@ -54,6 +69,8 @@ class WireServer {
 
     /// Where it listens, on 127.0.0.1.
     uint16_t port() const;
+
+    Refusals refusals() const;
 
  private:
     struct Impl;

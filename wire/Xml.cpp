@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include <algorithm>
+#include <new>
 
 namespace velmar_wire {
 
@@ -42,45 +43,91 @@ bool isReference(const std::string& text, size_t at) {
     return code != 0 && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
 }
 
-// What pugixml would take as it comes.
-void checkText(const std::string& text) {
-    for (size_t i = 0; i < text.size();) {
-        const char c = text[i];
-        if (c == '<' && startsWith(text, i, "<!--")) {
-            i = skip(text, i, "-->");
-        } else if (c == '<' && startsWith(text, i, "<![CDATA[")) {
-            i = skip(text, i, "]]>");
-        } else if (c == '<' && startsWith(text, i, "<!")) {
-            throw MessageFault(Defect::Invalid, "A document type is not accepted", ptrdiff_t(i));
-        } else if (c == '&' && !isReference(text, i)) {
-            throw MessageFault(Defect::NotWellFormed, "Malformed reference", ptrdiff_t(i));
-        } else if (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r') {
-            throw MessageFault(Defect::NotWellFormed, "Control character", ptrdiff_t(i));
-        } else {
-            i++;
-        }
-    }
-}
+// What pugixml would take as it comes, before it makes a tree of it.
+class TextCheck {
+ public:
+    TextCheck(const std::string& text, size_t maximumParts)
+        : _text(text), _maximumParts(maximumParts) {}
 
-void checkDepth(const pugi::xml_document& tree) {
-    size_t depth = 0;
-    for (pugi::xml_node node = tree.first_child(); node;) {
-        if (depth > Document::maximumDepth) {
-            throw MessageFault(Defect::Invalid, "Elements are nested too deeply",
-                               node.offset_debug());
+    void run() {
+        for (size_t i = 0; i < _text.size();) {
+            if (_text[i] == '<') {
+                i = markup(i);
+            } else {
+                character(i++);
+            }
         }
-        if (node.first_child()) {
-            node = node.first_child();
-            depth++;
-            continue;
-        }
-        while (!node.next_sibling() && depth > 0) {
-            node = node.parent();
-            depth--;
-        }
-        node = node.next_sibling();
     }
-}
+
+ private:
+    [[noreturn]] void fail(Defect defect, const char* reason, size_t at) const {
+        throw MessageFault(defect, reason, ptrdiff_t(at));
+    }
+
+    void character(size_t at) const {
+        const char c = _text[at];
+        if (c == '&' && !isReference(_text, at)) {
+            fail(Defect::NotWellFormed, "Malformed reference", at);
+        }
+        if (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r') {
+            fail(Defect::NotWellFormed, "Control character", at);
+        }
+    }
+
+    // The end of what begins with the < at `at`.
+    size_t markup(size_t at) {
+        if (startsWith(_text, at, "<!--")) {
+            return skip(_text, at, "-->");
+        }
+        if (startsWith(_text, at, "<![CDATA[")) {
+            return skip(_text, at, "]]>");
+        }
+        if (startsWith(_text, at, "<!")) {
+            fail(Defect::Invalid, "A document type is not accepted", at);
+        }
+        if (startsWith(_text, at, "<?")) {
+            return skip(_text, at, "?>");
+        }
+        count(at);
+        if (startsWith(_text, at, "</")) {
+            _depth -= _depth > 0;
+            return at + 2;
+        }
+        return tag(at);
+    }
+
+    size_t tag(size_t at) {
+        if (++_depth > Document::maximumDepth) {
+            fail(Defect::Invalid, "Elements are nested too deeply", at);
+        }
+        char quote = 0;
+        for (size_t i = at + 1; i < _text.size(); i++) {
+            const char c = _text[i];
+            character(i);
+            if (c == quote) {
+                quote = 0;
+            } else if (quote == 0 && (c == '"' || c == '\'')) {
+                quote = c;
+                count(i);
+            } else if (quote == 0 && c == '>') {
+                _depth -= _text[i - 1] == '/';
+                return i + 1;
+            }
+        }
+        return _text.size();
+    }
+
+    void count(size_t at) {
+        if (++_parts > _maximumParts) {
+            fail(Defect::Invalid, "Too many elements and attributes", at);
+        }
+    }
+
+    const std::string& _text;
+    const size_t _maximumParts;
+    size_t _depth = 0;
+    size_t _parts = 0;
+};
 
 std::string nameOf(pugi::xml_node element) {
     return element ? std::string(element.name()) : "no element";
@@ -96,19 +143,21 @@ void meaningless(pugi::xml_node at, const std::string& text) {
     throw MessageFault(Defect::Meaningless, text, at.offset_debug());
 }
 
-Document::Document(const std::string& text) {
+Document::Document(const std::string& text, size_t maximumParts) {
     if (!isUtf8(text)) {
         throw MessageFault(Defect::Invalid, "Invalid UTF-8 character detected.");
     }
-    checkText(text);
+    TextCheck(text, maximumParts).run();
     const unsigned flags =
         pugi::parse_default | pugi::parse_ws_pcdata_single | pugi::parse_declaration;
     const pugi::xml_parse_result result =
         _tree.load_buffer(text.data(), text.size(), flags, pugi::encoding_utf8);
+    if (result.status == pugi::status_out_of_memory) {
+        throw std::bad_alloc();
+    }
     if (!result && result.status != pugi::status_no_document_element) {
         throw MessageFault(Defect::NotWellFormed, result.description(), result.offset);
     }
-    checkDepth(_tree);
 }
 
 size_t lineAt(const std::string& text, ptrdiff_t offset) {

@@ -10,6 +10,7 @@
 #define VELMAR_WIRE_XML_H
 
 #include <stddef.h>
+#include <stdint.h>
 
 #include <pugixml.hpp>
 #include <stdexcept>
@@ -19,12 +20,13 @@ namespace velmar_wire {
 
 /// Why a message has no CIM answer.
 enum class Defect {
-    NotWellFormed,   ///< no XML
-    Invalid,         ///< not the elements that DSP0201 wants
-    Meaningless,     ///< the elements, but a value that cannot be
-    Unsupported,     ///< a version or a form of message that is not served
-    HeaderMismatch,  ///< the HTTP headers say something else
-    BadHeader        ///< HTTP headers that cannot be
+    NotWellFormed,         ///< no XML
+    Invalid,               ///< not the elements that DSP0201 wants
+    Meaningless,           ///< the elements, but a value that cannot be
+    Unsupported,           ///< a version or a form of message that is not served
+    HeaderMismatch,        ///< the HTTP headers say something else
+    UnsupportedOperation,  ///< a CIMOperation header other than MethodCall
+    BadHeader              ///< HTTP headers that cannot be
 };
 
 class MessageFault : public std::runtime_error {
@@ -47,8 +49,10 @@ class Document {
     static constexpr size_t maximumDepth = 64;
 
     /// Throws MessageFault for a text that is not UTF-8, not XML, has a document type, refers to
-    /// entities that XML itself does not define, or is nested deeper than maximumDepth.
-    explicit Document(const std::string& text);
+    /// entities that XML itself does not define, is nested deeper than maximumDepth, or has more
+    /// than `maximumParts` (elements, their ends, attributes): before a tree is made of it, which
+    /// is up to twenty times as large.
+    explicit Document(const std::string& text, size_t maximumParts = SIZE_MAX);
 
     pugi::xml_node root() const { return _tree.document_element(); }
     bool hasDeclaration() const { return _tree.first_child().type() == pugi::node_declaration; }

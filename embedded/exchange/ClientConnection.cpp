@@ -10,6 +10,8 @@
 #include <chrono>
 #include <utility>
 
+#include "model/CIMReps.h"
+
 using namespace Pegasus;
 
 namespace velmar_embedded {
@@ -65,11 +67,26 @@ CIMException clientError(const Failure& failure) {
     throw CIMClientXmlException(message);
 }
 
+// The order of the list, which names all of them.
+void putInOrder(NamedList<CIMProperty>& properties, const CIMPropertyList& list) {
+    NamedList<CIMProperty> ordered;
+    for (Uint32 i = 0; i < list.size(); i++) {
+        const Uint32 index = properties.find(list[i]);
+        if (index != PEG_NOT_FOUND && ordered.find(list[i]) == PEG_NOT_FOUND) {
+            ordered.add(properties.at(index), "property");
+        }
+    }
+    properties = ordered;
+}
+
 CIMInstance transmitted(const CIMInstance& delivered, const Request& request,
                         const Answer& answer) {
     CIMInstance instance = delivered.clone();
     instance.instanceFilter(request.includeQualifiers, request.includeClassOrigin,
                             answer.propertyList);
+    if (request.operation == Operation::EnumerateInstances && !answer.propertyList.isNull()) {
+        putInOrder(HandleAccess::rep(instance)->properties, answer.propertyList);
+    }
     return instance;
 }
 
@@ -167,7 +184,7 @@ Answer ClientConnection::exchange(Request request) {
 }
 
 Answer HandleConnection::exchange(Request request) {
-    std::lock_guard<std::mutex> guard(_lock);
+    const Gate::Pass pass(_gate, operationName(request.operation));
     if (!_connection.isConnected()) {
         _connection.connectLocal();
     }

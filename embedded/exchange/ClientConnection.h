@@ -8,10 +8,10 @@
 #include <Pegasus/Common/Config.h>
 
 #include <memory>
-#include <mutex>
 
 #include "exchange/Channel.h"
 #include "exchange/Connector.h"
+#include "exchange/Gate.h"
 #include "exchange/LocalServer.h"
 
 namespace velmar_embedded {
@@ -49,14 +49,14 @@ class ClientConnection : public Channel {
 };
 
 /// What a CIMOMHandle of the provider's own making uses: a client that connects at the first
-/// upcall, and anew after its server has stopped. Thread-safe.
+/// upcall, and again after its server has stopped; one upcall at a time. Thread-safe.
 class HandleConnection : public Channel {
  public:
     Answer exchange(Request request) override;
 
  private:
-    std::mutex _lock;
-    ClientConnection _connection;
+    Gate _gate{"a CIMOMHandle that its user has made"};
+    ClientConnection _connection;  // used while the gate is held
 };
 
 }  // namespace velmar_embedded

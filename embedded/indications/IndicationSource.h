@@ -18,8 +18,8 @@
 #include <utility>
 #include <vector>
 
+#include "exchange/Gate.h"
 #include "indications/Subscription.h"
-#include "providers/Gate.h"
 #include "providers/LoadedProvider.h"
 #include "requests/Dispatch.h"
 

@@ -6,10 +6,10 @@
 #include <Pegasus/Common/Exception.h>
 #include <ctype.h>
 #include <stdlib.h>
+#include <string.h>
 #include <strings.h>
 
 #include <algorithm>
-#include <regex>
 #include <utility>
 
 #include "model/Utf8.h"
@@ -112,23 +112,48 @@ class Parser {
             String(("\"" + _text + "\": expected " + expected + " instead of " + found).c_str()));
     }
 
-    void next() {
-        static const std::regex& form =  // lives on for what runs at exit
-            *new std::regex(
-                R"(\s*('[^']*'|"[^"]*"|[-+]?\d+(\.\d+)?([eE][-+]?\d+)?|\w+|<>|<=|>=|\S))");
-        std::smatch found;
-        const auto from = _text.cbegin() + std::ptrdiff_t(_end);
-        if (!std::regex_search(from, _text.cend(), found, form,
-                               std::regex_constants::match_continuous)) {
-            _begin = _end = _text.size();
-            _token.clear();
-            _quoted = false;
-            return;
+    // Whether the text holds a character of a set here.
+    bool isAt(size_t place, const char* set) const {
+        return place < _text.size() && _text[place] != 0 && strchr(set, _text[place]);
+    }
+    size_t afterAll(size_t place, const char* set) const {
+        return std::min(_text.find_first_not_of(set, place), _text.size());
+    }
+
+    // Past a number that begins there; the place itself where none does.
+    size_t afterNumber(size_t place) const {
+        const size_t digits = place + isAt(place, "+-");
+        size_t end = afterAll(digits, "0123456789");
+        if (end == digits) {
+            return place;
         }
-        _begin = _end + size_t(found.position(1));
-        _end += size_t(found.length());
-        _token = found.str(1);
-        _quoted = _token.size() > 1 && (_token[0] == '\'' || _token[0] == '"');
+        if (isAt(end, ".") && isAt(end + 1, "0123456789")) {
+            end = afterAll(end + 1, "0123456789");
+        }
+        const size_t power = end + 1 + isAt(end + 1, "+-");
+        return isAt(end, "eE") && isAt(power, "0123456789") ? afterAll(power, "0123456789") : end;
+    }
+
+    // The token that begins there: a text in quotes, a number, a word or a sign.
+    size_t endOfToken(size_t place) {
+        const size_t quote = isAt(place, "'\"") ? _text.find(_text[place], place + 1) : _text.npos;
+        _quoted = quote != _text.npos;
+        if (_quoted) {
+            return quote + 1;
+        }
+        const size_t number = afterNumber(place);
+        const size_t word =
+            afterAll(place, "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_");
+        const bool isPair = (isAt(place, "<>") && isAt(place + 1, "=")) ||
+                            (isAt(place, "<") && isAt(place + 1, ">"));
+        return std::max({number, number > place ? place : word, place + 1 + isPair});
+    }
+
+    void next() {
+        _begin = afterAll(_end, " \t\r\n\f\v");
+        _quoted = false;
+        _end = _begin == _text.size() ? _begin : endOfToken(_begin);
+        _token = _text.substr(_begin, _end - _begin);
     }
 
     // The value that decides alone is true for OR and false for AND.
@@ -261,6 +286,12 @@ Query::Query(const std::string& text) {
         _named = parser.named;
     }
     parser.expectEnd();
+}
+
+std::vector<CIMName> Query::properties() const {
+    std::vector<CIMName> all = _selected;
+    all.insert(all.end(), _named.begin(), _named.end());
+    return all;
 }
 
 bool Query::matches(const CIMInstance& indication) const {

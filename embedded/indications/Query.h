@@ -27,6 +27,9 @@ class Query {
     Pegasus::CIMName className;
     std::string condition;  ///< the text after WHERE
 
+    /// Those that are selected one by one and those in the condition.
+    std::vector<Pegasus::CIMName> properties() const;
+
     /// Whether the condition holds and all properties that it names are there.
     bool matches(const Pegasus::CIMInstance& indication) const;
 

@@ -6,10 +6,10 @@
 #include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Common/CIMPropertyList.h>
 #include <Pegasus/Common/System.h>
-#include <stdio.h>
+#include <strings.h>
 
 #include <algorithm>
-#include <regex>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -127,12 +127,14 @@ std::shared_ptr<Subscription> Subscriptions::prepare(const std::string& query,
     return subscription;
 }
 
-void Subscriptions::checkFilterQuery(const std::string& query) {
-    static const std::regex select("\\s*select\\s[^]*", std::regex::icase);
-    if (query.size() <= Query::longest && !std::regex_match(query, select)) {
+Query Subscriptions::filterQuery(const std::string& query) {
+    std::istringstream words(query);
+    std::string first;
+    words >> first;
+    if (strcasecmp(first.c_str(), "select") != 0) {
         throw refused(CIM_ERR_INVALID_PARAMETER, "parse error: syntax error");
     }
-    const Query parsed(query);
+    return Query(query);
 }
 
 // Each provider once, with the paths of the classes that it is registered for.

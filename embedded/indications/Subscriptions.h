@@ -40,8 +40,8 @@ class Subscriptions {
         const std::string& query, const std::vector<std::string>& nameSpaces,
         IndicationQueue::Deliver subscriber, size_t capacity,
         const Pegasus::CIMInstance& instance = Pegasus::CIMInstance());
-    /// Throws what clients hear of a filter whose query cannot be.
-    static void checkFilterQuery(const std::string& query);
+    /// The query of a filter instance. Throws what clients hear of a malformed one.
+    static Query filterQuery(const std::string& query);
     /// Keeps a subscription for createStored; false when that has begun already.
     bool store(const std::shared_ptr<Subscription>& subscription);
     /// Creates the stored subscriptions, then enables the providers. What fails is reported.

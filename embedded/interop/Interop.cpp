@@ -16,11 +16,6 @@ namespace {
 
 // The parts of the CIM Schema's classes that clients set and read.
 const char* const interopClasses = R"(
-[Abstract] class CIM_ManagedElement {
-    string Caption;
-    string Description;
-    string ElementName;
-};
 [Abstract] class CIM_Namespace : CIM_ManagedElement {
     [Key] string SystemCreationClassName;
     [Key] string SystemName;
@@ -32,6 +27,47 @@ const char* const interopClasses = R"(
     uint16 ClassType;
 };
 class PG_NameSpace : CIM_Namespace {
+};
+[Abstract] class CIM_EnabledLogicalElement : CIM_LogicalElement {
+    uint16 EnabledState = 5;
+    uint16 RequestedState = 12;
+    uint16 EnabledDefault = 2;
+};
+[Abstract] class CIM_Service : CIM_EnabledLogicalElement {
+    [Key] string SystemCreationClassName;
+    [Key] string SystemName;
+    [Key] string CreationClassName;
+    [Key, Override("Name")] string Name;
+    boolean Started;
+};
+[Abstract] class CIM_WBEMService : CIM_Service {
+};
+class CIM_ObjectManager : CIM_WBEMService {
+    boolean GatherStatisticalData = false;
+    string Version;
+};
+class PG_ObjectManager : CIM_ObjectManager {
+};
+class CIM_RegisteredProfile : CIM_ManagedElement {
+    [Key] string InstanceID;
+    uint16 RegisteredOrganization;
+    string OtherRegisteredOrganization;
+    string RegisteredName;
+    string RegisteredVersion;
+    uint16 AdvertiseTypes[];
+    string AdvertiseTypeDescriptions[];
+};
+class CIM_RegisteredSubProfile : CIM_RegisteredProfile {
+};
+[Association] class CIM_ReferencedProfile {
+    [Key] CIM_RegisteredProfile REF Antecedent;
+    [Key] CIM_RegisteredProfile REF Dependent;
+};
+[Association] class CIM_SubProfileRequiresProfile : CIM_ReferencedProfile {
+};
+[Association] class CIM_ElementConformsToProfile {
+    [Key] CIM_RegisteredProfile REF ConformantStandard;
+    [Key] CIM_ManagedElement REF ManagedElement;
 };
 class CIM_IndicationFilter : CIM_ManagedElement {
     [Key] string SystemCreationClassName;
@@ -97,8 +133,8 @@ void addInterop(const InteropServices& services, Registry& registry) {
     services.repository.createNamespace("root/PG_Internal");
     services.repository.createNamespace("root/cimv2");
     compileMofText(services.repository, interopNamespace, interopClasses, "interop classes");
-    add(services, registry, "NamespaceProvider",
-        [&services] { return newNamespaceProvider(services); }, {"PG_NameSpace"});
+    add(services, registry, "ServerProvider", [&services] { return newServerProvider(services); },
+        {"PG_NameSpace", "PG_ObjectManager"});
     add(services, registry, "SubscriptionProvider",
         [&services] { return newSubscriptionProvider(services); },
         {"CIM_IndicationFilter", "CIM_ListenerDestinationCIMXML", "CIM_IndicationHandlerCIMXML",

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// What a CIM server answers itself in its interop namespace: which namespaces it has, and
-// subscriptions as instances that clients create and delete.
+// What a CIM server answers itself in its interop namespace: what it is, which namespaces it has,
+// and subscriptions as instances that clients create and delete.
 #ifndef VELMAR_EMBEDDED_INTEROP_INTEROP_H
 #define VELMAR_EMBEDDED_INTEROP_INTEROP_H
 
@@ -34,7 +34,7 @@ constexpr const char* interopNamespace = "root/PG_InterOp";
 void addInterop(const InteropServices& services, Registry& registry);
 
 // What addInterop registers.
-Pegasus::CIMProvider* newNamespaceProvider(const InteropServices& services);
+Pegasus::CIMProvider* newServerProvider(const InteropServices& services);
 Pegasus::CIMProvider* newSubscriptionProvider(const InteropServices& services);
 
 }  // namespace velmar_embedded

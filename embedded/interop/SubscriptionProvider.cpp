@@ -3,15 +3,20 @@
 //
 // Filters, destinations and subscriptions as instances. They are stored in the schema; while a
 // subscription is there and enabled, indications go from its providers to its destination.
+#include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Common/System.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMOMHandle.h>
 #include <strings.h>
 
+#include <algorithm>
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "exchange/Gate.h"
 #include "interop/Interop.h"
 
 using namespace Pegasus;
@@ -75,6 +80,17 @@ CIMObjectPath withoutPlace(const CIMObjectPath& path) {
     return CIMObjectPath(String(), CIMNamespaceName(), path.getClassName(), path.getKeyBindings());
 }
 
+// The same for a path and the paths in its keys.
+CIMObjectPath withoutPlaces(const CIMObjectPath& path) {
+    Array<CIMKeyBinding> keys = path.getKeyBindings();
+    for (Uint32 i = 0; i < keys.size(); i++) {
+        if (keys[i].getType() == CIMKeyBinding::REFERENCE) {
+            keys[i].setValue(withoutPlace(CIMObjectPath(keys[i].getValue())).toString());
+        }
+    }
+    return CIMObjectPath(String(), CIMNamespaceName(), path.getClassName(), keys);
+}
+
 class SubscriptionProvider : public CIMInstanceProvider {
  public:
     explicit SubscriptionProvider(const InteropServices& services) : _services(services) {}
@@ -86,7 +102,7 @@ class SubscriptionProvider : public CIMInstanceProvider {
                      const Boolean, const CIMPropertyList&,
                      InstanceResponseHandler& handler) override {
         handler.processing();
-        handler.deliver(repository().getInstance(interopNamespace, path));
+        handler.deliver(stored(path));
         handler.complete();
     }
 
@@ -111,20 +127,8 @@ class SubscriptionProvider : public CIMInstanceProvider {
 
     void createInstance(const OperationContext&, const CIMObjectPath& path,
                         const CIMInstance& given, ObjectPathResponseHandler& handler) override {
-        CIMInstance instance = given.clone();
-        std::lock_guard<std::mutex> guard(_changing);
-        CIMObjectPath created;
-        if (isA(path.getClassName(), subscriptionClass)) {
-            created = createSubscription(instance);
-        } else {
-            setIfMissing(instance, "SystemCreationClassName", System::getSystemCreationClassName());
-            setIfMissing(instance, "SystemName", System::getFullyQualifiedHostName());
-            setIfMissing(instance, "CreationClassName", path.getClassName().getString());
-            required(instance, "Name");
-            isA(path.getClassName(), filterClass) ? checkFilter(instance)
-                                                  : checkDestination(instance);
-            created = repository().createInstance(interopNamespace, instance);
-        }
+        const bool isEnd = !isA(path.getClassName(), subscriptionClass);
+        const CIMObjectPath created = isEnd ? createEnd(given.clone()) : createSubscription(given);
         handler.processing();
         handler.deliver(created);
         handler.complete();
@@ -141,12 +145,12 @@ class SubscriptionProvider : public CIMInstanceProvider {
             throw CIMException(CIM_ERR_NOT_SUPPORTED,
                                "Only the SubscriptionState of a subscription can be modified.");
         }
-        std::lock_guard<std::mutex> guard(_changing);
-        wanted.setPath(withoutPlace(path));
-        const CIMInstance before = repository().getInstance(interopNamespace, path);
+        Change change(*this, path, "modifyInstance");
+        wanted.setPath(change.path);
+        const CIMInstance before = change.stored();
         repository().modifyInstance(interopNamespace, wanted);
         try {
-            setActive(repository().getInstance(interopNamespace, path));
+            setActive(change);
         } catch (const CIMException&) {
             repository().modifyInstance(interopNamespace, before);
             throw;
@@ -157,33 +161,122 @@ class SubscriptionProvider : public CIMInstanceProvider {
 
     void deleteInstance(const OperationContext&, const CIMObjectPath& path,
                         ResponseHandler& handler) override {
-        std::lock_guard<std::mutex> guard(_changing);
-        const CIMInstance stored = repository().getInstance(interopNamespace, path);
-        if (isA(path.getClassName(), subscriptionClass)) {
-            deactivate(stored.getPath());
-        } else if (isUsed(stored.getPath())) {
-            throw CIMException(
-                CIM_ERR_FAILED,
-                "A filter or handler referenced by a subscription cannot be deleted.");
-        }
-        repository().deleteInstance(interopNamespace, path);
+        isA(path.getClassName(), subscriptionClass) ? deleteSubscription(path) : deleteEnd(path);
         handler.processing();
         handler.complete();
     }
 
  private:
-    Repository& repository() const { return _services.repository; }
+    // What is known of a subscription besides its instance.
+    struct State {
+        explicit State(const std::string& key) : changing("subscription " + key) {}
+        Gate changing;
+        std::string id;  // while it is active; changes while the gate is held
+    };
 
-    static void checkFilter(const CIMInstance& filter) {
-        Subscriptions::checkFilterQuery(plain(required(filter, "Query")));
-        const String language = required(filter, "QueryLanguage");
-        static const char* const known[] = {"WQL", "DMTF:CQL", "CIM:CQL"};
-        for (const char* const each : known) {
-            if (String::equal(language, each)) {
-                return;
+    // The change of a subscription, one at a time. Its providers, which are called meanwhile, may
+    // change whatever else there is. Throws CIMException (CIM_ERR_NOT_FOUND).
+    class Change {
+     public:
+        Change(SubscriptionProvider& owner, const CIMObjectPath& given, const char* operation)
+            : path(owner.stored(given).getPath()),
+              _owner(owner),
+              _state(owner.stateOf(path)),
+              _pass(_state->changing, operation),
+              _scope(_pass.chain()) {}
+        ~Change() {
+            std::lock_guard<std::mutex> guard(_owner._lock);
+            const bool isAwaited = _state.use_count() > 2;  // this one and the map's
+            if (_state->id.empty() && !isAwaited) {
+                _owner._states.erase(plain(path.toString()));
             }
         }
-        throw invalid(String("QueryLanguage ") + language + " is not supported");
+        Change(const Change&) = delete;
+        Change& operator=(const Change&) = delete;
+
+        std::string& id() { return _state->id; }
+        CIMInstance stored() const {
+            return _owner.repository().getInstance(interopNamespace, path);
+        }
+
+        const CIMObjectPath path;
+
+     private:
+        SubscriptionProvider& _owner;
+        const std::shared_ptr<State> _state;
+        const Gate::Pass _pass;
+        const Gate::Scope _scope;
+    };
+
+    std::shared_ptr<State> stateOf(const CIMObjectPath& path) {
+        const std::string key = plain(path.toString());
+        std::lock_guard<std::mutex> guard(_lock);
+        std::shared_ptr<State>& state = _states[key];
+        if (!state) {
+            state = std::make_shared<State>(key);
+        }
+        return state;
+    }
+
+    Repository& repository() const { return _services.repository; }
+
+    // A subscription is found by its ends, whatever host a client says that they are on.
+    CIMInstance stored(const CIMObjectPath& path) const {
+        if (isA(path.getClassName(), subscriptionClass)) {
+            const CIMObjectPath wanted = withoutPlaces(path);
+            const Array<CIMInstance> all =
+                repository().instances(interopNamespace, path.getClassName());
+            for (Uint32 i = 0; i < all.size(); i++) {
+                if (withoutPlaces(all[i].getPath()) == wanted) {
+                    return all[i];
+                }
+            }
+        }
+        return repository().getInstance(interopNamespace, path);
+    }
+
+    void checkFilter(const CIMInstance& filter) const {
+        const Query query = Subscriptions::filterQuery(plain(required(filter, "Query")));
+        const String language = required(filter, "QueryLanguage");
+        static const char* const known[] = {"WQL", "DMTF:CQL", "CIM:CQL"};
+        if (std::none_of(std::begin(known), std::end(known),
+                         [&](const char* each) { return String::equal(language, each); })) {
+            throw invalid(String("QueryLanguage ") + language + " is not supported");
+        }
+        for (const std::string& nameSpace : sourcesOf(filter)) {
+            if (!CIMNamespaceName::legal(nameSpace.c_str())) {
+                throw CIMException(CIM_ERR_INVALID_NAMESPACE, nameSpace.c_str());
+            }
+            checkProperties(query, CIMNamespaceName(nameSpace.c_str()));
+        }
+    }
+
+    void checkProperties(const Query& query, const CIMNamespaceName& nameSpace) const {
+        const String className = query.className.getString();
+        if (repository().hasNamespace(nameSpace) &&
+            !repository().hasClass(nameSpace, query.className)) {
+            throw CIMException(CIM_ERR_NOT_FOUND, className);
+        }
+        const CIMClass cimClass = repository().getClass(nameSpace, query.className);
+        for (const CIMName& name : query.properties()) {
+            if (cimClass.findProperty(name) == PEG_NOT_FOUND) {
+                throw invalid("The property " + name.getString() +
+                              " was not found in the FROM class " + className);
+            }
+        }
+    }
+
+    static std::vector<std::string> sourcesOf(const CIMInstance& filter) {
+        std::vector<std::string> nameSpaces;
+        const auto listed = valueOr<Array<String>>(filter, "SourceNamespaces", Array<String>());
+        for (Uint32 i = 0; i < listed.size(); i++) {
+            nameSpaces.push_back(plain(listed[i]));
+        }
+        if (nameSpaces.empty()) {
+            nameSpaces.push_back(
+                plain(valueOr<String>(filter, "SourceNamespace", String(interopNamespace))));
+        }
+        return nameSpaces;
     }
 
     void checkDestination(const CIMInstance& destination) const {
@@ -212,12 +305,55 @@ class SubscriptionProvider : public CIMInstanceProvider {
         return repository().getInstance(interopNamespace, path);
     }
 
-    CIMObjectPath createSubscription(const CIMInstance& given) {
-        referred(given, "Filter");
-        referred(given, "Handler");
-        const CIMObjectPath path = repository().createInstance(interopNamespace, given);
+    CIMObjectPath createEnd(CIMInstance instance) {
+        const CIMName& className = instance.getClassName();
+        setIfMissing(instance, "SystemCreationClassName", System::getSystemCreationClassName());
+        setIfMissing(instance, "SystemName", System::getFullyQualifiedHostName());
+        setIfMissing(instance, "CreationClassName", className.getString());
+        required(instance, "Name");
+        isA(className, filterClass) ? checkFilter(instance) : checkDestination(instance);
         try {
-            setActive(repository().getInstance(interopNamespace, path));
+            return repository().createInstance(interopNamespace, instance);
+        } catch (const CIMException& e) {
+            if (e.getCode() != CIM_ERR_ALREADY_EXISTS) {
+                throw;
+            }
+            throw CIMException(CIM_ERR_ALREADY_EXISTS, asRealServersStore(instance).toString());
+        }
+    }
+
+    // They keep the host's own name as an empty one, which shows in this text alone.
+    CIMObjectPath asRealServersStore(CIMInstance end) const {
+        const auto name = valueOr<String>(end, "SystemName", String());
+        if (name == System::getHostName() || name == System::getFullyQualifiedHostName()) {
+            end.getProperty(end.findProperty("SystemName")).setValue(CIMValue(String()));
+        }
+        return end.buildPath(
+            CIMConstClass(repository().getClass(interopNamespace, end.getClassName())));
+    }
+
+    void deleteEnd(const CIMObjectPath& path) {
+        std::lock_guard<std::mutex> guard(_lock);
+        if (isUsed(repository().getInstance(interopNamespace, path).getPath())) {
+            throw CIMException(
+                CIM_ERR_FAILED,
+                "A filter or handler referenced by a subscription cannot be deleted.");
+        }
+        repository().deleteInstance(interopNamespace, path);
+    }
+
+    CIMObjectPath store(const CIMInstance& subscription) {
+        std::lock_guard<std::mutex> guard(_lock);
+        referred(subscription, "Filter");
+        referred(subscription, "Handler");
+        return repository().createInstance(interopNamespace, subscription);
+    }
+
+    CIMObjectPath createSubscription(const CIMInstance& given) {
+        const CIMObjectPath path = store(given);
+        Change change(*this, path, "createInstance");
+        try {
+            setActive(change);
         } catch (...) {
             repository().deleteInstance(interopNamespace, path);
             throw;
@@ -225,50 +361,46 @@ class SubscriptionProvider : public CIMInstanceProvider {
         return path;
     }
 
+    void deleteSubscription(const CIMObjectPath& path) {
+        Change change(*this, path, "deleteInstance");
+        change.stored();  // may have gone meanwhile
+        deactivate(change);
+        repository().deleteInstance(interopNamespace, change.path);
+    }
+
     // Lets its providers know of a subscription, or no more, as its state says.
-    void setActive(const CIMInstance& subscription) {
+    void setActive(Change& change) {
+        const CIMInstance subscription = change.stored();
         const bool wanted =
             valueOr<Uint16>(subscription, "SubscriptionState", enabledState) == enabledState;
-        const std::string key = plain(subscription.getPath().toString());
         if (!wanted) {
-            deactivate(subscription.getPath());
-        } else if (_active.count(key) == 0) {
-            _active[key] = activate(subscription);
+            deactivate(change);
+        } else if (change.id().empty()) {
+            change.id() = activate(subscription);
         }
     }
 
     std::string activate(const CIMInstance& stored) {
         const CIMInstance filter = referred(stored, "Filter");
         const std::shared_ptr<Destination> destination = open(referred(stored, "Handler"));
-        std::vector<std::string> nameSpaces;
-        const auto listed = valueOr<Array<String>>(filter, "SourceNamespaces", Array<String>());
-        for (Uint32 i = 0; i < listed.size(); i++) {
-            nameSpaces.push_back(plain(listed[i]));
-        }
-        if (nameSpaces.empty()) {
-            nameSpaces.push_back(
-                plain(valueOr<String>(filter, "SourceNamespace", String(interopNamespace))));
-        }
         CIMInstance subscription = stored;
         CIMObjectPath path = stored.getPath();
         path.setHost(System::getHostName());
         path.setNameSpace(interopNamespace);
         subscription.setPath(path);
         const auto prepared = _services.subscriptions.prepare(
-            plain(required(filter, "Query")), nameSpaces,
+            plain(required(filter, "Query")), sourcesOf(filter),
             [destination](const CIMInstance& indication) { destination->take(indication); },
             queueCapacity, subscription);
         _services.subscriptions.create(prepared);
         return prepared->id;
     }
 
-    void deactivate(const CIMObjectPath& path) {
-        const auto active = _active.find(plain(path.toString()));
-        if (active == _active.end()) {
+    void deactivate(Change& change) {
+        if (change.id().empty()) {
             return;
         }
-        const auto removed = _services.subscriptions.remove(active->second);
-        _active.erase(active);
+        const auto removed = _services.subscriptions.remove(std::exchange(change.id(), ""));
         removed->queue->drain();  // a destination takes what came before the end
         _services.subscriptions.close(removed);
     }
@@ -288,8 +420,8 @@ class SubscriptionProvider : public CIMInstanceProvider {
     }
 
     const InteropServices& _services;
-    std::mutex _changing;                        // held while instances come and go
-    std::map<std::string, std::string> _active;  // ids of subscriptions, by the path's text
+    std::mutex _lock;  // also held while an end goes, or gets a subscription
+    std::map<std::string, std::shared_ptr<State>> _states;  // by the text of the path
 };
 
 }  // namespace

@@ -16,7 +16,7 @@
 #include <string>
 
 #include "exchange/Channel.h"
-#include "providers/Gate.h"
+#include "exchange/Gate.h"
 #include "providers/Problems.h"
 #include "providers/RunningCalls.h"
 

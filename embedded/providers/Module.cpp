@@ -15,8 +15,12 @@ using namespace Pegasus;
 
 namespace velmar_embedded {
 
-Module::Module(std::string location, std::function<std::vector<std::string>()> directories)
-    : _location(std::move(location)), _directories(std::move(directories)) {}
+Module::Module(std::string location, std::function<std::vector<std::string>()> directories,
+               EntryPoint entryPoint)
+    : _location(std::move(location)),
+      _directories(std::move(directories)),
+      _entryPoint(entryPoint),
+      _opening("the opening of module \"" + _location + "\"") {}
 
 Module::~Module() {
     if (_library) {
@@ -57,15 +61,11 @@ void Module::open() {
     }
 }
 
-void Module::keepLoaded() {
-    std::lock_guard<std::mutex> guard(_lock);
-    _library = nullptr;
-}
-
 CIMProvider* Module::createProvider(const std::string& name) {
-    CIMProvider* (*create)(const String&) = nullptr;
-    {
-        std::lock_guard<std::mutex> guard(_lock);
+    EntryPoint create = _entryPoint;
+    if (!create) {
+        const Gate::Pass pass(_opening, "making provider \"" + name + "\"");
+        const Gate::Scope scope(pass.chain());
         if (!_library) {
             open();
         }
@@ -77,7 +77,8 @@ CIMProvider* Module::createProvider(const std::string& name) {
     CIMProvider* provider = create(String(name.c_str()));
     if (!provider) {
         throw ModuleError(ModuleError::UnknownProvider, _location,
-                          _file + ": PegasusCreateProvider does not know the provider " + name);
+                          (_entryPoint ? "lib" + _location + ".so, linked" : _file) +
+                              ": PegasusCreateProvider does not know the provider " + name);
     }
     return provider;
 }

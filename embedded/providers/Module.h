@@ -11,9 +11,10 @@
 #include <Pegasus/Provider/CIMProvider.h>
 
 #include <functional>
-#include <mutex>
 #include <string>
 #include <vector>
+
+#include "exchange/Gate.h"
 
 namespace velmar_embedded {
 
@@ -37,21 +38,25 @@ class ModuleError : public Pegasus::CIMException {
 
 class Module {
  public:
-    /// `directories` are asked for each time the library is opened.
-    Module(std::string location, std::function<std::vector<std::string>()> directories);
+    using EntryPoint = Pegasus::CIMProvider* (*)(const Pegasus::String& providerName);
+
+    /// `directories` are asked for each time the library is opened. With an entry point of this
+    /// process, which may be null, no library is.
+    Module(std::string location, std::function<std::vector<std::string>()> directories,
+           EntryPoint entryPoint);
     /// Closes the library; its providers must have been terminated.
     ~Module();
     Module(const Module&) = delete;
     Module& operator=(const Module&) = delete;
 
     const std::string& location() const { return _location; }
-    /// Whether the library is in one of the directories.
-    bool isFound() const { return !file().empty(); }
+    /// Whether there is an entry point, or the library is in one of the directories.
+    bool isFound() const { return _entryPoint != nullptr || !file().empty(); }
     /// Opens the library if need be and asks it for a provider. Throws ModuleError with the
     /// folders tried, with the loader's text, or when the library does not know the name.
     Pegasus::CIMProvider* createProvider(const std::string& name);
-    /// From here on the library is never closed.
-    void keepLoaded();
+    /// The destructor then leaves the library open. No provider may be created any more.
+    void keepLoaded() { _library = nullptr; }
 
  private:
     std::string file() const;
@@ -59,7 +64,8 @@ class Module {
 
     const std::string _location;
     const std::function<std::vector<std::string>()> _directories;
-    std::mutex _lock;
+    const EntryPoint _entryPoint;
+    Gate _opening;  // held while the library's initializers run
     std::string _file;
     void* _library = nullptr;
 };

@@ -30,19 +30,38 @@ Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverr
 Qualifier Out : boolean = false, Scope(parameter), Flavor(DisableOverride, ToSubclass);
 Qualifier Override : string = null, Scope(property, method, reference), Flavor(Restricted);
 
-class PG_ProviderModule {
-    [Key] string Name;
+[Abstract] class CIM_ManagedElement {
+    string Caption;
+    string Description;
+    string ElementName;
+};
+[Abstract] class CIM_ManagedSystemElement : CIM_ManagedElement {
+    datetime InstallDate;
+    string Name;
+    uint16 OperationalStatus[];
+    string StatusDescriptions[];
+    string Status;
+    uint16 HealthState;
+};
+[Abstract] class CIM_LogicalElement : CIM_ManagedSystemElement {
+};
+class PG_ProviderModule : CIM_LogicalElement {
+    [Key, Override("Name")] string Name;
     string Vendor;
     string Version;
     string InterfaceType;
     string InterfaceVersion;
     string Location;
+    uint16 UserContext;
+    string DesignatedUserContext;
+    string ModuleGroupName;
+    uint16 Bitness;
 };
-class PG_Provider {
+class PG_Provider : CIM_LogicalElement {
     [Key] string ProviderModuleName;
-    [Key] string Name;
+    [Key, Override("Name")] string Name;
 };
-class PG_ProviderCapabilities {
+class PG_ProviderCapabilities : CIM_ManagedElement {
     [Key] string ProviderModuleName;
     [Key] string ProviderName;
     [Key] string CapabilityID;
@@ -99,8 +118,11 @@ class RegistrationReader::Reader {
 };
 
 RegistrationReader::RegistrationReader(Repository& repository, Registry& registry,
-                                       MakeChannel makeChannel)
-    : _repository(repository), _registry(registry), _makeChannel(std::move(makeChannel)) {
+                                       Problems& problems, MakeChannel makeChannel)
+    : _repository(repository),
+      _registry(registry),
+      _problems(problems),
+      _makeChannel(std::move(makeChannel)) {
     _repository.createNamespace(CIMNamespaceName("root"));
     compileMofText(_repository, CIMNamespaceName(interopNamespace), registrationClasses,
                    "registration classes");
@@ -124,8 +146,9 @@ void RegistrationReader::note(const CIMNamespaceName& nameSpace, const CIMObject
     }
 }
 
-void RegistrationReader::readInstances() {
+void RegistrationReader::readInstances(Module::EntryPoint entryPoint) {
     std::lock_guard<std::mutex> guard(_lock);
+    _entryPoint = entryPoint;
     readClass("PG_ProviderModule", &RegistrationReader::readModule);
     readClass("PG_Provider", &RegistrationReader::readProvider);
     readClass("PG_ProviderCapabilities", &RegistrationReader::readCapabilities);
@@ -160,8 +183,8 @@ void RegistrationReader::readModule(const Reader& instance) {
         instance.fail("InterfaceType",
                       quoted(instance.text("InterfaceType")) + " is not \"C++Default\"");
     }
-    _modules[instance.text("Name")] =
-        std::make_shared<Module>(instance.text("Location"), [this] { return directories(); });
+    _modules[instance.text("Name")] = std::make_shared<Module>(
+        instance.text("Location"), [this] { return directories(); }, _entryPoint);
 }
 
 void RegistrationReader::readProvider(const Reader& instance) {
@@ -192,10 +215,18 @@ void RegistrationReader::readCapabilities(const Reader& instance) {
     }
     const Array<Uint16> types = instance.list<Uint16>("ProviderType", true);
     for (Uint32 i = 0; i < types.size(); i++) {
-        if (types[i] < 2 || types[i] > 5) {
+        if (types[i] < 2 || types[i] > 7) {
             instance.fail("ProviderType",
                           std::to_string(types[i]) +
-                              " is none of 2 instance, 3 association, 4 indication, 5 method");
+                              " is none of 2 instance, 3 association, 4 indication, 5 method, "
+                              "6 indication consumer, 7 instance query");
+        }
+        if (types[i] > 5) {
+            _problems.report("provider " + quoted(name) + ", class " + capabilities.className +
+                             ": this server does not use it as " +
+                             (types[i] == 6 ? "indication consumer" : "instance query provider") +
+                             " (ProviderType " + std::to_string(types[i]) + ")");
+            continue;
         }
         capabilities.types.push_back(static_cast<ProviderType>(types[i]));
     }
@@ -225,14 +256,17 @@ std::vector<RegisteredModule> RegistrationReader::modules() const {
 }
 
 void RegistrationReader::closeModules() {
-    std::lock_guard<std::mutex> guard(_lock);
-    _providers.clear();
+    std::map<std::string, std::shared_ptr<Module>> modules;
+    {
+        std::lock_guard<std::mutex> guard(_lock);
+        _providers.clear();
+        modules.swap(_modules);
+    }
     if (_keepsModules) {
-        for (const auto& module : _modules) {
+        for (const auto& module : modules) {
             module.second->keepLoaded();
         }
     }
-    _modules.clear();
 }
 
 }  // namespace velmar_embedded

@@ -36,8 +36,10 @@ class RegistrationReader {
  public:
     using MakeChannel = std::function<std::shared_ptr<Channel>(const std::string& providerName)>;
 
-    /// Declares the namespaces root and root/PG_InterOp, the latter with the registration classes.
-    RegistrationReader(Repository& repository, Registry& registry, MakeChannel makeChannel);
+    /// Declares the namespaces root and root/PG_InterOp, the latter with the registration classes
+    /// and those above them. Registrations that are of no use here are reported.
+    RegistrationReader(Repository& repository, Registry& registry, Problems& problems,
+                       MakeChannel makeChannel);
 
     /// Libraries are searched in the directories in the order of these calls.
     void addDirectory(const std::string& directory);
@@ -46,9 +48,10 @@ class RegistrationReader {
     /// Notes where an instance of a registration class was declared; others are of no interest.
     void note(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMObjectPath& path,
               const std::string& file, unsigned line);
-    /// Registers what is new in the repository. An instance that cannot be is removed from it and
+    /// Registers what is new in the repository. With an entry point, its providers come from that,
+    /// and no library is searched. An instance that cannot be is removed from it and
     /// named in the MofError, with its place.
-    void readInstances();
+    void readInstances(Module::EntryPoint entryPoint);
     std::vector<RegisteredModule> modules() const;
     /// Closes the libraries; their providers must have gone from the registry.
     void closeModules();
@@ -67,10 +70,12 @@ class RegistrationReader {
 
     Repository& _repository;
     Registry& _registry;
+    Problems& _problems;
     const MakeChannel _makeChannel;
     mutable std::mutex _lock;
-    std::set<std::string> _known;          // paths of the instances that were read
-    std::map<std::string, Place> _places;  // of those that were not yet, by path
+    std::set<std::string> _known;              // paths of the instances that were read
+    std::map<std::string, Place> _places;      // of those that were not yet, by path
+    Module::EntryPoint _entryPoint = nullptr;  // of what is being read
     std::map<std::string, std::shared_ptr<Module>> _modules;
     std::map<std::pair<std::string, std::string>, std::shared_ptr<LoadedProvider>> _providers;
     mutable std::mutex _directoriesLock;

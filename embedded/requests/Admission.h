@@ -12,8 +12,8 @@
 #include <memory>
 #include <mutex>
 
+#include "exchange/Gate.h"
 #include "exchange/LocalServer.h"
-#include "providers/Gate.h"
 #include "requests/Dispatch.h"
 
 namespace velmar_embedded {

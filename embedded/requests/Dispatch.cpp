@@ -68,7 +68,7 @@ void checkNesting(const Purpose& purpose, const LoadedProvider& provider) {
     }
 }
 
-void fanOut(Services& services, std::vector<std::function<void()>> tasks) {
+void fanOut(Services& services, std::vector<std::function<void()>> tasks, bool plain) {
     std::vector<std::optional<Failure>> failures(tasks.size());
     const Gate::Chain chain = Gate::chain();
     const unsigned depth = Nesting::depth();
@@ -81,7 +81,7 @@ void fanOut(Services& services, std::vector<std::function<void()>> tasks) {
     }
     services.workers.runAll(tasks);
     for (const std::optional<Failure>& failure : failures) {
-        if (failure && tasks.size() > 1) {
+        if (failure && plain && tasks.size() > 1) {
             throw PlainError(failure->code, failure->message);
         }
         if (failure) {

@@ -58,8 +58,9 @@ Pegasus::CIMObjectPath providerPath(
 Pegasus::CIMClass classFor(const Services& services, const Request& request,
                            const Pegasus::CIMName& className);
 
-/// Runs the tasks in parallel on workers and throws the failure of the first that failed.
-void fanOut(Services& services, std::vector<std::function<void()>> tasks);
+/// Runs the tasks in parallel on workers and throws the failure of the first that failed; clients
+/// hear the text of one among several without its code, if `plain`.
+void fanOut(Services& services, std::vector<std::function<void()>> tasks, bool plain);
 
 /// Throws CIMException (CIM_ERR_FAILED) when the request that this thread serves is nested deeper
 /// than Nesting::limit.

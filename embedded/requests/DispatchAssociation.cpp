@@ -168,7 +168,7 @@ Answer serveAssociation(Services& services, const Request& request) {
                                                                   path, name, part);
         });
     }
-    fanOut(services, std::move(calls));
+    fanOut(services, std::move(calls), false);
 
     Answer whole;
     whole.propertyList = request.propertyList;

@@ -156,7 +156,7 @@ Answer enumerate(Services& services, const Request& request) {
             });
         }
     }
-    fanOut(services, std::move(calls));
+    fanOut(services, std::move(calls), true);
     for (const Answer& part : parts) {
         whole.instances.appendArray(part.instances);
         whole.paths.appendArray(part.paths);

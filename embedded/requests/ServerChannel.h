@@ -13,7 +13,7 @@
 #include <string>
 
 #include "exchange/Channel.h"
-#include "providers/Gate.h"
+#include "exchange/Gate.h"
 #include "requests/Admission.h"
 
 namespace velmar_embedded {

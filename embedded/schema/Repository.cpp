@@ -73,6 +73,17 @@ struct StoredClass {
             throw CIMException(CIM_ERR_INVALID_PARAMETER, e.getMessage());
         }
     }
+    // As a real server says it.
+    void requireCreatable() const {
+        if (definition.isAbstract()) {
+            throw CIMException(CIM_ERR_FAILED, "attempted to instantiate an abstract class " +
+                                                   definition.getClassName().getString());
+        }
+        if (!definition.hasKeys()) {
+            throw CIMException(CIM_ERR_FAILED,
+                               "class has no keys: " + definition.getClassName().getString());
+        }
+    }
     CIMInstance complete(const CIMInstance& given) const;
 };
 
@@ -433,6 +444,7 @@ CIMObjectPath Repository::createInstance(const CIMNamespaceName& nameSpace,
                                          const CIMInstance& instance) {
     std::unique_lock lock(_lock);
     StoredClass& stored = find(nameSpace).find(instance.getClassName(), CIM_ERR_INVALID_CLASS);
+    stored.requireCreatable();
     const CIMInstance completed = stored.complete(instance);
     const CIMObjectPath path = completed.getPath();
     if (stored.byPath.count(path) != 0) {

@@ -299,7 +299,8 @@ TEST_F(Routing, EnumerationsReachEverySubclass) {
         std::string asked, b, d;  // the list given to the provider of T_B, and what comes of it
     } cases[] = {{true, {}, "", " k n extra", " k^ n^ s^ note"},
                  {false, {}, " [k; n; s; ]", " k n", " k^ n^ s^"},
-                 {false, listOf({"extra"}), " [extra; ]", " extra", ""}};
+                 {false, listOf({"extra"}), " [extra; ]", " extra", ""},
+                 {true, listOf({"s", "n", "N", "k"}), " [s; n; N; k; ]", " n k", " s^ n^ k^"}};
     for (const auto& c : cases) {
         std::string found =
             said(client.enumerateInstances(ns, "T_A", c.deep, true, false, false, c.list));
@@ -442,6 +443,14 @@ TEST_F(Routing, Errors) {
 TEST_F(Routing, AssociationProvidersThatCount) {
     Scripted* provider = noting("P", {"T_Link", "T_SubLink", "T_BLink"}, ProviderType::Association);
     start();
+    provider->linkObjects = [](auto&, auto&) {
+        throw CIMException(CIM_ERR_INVALID_PARAMETER, "invalid role");
+    };
+    EXPECT_EQ(outcome([&] { client.references(ns, path(A1)); }),
+              "4 CIM_ERR_INVALID_PARAMETER: invalid role")
+        << "from two at once";
+    provider->linkObjects = nullptr;
+    calls();
     const struct {
         std::string object;
         CIMName association;

@@ -11,6 +11,7 @@
 
 #include <velmar_embedded/schema/Mof.h>
 #include <velmar_embedded/schema/Repository.h>
+#include "MofIncludes.h"
 #include "support/Objects.h"
 
 using namespace Pegasus;
@@ -247,6 +248,10 @@ TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
         {"/ring.mof", "#pragma include (\"sub/ring.mof\")"},
         {"/sub/ring.mof", "\n#pragma include (\"../ring.mof\")"},
         {"/twice.mof", "#pragma include (\"ok.mof\")\n#pragma include (\"ok.mof\")"},
+        {"/note.mof",
+         "/* #pragma include (\"a.mof\") */ // #pragma include (\"b.mof\")\n# PRAGMA include"
+         "(\"sub/\" \"ring.mof\") instance of pg_Provider { s = \"#pragma include "
+         "(\\\"ok.mof\\\")\""},
         {"/ok.mof", "class Twice {};"}};
     for (const auto& [name, mof] : files) {
         std::ofstream(at + name) << mof;
@@ -262,6 +267,10 @@ TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
     for (const auto& [name, expected] : outcomes) {
         EXPECT_EQ(outcome([&, &file = name] { compileMof(repository, ns, at + file); }), expected);
     }
+    EXPECT_EQ(velmar_cli::withIncludes({at + "/note.mof"}),
+              (std::vector<std::string>{at + "/note.mof", at + "/sub/ring.mof", at + "/ring.mof"}));
+    EXPECT_TRUE(velmar_cli::registersProviders(at + "/note.mof"));
+    EXPECT_FALSE(velmar_cli::registersProviders(at + "/good.mof"));
     // An alias outlives its file, a change of namespace ends with it.
     EXPECT_EQ(repository.instances(ns, "X").size(), 1u);
     fs::remove_all(at);
@@ -306,6 +315,7 @@ TEST_F(Schema, Errors) {
     partly.setPath(x);
     partly.addProperty(CIMProperty("Num", Uint32(1))).addProperty(CIMProperty("Notes", true));
     repository.createInstance(ns, CIMInstance("L"));
+    repository.createClass(ns, CIMClass("Keyless"));
     const std::pair<const char*, std::function<void()>> cases[] = {
         {"3 root/none", [&] { repository.createClass("root/none", CIMClass("C")); }},
         {"10 C", [&] { repository.createClass(ns, CIMClass("D", "C")); }},
@@ -313,9 +323,17 @@ TEST_F(Schema, Errors) {
         {"6 C", [&] { repository.getClass(ns, "C"); }},
         {"8 M", [&] { repository.deleteClass(ns, "M"); }},
         {"9 L", [&] { repository.deleteClass(ns, "L"); }},
+        {"6 C", [&] { repository.modifyClass(ns, CIMClass("C")); }},
+        {"8 M", [&] { repository.modifyClass(ns, CIMClass("M", "B")); }},
+        {"9 L", [&] { repository.modifyClass(ns, CIMClass("L", "M")); }},
+        {"10 B", [&] { repository.modifyClass(ns, CIMClass("K", "B")); }},
         {"5 C", [&] { repository.subclassNames(ns, "C", true); }},
         {"5 C", [&] { repository.createInstance(ns, CIMInstance("C")); }},
         {"11 O.Name=\"x\"", [&] { repository.createInstance(ns, o("x")); }},
+        {"1 attempted to instantiate an abstract class B",
+         [&] { repository.createInstance(ns, CIMInstance("b")); }},
+        {"1 class has no keys: Keyless",
+         [&] { repository.createInstance(ns, CIMInstance("keyless")); }},
         {"4 malformed object name: , reason:\"class name  not a legal CIM name\"",
          [&] { repository.createInstance(ns, CIMInstance("A2")); }},
         {"4 O.No: no such property", [&] { repository.createInstance(ns, with("No", true)); }},
@@ -332,6 +350,9 @@ TEST_F(Schema, Errors) {
     }
     ASSERT_EQ(repository.instances(ns, "O").size(), 1u);
     EXPECT_EQ(property(repository.getInstance(ns, x), "Num"), "31");
+    CIMClass changed("K", "O");
+    repository.modifyClass(ns, changed.addProperty(CIMProperty("More", Uint8(3))));
+    EXPECT_EQ(repository.getClass(ns, "K").findProperty("More"), 3u) << "after the inherited ones";
 }
 
 }  // namespace

@@ -105,9 +105,11 @@ std::string registration(const std::string& kind, std::string properties) {
 }
 std::string module(const std::string& name, const std::string& location,
                    const std::string& interface = "C++Default") {
-    return registration("ProviderModule", "Vendor = 'V'; Version = '1'; InterfaceVersion = '2';" +
-                                              (" Name = '" + name) + "'; Location = '" + location +
-                                              "'; InterfaceType = '" + interface + "';");
+    return registration("ProviderModule",
+                        "Description = 'd'; UserContext = 2; ModuleGroupName = "
+                        "'G'; Vendor = 'V'; Version = '1'; InterfaceVersion = '2';" +
+                            (" Name = '" + name) + "'; Location = '" + location +
+                            "'; InterfaceType = '" + interface + "';");
 }
 std::string provider(const std::string& name, const std::string& module = "M") {
     return registration("Provider",
@@ -116,23 +118,34 @@ std::string provider(const std::string& name, const std::string& module = "M") {
 std::string capabilities(const std::string& provider, const std::string& className,
                          const std::string& types = "{2}", const std::string& module = "M") {
     return registration("ProviderCapabilities",
-                        "Namespaces = {'root', 'root/test'}; ProviderModuleName = '" + module +
-                            "'; CapabilityID = '" + className + "'; ProviderName = '" + provider +
-                            "'; ClassName = '" + className + "'; SupportedMethods = {'Do'};" +
-                            " ProviderType = " + types + ";");
+                        "Caption = 'c'; Namespaces = {'root', 'root/test'}; "
+                        "ProviderModuleName = '" +
+                            module + "'; CapabilityID = '" + className + "'; ProviderName = '" +
+                            provider + "'; ClassName = '" + className +
+                            "'; SupportedMethods = {'Do'};" + " ProviderType = " + types + ";");
 }
 
 TEST_F(Server, LoadsModulesByRegistration) {
     server.addProviderDirectory("/nonexistent");
     server.addProviderDirectory(TEST_MODULE_DIR);
+    std::string problems;
+    Count reported;
+    server.observeProblems([&](const std::string& problem) {
+        problems += problem;
+        reported.up();
+    });
     // A registration counts once, whatever is compiled after it.
-    server.compileMofText("root/PG_InterOp", module("M", "TestModule") +
-                                                 provider("ModuleProvider") +
-                                                 capabilities("ModuleProvider", "T_A", "{2, 5}"));
+    server.compileMofText("root/PG_InterOp",
+                          module("M", "TestModule") + provider("ModuleProvider") +
+                              capabilities("ModuleProvider", "T_A", "{2, 5, 6}"));
     server.compileMofText("root/PG_InterOp", provider("Unknown") + capabilities("Unknown", "T_B") +
                                                  module("Gone", "NoModule") +
                                                  provider("P", "Gone") +
                                                  capabilities("P", "T_C", "{2}", "Gone"));
+    reported.waitFor(1);
+    EXPECT_EQ(problems,
+              "provider \"ModuleProvider\", class T_A: this server does not use it as indication "
+              "consumer (ProviderType 6)");
     const char* const file = TEST_MODULE_DIR "/libTestModule.so";
     start();
     EXPECT_EQ(dlopen(file, RTLD_NOW | RTLD_NOLOAD), nullptr);
@@ -167,7 +180,7 @@ TEST_F(Server, RefusedRegistrations) {
         {module("X", "L", "CMPI"), "InterfaceType", "\"CMPI\""},
         {provider("P", "Y"), "ProviderModuleName", "\"Y\""},
         {capabilities("Q", "T_A"), "ProviderName", "\"Q\""},
-        {capabilities("P", "T_A", "{2, 6}"), "ProviderType", "6 is none of"},
+        {capabilities("P", "T_A", "{2, 8}"), "ProviderType", "8 is none of"},
         {capabilities("P", "T_A", "{1}"), "ProviderType", "1 is none of"},
         {capabilities("P", "T_A", "{}"), "ProviderType", "is empty"},
         {capabilities("P", "T_A", "NULL"), "ProviderType", "no value"},

@@ -32,6 +32,7 @@
 #ifdef VELMAR_TEST_OVER_HTTP
 #include <velmar_wire/WireServer.h>
 #endif
+#include "support/HeldLocks.h"
 #include "support/Objects.h"
 
 namespace support {
@@ -142,10 +143,12 @@ class Scripted : public CIMInstanceProvider,
 
     ~Scripted() override { onDestroy(); }
     void initialize(CIMOMHandle& handle) override {
+        EXPECT_EQ(heldLocks(), 0);
         cimom = handle;
         onInitialize(handle);
     }
     void terminate() override {
+        EXPECT_EQ(heldLocks(), 0);
         onTerminate();
         delete this;
     }
@@ -195,6 +198,7 @@ class Scripted : public CIMInstanceProvider,
 
     template <class Handler>
     void run(const Answer<Handler>& operation, Context context, Call call, Handler& handler) {
+        EXPECT_EQ(heldLocks(), 0);
         call.context = context;
         onCall(call);
         handler.processing();
@@ -222,28 +226,32 @@ class Alerts : public CIMIndicationProvider {
     OperationContext context;
     CIMObjectPath subscription;
     std::string classNames;
+    CIMOMHandle cimom;
 
-    void initialize(CIMOMHandle&) override { onCall("initialize"); }
+    void initialize(CIMOMHandle& handle) override {
+        cimom = handle;
+        called("initialize");
+    }
     void terminate() override {
-        onCall("terminate");
+        called("terminate");
         delete this;
     }
     void enableIndications(IndicationResponseHandler& given) override {
         handler = &given;
-        onCall("enable");
+        called("enable");
     }
-    void disableIndications() override { onCall("disable"); }
+    void disableIndications() override { called("disable"); }
     void createSubscription(Context with, Path path, Classes classes, List list,
                             const Uint16) override {
-        onCall(list.isNull() ? "create" : "create with a list");
         context = with;
         subscription = path;
         classNames = paths(classes, false);
+        called(list.isNull() ? "create" : "create with a list");
     }
     void modifySubscription(Context, Path, Classes, List, const Uint16) override {}
     void deleteSubscription(Context, Path path, Classes classes) override {
         const bool last = path == subscription && paths(classes, false) == classNames;
-        onCall(last ? "delete" : "delete-other");
+        called(last ? "delete" : "delete-other");
     }
     /// Delivers indications of this class, one for each text.
     void alert(const std::string& classPath, const std::vector<const char*>& notes = {""}) {
@@ -252,6 +260,12 @@ class Alerts : public CIMIndicationProvider {
             add(indication, "Note", note);
             handler.load()->deliver(indication);
         }
+    }
+
+ private:
+    void called(const char* operation) {
+        EXPECT_EQ(heldLocks(), 0) << operation;
+        onCall(operation);
     }
 };
 

@@ -3,6 +3,7 @@
 //
 // What is generated from a schema with every trap: typed classes, providers on the generated bases,
 // served by the embedded server from a module with the generated factory and registration.
+#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 #include <velmar_kit/RecordingHandlers.h>
 #include <velmar_kit/ServedPackage.h>
@@ -193,11 +194,18 @@ TEST_F(ProviderOfParts, AddsOnceUpdatesAndFinds) {
                 [&] { provider.add(TRAP_Part("a")); });
     expectFault(CIM_ERR_NOT_FOUND, "TRAP_Part.Name=\"b\" is not there",
                 [&] { provider.update(TRAP_Part("b")); });
-    expectFault(CIM_ERR_NOT_FOUND, "TRAP_Part.Name=\"b\" is not there",
-                [&] { provider.erase(TRAP_Part("b").path()); });
+    EXPECT_FALSE(provider.erase(TRAP_Part("b").path()));
+    provider.put(TRAP_Part("c"));
+    expectFault(CIM_ERR_FAILED, "TRAP_Part: put was called inside the change", [&] {
+        provider.update(TRAP_Part("c").path(), [&](TRAP_Part& part) { provider.put(part); });
+    });
+    EXPECT_TRUE(provider.erase(TRAP_Part("c").path()));
     TRAP_Part changed("a");
-    changed.Size = 9;
+    changed.Size = 8;
     provider.update(changed);
+    EXPECT_EQ(provider.find(changed.path())->Size, 8u);
+    changed.Size = 9;
+    provider.put(changed);
     EXPECT_EQ(provider.find(changed.path())->Size, 9u);
     provider.update(changed.path(), [](TRAP_Part& part) { part.Size = part.Size.value() + 1; });
     EXPECT_EQ(provider.all().at(0).Size, 10u);
@@ -218,12 +226,23 @@ TEST_F(ProviderOfParts, TakesWhatAClientCreates) {
     CIMInstance bad = TRAP_Part("b").instance();
     bad.addProperty(CIMProperty(CIMName("Size"), CIMValue(true)));
     expectFault(CIM_ERR_INVALID_PARAMETER, "TRAP_Part.Size: is boolean", [&] { create(bad); });
+    // What there is shows the device, unless its author says otherwise.
+    TRAP_NamesProvider others;
+    expectFault(CIM_ERR_NOT_SUPPORTED, "TRAP_Names: clients may not create", [&] {
+        others.createInstance(OperationContext(), CIMObjectPath(), TRAP_Names(5, "k").instance(),
+                              made);
+    });
+    expectFault(CIM_ERR_NOT_SUPPORTED, "TRAP_Names: clients may not delete", [&] {
+        others.deleteInstance(OperationContext(), TRAP_Names(5, "k").path(), made);
+    });
+    provider.deleteInstance(OperationContext(), CIMObjectPath("TRAP_Part.Name=\"b\""), made);
 }
 
 // One with a cascade asks the server, which is not there; the object is gone all the same.
 TEST_F(ProviderOfParts, ErasesAndCompletesEnds) {
     provider.add(TRAP_Part("a"));
-    EXPECT_THROW(provider.erase(TRAP_Part("a").path()), CannotConnectException);
+    EXPECT_TRUE(provider.erase(TRAP_Part("a").path()));
+    EXPECT_FALSE(cim::raise(TRAP_Alert(), TRAP_Part("a")));
     EXPECT_TRUE(provider.all().empty());
     TRAP_LinkProvider links;
     const TRAP_Link link(TRAP_Types("t").path(), TRAP_Part::classPath());
@@ -354,7 +373,7 @@ TEST(GeneratedFactory, CopiesForProvidersThatRefreshOnly) {
     }
     got[0].delivered.at(0).addProperty(CIMProperty(CIMName("Marked"), CIMValue(true)));
     EXPECT_NE(got[1].delivered.at(0).findProperty("Marked"), PEG_NOT_FOUND);
-    types->terminate();
+    dynamic_cast<CIMProvider*>(types)->terminate();
 }
 
 // Without enrichment an alert is what its sender gave, and what prepare adds.
@@ -393,6 +412,7 @@ TEST(ProviderOfAlerts, TakesOverWhatTheClassDeclares) {
 class GeneratedPackage : public velmar_kit::ServedPackage {
  protected:
     GeneratedPackage() : ServedPackage({{TRAPS_MOF}, {TRAPS_REGISTRATION}, {TRAPS_MODULES}}) {
+        allow("kit.two-copies");  // it is the module that is tested
         client.createInstance(nameSpace, everything().instance());
         client.createInstance(nameSpace, TRAP_Part("p").instance());
         TRAP_Methods methods(1);
@@ -421,6 +441,16 @@ class GeneratedPackage : public velmar_kit::ServedPackage {
     const CIMObjectPath methodsPath = TRAP_Methods(1).path();
     Array<CIMParamValue> out;
 };
+
+struct TwoCopies : velmar_kit::ServedPackage {
+    TwoCopies() : ServedPackage({{TRAPS_MOF}, {TRAPS_REGISTRATION}, {TRAPS_MODULES}}) {}
+    void TestBody() override {}
+    using ServedPackage::TearDown;
+};
+
+TEST(LinkedPackage, IsNotLoadedAsWell) {
+    EXPECT_NONFATAL_FAILURE(TwoCopies().TearDown(), "[kit.two-copies]");
+}
 
 TEST_F(GeneratedPackage, ServesEveryType) {
     const CIMInstance got =
@@ -475,6 +505,8 @@ TEST_F(GeneratedPackage, RaisesEnrichedAlerts) {
     EXPECT_EQ(value("SystemName"), CIMValue(String("sender")));  // rather than the library's
     EXPECT_EQ(TRAP_Alert::from(alerts[0]).Description, "mixed");
     EXPECT_EQ(value("SenderUUID"), CIMValue(String()));
+    EXPECT_EQ(value("AlertingElementFormat"), CIMValue(Uint16(2)));
+    EXPECT_FALSE(value("EventTime").isNull());
 }
 
 }  // namespace

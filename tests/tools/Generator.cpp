@@ -88,7 +88,7 @@ TEST_F(Generating, KeepsToTheNamespaceOfAlertsAndLeavesOutWhatTheSchemaLacks) {
         velmar_embedded::compileMofText(other, nameSpace, mof, "other.mof");
     }
     options.classes = {"OTHER_Alert"};
-    expectHas(generate(other, options).at(4).text, "AlertProvider<OTHER_Alert, false>");
+    expectHas(generate(other, options).at(2).text, "AlertProvider<OTHER_Alert, false>");
     options.cimNamespace = "root/other";
     const auto faultOfOther = [&] {
         try {
@@ -102,19 +102,25 @@ TEST_F(Generating, KeepsToTheNamespaceOfAlertsAndLeavesOutWhatTheSchemaLacks) {
     options.classes = {"OTHER_A__B"};
     expectHas(faultOfOther(), "OTHER_A_B and OTHER_A__B would both be OTHER_A_B in C++");
     options.classes = {"OTHER_Thing"};
-    expectHas(generate(other, options).at(4).text,
+    expectHas(generate(other, options).at(2).text,
               "_cache.setIsAP()");  // no associations to delete
 }
 
 TEST_F(Generating, SaysWhatAPackageCannotServe) {
     velmar_embedded::compileMofText(schema, "root/velmar_remote",
                                     "class TRAP_PartProvider { [Key] string Name; };"
-                                    "class Support { [Key] string Name; };"
+                                    "class Paths { [Key] string Name; };"
                                     "class TRAP_Listed { [Key] string Names[]; };",
                                     "more.mof");
     expectHas(fault({"TRAP_PartProvider", "TRAP_Part"}),
               "TRAP_PartProvider would be the name of class TRAP_PartProvider and of the provider");
-    expectHas(fault({"Support"}), "Support would be the name of a generated header");
+    expectHas(fault({"Paths"}), "Paths would be the name of a generated header");
+    options.clientsMay = {"create,delete", "TRAP_Link"};
+    expectHas(fault({"TRAP_Part", "TRAP_Link"}),
+              "found TRAP_Link, expected a class with instances");
+    options.clientsMay = {"TRAP_Part"};
+    expectHas(fault({"TRAP_Part"}), "found TRAP_Part, expected create, delete or create,delete");
+    options.clientsMay.clear();
     options.cppNamespace = "TRAP_Part";
     expectHas(fault({"TRAP_Part"}), "choose another namespace");
     const auto faultOfPackage = [&](const std::vector<std::string>& classes) {
@@ -181,6 +187,9 @@ TEST(GeneratedNames, AreIdentifiersAndUnique) {
     }
     EXPECT_EQ(comment("ends in a backslash \\", 2), "  /// ends in a backslash\n");
     EXPECT_EQ(quoted("a\"\\\n"), "\"a\\\"\\\\\\012\"");
+    const std::string part(60, 'x');
+    EXPECT_EQ(wrapped("  f(\"" + part + ", (\", " + part + ");\n// " + part + ", " + part + "\n"),
+              "  f(\"" + part + ", (\",\n      " + part + ");\n// " + part + ", " + part + "\n");
 }
 
 }  // namespace

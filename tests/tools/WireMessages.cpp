@@ -58,6 +58,14 @@ std::string refusal(const std::string& body, const std::string& name, HttpHeader
     return text;
 }
 
+std::string repeated(int times, const std::string& text) {
+    std::string all;
+    for (int i = 0; i < times; i++) {
+        all += text;
+    }
+    return all;
+}
+
 std::string deep(int levels) {
     std::string text;
     for (int i = 0; i < levels; i++) {
@@ -88,6 +96,10 @@ TEST(WireMessages, WhatIsNoRequestIsRefused) {
         {creation("\n<PROPERTY NAME=\"p\" TYPE=\"string\" EmbeddedObject=\"object\"><VALUE>"
                   "&lt;INSTANCE/></VALUE></PROPERTY>"),
          "", "400 request-not-valid Validation error: on line 2: Missing INSTANCE.CLASSNAME"},
+        {repeated(65, "<a>"), "",
+         "400 request-not-valid Validation error: on line 1: Elements are"},
+        {repeated(250'001, "<a b='/>'/>"), "",
+         "400 request-not-valid Validation error: on line 1: Too"},
         {creation(deep(30)), "", "400 request-not-valid Validation error: on line 1: Elements are"},
         {creation("<PROPERTY NAME=\"p\" TYPE=\"string\"><VALUE>&any;</VALUE></PROPERTY>"), "",
          "400 request-not-well-formed Malformed reference: on line 1"},
@@ -97,7 +109,7 @@ TEST(WireMessages, WhatIsNoRequestIsRefused) {
         {"<?xml version=\"1.0\"?><!DOCTYPE CIM [<!ENTITY e \"x\">]><CIM/>", "",
          "400 request-not-valid"},
         {"<?xml version=\"1.0\"?><HTML/>", "", "400 request-not-valid"},
-        {message("<MULTIREQ/>"), "", "501 multiple-requests-unsupported"},
+        {message("<MULTIREQ/>"), "", "400 header-mismatch Missing CIMBatch"},
         {message("<SIMPLEREQ/>"), "", "400 request-not-valid"},
         {method("GetClass", "<IPARAMVALUE NAME=\"ClassName\"><VALUE>C</VALUE></IPARAMVALUE>"),
          "GetClass", "400 request-not-valid Validation"},
@@ -116,9 +128,11 @@ TEST(WireMessages, HeadersMustSayWhatTheMessageSays) {
         const char* refusal;
     } cases[] = {
         {{{"CIMObject", "other"}}, "400 header-mismatch"},
-        {{{"CIMObject", "%FF"}}, "400 header-mismatch"},
-        {{{"CIMOperation", "Other"}}, "400"},
-        {{{"CIMProtocolVersion", "2.0"}}, "501 unsupported-protocol-version"},
+        {{{"CIMObject", "n:C"}}, "400 request-not-valid"},
+        {{{"CIMObject", "%FF"}}, "400 request-not-valid"},
+        {{{"CIMOperation", "Other"}}, "400 unsupported-operation"},
+        {{{"CIMProtocolVersion", "2.0"}}, "400 header-mismatch"},
+        {{{"CIMProtocolVersion", "1.5"}}, "503"},
         {{{"CIMBatch", ""}}, "501 multiple-requests-unsupported"},
         {{{"Content-Type", "text/xml; charset=latin1"}}, "400 HTTP Content-Type"},
         {{}, "503"},  // nothing is wrong, but no server is started
@@ -127,6 +141,13 @@ TEST(WireMessages, HeadersMustSayWhatTheMessageSays) {
         const std::string got = refusal(body, "EnumerateClassNames", each.headers);
         EXPECT_EQ(got.substr(0, strlen(each.refusal)), each.refusal);
     }
+    const std::string newer = std::string(body).replace(body.find("N=\"1.0") + 3, 1, "2");
+    EXPECT_EQ(refusal(newer, "EnumerateClassNames", {{"CIMProtocolVersion", "2.0"}}).substr(0, 32),
+              "501 unsupported-protocol-version");
+    EXPECT_EQ(velmar_wire::percentEncoded("root/n: \xC3"), "root%2Fn%3A%20%C3");
+    const auto refused = readCall(method("GetClass", "<IPARAMVALUE NAME=\"Colour\"/>"));
+    EXPECT_EQ(text(refused.refusal->codedMessage()),
+              "CIM_ERR_NOT_SUPPORTED: Unrecognized or invalid request input parameter \"Colour\"");
     // What the header says literally is the same, whatever type its text would be read as.
     for (const auto type : {CIMKeyBinding::STRING, CIMKeyBinding::NUMERIC}) {
         const char* const key = type == CIMKeyBinding::STRING ? "A.b=1" : "1.5";

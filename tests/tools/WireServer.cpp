@@ -4,15 +4,18 @@
 // The server on its socket: what misbehaving clients get, and that nobody else notices them; the
 // delivery of alerts; the client's side of what can go wrong.
 #include <Pegasus/Common/CIMIndication.h>
-#include <Pegasus/Provider/CIMIndicationProvider.h>
 #include <arpa/inet.h>
 #include <httplib.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <list>
+#include <new>
+
 #include <velmar_wire/WireServer.h>
 #include "Deliveries.h"
+#include "HttpServer.h"
 #include "support/ScriptedServer.h"
 
 using namespace support;
@@ -69,7 +72,8 @@ class Socket {
 };
 
 std::string post(const std::string& headers, const std::string& body) {
-    return "POST / HTTP/1.1\r\nHost: h\r\nContent-Type: text/xml\r\nCIMOperation: MethodCall\r\n"
+    return "POST / HTTP/1.1\r\nHost: localhost\r\nContent-Type: text/xml\r\nCIMOperation: "
+           "MethodCall\r\n"
            "CIMMethod: GetQualifier\r\nCIMObject: root/test\r\n" +
            headers + "\r\n" + body;
 }
@@ -131,15 +135,21 @@ TEST_F(WireServer, WhatClientsSendIsLimited) {
         {post(chunked + "Connection: close\r\n", "zz\r\n"), "400 "},
         {post(chunked, "fff\r\n" + std::string(0xFFF, ' ') + "\r\n"), "413 "},
         {post(chunked + length, body), "400 "},
-        {post("Content-Length: -1\r\n", ""), "400 "},
+        {post("Content-Length: -1\r\n", ""), ""},
         {post("Content-Length: 99999999999999999999999\r\n", ""), "400 "},
         {post("Content-Length: 5000\r\n", ""), "413 "},
         {post(length + "Content-Length: 1\r\n", body), "400 "},
         {post("", body), ""},
         {post("X: " + std::string(3000, 'x') + "\r\n" + length, body), "431 "},
         {std::string(3000, 'x'), "431 "},
-        {"GET / HTTP/1.1\r\nHost: h\r\n\r\n", "501 "},
+        {"GET / HTTP/1.1\r\n\r\n", "501 "},
         {"POST / HTTP/1.1\r\n : \r\n\r\n", "501 "},
+        {post("Host: LOCALHOST:1\r\nHost: [::1]:80\r\nConnection: close\r\n" + length, body),
+         "200 "},
+        {post("Host: evil.example\r\n" + length, body), "403 "},
+        {post("Host: 127.0.0.1:80@evil.example\r\n" + length, body), "403 "},
+        {post("Host: [::1].evil.example\r\n" + length, body), "403 "},
+        {post("Origin: null\r\n" + length, body), "403 "},
         {post(length, body.substr(1)), ""},  // the rest never comes
         {"POST / HT", ""},
     };
@@ -149,19 +159,55 @@ TEST_F(WireServer, WhatClientsSendIsLimited) {
     EXPECT_EQ(outcome([&] { client.enumerateClassNames(ns); }), "ok");
 }
 
-TEST_F(WireServer, OneConnectionTooManyIsRefusedAndLaterNotAnyMore) {
+TEST_F(WireServer, IdleConnectionsMakeRoomAndBusyOnesDoNot) {
     options.limits.connections = 2;
+    options.limits.requestTime = 20s;
     serve();  // the client's does not count: it comes with the first request
-    auto first = std::make_unique<Socket>(wire->port());
-    auto second = std::make_unique<Socket>(wire->port());
-    EXPECT_EQ(Socket(wire->port()).all().substr(0, 12), "HTTP/1.1 503");
-    first->send(post("Connection: close\r\n" + length, body));
-    EXPECT_EQ(first->all().substr(0, 12), "HTTP/1.1 200");
-    std::string status;
-    while ((status = statuses(post("Connection: close\r\n" + length, body))) == "503 ") {
-        std::this_thread::yield();
+    const std::string request = post("Connection: close\r\n" + length, body);
+    std::list<Socket> sockets;
+    for (int i = 0; i < 10; i++) {
+        sockets.emplace_back(wire->port());
     }
-    EXPECT_EQ(status, "200 ");
+    EXPECT_EQ(statuses(request), "200 ");
+    for (int i = 0; i < 2; i++) {
+        sockets.emplace_back(wire->port()).send(request.substr(0, 10));
+    }
+    EXPECT_EQ(statuses(""), "503 ");
+    EXPECT_EQ(wire->refusals().connections, 1u);
+    sockets.back().send(request.substr(10));
+    EXPECT_EQ(sockets.back().all().substr(0, 12), "HTTP/1.1 200");
+    EXPECT_EQ(statuses(request), "200 ");
+}
+
+TEST(HttpServer, BytesInFlightAreLimitedAndWhatFailsEndsOneRequest) {
+    velmar_wire::Limits limits;
+    limits.bytesInFlight = 10000;
+    Count entered, released;
+    velmar_wire::HttpServer server(
+        limits, [](const velmar_wire::HttpRequest&) { return velmar_wire::HttpResponse(); },
+        [&](const velmar_wire::HttpRequest& request) -> velmar_wire::HttpResponse {
+            if (request.target == "/none") {
+                throw std::bad_alloc();
+            }
+            entered.up();
+            released.waitFor(1);
+            return velmar_wire::HttpResponse();
+        });
+    const uint16_t port = server.start(0);
+    auto sent = [&](const std::string& target, size_t size) {
+        auto socket = std::make_unique<Socket>(port);
+        socket->send("POST " + target + " HTTP/1.1\r\nConnection: close\r\nContent-Length: " +
+                     std::to_string(size) + "\r\n\r\n" + std::string(size, 'x'));
+        return socket;
+    };
+    EXPECT_EQ(sent("/none", 6000)->all().substr(0, 12), "HTTP/1.1 503");
+    const auto first = sent("/", 6000);
+    entered.waitFor(1);
+    EXPECT_EQ(sent("/", 6000)->all().substr(0, 12), "HTTP/1.1 503");
+    EXPECT_EQ(server.refusals().requests, 2u);
+    released.up();
+    EXPECT_EQ(first->all().substr(0, 12), "HTTP/1.1 200");
+    EXPECT_EQ(sent("/", 6000)->all().substr(0, 12), "HTTP/1.1 200");
 }
 
 TEST_F(WireServer, ClientsThatGoAreNotWaitedForAndTheOthersAreServed) {
@@ -243,6 +289,7 @@ CIMInstance numbered(int number) {
 TEST(Deliveries, EachListenerGetsItsAlertsInOrderOrLosesThemWithAReport) {
     velmar_wire::DeliveryPolicy policy;
     policy.interval = 1ms;
+    policy.hosts = {"listener.example"};
     std::mutex lock;
     std::string problems;
     Count reported;
@@ -268,8 +315,11 @@ TEST(Deliveries, EachListenerGetsItsAlertsInOrderOrLosesThemWithAReport) {
     EXPECT_EQ(good.log, "0 0 0 1 2 ");
     EXPECT_EQ(bad.log, "0 0 0 0 1 2 ");
     EXPECT_EQ(problems, "listener " + bad.url() + ": it answered 500, an alert is lost\n");
+    EXPECT_NE(deliveries.open("http://Listener.example:1/x", report), nullptr);
     for (const char* url :
-         {"https://h", "http://", "http://h:0", "http://h:x", "h", "http://h y"}) {
+         {"https://localhost", "http://", "http://localhost:0", "http://localhost:x", "localhost",
+          "http://localhost/a b", "http://other.example", "http://127.0.0.1@other.example",
+          "http://127.0.0.1.other.example/", "http://[::1].other.example", "http://0"}) {
         EXPECT_EQ(code([&] { deliveries.open(url, report); }), CIM_ERR_INVALID_PARAMETER) << url;
     }
 }
@@ -295,43 +345,49 @@ TEST(Deliveries, AListenerThatIsNotThereHoldsNobodyUp) {
     EXPECT_EQ(reported.value(), dropped + 1);  // those that are given up
 }
 
-class AlertProvider : public CIMIndicationProvider {
- public:
-    static inline IndicationResponseHandler* handler = nullptr;
-
-    void initialize(CIMOMHandle&) override {}
-    void terminate() override { delete this; }
-    void enableIndications(IndicationResponseHandler& given) override { handler = &given; }
-    void disableIndications() override { handler = nullptr; }
-    void createSubscription(const OperationContext&, const CIMObjectPath&,
-                            const Array<CIMObjectPath>&, const CIMPropertyList&,
-                            const Uint16) override {}
-    void modifySubscription(const OperationContext&, const CIMObjectPath&,
-                            const Array<CIMObjectPath>&, const CIMPropertyList&,
-                            const Uint16) override {}
-    void deleteSubscription(const OperationContext&, const CIMObjectPath&,
-                            const Array<CIMObjectPath>&) override {}
-};
+TEST(Deliveries, ListenersAndWhatWaitsForThemAreLimited) {
+    velmar_wire::DeliveryPolicy policy;
+    policy.listeners = 1;
+    policy.queueBytes = 10000;
+    velmar_wire::Deliveries deliveries(policy);
+    Count reported;
+    auto report = [&](const std::string&) { reported.up(); };
+    CIMInstance large = instanceAt("root/test:T_Alert");
+    add(large, "Note", CIMValue(String(std::string(10000, 'x').c_str())));
+    {
+        const auto only = deliveries.open("http://127.0.0.1:1", report);
+        EXPECT_EQ(code([&] { deliveries.open("http://127.0.0.1:2", report); }), CIM_ERR_FAILED);
+        only->take(large);
+        EXPECT_EQ(reported.value(), 1);
+    }
+    EXPECT_NE(deliveries.open("http://127.0.0.1:2", report), nullptr);
+    EXPECT_EQ(deliveries.refusals().destinations, 1u);
+    EXPECT_EQ(deliveries.refusals().alerts, 1u);
+}
 
 TEST_F(WireServer, SubscriptionsAreInstances) {
     server.compileMofText("root/test", "class T_Alert { string Note; };");
-    server.registerProvider("Alerts", new AlertProvider,
+    auto* const alerts = new Alerts;
+    server.registerProvider("Alerts", alerts,
                             {{"T_Alert", {"root/test"}, {ProviderType::Indication}, {}}});
     const CIMNamespaceName interop("root/PG_InterOp");
     Listener listener;
+    std::string log;
+    alerts->onCall = [&](const std::string& call) { log += call + " "; };
     serve();
-    auto create = [&](const char* className, const std::string& name, const char* property,
-                      const std::string& value) {
+    auto create = [&](const char* className, const char* name,
+                      const std::vector<std::pair<const char*, std::string>>& properties) {
         CIMInstance instance = instanceAt(className);
-        add(instance, "Name", name.c_str());
-        add(instance, property, value.c_str());
-        add(instance, "QueryLanguage", "WQL");
-        add(instance, "SourceNamespace", "root/test");
-        if (std::string(property) == "Destination") {
-            instance.removeProperty(3);
-            instance.removeProperty(2);
+        add(instance, "Name", name);
+        for (const auto& [property, value] : properties) {
+            add(instance, property, value.c_str());
         }
         return client.createInstance(interop, instance);
+    };
+    auto filterFor = [&](const char* name, const char* query, const char* language = "WQL") {
+        return create(
+            "CIM_IndicationFilter", name,
+            {{"Query", query}, {"QueryLanguage", language}, {"SourceNamespace", "root/test"}});
     };
     auto subscribe = [&](const CIMObjectPath& filter, const CIMObjectPath& handler) {
         CIMInstance instance = instanceAt("CIM_IndicationSubscription");
@@ -339,14 +395,47 @@ TEST_F(WireServer, SubscriptionsAreInstances) {
         add(instance, "Handler", CIMValue(handler));
         return client.createInstance(interop, instance);
     };
-    const auto filter = create("CIM_IndicationFilter", "f", "Query", "select * from T_Alert");
-    const auto other = create("CIM_IndicationFilter", "g", "Query", "select * from T_A");
-    const auto handler = create("CIM_IndicationHandlerCIMXML", "h", "Destination", listener.url());
+    const auto filter = filterFor("f", "select * from T_Alert");
+    const auto other = filterFor("g", "select * from T_A");
+    EXPECT_EQ(code([&] { filterFor("h", "select * from T_A", "SQL"); }), CIM_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(outcome([&] { filterFor("h", "select * from No_Such"); }),
+              "6 CIM_ERR_NOT_FOUND: No_Such");
+    for (const char* query : {"select No from T_Alert", "select * from T_Alert where No is null"}) {
+        EXPECT_EQ(outcome([&] { filterFor("h", query); }),
+                  "4 CIM_ERR_INVALID_PARAMETER: The property No was not found in the FROM class "
+                  "T_Alert");
+    }
+    EXPECT_EQ(outcome([&] { filterFor("f", "select * from T_Alert"); }),
+              "11 CIM_ERR_ALREADY_EXISTS: CIM_IndicationFilter.CreationClassName=\""
+              "CIM_IndicationFilter\",Name=\"f\",SystemCreationClassName=\"" +
+                  text(System::getSystemCreationClassName()) + "\",SystemName=\"\"");
+    const auto handler =
+        create("CIM_IndicationHandlerCIMXML", "h", {{"Destination", listener.url()}});
+    EXPECT_EQ(code([&] {
+                  create("CIM_IndicationHandlerCIMXML", "i", {{"Destination", "http://h.example"}});
+              }),
+              CIM_ERR_INVALID_PARAMETER);
     EXPECT_EQ(outcome([&] { subscribe(other, handler); }),
               "7 CIM_ERR_NOT_SUPPORTED: No providers are capable of servicing the subscription.");
     EXPECT_EQ(client.enumerateInstanceNames(interop, "CIM_IndicationSubscription").size(), 0u);
     EXPECT_EQ(client.enumerateInstanceNames(interop, "CIM_ListenerDestination").size(), 1u);
+    // The provider may use all of this meanwhile, but its own subscription.
+    std::string meanwhile;
+    alerts->onCall = [&](const std::string& call) {
+        log += call + " ";
+        if (call == "create") {
+            const CIMObjectPath own = alerts->subscription;
+            meanwhile = outcome([&] { alerts->cimom.deleteInstance(none, interop, other); }) +
+                        "; " +
+                        outcome([&] { alerts->cimom.deleteInstance(none, interop, filter); }) +
+                        "; " + outcome([&] { alerts->cimom.deleteInstance(none, interop, own); });
+        }
+    };
     const CIMObjectPath subscription = subscribe(filter, handler);
+    EXPECT_EQ(meanwhile.find("ok; 1 A filter or handler referenced by a subscription cannot be "
+                             "deleted.; 1 deleteInstance would never return: subscription CIM_Ind"),
+              0u)
+        << meanwhile;
     EXPECT_EQ(code([&] { subscribe(filter, handler); }), CIM_ERR_ALREADY_EXISTS);
     EXPECT_EQ(code([&] { client.deleteInstance(interop, handler); }), CIM_ERR_FAILED);
 
@@ -356,18 +445,30 @@ TEST_F(WireServer, SubscriptionsAreInstances) {
         add(change, "SubscriptionState", CIMValue(state));
         client.modifyInstance(interop, change);
     };
-    AlertProvider::handler->deliver(numbered(1));
+    auto state = [&] {
+        return property(client.getInstance(interop, subscription), "SubscriptionState");
+    };
+    alerts->handler.load()->deliver(numbered(1));
     listener.came.waitFor(1);
     setState(4);
-    EXPECT_EQ(AlertProvider::handler, nullptr);  // disabled with its only subscription
+    EXPECT_EQ(log, "initialize create enable delete disable ");
+    alerts->onCall = [](auto&) { throw CIMException(CIM_ERR_FAILED, "not now"); };
+    EXPECT_EQ(code([&] { setState(2); }), CIM_ERR_NOT_SUPPORTED);
+    EXPECT_EQ(state(), "4") << "as before";
+    alerts->onCall = [&](const std::string& call) { log += call + " "; };
     setState(2);
-    AlertProvider::handler->deliver(numbered(2));
-    client.deleteInstance(interop, subscription);
+    EXPECT_EQ(state(), "2");
+    alerts->handler.load()->deliver(numbered(2));
+    log.clear();
+    std::string elsewhere = text(subscription.toString());  // the ends on another host
+    elsewhere.replace(elsewhere.find("Filter=\"") + 8, 0, "//h/n:");
+    client.deleteInstance(interop, path(elsewhere));
     listener.came.waitFor(2);  // delivered before the end, so it comes
     EXPECT_EQ(listener.log, "1 2 ");
-    EXPECT_EQ(AlertProvider::handler, nullptr);
+    EXPECT_EQ(log, "delete ");
     client.deleteInstance(interop, handler);
     EXPECT_EQ(code([&] { client.getInstance(interop, handler); }), CIM_ERR_NOT_FOUND);
+    server.stop();  // before what its providers use goes
 }
 
 }  // namespace

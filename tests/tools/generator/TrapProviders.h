@@ -5,7 +5,13 @@
 #ifndef VELMAR_TESTS_TRAPPROVIDERS_H
 #define VELMAR_TESTS_TRAPPROVIDERS_H
 
+#include <velmar_typed/Watcher.h>
+
 #include <atomic>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
 
 #include "TRAP_AlertProviderBase.h"
 #include "TRAP_Keyless.h"
@@ -94,6 +100,33 @@ class TRAP_AlertProvider : public TRAP_AlertProviderBase {
             alert.PerceivedSeverity = Pegasus::Uint16(6);
         }
         return alert.Description != "dropped";
+    }
+};
+
+/// Does what its test says; keeps what it reports.
+class TrapWatcher : public velmar_typed::Watcher {
+ public:
+    using Watcher::raise;
+    using Watcher::show;
+    using Watcher::wait;
+    using Watcher::with;
+
+    /// Of each watcher; null: nothing happens. Set while none runs.
+    static inline std::function<void(TrapWatcher&)> step;
+    static inline std::mutex lock;
+    static inline std::vector<std::string> reported;
+
+ protected:
+    void watch() override {
+        if (step) {
+            step(*this);
+        } else {
+            wait(std::chrono::seconds(1));
+        }
+    }
+    void report(const std::string& problem) override {
+        const std::lock_guard<std::mutex> guard(lock);
+        reported.push_back(problem);
     }
 };
 

@@ -101,7 +101,8 @@ class Reader:
         self.folder, self.environment = folder, environment
         self.printed = ""
         self.server = None
-        self.port = free_port()  # in place of the pages' 5988, which may be taken
+        # In place of the pages' ports, which may be taken: the server's and a listener's.
+        self.ports = {"5988": free_port(), "6990": free_port()}
 
     def in_folder(self, name):
         folder = self.folder / name
@@ -124,7 +125,8 @@ class Reader:
 
     def do(self, directive, language, text):
         what, _, argument = directive.partition(": ")
-        text = text.replace("5988", self.port)
+        for shown, port in self.ports.items():
+            text = text.replace(shown, port)
         if what in ("file", "append", "mof", "program"):
             folder = self.in_folder(os.path.dirname(argument))
             with open(self.folder / argument, "a" if what == "append" else "w") as target:

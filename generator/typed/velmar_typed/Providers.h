@@ -2,40 +2,36 @@
 // SPDX-License-Identifier: MIT
 //
 // What the generated provider classes of a package share: typed objects in the cache, values read
-// when they are asked for, methods with typed parameters, alerts.
+// when they are asked for, methods with typed parameters.
 //
 // Thread-safe as the library's base classes are; no lock is held in a hook or while the CIM server
 // is asked.
-#ifndef VELMAR_GENERATED_PROVIDERS_H
-#define VELMAR_GENERATED_PROVIDERS_H
+#ifndef VELMAR_TYPED_PROVIDERS_H
+#define VELMAR_TYPED_PROVIDERS_H
 
 #include <Common/CachedInstanceProvider.h>
-#include <Common/IndicationMethodProvider.h>
 #include <Common/InstanceAssociationProvider.h>
 #include <Common/InstanceMethodProvider.h>
 #include <Common/Util.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>
 
+#include <atomic>
+#include <memory>
 #include <mutex>
+#include <thread>
 
-#include "Support.h"
+#include "Values.h"
+#include "Watcher.h"
 
-namespace velmar_generated {
-namespace cim {
+namespace velmar_typed {
+inline namespace v1 {
 
-/// Raises an alert about an element; see velmar_remote::sendIndication for what may go wrong. Not
-/// with a mutex held that the element's provider takes.
-template <class Alert>
-void raise(const Alert& alert, const AnyPath& element) {
-    Pegasus::CIMOMHandle cimom;  // which the library does not look at
-    Pegasus::Array<Pegasus::CIMParamValue> parameters = alert.parameters();
-    velmar_remote::sendIndication(cimom, Pegasus::OperationContext(), element.object(),
-                                  Alert::className(), parameters);
-}
+/// What clients may do with the instances of a class, beside reading them.
+enum Clients : unsigned { READ = 0, CREATE = 1, DELETE = 2 };
 
 /// The provider of class T on one of the library's base classes. The instances in its cache are
 /// never edited: each change puts a new one in the place of the old.
-template <class T, class Base>
+template <class T, class Base, unsigned CLIENTS>
 class Provider : public Base {
  public:
     using Object = T;
@@ -49,7 +45,7 @@ class Provider : public Base {
     /// is one with its keys, CIM_ERR_INVALID_PARAMETER for a null key.
     void add(const T& object) {
         const Pegasus::CIMInstance instance = object.instance();
-        const std::lock_guard<std::mutex> guard(_changing);
+        const Change change(*this, "add");
         if (this->_cache.contains(instance.getPath())) {
             fail(Pegasus::CIM_ERR_ALREADY_EXISTS,
                  named(instance.getPath()) + " is there already; update changes it");
@@ -60,33 +56,43 @@ class Provider : public Base {
     /// CIM_ERR_NOT_FOUND when there is none.
     void update(const T& object) {
         const Pegasus::CIMInstance instance = object.instance();
-        const std::lock_guard<std::mutex> guard(_changing);
+        const Change change(*this, "update");
         if (!this->_cache.contains(instance.getPath())) {
             fail(Pegasus::CIM_ERR_NOT_FOUND,
                  named(instance.getPath()) + " is not there; add brings it");
         }
         this->_cache.replace(instance);
     }
-    /// Changes the object of that path: `change` gets a copy, which then takes its place. No other
-    /// change comes between, so `change` must neither add nor update, nor ask the CIM server.
-    /// Throws CIMException: CIM_ERR_NOT_FOUND when there is none; what `change` throws passes
-    /// through, and nothing has changed.
-    template <class Change>
-    void update(const typename T::Path& path, Change&& change) {
-        const std::lock_guard<std::mutex> guard(_changing);
+    /// Adds the object, or puts it in the place of the one with its keys.
+    void put(const T& object) {
+        const Pegasus::CIMInstance instance = object.instance();
+        const Change change(*this, "put");
+        this->_cache.insert(instance);
+        this->_cache.replace(instance);
+    }
+    /// Changes the object of that path: `edit` gets a copy, which then takes its place. Other
+    /// changes wait, so that none is lost: in `edit`, change nothing else of this provider, and do
+    /// not ask the CIM server. Throws CIMException: CIM_ERR_NOT_FOUND when there is none,
+    /// CIM_ERR_FAILED for a change inside a change; what `edit` throws passes through, and nothing
+    /// has changed.
+    template <class Edit>
+    void update(const typename T::Path& path, Edit&& edit) {
+        const Change change(*this, "update");
         Pegasus::CIMInstance current;
         if (!this->_cache.lookup(path.object(), current)) {
             fail(Pegasus::CIM_ERR_NOT_FOUND, named(path.object()) + " is not there");
         }
-        this->_cache.replace(changed(current, change));
+        this->_cache.replace(changed(current, edit));
     }
-    /// Takes the object away, and through the CIM server the associations that refer to it. Throws
-    /// CIMException: CIM_ERR_NOT_FOUND when there is none. Client exceptions pass through.
-    void erase(const typename T::Path& path) {
+    /// Takes the object away, and through the CIM server the associations that refer to it (not
+    /// where no server answers, nor while it shuts down). Returns false if there is none. What the
+    /// server answers for an association passes through; the object is gone then, too.
+    bool erase(const typename T::Path& path) {
         if (!this->_cache.contains(path.object())) {
-            fail(Pegasus::CIM_ERR_NOT_FOUND, named(path.object()) + " is not there");
+            return false;
         }
-        this->_cache.remove(path.object());
+        reachesServer([&] { this->_cache.remove(path.object()); });
+        return true;
     }
     /// The object of that path, as it was added or updated last; nothing when there is none.
     std::optional<T> find(const typename T::Path& path) {
@@ -105,10 +111,12 @@ class Provider : public Base {
         return result;
     }
 
-    /// As add; answered with CIM_ERR_INVALID_PARAMETER where the instance does not fit the class.
+    /// As add, where clients may; answered with CIM_ERR_INVALID_PARAMETER where the instance does
+    /// not fit the class.
     void createInstance(const Pegasus::OperationContext&, const Pegasus::CIMObjectPath&,
                         const Pegasus::CIMInstance& instanceObject,
                         Pegasus::ObjectPathResponseHandler& handler) override {
+        allow(CREATE, "create");
         handler.processing();
         T object = T::from(instanceObject);
         complete(object);
@@ -116,9 +124,15 @@ class Provider : public Base {
         handler.deliver(object.path().object());
         handler.complete();
     }
+    /// As the base, where clients may.
+    void deleteInstance(const Pegasus::OperationContext& context,
+                        const Pegasus::CIMObjectPath& instanceReference,
+                        Pegasus::ResponseHandler& handler) override {
+        allow(DELETE, "delete");
+        Base::deleteInstance(context, instanceReference, handler);
+    }
 
-    /// The factory knows whether refresh is overridden; whoever makes an object otherwise need not
-    /// say so.
+    /// make() knows whether refresh is overridden, and says so.
     void setRefreshes(bool refreshes) { _refreshes = refreshes; }
 
  protected:
@@ -133,14 +147,10 @@ class Provider : public Base {
         return false;
     }
 
-    /// Raises an alert about an element. Not in refresh.
-    template <class Alert>
-    void raise(const Alert& alert, const AnyPath& element) {
-        cim::raise(alert, element);
-    }
-    template <class Alert, class Element, class = typename Element::Keys>
-    void raise(const Alert& alert, const Element& element) {
-        cim::raise(alert, element.path());
+    /// As velmar_typed::raise.
+    template <class Alert, class Element>
+    bool raise(const Alert& alert, const Element& element) {
+        return velmar_typed::raise(alert, element);
     }
 
     /// Makes ends of associations that a client gives whole.
@@ -162,16 +172,47 @@ class Provider : public Base {
     }
 
  private:
+    // One change at a time. A thread that comes a second time would wait for itself.
+    class Change {
+     public:
+        Change(Provider& provider, const char* what) : _provider(provider) {
+            if (provider._changer == std::this_thread::get_id()) {
+                fail(Pegasus::CIM_ERR_FAILED,
+                     utf8(T::className().getString()) + ": " + what +
+                         " was called inside the change that update makes; call it afterwards");
+            }
+            provider._changing.lock();
+            provider._changer = std::this_thread::get_id();
+        }
+        ~Change() {
+            _provider._changer = std::thread::id();
+            _provider._changing.unlock();
+        }
+        Change(const Change&) = delete;
+        Change& operator=(const Change&) = delete;
+
+     private:
+        Provider& _provider;
+    };
+
+    static void allow(Clients what, const char* word) {
+        if ((CLIENTS & what) == 0) {
+            fail(Pegasus::CIM_ERR_NOT_SUPPORTED, utf8(T::className().getString()) +
+                                                     ": clients may not " + word +
+                                                     " its instances, which show what there is");
+        }
+    }
+
     static std::string named(const Pegasus::CIMObjectPath& path) {
         return utf8(velmar_remote::localize(path).toString());
     }
 
     /// A new instance at the path of the old.
-    template <class Change>
-    static Pegasus::CIMInstance changed(const Pegasus::CIMInstance& instance, Change&& change) {
+    template <class Edit>
+    static Pegasus::CIMInstance changed(const Pegasus::CIMInstance& instance, Edit&& edit) {
         T copy = T::from(instance);
         const typename T::Keys keys = copy.keys;
-        change(copy);
+        edit(copy);
         if (!(keys == copy.keys)) {
             fail(Pegasus::CIM_ERR_FAILED,
                  named(instance.getPath()) + ": its keys were changed, and must stay");
@@ -179,7 +220,8 @@ class Provider : public Base {
         return copy.instance(instance.getPath());
     }
 
-    std::mutex _changing;  ///< held while the cache changes, and in nobody's code but a change's
+    std::mutex _changing;  ///< held while the cache changes, and in no code but an edit's
+    std::atomic<std::thread::id> _changer{std::thread::id()};
     bool _refreshes = true;
 };
 
@@ -295,36 +337,9 @@ T calledOn(const Pegasus::CIMInstance& instance) {
     fail(Pegasus::CIM_ERR_NOT_SUPPORTED, std::string(method) + " is not implemented");
 }
 
-/// The provider of alerts of class T. ENRICHED: with what the library finds in the CIM model.
-template <class T, bool ENRICHED>
-class AlertProvider : public velmar_remote::IndicationMethodProvider {
- public:
-    AlertProvider() : IndicationMethodProvider(T::className().getString(), nullptr) {}
-
- protected:
-    /// Hook: sets what the sender has not; false drops the alert.
-    virtual bool prepare(const Pegasus::OperationContext&, T&) { return true; }
-
-    Pegasus::Boolean generateIndication(
-        const Pegasus::OperationContext& context, Pegasus::CIMInstance& instance,
-        const Pegasus::Array<Pegasus::CIMParamValue>& inParameters) override {
-        T alert;
-        for (Pegasus::Uint32 i = 0; i < inParameters.size(); i++) {
-            alert.take(inParameters[i].getParameterName(), inParameters[i].getValue());
-        }
-        if (!prepare(context, alert)) {
-            return false;
-        }
-        alert.addTo(instance);
-        return !ENRICHED ||
-               IndicationMethodProvider::generateIndication(context, instance, inParameters);
-    }
-};
-
 /// Whether P overrides refresh. It may be protected there, not private.
 template <class P>
 struct Probe : P {
-    static_assert(!std::is_final_v<P>, "a provider class must not be final");
     static constexpr bool refreshes() {
         using Inherited = void (P::Typed::*)(const Pegasus::OperationContext&, typename P::Object&);
         return !std::is_same_v<decltype(&Probe::refresh), Inherited>;
@@ -332,25 +347,53 @@ struct Probe : P {
 };
 
 template <class P, class = void>
-struct Maker {
-    static Pegasus::CIMProvider* make() { return new P; }
-};
+constexpr bool isTyped = false;
 template <class P>
-struct Maker<P, std::void_t<typename P::Typed>> {
-    static Pegasus::CIMProvider* make() {
-        P* const provider = new P;
-        provider->setRefreshes(Probe<P>::refreshes());
-        return provider;
+constexpr bool isTyped<P, std::void_t<typename P::Typed>> = true;
+
+/// P as the server gets it: known to its watcher while it lives.
+template <class P>
+class Made : public P {
+    static_assert(!std::is_final_v<P>, "a provider class must not be final");
+
+ public:
+    explicit Made(std::shared_ptr<Watcher> watcher) : _watcher(std::move(watcher)) {
+        if constexpr (isTyped<P>) {
+            this->setRefreshes(Probe<P>::refreshes());
+        }
     }
+    void initialize(Pegasus::CIMOMHandle& cimom) override {
+        if (_watcher) {
+            _watcher->enter(*this);
+        }
+        P::initialize(cimom);
+        if (_watcher) {
+            _watcher->ready(*this);
+        }
+    }
+    void terminate() override {
+        if (_watcher) {
+            _watcher->leave(*this);
+        }
+        P::terminate();
+    }
+
+ private:
+    const std::shared_ptr<Watcher> _watcher;
 };
 
 /// A provider object, for the CIM server, whose last call, terminate, deletes it.
 template <class P>
 Pegasus::CIMProvider* make() {
-    return Maker<P>::make();
+    return new Made<P>(nullptr);
+}
+/// The same with a watcher, one for all providers of a module.
+template <class P>
+Pegasus::CIMProvider* make(std::shared_ptr<Watcher> watcher) {
+    return new Made<P>(std::move(watcher));
 }
 
-}  // namespace cim
-}  // namespace velmar_generated
+}  // namespace v1
+}  // namespace velmar_typed
 
 #endif

@@ -1,10 +1,13 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// The server's namespaces, as instances to be read.
+// The server and its namespaces, as instances to be read.
 #include <Pegasus/Common/System.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMOMHandle.h>
+
+#include <utility>
+#include <vector>
 
 #include "interop/Interop.h"
 
@@ -14,9 +17,11 @@ namespace velmar_embedded {
 
 namespace {
 
-class NamespaceProvider : public CIMInstanceProvider {
+const char* const objectManagerName = "PG:127-0-0-1";
+
+class ServerProvider : public CIMInstanceProvider {
  public:
-    explicit NamespaceProvider(const InteropServices& services) : _services(services) {}
+    explicit ServerProvider(const InteropServices& services) : _services(services) {}
 
     void initialize(CIMOMHandle& cimom) override { cimom.disallowProviderUnload(); }
     void terminate() override { delete this; }
@@ -68,34 +73,57 @@ class NamespaceProvider : public CIMInstanceProvider {
 
  private:
     [[noreturn]] static void refuse() {
-        throw CIMException(CIM_ERR_NOT_SUPPORTED, "namespaces come with the schema");
+        throw CIMException(CIM_ERR_NOT_SUPPORTED, "the server and its namespaces can only be read");
     }
 
     std::vector<CIMInstance> instances(const CIMObjectPath& place) const {
+        if (place.getClassName().equal(CIMName("PG_ObjectManager"))) {
+            return {objectManager(place)};
+        }
         const Array<CIMNamespaceName> names = _services.repository.nameSpaces();
         std::vector<CIMInstance> result;
         for (Uint32 i = 0; i < names.size(); i++) {
-            result.push_back(instanceOf(names[i], place));
+            result.push_back(nameSpace(names[i], place));
         }
         return result;
     }
 
     // The keys as a real server fills them.
-    static CIMInstance instanceOf(const CIMNamespaceName& name, const CIMObjectPath& place) {
-        const struct {
-            const char* key;
-            String value;
-        } keys[] = {{"SystemCreationClassName", "PG_ComputerSystem"},
-                    {"SystemName", System::getHostName()},
-                    {"ObjectManagerCreationClassName", "PG_ObjectManager"},
-                    {"ObjectManagerName", "PG:127-0-0-1"},
-                    {"CreationClassName", "PG_Namespace"},
-                    {"Name", name.getString()}};
+    static CIMInstance nameSpace(const CIMNamespaceName& name, const CIMObjectPath& place) {
+        return instanceOf(place, {{"SystemCreationClassName", "PG_ComputerSystem"},
+                                  {"SystemName", System::getHostName()},
+                                  {"ObjectManagerCreationClassName", "PG_ObjectManager"},
+                                  {"ObjectManagerName", objectManagerName},
+                                  {"CreationClassName", "PG_Namespace"},
+                                  {"Name", name.getString()}});
+    }
+
+    // Clients look here for who the server is and what it can be asked.
+    static CIMInstance objectManager(const CIMObjectPath& place) {
+        CIMInstance instance = instanceOf(place, {{"SystemCreationClassName", "PG_ComputerSystem"},
+                                                  {"SystemName", System::getHostName()},
+                                                  {"CreationClassName", "PG_ObjectManager"},
+                                                  {"Name", objectManagerName}});
+        const Uint16 ok = 2;
+        instance.addProperty(CIMProperty("ElementName", CIMValue(String("Pegasus"))));
+        instance.addProperty(
+            CIMProperty("Description", CIMValue(String("Pegasus OpenPegasus Version 2.14, as "
+                                                       "the embedded server of velmar_remote"))));
+        instance.addProperty(CIMProperty("Version", CIMValue(String("2.14"))));
+        instance.addProperty(CIMProperty("OperationalStatus", CIMValue(Array<Uint16>(1, ok))));
+        instance.addProperty(CIMProperty("Started", CIMValue(Boolean(true))));
+        instance.addProperty(CIMProperty("GatherStatisticalData", CIMValue(Boolean(false))));
+        return instance;
+    }
+
+    using Keys = std::vector<std::pair<const char*, String>>;
+
+    static CIMInstance instanceOf(const CIMObjectPath& place, const Keys& keys) {
         CIMInstance instance(place.getClassName());
         Array<CIMKeyBinding> bindings;
-        for (const auto& each : keys) {
-            instance.addProperty(CIMProperty(each.key, CIMValue(each.value)));
-            bindings.append(CIMKeyBinding(each.key, CIMValue(each.value)));
+        for (const auto& [key, value] : keys) {
+            instance.addProperty(CIMProperty(key, CIMValue(value)));
+            bindings.append(CIMKeyBinding(key, CIMValue(value)));
         }
         CIMObjectPath path = place;
         path.setKeyBindings(bindings);
@@ -108,8 +136,8 @@ class NamespaceProvider : public CIMInstanceProvider {
 
 }  // namespace
 
-CIMProvider* newNamespaceProvider(const InteropServices& services) {
-    return new NamespaceProvider(services);
+CIMProvider* newServerProvider(const InteropServices& services) {
+    return new ServerProvider(services);
 }
 
 }  // namespace velmar_embedded

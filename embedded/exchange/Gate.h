@@ -7,8 +7,8 @@
 // Who waits for whom is kept for all gates of the process, so that a wait which could never end is
 // refused when it begins. A wait is followed through in-memory upcalls, on whatever threads they
 // are served; it ends at a client, whose time-out breaks the circle. Thread-safe.
-#ifndef VELMAR_EMBEDDED_PROVIDERS_GATE_H
-#define VELMAR_EMBEDDED_PROVIDERS_GATE_H
+#ifndef VELMAR_EMBEDDED_EXCHANGE_GATE_H
+#define VELMAR_EMBEDDED_EXCHANGE_GATE_H
 
 #include <condition_variable>
 #include <memory>

@@ -6,8 +6,8 @@
 // what was found and what was expected.
 //
 // Plain values: different objects may be used by different threads at once.
-#ifndef VELMAR_GENERATED_SUPPORT_H
-#define VELMAR_GENERATED_SUPPORT_H
+#ifndef VELMAR_TYPED_VALUES_H
+#define VELMAR_TYPED_VALUES_H
 
 #include <Common/Util.h>
 #include <Pegasus/Common/CIMDateTime.h>
@@ -24,6 +24,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <exception>
 #include <initializer_list>
 #include <optional>
 #include <string>
@@ -31,8 +32,8 @@
 #include <utility>
 #include <vector>
 
-namespace velmar_generated {
-namespace cim {
+namespace velmar_typed {
+inline namespace v1 {
 
 /// A value of a property with ValueMap: one of the named values E, or any other number.
 template <class E>
@@ -164,6 +165,22 @@ inline std::string utf8(const Pegasus::String& text) { return std::string(text.g
 
 [[noreturn]] inline void fail(Pegasus::CIMStatusCode code, const std::string& text) {
     throw Pegasus::CIMException(code, Pegasus::String(text.c_str()));
+}
+
+/// Text for people: what the exception that is being handled says.
+inline std::string describeCurrentException() {
+    try {
+        throw;
+    } catch (const Pegasus::CIMException& error) {
+        return std::string(Pegasus::cimStatusCodeToString(error.getCode())) + ": " +
+               utf8(error.getMessage());
+    } catch (const Pegasus::Exception& error) {
+        return utf8(error.getMessage());
+    } catch (const std::exception& error) {
+        return error.what();
+    } catch (...) {
+        return "an exception of unknown type";
+    }
 }
 
 /// Whether a property of type T takes a U as it stands: text no numbers, a boolean nothing but a
@@ -498,7 +515,7 @@ void complete(Property<P>& end) {
     end = P(path);
 }
 
-}  // namespace cim
-}  // namespace velmar_generated
+}  // namespace v1
+}  // namespace velmar_typed
 
 #endif

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 
-#include "providers/Gate.h"
+#include "exchange/Gate.h"
 
 #include <Pegasus/Common/Exception.h>
 
