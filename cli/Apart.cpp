@@ -103,7 +103,9 @@ std::string judge(const Record& record, int status, bool isKilled) {
         return WIFEXITED(status) && WEXITSTATUS(status) == record.code
                    ? ""
                    : "the check was done when its process " + describe(status) +
-                         "; what goes wrong in the destructor of a static object?";
+                         ": what stderr says of it, a sanitizer's report, say, or the destructor "
+                         "of "
+                         "a static object";
     }
     std::string text =
         isKilled ? fmt::format("the process gave no sign of life for {} s", NO_SIGN_OF_LIFE / 1000)

@@ -89,7 +89,7 @@ struct FanPackage {
     std::vector<CIMInstance> fans{fan("front"), fan("rear")};
     std::vector<CIMInstance> links{inSlot(slotPath("1"), fanPath("front"))};
     bool callsBase = true;
-    std::function<void()> onInitialize = [] {};
+    std::function<void()> onInitialize = [] {}, onTerminate = [] {};
     std::function<void(CIMInstance&)> onFill = [](CIMInstance&) {};
     Get onGet;
     std::function<void(ObjectPathResponseHandler&)> onNames, onFarNames;
@@ -120,6 +120,11 @@ class FanProvider : public velmar_remote::InstanceMethodProvider {
         for (const CIMInstance& one : _package.fans) {
             _cache.insert(one.clone());
         }
+    }
+    void terminate() override {
+        const std::function<void()> then = _package.onTerminate;
+        InstanceMethodProvider::terminate();
+        then();
     }
     void getInstance(const OperationContext& context, const CIMObjectPath& reference,
                      const Boolean qualifiers, const Boolean origin, const CIMPropertyList& list,

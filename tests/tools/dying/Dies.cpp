@@ -28,18 +28,17 @@ bool is(const char* way) { return std::string(getenv("DIES")) == way; }
     }
 }
 
-// Is no loop, whatever a compiler makes of it.
-int recurse(volatile char* caller) {
+int recurse(const volatile char* caller) {
     volatile char frame[1000] = {};
     frame[0] = *caller;
-    return recurse(frame) + frame[0];
+    return *caller == 0 ? 0 : recurse(frame) + frame[0];
 }
 
 void die() {
     if (is("null")) {
         raise(SIGSEGV);
     } else if (is("recursion")) {
-        volatile char start = 1;
+        const volatile char start = 1;
         recurse(&start);
     } else if (is("exit")) {
         exit(0);
@@ -72,6 +71,12 @@ class Dying : public velmar_remote::InstanceMethodProvider {
     }
 
     void initialize(CIMOMHandle& cimom) override {
+        if (is("late")) {  // when the module is closed
+            on_exit([](int, void*) {}, nullptr);
+        }
+        if (is("initialize throws")) {
+            throw std::runtime_error("none");
+        }
         InstanceMethodProvider::initialize(cimom);
         CIMInstance thing(CIMName("DIES_Thing"));
         thing.addProperty(CIMProperty(CIMName("Name"), CIMValue(String("one"))));
@@ -91,6 +96,7 @@ class Dying : public velmar_remote::InstanceMethodProvider {
     }
 
  protected:
+    using InstanceMethodProvider::fillProperties;
     void fillProperties(const OperationContext&, Array<CIMInstance>&,
                         const CIMPropertyList&) override {
         if (is("slow")) {
