@@ -25,7 +25,7 @@ struct GenerateOptions : GeneratorOptions {
 void writeDepfile(const GenerateOptions& options) {
     std::ofstream out(options.depfile);
     out << options.depfileTarget << ":";
-    for (const std::string& file : withIncludes(options.schemas)) {
+    for (const std::string& file : withIncludes(options.schemas, options.includes)) {
         out << " \\\n  ";
         for (const char c : file) {
             out << (c == ' ' || c == '#' ? "\\" : "") << c;

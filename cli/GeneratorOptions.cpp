@@ -7,6 +7,14 @@
 
 namespace velmar_cli {
 
+void addIncludeOption(CLI::App& command, std::vector<std::string>& folders) {
+    command
+        .add_option("-I,--include", folders,
+                    "Folder searched for MOF files that others include; may be given again")
+        ->check(CLI::ExistingDirectory)
+        ->allow_extra_args(false);
+}
+
 void GeneratorOptions::addOptions(CLI::App& command) {
     command.add_option("--schema", schemas, "MOF files of the classes, in this order")
         ->required()
@@ -14,7 +22,8 @@ void GeneratorOptions::addOptions(CLI::App& command) {
     command.add_option("--class", generator.classes, "Classes that the package serves")->required();
     command.add_option("--cpp-namespace", generator.cppNamespace,
                        "C++ namespace of what is generated");
-    command.add_option("--namespace", generator.cimNamespace, "CIM namespace of the classes")
+    addIncludeOption(command, includes);
+    command.add_option("-n,--namespace", generator.cimNamespace, "CIM namespace of the classes")
         ->capture_default_str();
     command.add_option("--clients-may", generator.clientsMay,
                        "What clients may do with instances beside reading them: create, delete or "
@@ -37,7 +46,8 @@ velmar_generator::Options GeneratorOptions::resolved() const {
 
 void GeneratorOptions::compile(velmar_embedded::Repository& repository) const {
     for (const std::string& file : schemas) {
-        velmar_embedded::compileMof(repository, generator.cimNamespace.c_str(), file);
+        velmar_embedded::compileMof(repository, generator.cimNamespace.c_str(), file,
+                                    velmar_embedded::MofObserver(), includes);
     }
 }
 

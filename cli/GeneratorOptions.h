@@ -13,8 +13,12 @@
 
 namespace velmar_cli {
 
+/// The option -I of every command that reads a schema.
+void addIncludeOption(CLI::App& command, std::vector<std::string>& folders);
+
 struct GeneratorOptions {
-    std::vector<std::string> schemas;  ///< MOF files, compiled in this order
+    std::vector<std::string> schemas;   ///< MOF files, compiled in this order
+    std::vector<std::string> includes;  ///< folders of MOF files that they include
     velmar_generator::Options generator;
     bool noEnrichment = false;
 

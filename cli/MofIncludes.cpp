@@ -3,6 +3,7 @@
 
 #include "MofIncludes.h"
 
+#include <velmar_embedded/schema/Mof.h>
 #include <velmar_embedded/schema/MofLexer.h>
 
 #include <filesystem>
@@ -54,7 +55,8 @@ Outline outlineOf(const std::string& file) {
 
 }  // namespace
 
-std::vector<std::string> withIncludes(const std::vector<std::string>& files) {
+std::vector<std::string> withIncludes(const std::vector<std::string>& files,
+                                      const std::vector<std::string>& includeDirectories) {
     std::vector<std::string> result;
     std::set<std::string> known;
     std::vector<std::string> open(files.rbegin(), files.rend());
@@ -67,7 +69,7 @@ std::vector<std::string> withIncludes(const std::vector<std::string>& files) {
         }
         result.push_back(file);
         for (const std::string& name : outlineOf(file).includes) {
-            open.push_back((fs::path(file).parent_path() / name).string());
+            open.push_back(velmar_embedded::includedFile(file, name, includeDirectories));
         }
     }
     return result;

@@ -9,7 +9,8 @@
 namespace velmar_cli {
 
 /// The MOF files and, after each, those that it includes, all of them once.
-std::vector<std::string> withIncludes(const std::vector<std::string>& files);
+std::vector<std::string> withIncludes(const std::vector<std::string>& files,
+                                      const std::vector<std::string>& includeDirectories = {});
 
 /// Whether a MOF file has instances of PG_ProviderModule, PG_Provider or PG_ProviderCapabilities.
 bool registersProviders(const std::string& file);

@@ -140,6 +140,8 @@ MofFiles compile(const NewOptions& options, velmar_embedded::Repository& result)
     return needed;
 }
 
+bool isOutside(const fs::path& place) { return place.empty() || *place.begin() == ".."; }
+
 std::string textOf(const std::string& file) {
     std::ifstream in(file, std::ios::binary);
     std::stringstream text;
@@ -147,15 +149,24 @@ std::string textOf(const std::string& file) {
     return text.str();
 }
 
-// The user's files as they are, beside each other as they were.
+// The user's files as they are, beside each other as they were; those of an include folder have its
+// place.
 std::vector<GeneratedFile> userMofFiles(const NewOptions& options) {
     std::vector<GeneratedFile> files;
     const fs::path base = fs::absolute(options.schemas.front()).parent_path().lexically_normal();
-    for (const std::string& file : withIncludes(options.schemas)) {
-        const fs::path place = fs::absolute(file).lexically_normal().lexically_relative(base);
-        if (place.empty() || *place.begin() == "..") {
+    std::vector<fs::path> bases = {base};
+    for (const std::string& folder : options.includes) {
+        bases.push_back(fs::absolute(folder).lexically_normal());
+    }
+    for (const std::string& file : withIncludes(options.schemas, options.includes)) {
+        fs::path place;
+        for (auto one = bases.begin(); one != bases.end() && isOutside(place); ++one) {
+            place = fs::absolute(file).lexically_normal().lexically_relative(*one);
+        }
+        if (isOutside(place)) {
             throw UsageError(file + ": is not in or below " + base.string() +
-                             ", where the first MOF file is; put what belongs together there");
+                             ", where the first MOF file is, nor of a folder of --include; put "
+                             "what belongs together there");
         }
         if (place.string().find_first_of("\"\\\n") != std::string::npos) {
             throw UsageError(file + ": MOF cannot include a file of this name; rename it");

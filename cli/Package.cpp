@@ -12,6 +12,7 @@
 #include <map>
 #include <set>
 
+#include "GeneratorOptions.h"
 #include "MofIncludes.h"
 
 namespace fs = std::filesystem;
@@ -65,10 +66,11 @@ Contents contentsOf(const std::string& folder) {
 }
 
 // What another file includes comes with that one.
-std::set<std::string> withoutIncluded(const std::set<std::string>& files) {
+std::set<std::string> withoutIncluded(const std::set<std::string>& files,
+                                      const std::vector<std::string>& includeDirectories) {
     std::set<std::string> result = files;
     for (const std::string& file : files) {
-        const std::vector<std::string> read = withIncludes({file});
+        const std::vector<std::string> read = withIncludes({file}, includeDirectories);
         for (size_t i = 1; i < read.size(); i++) {
             result.erase(read[i]);
         }
@@ -116,7 +118,9 @@ void Package::addOptions(CLI::App& command) {
         ->check(CLI::ExistingPath);
     command.add_option("--modules", modules, "Folders of the provider libraries (lib*.so)")
         ->check(CLI::ExistingDirectory);
-    command.add_option("--namespace", nameSpace, "Namespace of the classes")->capture_default_str();
+    command.add_option("-n,--namespace", nameSpace, "Namespace of the classes")
+        ->capture_default_str();
+    addIncludeOption(command, includes);
 }
 
 void Package::takeFolder(std::vector<std::string>& list) {
@@ -141,7 +145,7 @@ void Package::resolve() {
     }
     if (!folder.empty()) {
         const Contents found = contentsOf(folder);
-        fill(schemas, withoutIncluded(found.schemas));
+        fill(schemas, withoutIncluded(found.schemas, includes));
         fill(registrations, onceEach(found.registrations));
         if (modules.empty()) {
             tellChoice(found);
@@ -164,10 +168,10 @@ void Package::resolve() {
 
 void Package::load(velmar_embedded::Server& server) const {
     for (const std::string& file : schemas) {
-        server.compileMof(nameSpace, file);
+        server.compileMof(nameSpace, file, includes);
     }
     for (const std::string& file : registrations) {
-        server.compileMof("root/PG_InterOp", file);
+        server.compileMof("root/PG_InterOp", file, includes);
     }
     for (const std::string& directory : modules) {
         server.addProviderDirectory(directory);

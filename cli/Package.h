@@ -26,6 +26,7 @@ struct Package {
     std::vector<std::string> schemas;        ///< MOF files compiled into nameSpace, in this order
     std::vector<std::string> registrations;  ///< MOF files compiled into root/PG_InterOp
     std::vector<std::string> modules;        ///< folders of provider libraries
+    std::vector<std::string> includes;       ///< folders of MOF files that others include
 
     /// Adds the options that name a package to a command.
     void addOptions(CLI::App& command);

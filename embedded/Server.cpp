@@ -51,9 +51,10 @@ Server::Server() : _impl(std::make_unique<Impl>()) {}
 
 Server::~Server() { stop(); }
 
-void Server::compileMof(const std::string& nameSpace, const std::string& file) {
+void Server::compileMof(const std::string& nameSpace, const std::string& file,
+                        const std::vector<std::string>& includeDirectories) {
     _impl->compile(file, nameSpace, [&](const CIMNamespaceName& into, const MofObserver& stored) {
-        velmar_embedded::compileMof(repository(), into, file, stored);
+        velmar_embedded::compileMof(repository(), into, file, stored, includeDirectories);
     });
 }
 

@@ -43,8 +43,10 @@ class Server {
     Server& operator=(const Server&) = delete;
 
     /// Compiles a MOF file into a namespace, which is created if need be. Instances of the PG_
-    /// registration classes in root/PG_InterOp register providers. Throws MofError.
-    void compileMof(const std::string& nameSpace, const std::string& file);
+    /// registration classes in root/PG_InterOp register providers. Files that it includes are
+    /// searched beside it, then in `includeDirectories`. Throws MofError.
+    void compileMof(const std::string& nameSpace, const std::string& file,
+                    const std::vector<std::string>& includeDirectories = {});
     /// The same for text; `name` stands for the file in errors.
     void compileMofText(const std::string& nameSpace, const std::string& text,
                         const std::string& name = "<text>");

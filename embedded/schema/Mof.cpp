@@ -32,15 +32,16 @@ bool readFile(const std::string& file, std::string& text) {
 
 class Compiler {
  public:
-    Compiler(Repository& repository, const MofObserver& stored)
-        : _repository(repository), _stored(stored) {}
+    Compiler(Repository& repository, const MofObserver& stored,
+             const std::vector<std::string>& includeDirectories)
+        : _repository(repository), _stored(stored), _includeDirectories(includeDirectories) {}
 
     void compile(const Pegasus::CIMNamespaceName& nameSpace, const std::string& text,
                  const std::string& name) {
         _open.push_back(identity(name));
         const auto include = [&](const std::string& file, unsigned line,
                                  const Pegasus::CIMNamespaceName& current) {
-            this->include(current, (fs::path(name).parent_path() / file).string(), name, line);
+            this->include(current, includedFile(name, file, _includeDirectories), name, line);
         };
         const auto stored = [&](const Pegasus::CIMNamespaceName& current,
                                 const Pegasus::CIMObjectPath& path, unsigned line) {
@@ -80,6 +81,7 @@ class Compiler {
 
     Repository& _repository;
     const MofObserver& _stored;
+    const std::vector<std::string>& _includeDirectories;
     MofAliases _aliases;
     std::vector<fs::path> _open;  // files being compiled, outermost first
 };
@@ -93,18 +95,35 @@ MofError::MofError(const std::string& file, unsigned line, const std::string& re
       _reason(reason) {}
 
 void compileMof(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
-                const std::string& file, const MofObserver& stored) {
+                const std::string& file, const MofObserver& stored,
+                const std::vector<std::string>& includeDirectories) {
     std::string text;
     if (!readFile(file, text)) {
         throw MofError(file, 0, "cannot read the file");
     }
-    compileMofText(repository, nameSpace, text, file, stored);
+    compileMofText(repository, nameSpace, text, file, stored, includeDirectories);
 }
 
 void compileMofText(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
-                    const std::string& text, const std::string& name, const MofObserver& stored) {
+                    const std::string& text, const std::string& name, const MofObserver& stored,
+                    const std::vector<std::string>& includeDirectories) {
     repository.createNamespace(nameSpace);
-    Compiler(repository, stored).compile(nameSpace, text, name);
+    Compiler(repository, stored, includeDirectories).compile(nameSpace, text, name);
+}
+
+std::string includedFile(const std::string& from, const std::string& name,
+                         const std::vector<std::string>& includeDirectories) {
+    const std::string beside = (fs::path(from).parent_path() / name).string();
+    std::error_code ignored;
+    if (!fs::exists(beside, ignored)) {
+        for (const std::string& directory : includeDirectories) {
+            const fs::path file = fs::path(directory) / name;
+            if (fs::exists(file, ignored)) {
+                return file.string();
+            }
+        }
+    }
+    return beside;
 }
 
 }  // namespace velmar_embedded

@@ -14,6 +14,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "Repository.h"
 
@@ -39,15 +40,22 @@ using MofObserver =
                        const Pegasus::CIMObjectPath& path, const std::string& file, unsigned line)>;
 
 /// Compiles `file` into `nameSpace` of `repository`, creating the namespace if it does not exist.
-/// Declarations before an error stay, as with a real server's compiler. Throws MofError, also for
-/// a file that cannot be read (line 0).
+/// Declarations before an error stay, as with a real server's compiler. A file that is included is
+/// searched beside the one that includes it, then in `includeDirectories`. Throws MofError, also
+/// for a file that cannot be read (line 0).
 void compileMof(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
-                const std::string& file, const MofObserver& stored = MofObserver());
+                const std::string& file, const MofObserver& stored = MofObserver(),
+                const std::vector<std::string>& includeDirectories = {});
+
+/// Where a file that another one includes is; the place beside that one if nowhere.
+std::string includedFile(const std::string& from, const std::string& name,
+                         const std::vector<std::string>& includeDirectories);
 
 /// The same for text in memory; `name` stands for the file in errors and is the base of includes.
 void compileMofText(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
                     const std::string& text, const std::string& name,
-                    const MofObserver& stored = MofObserver());
+                    const MofObserver& stored = MofObserver(),
+                    const std::vector<std::string>& includeDirectories = {});
 
 }  // namespace velmar_embedded
 

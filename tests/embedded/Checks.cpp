@@ -506,7 +506,9 @@ const std::vector<Mistake> mistakes{
 TEST(Checks, FindNothingInAGoodPackage) {
     FanPackage good;
     // What is unusual and all right: values that are null, of whatever type helpers make; ends
-    // that are class paths or of a subclass; alerts with properties that nobody declares.
+    // that are class paths, of a subclass or with a date for a key; alerts with properties that
+    // nobody declares.
+    replace(good.schema, "[Key] string Position", "[Key] datetime Position");
     put(good.fans[0], "Model", CIMValue());
     put(good.fans[0], "Since", CIMValue(CIMTYPE_DATETIME, false));
     good.links.push_back(inSlot(path("ACME_Slot"), fanPath("rear")));

@@ -242,8 +242,7 @@ TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
          "\xEF\xBB\xBF#pragma include (\"sub/outer.mof\")\ninstance of X { R = $B; };"},
         {"/sub/outer.mof", "#pragma include (\"inner.mof\")\n#pragma namespace (\"root/x\")\n"},
         {"/sub/inner.mof", "class X { [Key] O REF R; };\ninstance of O as $b { Name = \"b\"; };"},
-        {"/main.mof", "\n#pragma include (\"sub/bad.mof\")"},
-        {"/sub/bad.mof", "\n\nclass X"},
+        {"/main.mof", "\n#pragma include (\"sub/bad.mof\")"}, {"/sub/bad.mof", "\n\nclass X"},
         {"/user.mof", "\n#pragma include (\"absent.mof\")"},
         {"/ring.mof", "#pragma include (\"sub/ring.mof\")"},
         {"/sub/ring.mof", "\n#pragma include (\"../ring.mof\")"},
@@ -252,7 +251,9 @@ TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
          "/* #pragma include (\"a.mof\") */ // #pragma include (\"b.mof\")\n# PRAGMA include"
          "(\"sub/\" \"ring.mof\") instance of pg_Provider { s = \"#pragma include "
          "(\\\"ok.mof\\\")\""},
-        {"/ok.mof", "class Twice {};"}};
+        {"/far.mof", "#pragma include (\"inner.mof\")
+#pragma include(\"ok.mof\")" },
+         {"/ok.mof", "class Twice {};"}};
     for (const auto& [name, mof] : files) {
         std::ofstream(at + name) << mof;
     }
@@ -269,6 +270,9 @@ TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
     }
     EXPECT_EQ(velmar_cli::withIncludes({at + "/note.mof"}),
               (std::vector<std::string>{at + "/note.mof", at + "/sub/ring.mof", at + "/ring.mof"}));
+    EXPECT_EQ(velmar_cli::withIncludes({at + "/far.mof"}, {at, at + "/sub"}).size(), 3u);
+    EXPECT_EQ(outcome([&] { compileMof(repository, "n", at + "/far.mof", {}, {at + "/sub"}); }),
+              at + "/sub/inner.mof:1: Could not find declaration for Qualifier named Key");
     EXPECT_TRUE(velmar_cli::registersProviders(at + "/note.mof"));
     EXPECT_FALSE(velmar_cli::registersProviders(at + "/good.mof"));
     // An alias outlives its file, a change of namespace ends with it.

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "indications/IndicationQueue.h"
+#include "indications/Query.h"
 #include "support/ScriptedServer.h"
 
 using namespace support;
@@ -175,9 +176,13 @@ TEST_F(Subscriptions, RefusedOnes) {
     start();
     const std::string query = "SELECT * FROM T_Alert WHERE Level >";
     EXPECT_EQ(outcome([&] { subscribe(query.c_str()); }).find("15 \"" + query + "\""), 0u);
-    const std::string deep(1000, '('), where = "SELECT * FROM T_Alert WHERE ";
+    const std::string where = "SELECT * FROM T_Alert WHERE ";
+    const auto deep = [&](size_t levels) {
+        return where + std::string(levels, '(') + "Level = 1" + std::string(levels, ')');
+    };
+    EXPECT_EQ(outcome([&] { velmar_embedded::Query(deep(50)); }), "ok");
     for (const std::string& bad :
-         {std::string("SELECT * FROM 1x"), std::string("SELECT FROM T_Alert"), where, where + deep,
+         {std::string("SELECT * FROM 1x"), std::string("SELECT FROM T_Alert"), where, deep(1000),
           where + "Level = x1", where + "Level = 1 2", where + std::string(100000, ' ')}) {
         EXPECT_EQ(code([&] { subscribe(bad.c_str()); }), CIM_ERR_INVALID_QUERY) << bad;
     }
@@ -368,6 +373,24 @@ TEST(IndicationQueue, TakesNothingOnceItIsClosed) {
     queue->push(CIMInstance("T_Alert"));
     workers.stop();
     EXPECT_EQ(queue->counts().discarded, 0u);
+}
+
+struct Exit {
+    static inline std::atomic<int> count{0};
+    ~Exit() { count++; }
+};
+
+TEST(WorkerPool, ThreadsEndAfterTheirShareOfTasks) {
+    velmar_embedded::WorkerPool workers(10);
+    Count done;
+    for (int i = 0; i < 1000 && Exit::count == 0; i++) {
+        workers.run([&] {
+            static thread_local Exit exit;
+            done.up();
+        });
+        done.waitFor(i + 1);
+    }
+    EXPECT_GT(Exit::count, 0);
 }
 
 // Threads come and go while tasks wait for other tasks.

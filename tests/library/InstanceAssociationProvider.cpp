@@ -5,6 +5,7 @@
 
 #include <Pegasus/Common/Exception.h>
 #include <gtest/gtest.h>
+#include <string.h>
 
 #include <iterator>
 #include <mutex>
@@ -200,7 +201,8 @@ TEST_F(AssociationProvider, FormOrderAndUpcallsOfDeliveries) {
     const std::string all = "T_Part.k=1[] T_Part.k=2[First] T_Part.k=2[] \nenumerateInstances ";
     const struct {
         const char *left, *right, *resultClass;
-        char operation;  // names, or objects with qualifiers or with class origins
+        // Names, with the role of an end or without, or objects with qualifiers or class origins.
+        char operation;
         std::string expected;
     } cases[] = {
         {"T_Part.k=1", "root/x:T_Part.k=2", "", 'n', "deliver complete: root/x:T_Part.k=2 \n"},
@@ -219,6 +221,9 @@ TEST_F(AssociationProvider, FormOrderAndUpcallsOfDeliveries) {
          "deliver deliver deliver complete: " + all + "T_Thing shallow origins\n"},
         {"T_Part.k=1", "T_Other", "", 'n', "complete: \nenumerateInstanceNames T_Other\n"},
         {"T_Thing", "T_Part.k=3", "", 'n', "deliver complete: T_Part.k=3 \n" + things},
+        // An end is compared before the role is asked, and the other one as well.
+        {"T_Thing", "T_Part.k=2", "", 'r', "complete: \n" + things},
+        {"T_Part.k=9", "T_Thing", "", 'l', "complete: \n" + things},
         // Both ends match; the far one of the first is no part, and so the second is not tried.
         {"T_Part", "T_Thing", "T_Part", 'n', "complete: \n" + parts + parts}};
     server.answer = [&](const Request& request, Answer& answer) {
@@ -239,8 +244,11 @@ TEST_F(AssociationProvider, FormOrderAndUpcallsOfDeliveries) {
         ObjectPathRecorder names;
         ObjectRecorder objects;
         std::string found;
-        if (c.operation == 'n') {
-            provider->associatorNames(context, path("T_Part.k=1"), "T_Other", to, "", "", names);
+        if (strchr("nlr", c.operation)) {
+            const char* const role = c.operation == 'n'   ? ""
+                                     : c.operation == 'l' ? "Left"
+                                                          : "Right";
+            provider->associatorNames(context, path("T_Part.k=1"), "T_Other", to, role, "", names);
             found = joined(names.delivered);
         } else {
             provider->associators(context, path("T_Part.k=1"), "T_Other", to, "Left", "Right",
@@ -339,6 +347,12 @@ TEST_F(AssociationProvider, WithoutNamesOnlyWhileTheCacheIsEmpty) {
     unnamed._cache.insert(any);
     EXPECT_THROW(unnamed.referenceNames(context, path(thing("a")), CIMName(), "", handler),
                  InvalidNameException);
+    struct Named : InstanceAssociationProvider {
+        using InstanceAssociationProvider::InstanceAssociationProvider;
+        std::string classes() const { return text(_leftClassName) + text(_rightClassName); }
+    };
+    EXPECT_EQ(Named("T_Link", "Left", "T_L", "Right", "T_R").classes(), "T_LT_R");
+    EXPECT_EQ(Named("T_Link", "Left", "T_L", "Right", "T_R", 100).classes(), "T_LT_R");
     for (Links* const links : {&unnamed, &usual, provider}) {
         links->_cache.insert(any);
         links->_cache.remove(any.getPath());

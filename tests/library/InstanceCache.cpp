@@ -86,6 +86,8 @@ TEST_F(Cache, FirstInsertWinsReplaceSwapsRemoveForgets) {
     cache.replace(given);
     EXPECT_EQ(at("A.k=1"), "third");
     EXPECT_EQ(keys(), "A.k=1 A.k=3 ");
+    cache.replace(marked("//h/root/x:a.K=1", "spelled"));
+    EXPECT_EQ(keys(), "A.k=3 a.K=1 ") << "the key is that of the new instance";
     Array<CIMObjectPath> removed(1, path("root/other:A.k=1"));
     removed.append(path("A.k=3"));
     cache.remove(removed);
@@ -204,9 +206,16 @@ TEST_F(Cascade, AsksWithTheCallersPathAndDeletesInOrderUpToAFailure) {
     EXPECT_EQ(server.taken(),
               "referenceNames " + thing("b") + "\n" + deleting + "\"3\"\n" + deleting + "\"1\"\n");
     failing.clear();
+    things.insert(makeThing("a"));
+    Array<CIMObjectPath> both(1, path(thing("a")));
+    both.append(path(thing("c")));
+    things.remove(both);
+    EXPECT_EQ(server.log.at(0) + server.log.at(4),
+              "referenceNames " + thing("a") + "referenceNames " + thing("c"));
+    server.log.clear();
     things.insert(makeThing("b"));
     things.clear();
-    EXPECT_EQ(server.log.size(), 2u * 4);
+    EXPECT_EQ(server.log.size(), 4u);
 }
 
 }  // namespace

@@ -6,8 +6,11 @@
 
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/System.h>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
+#include <netdb.h>
+#include <netinet/in.h>
 
 #include <cstdlib>
 #include <vector>
@@ -21,6 +24,15 @@ using support::path;
 using support::property;
 using support::propertyNames;
 using support::text;
+
+// In place of the system's while it is set.
+static hostent* (*resolver)(const char*) = nullptr;
+
+extern "C" hostent* gethostbyname(const char* name) {
+    static const auto system =
+        reinterpret_cast<decltype(&gethostbyname)>(dlsym(RTLD_NEXT, "gethostbyname"));
+    return resolver ? resolver(name) : system(name);
+}
 
 namespace {
 
@@ -252,11 +264,22 @@ TEST(SplitSysName, FieldsOrNothing) {
     }
 }
 
+// A resolver that gives an address of another family.
+hostent* otherFamily(const char*) {
+    static in6_addr address = IN6ADDR_LOOPBACK_INIT;
+    static char* addresses[] = {reinterpret_cast<char*>(&address), nullptr};
+    static hostent host = {nullptr, nullptr, AF_INET6, sizeof address, addresses};
+    return &host;
+}
+
 TEST(GetIPAddr, EmptyWithoutAnAddress) {
     System::setHostName("127.0.0.2");  // an address stands for itself, whatever the resolver knows
     EXPECT_EQ(text(getIPAddr()), "127.0.0.2");
     System::setHostName("::1");
     EXPECT_EQ(text(getIPAddr()), "");
+    resolver = otherFamily;
+    EXPECT_EQ(text(getIPAddr()), "");
+    resolver = nullptr;
 }
 
 }  // namespace
