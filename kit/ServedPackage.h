@@ -41,6 +41,7 @@ struct PackageFiles {
     std::vector<std::string> registrations;        ///< MOF files of the registrations
     std::vector<std::string> modules;              ///< folders of the provider libraries
     std::string nameSpace = "root/velmar_remote";  ///< where the schemas are compiled into
+    std::vector<std::string> includes = {};        ///< folders of MOF files that others include
 };
 
 /// Every finding of the server so far becomes a failure of the running test, but for those whose id
@@ -111,11 +112,11 @@ class ServedPackage : public ::testing::Test {
           _isThereTwice(entryPoint == nullptr && !files.modules.empty() &&
                         PegasusCreateProvider != nullptr) {
         for (const std::string& schema : files.schemas) {
-            server.compileMof(files.nameSpace, schema);
+            server.compileMof(files.nameSpace, schema, files.includes);
         }
         for (const std::string& registration : files.registrations) {
             if (entryPoint == nullptr) {
-                server.compileMof("root/PG_InterOp", registration);
+                server.compileMof("root/PG_InterOp", registration, files.includes);
             } else {
                 server.registerProvider(registration, entryPoint);
             }

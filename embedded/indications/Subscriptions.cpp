@@ -131,7 +131,7 @@ Query Subscriptions::filterQuery(const std::string& query) {
     std::istringstream words(query);
     std::string first;
     words >> first;
-    if (strcasecmp(first.c_str(), "select") != 0) {
+    if (strcasecmp(first.c_str(), "select") != 0 || words.eof()) {
         throw refused(CIM_ERR_INVALID_PARAMETER, "parse error: syntax error");
     }
     return Query(query);

@@ -220,19 +220,29 @@ class SubscriptionProvider : public CIMInstanceProvider {
 
     Repository& repository() const { return _services.repository; }
 
-    // A subscription is found by its ends, whatever host a client says that they are on.
-    CIMInstance stored(const CIMObjectPath& path) const {
-        if (isA(path.getClassName(), subscriptionClass)) {
-            const CIMObjectPath wanted = withoutPlaces(path);
-            const Array<CIMInstance> all =
-                repository().instances(interopNamespace, path.getClassName());
-            for (Uint32 i = 0; i < all.size(); i++) {
-                if (withoutPlaces(all[i].getPath()) == wanted) {
-                    return all[i];
-                }
+    // A subscription by its ends, whatever host a client says that they are on; uninitialized
+    // without one.
+    CIMInstance find(const CIMObjectPath& subscription) const {
+        const CIMObjectPath wanted = withoutPlaces(subscription);
+        const Array<CIMInstance> all =
+            repository().instances(interopNamespace, CIMName(subscriptionClass));
+        for (Uint32 i = 0; i < all.size(); i++) {
+            if (withoutPlaces(all[i].getPath()) == wanted) {
+                return all[i];
             }
         }
-        return repository().getInstance(interopNamespace, path);
+        return CIMInstance();
+    }
+
+    CIMInstance stored(const CIMObjectPath& path) const {
+        const CIMInstance found =
+            isA(path.getClassName(), subscriptionClass) ? find(path) : CIMInstance();
+        return found.isUninitialized() ? repository().getInstance(interopNamespace, path) : found;
+    }
+
+    CIMObjectPath pathOf(const CIMInstance& instance) const {
+        return instance.buildPath(
+            CIMConstClass(repository().getClass(interopNamespace, instance.getClassName())));
     }
 
     void checkFilter(const CIMInstance& filter) const {
@@ -318,18 +328,17 @@ class SubscriptionProvider : public CIMInstanceProvider {
             if (e.getCode() != CIM_ERR_ALREADY_EXISTS) {
                 throw;
             }
-            throw CIMException(CIM_ERR_ALREADY_EXISTS, asRealServersStore(instance).toString());
+            throw CIMException(CIM_ERR_ALREADY_EXISTS, storedPathOf(instance).toString());
         }
     }
 
-    // They keep the host's own name as an empty one, which shows in this text alone.
-    CIMObjectPath asRealServersStore(CIMInstance end) const {
+    // A real server keeps its own host's name as an empty one, which shows in this text alone.
+    CIMObjectPath storedPathOf(CIMInstance end) const {
         const auto name = valueOr<String>(end, "SystemName", String());
         if (name == System::getHostName() || name == System::getFullyQualifiedHostName()) {
             end.getProperty(end.findProperty("SystemName")).setValue(CIMValue(String()));
         }
-        return end.buildPath(
-            CIMConstClass(repository().getClass(interopNamespace, end.getClassName())));
+        return pathOf(end);
     }
 
     void deleteEnd(const CIMObjectPath& path) {
@@ -346,6 +355,10 @@ class SubscriptionProvider : public CIMInstanceProvider {
         std::lock_guard<std::mutex> guard(_lock);
         referred(subscription, "Filter");
         referred(subscription, "Handler");
+        const CIMObjectPath path = pathOf(subscription);
+        if (!find(path).isUninitialized()) {
+            throw CIMException(CIM_ERR_ALREADY_EXISTS, path.toString());
+        }
         return repository().createInstance(interopNamespace, subscription);
     }
 

@@ -81,7 +81,7 @@ void fanOut(Services& services, std::vector<std::function<void()>> tasks, bool p
     }
     services.workers.runAll(tasks);
     for (const std::optional<Failure>& failure : failures) {
-        if (failure && plain && tasks.size() > 1) {
+        if (failure && tasks.size() > 1 && (plain || failure->isPlain)) {
             throw PlainError(failure->code, failure->message);
         }
         if (failure) {

@@ -242,7 +242,8 @@ TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
          "\xEF\xBB\xBF#pragma include (\"sub/outer.mof\")\ninstance of X { R = $B; };"},
         {"/sub/outer.mof", "#pragma include (\"inner.mof\")\n#pragma namespace (\"root/x\")\n"},
         {"/sub/inner.mof", "class X { [Key] O REF R; };\ninstance of O as $b { Name = \"b\"; };"},
-        {"/main.mof", "\n#pragma include (\"sub/bad.mof\")"}, {"/sub/bad.mof", "\n\nclass X"},
+        {"/main.mof", "\n#pragma include (\"sub/bad.mof\")"},
+        {"/sub/bad.mof", "\n\nclass X"},
         {"/user.mof", "\n#pragma include (\"absent.mof\")"},
         {"/ring.mof", "#pragma include (\"sub/ring.mof\")"},
         {"/sub/ring.mof", "\n#pragma include (\"../ring.mof\")"},
@@ -251,9 +252,8 @@ TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
          "/* #pragma include (\"a.mof\") */ // #pragma include (\"b.mof\")\n# PRAGMA include"
          "(\"sub/\" \"ring.mof\") instance of pg_Provider { s = \"#pragma include "
          "(\\\"ok.mof\\\")\""},
-        {"/far.mof", "#pragma include (\"inner.mof\")
-#pragma include(\"ok.mof\")" },
-         {"/ok.mof", "class Twice {};"}};
+        {"/far.mof", "#pragma include (\"inner.mof\")\n#pragma include (\"ok.mof\")"},
+        {"/ok.mof", "class Twice {};"}};
     for (const auto& [name, mof] : files) {
         std::ofstream(at + name) << mof;
     }
