@@ -7,9 +7,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "Commands.h"
@@ -84,11 +84,26 @@ void compileWith(const MofFiles& standard, const NewOptions& options,
     options.compile(result);
 }
 
+// The standard file, not one of `known`, that declares the first name in a text for which there is
+// one; null without any.
+const velmar_generator::MofFile* standardFileNamedIn(const std::string& text,
+                                                     const MofFiles& known) {
+    const auto isWord = [](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; };
+    for (auto at = text.begin(); at != text.end();) {
+        const auto begin = std::find_if(at, text.end(), isWord);
+        at = std::find_if_not(begin, text.end(), isWord);
+        const auto* const found = velmar_generator::standardMofWith(std::string(begin, at));
+        if (found != nullptr && std::find(known.begin(), known.end(), found) == known.end()) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
 // The standard files that the schema cannot be compiled without, and those that are `needed`
 // anyway: each error of the compiler about an unknown name adds the file that declares it, until
 // there is none, or one that no file mends.
 MofFiles completed(const NewOptions& options, MofFiles needed) {
-    static const std::regex name("[A-Za-z_][A-Za-z0-9_]*");
     for (;;) {
         std::sort(needed.begin(), needed.end());  // as they lie in the list: each after its needs
         try {
@@ -97,15 +112,7 @@ MofFiles completed(const NewOptions& options, MofFiles needed) {
             return needed;
         } catch (const velmar_embedded::MofError& error) {
             refuseSecondDeclaration(error, needed);
-            const std::string& reason = error.reason();
-            const velmar_generator::MofFile* found = nullptr;
-            for (std::sregex_iterator one(reason.begin(), reason.end(), name), end;
-                 one != end && found == nullptr; ++one) {
-                found = velmar_generator::standardMofWith(one->str());
-                if (std::find(needed.begin(), needed.end(), found) != needed.end()) {
-                    found = nullptr;
-                }
-            }
+            const auto* const found = standardFileNamedIn(error.reason(), needed);
             if (found == nullptr) {
                 throw;
             }
@@ -228,10 +235,17 @@ void writeMissing(const std::string& folder, const std::vector<GeneratedFile>& f
 
 // As a shell takes it.
 std::string argument(const std::string& text) {
-    static const std::regex plain("[A-Za-z0-9_./+:,@%-]+");
-    static const std::regex quote("'");
-    return std::regex_match(text, plain) ? text
-                                         : "'" + std::regex_replace(text, quote, "'\\''") + "'";
+    const auto isPlain = [](unsigned char c) {
+        return std::isalnum(c) != 0 || std::strchr("_./+:,@%-", c) != nullptr;
+    };
+    if (!text.empty() && std::all_of(text.begin(), text.end(), isPlain)) {
+        return text;
+    }
+    std::string quoted = "'";
+    for (const char c : text) {
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
+    return quoted + "'";
 }
 
 ExitCode create(NewOptions& options) {
