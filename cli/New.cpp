@@ -16,6 +16,7 @@
 #include "GeneratorOptions.h"
 #include "MofIncludes.h"
 #include "Package.h"
+#include "generator/Names.h"
 #include "generator/Package.h"
 
 namespace fs = std::filesystem;
@@ -153,6 +154,19 @@ std::string textOf(const std::string& file) {
     return text.str();
 }
 
+// Build tools and MOF take no such character for a part of a name.
+void refuseUnfit(const std::string& what, const std::string& name) {
+    const auto isUnfit = [](unsigned char c) {
+        return c < 0x20 || c == 0x7F || std::strchr("\"\\$[];", c) != nullptr;
+    };
+    if (std::any_of(name.begin(), name.end(), isUnfit)) {
+        throw UsageError(
+            fmt::format("{} {}: its name has one of the characters \" \\ $ [ ] ; or a control "
+                        "character, which build tools do not take for a part of a name; rename it",
+                        what, velmar_generator::quoted(name)));
+    }
+}
+
 // The user's files as they are, beside each other as they were.
 std::vector<GeneratedFile> userMofFiles(const NewOptions& options) {
     std::vector<GeneratedFile> files;
@@ -163,6 +177,7 @@ std::vector<GeneratedFile> userMofFiles(const NewOptions& options) {
             throw UsageError(file + ": is not in or below " + base.string() +
                              ", where the first MOF file is; put what belongs together there");
         }
+        refuseUnfit("the MOF file", place.string());
         files.push_back({"mof/" + place.string(), textOf(file)});
     }
     return files;
@@ -253,6 +268,7 @@ ExitCode create(NewOptions& options) {
     while (options.folder.size() > 1 && options.folder.back() == '/') {
         options.folder.pop_back();
     }
+    refuseUnfit("the folder", fs::absolute(options.folder).string());
     if (generator.module.empty()) {
         generator.module = moduleName(options.folder);
     }
