@@ -28,7 +28,7 @@ void writeDepfile(const GenerateOptions& options) {
     for (const std::string& file : withIncludes(options.schemas, options.includes)) {
         out << " \\\n  ";
         for (const char c : file) {
-            out << (c == ' ' || c == '#' ? "\\" : "") << c;
+            out << (c == ' ' || c == '#' ? "\\" : c == '$' ? "$" : "") << c;
         }
     }
     out << "\n";

@@ -3,8 +3,8 @@
 
 #include "MofRemedy.h"
 
-#include <fstream>
-#include <regex>
+#include <velmar_embedded/schema/MofLexer.h>
+
 #include <string>
 #include <utility>
 
@@ -14,12 +14,20 @@ namespace {
 
 // What is declared elsewhere is not seen then.
 bool choosesNamespace(const std::string& file) {
-    std::ifstream in(file);
-    static const std::regex pragma("\\s*#pragma\\s+namespace\\b.*", std::regex::icase);
-    for (std::string line; std::getline(in, line);) {
-        if (std::regex_match(line, pragma)) {
-            return true;
+    std::string text;
+    velmar_embedded::readMof(file, text);
+    velmar_embedded::MofLexer lexer(text);
+    try {
+        bool isPragma = false;
+        for (auto token = lexer.next(); token.kind != velmar_embedded::MofToken::End;
+             token = lexer.next()) {
+            if (isPragma && token.is("namespace")) {
+                return true;
+            }
+            isPragma = token.is("pragma");
         }
+    } catch (const velmar_embedded::MofFault&) {
+        // What comes before it was read.
     }
     return false;
 }

@@ -10,13 +10,13 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "Commands.h"
 #include "GeneratorOptions.h"
 #include "MofIncludes.h"
 #include "Package.h"
+#include "generator/Names.h"
 #include "generator/Package.h"
 
 namespace fs = std::filesystem;
@@ -85,11 +85,26 @@ void compileWith(const MofFiles& standard, const NewOptions& options,
     options.compile(result);
 }
 
+// The standard file, not one of `known`, that declares the first name in a text for which there is
+// one; null without any.
+const velmar_generator::MofFile* standardFileNamedIn(const std::string& text,
+                                                     const MofFiles& known) {
+    const auto isWord = [](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; };
+    for (auto at = text.begin(); at != text.end();) {
+        const auto begin = std::find_if(at, text.end(), isWord);
+        at = std::find_if_not(begin, text.end(), isWord);
+        const auto* const found = velmar_generator::standardMofWith(std::string(begin, at));
+        if (found != nullptr && std::find(known.begin(), known.end(), found) == known.end()) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
 // The standard files that the schema cannot be compiled without, and those that are `needed`
 // anyway: each error of the compiler about an unknown name adds the file that declares it, until
 // there is none, or one that no file mends.
 MofFiles completed(const NewOptions& options, MofFiles needed) {
-    static const std::regex name("[A-Za-z_][A-Za-z0-9_]*");
     for (;;) {
         std::sort(needed.begin(), needed.end());  // as they lie in the list: each after its needs
         try {
@@ -98,15 +113,7 @@ MofFiles completed(const NewOptions& options, MofFiles needed) {
             return needed;
         } catch (const velmar_embedded::MofError& error) {
             refuseSecondDeclaration(error, needed);
-            const std::string& reason = error.reason();
-            const velmar_generator::MofFile* found = nullptr;
-            for (std::sregex_iterator one(reason.begin(), reason.end(), name), end;
-                 one != end && found == nullptr; ++one) {
-                found = velmar_generator::standardMofWith(one->str());
-                if (std::find(needed.begin(), needed.end(), found) != needed.end()) {
-                    found = nullptr;
-                }
-            }
+            const auto* const found = standardFileNamedIn(error.reason(), needed);
             if (found == nullptr) {
                 throw;
             }
@@ -149,6 +156,19 @@ std::string textOf(const std::string& file) {
     return text.str();
 }
 
+// Build tools and MOF take no such character for a part of a name.
+void refuseUnfit(const std::string& what, const std::string& name) {
+    const auto isUnfit = [](unsigned char c) {
+        return c < 0x20 || c == 0x7F || std::strchr("\"\\$[];", c) != nullptr;
+    };
+    if (std::any_of(name.begin(), name.end(), isUnfit)) {
+        throw UsageError(
+            fmt::format("{} {}: its name has one of the characters \" \\ $ [ ] ; or a control "
+                        "character, which build tools do not take for a part of a name; rename it",
+                        what, velmar_generator::quoted(name)));
+    }
+}
+
 // The user's files as they are, beside each other as they were; those of an include folder have its
 // place.
 std::vector<GeneratedFile> userMofFiles(const NewOptions& options) {
@@ -168,9 +188,7 @@ std::vector<GeneratedFile> userMofFiles(const NewOptions& options) {
                              ", where the first MOF file is, nor of a folder of --include; put "
                              "what belongs together there");
         }
-        if (place.string().find_first_of("\"\\\n") != std::string::npos) {
-            throw UsageError(file + ": MOF cannot include a file of this name; rename it");
-        }
+        refuseUnfit("the MOF file", place.string());
         files.push_back({"mof/" + place.string(), textOf(file)});
     }
     return files;
@@ -255,8 +273,14 @@ void writeMissing(const std::string& folder, const std::vector<GeneratedFile>& f
 
 // As a shell takes it.
 std::string argument(const std::string& text) {
-    static const std::regex quote("'");
-    return isPlain(text) ? text : "'" + std::regex_replace(text, quote, "'\\''") + "'";
+    if (isPlain(text)) {
+        return text;
+    }
+    std::string quoted = "'";
+    for (const char c : text) {
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
+    return quoted + "'";
 }
 
 ExitCode create(NewOptions& options) {
@@ -264,6 +288,7 @@ ExitCode create(NewOptions& options) {
     while (options.folder.size() > 1 && options.folder.back() == '/') {
         options.folder.pop_back();
     }
+    refuseUnfit("the folder", fs::absolute(options.folder).string());
     if (generator.module.empty()) {
         generator.module = moduleName(options.folder);
     }

@@ -112,6 +112,30 @@ function(_velmar_outputs result folder command)
     set(${result} "${_names}" PARENT_SCOPE)
 endfunction()
 
+# Names reach shell scripts, CMake's own files and C++. Whatever stands for something else there is
+# refused; all others are quoted.
+function(_velmar_check_names function)
+    foreach(_text IN LISTS _name _arg_CPP_NAMESPACE _arg_CIM_NAMESPACE _arg_CLASSES)
+        if(_text MATCHES "[ -,.:-@[-^`{-~\n\r\t]")
+            message(FATAL_ERROR "${function}(${_name}): \"${_text}\" is neither a module's name nor "
+                                "that of a class or namespace")
+        endif()
+    endforeach()
+    foreach(_path IN LISTS _schemas ITEMS "${CMAKE_CURRENT_BINARY_DIR}")
+        if(_path MATCHES "[]\"\\$[\n\r\t;]|/-[^/]*$")
+            message(FATAL_ERROR "${function}(${_name}): the name of ${_path} has one of the characters "
+                                "\" \\ $ [ ] or a line break, or begins with -, which tools do not take "
+                                "for a name; rename it")
+        endif()
+    endforeach()
+endfunction()
+
+# `text` as one word of a shell script.
+function(_velmar_shell_word result text)
+    string(REPLACE "'" "'\\''" text "${text}")
+    set(${result} "'${text}'" PARENT_SCOPE)
+endfunction()
+
 # What is generated for NAME, into _folder; _stamp follows it. The factory and the registration are
 # those of _module, none where that is empty. Sets what it reads for its caller, too.
 macro(_velmar_generate _function)
@@ -132,6 +156,7 @@ macro(_velmar_generate _function)
         set(_arg_CIM_NAMESPACE root/velmar_remote)
     endif()
     list(TRANSFORM _schemas PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/" REGEX "^[^/]")
+    _velmar_check_names(${_function})
 
     set(_folder "${CMAKE_CURRENT_BINARY_DIR}/${_name}-generated")
     _velmar_command(_velmar)
@@ -217,6 +242,7 @@ function(_velmar_install_provider)
     set(_script_schemas "")
     foreach(_schema IN LISTS _schemas)
         get_filename_component(_schema "${_schema}" NAME)
+        _velmar_shell_word(_schema "${_schema}")
         string(APPEND _script_schemas " ${_schema}")
     endforeach()
     list(JOIN _arg_CLASSES " " _script_classes)

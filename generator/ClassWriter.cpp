@@ -294,9 +294,9 @@ std::string pathsHeader(const Options& options, const std::vector<ClassModel>& m
     }
     text += "};\n\n";
     for (const PathClass& one : classes) {
-        const std::string name = Scope().add(one.name);
+        const std::string name = classNameOf(one.name);
         const std::string base =
-            one.superclass.empty() ? "cim::AnyPath" : Scope().add(one.superclass);
+            one.superclass.empty() ? "cim::AnyPath" : classNameOf(one.superclass);
         text += fmt::format(
             "class {0} : public {1} {{\n public:\n    {0}() {{}}\n"
             "    /// A path from elsewhere. Throws CIMException (CIM_ERR_INVALID_PARAMETER) when "

@@ -35,7 +35,7 @@ std::vector<PathClass> pathClasses(const Reader& reader, const std::vector<Class
             reader.has(name) ? reader.lineage(name) : std::vector<std::string>{name};
         for (size_t i = lineage.size(); i-- > 0;) {
             if (known.insert(lineage[i]).second) {
-                const auto same = cppNames.insert({Scope().add(lineage[i]), lineage[i]});
+                const auto same = cppNames.insert({classNameOf(lineage[i]), lineage[i]});
                 if (!same.second) {
                     throw GeneratorError(fmt::format("classes {} and {} would both be {} in C++",
                                                      same.first->second, lineage[i],

@@ -165,7 +165,7 @@ void nameType(Element& element, const std::string& enumName, Scope& scope,
               const std::string& scopeName = "") {
     std::string type;
     if (element.type == CIMTYPE_REFERENCE) {
-        type = "paths::" + Scope().add(element.referenceClass);
+        type = "paths::" + classNameOf(element.referenceClass);
     } else if (!element.values.empty()) {
         element.enumName = scope.add(enumName);
         type = isInteger(element.type) ? "cim::Enumeration<" + scopeName + element.enumName + ">"
@@ -335,7 +335,7 @@ ClassModel Reader::read(const std::string& name) const {
     const CIMClass cimClass = _schema.getClass(_nameSpace, CIMName(name.c_str()));
     ClassModel model;
     model.name = utf8(cimClass.getClassName());
-    model.cppName = Scope().add(model.name);
+    model.cppName = classNameOf(model.name);
     model.superclass = utf8(cimClass.getSuperClassName());
     model.description = textOf(cimClass, "Description");
     model.isAbstract = isTrue(cimClass, "Abstract");

@@ -82,6 +82,16 @@ std::string Scope::add(const std::string& text) {
     return unique;
 }
 
+std::string classNameOf(const std::string& name) {
+    // What a provider class inherits hides a class of the same name.
+    return Scope({"AlertProvider", "CIMAssociationProvider", "CIMIndicationProvider",
+                  "CIMInstanceProvider", "CIMMethodProvider", "CIMProvider",
+                  "CachedInstanceProvider", "IndicationMethodProvider",
+                  "InstanceAssociationProvider", "InstanceCache", "InstanceMethodProvider",
+                  "Object", "Provider", "Typed", "WithMethods"})
+        .add(name);
+}
+
 std::string quoted(const std::string& text) {
     std::string result = "\"";
     for (const char c : text) {

@@ -29,6 +29,9 @@ class Scope {
 /// Whether C++ or a macro has the name.
 bool isReserved(const std::string& name);
 
+/// The C++ class of a CIM class.
+std::string classNameOf(const std::string& name);
+
 /// The text with quotes, as C++ and MOF write it.
 std::string quoted(const std::string& text);
 

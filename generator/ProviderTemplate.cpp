@@ -61,7 +61,7 @@ std::string sample(const ClassModel& model, const Element& element,
             if (const ClassModel* end = referred(element, models)) {
                 return end->cppName + "(...).path()";
             }
-            return "paths::" + Scope().add(element.referenceClass) + "(...)";
+            return "paths::" + classNameOf(element.referenceClass) + "(...)";
         case Pegasus::CIMTYPE_OBJECT:
         case Pegasus::CIMTYPE_INSTANCE:
         case Pegasus::CIMTYPE_CHAR16:

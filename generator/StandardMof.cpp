@@ -2,10 +2,12 @@
 // SPDX-License-Identifier: MIT
 
 #include <Pegasus/Common/CIMClass.h>
+#include <velmar_embedded/schema/MofLexer.h>
 
 #include <algorithm>
 #include <cctype>
-#include <regex>
+#include <map>
+#include <string>
 
 #include "Package.h"
 
@@ -19,21 +21,32 @@ std::string lower(std::string text) {
     return text;
 }
 
+// The files by the names of the classes and qualifiers that they declare, in small letters.
+std::map<std::string, const MofFile*> declarations() {
+    std::map<std::string, const MofFile*> result;
+    for (const MofFile& file : standardMof()) {
+        const std::string text = file.text;
+        velmar_embedded::MofLexer lexer(text);
+        int depth = 0;
+        bool declares = false;  // the next name
+        for (auto token = lexer.next(); token.kind != velmar_embedded::MofToken::End;
+             token = lexer.next()) {
+            if (declares) {
+                result.emplace(lower(token.text), &file);
+            }
+            depth += token.is('{') - token.is('}');
+            declares = depth == 0 && !declares && (token.is("class") || token.is("qualifier"));
+        }
+    }
+    return result;
+}
+
 }  // namespace
 
 const MofFile* standardMofWith(const std::string& name) {
-    static const std::regex declaration("(^|\\n)\\s*(class|qualifier)\\s+(\\w+)",
-                                        std::regex::icase);
-    for (const MofFile& file : standardMof()) {
-        const std::string text = file.text;
-        for (std::sregex_iterator one(text.begin(), text.end(), declaration), end; one != end;
-             ++one) {
-            if (lower((*one)[3].str()) == lower(name)) {
-                return &file;
-            }
-        }
-    }
-    return nullptr;
+    static const auto& files = *new auto(declarations());  // lives on for what runs at exit
+    const auto found = files.find(lower(name));
+    return found == files.end() ? nullptr : found->second;
 }
 
 const MofFile* standardMofReferredTo(const velmar_embedded::Repository& schema,

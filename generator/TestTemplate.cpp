@@ -28,7 +28,7 @@ std::string sampleKey(const ClassModel& model, const Element& key, bool absent) 
             return absent ? "Pegasus::Char16('n')" : "Pegasus::Char16('t')";
         case Pegasus::CIMTYPE_REFERENCE:
             return fmt::format("paths::{}(Pegasus::CIMObjectPath(\"{}.TestKey=\\\"{}\\\"\"))",
-                               Scope().add(key.referenceClass), key.referenceClass,
+                               classNameOf(key.referenceClass), key.referenceClass,
                                absent ? "none" : "test");
         default:
             return key.enumName.empty()

@@ -17,7 +17,9 @@
 #include <Pegasus/Common/Exception.h>
 
 #include <atomic>
+#include <map>
 #include <memory>
+#include <type_traits>
 #include <vector>
 
 namespace Pegasus {
@@ -47,6 +49,12 @@ struct HandleAccess {
     }
     /// What a value holds; null if it is null. Another object after every assignment.
     static const std::shared_ptr<const void>& data(const CIMValue& value) { return value._data; }
+    /// Whether names in lists may have changed, as those of methods may.
+    template <class Handle>
+    static bool mayBeRenamed() {
+        return std::is_same_v<Handle, CIMMethod> && methodsRenamed;
+    }
+    static std::atomic<bool> methodsRenamed;
     /// That a qualifier's text may be translated, which no flavor that programs name says.
     static const CIMFlavor translatable;
     template <class Handle, class Rep>
@@ -57,13 +65,25 @@ struct HandleAccess {
     }
 };
 
-/// Handles with distinct names, in the order in which they were added.
+/// Handles with distinct names, in the order in which they were added. A long list has an index, so
+/// that reading one takes no time that grows with its square.
 template <class Handle>
 class NamedList {
  public:
+    NamedList() = default;
+    NamedList(const NamedList& list)
+        : _items(list._items),
+          _index(list._index ? std::make_unique<Index>(*list._index) : nullptr) {}
+    NamedList& operator=(const NamedList& list) = delete;
+    NamedList& operator=(NamedList&& list) = default;
+
     Uint32 size() const { return Uint32(_items.size()); }
     /// PEG_NOT_FOUND if it is not there.
     Uint32 find(const CIMName& name) const {
+        if (_index && !HandleAccess::mayBeRenamed<Handle>()) {
+            const auto found = _index->find(name.getString());
+            return found == _index->end() ? PEG_NOT_FOUND : found->second;
+        }
         for (Uint32 i = 0; i < size(); i++) {
             if (_items[i].getName().equal(name)) {
                 return i;
@@ -84,17 +104,30 @@ class NamedList {
             throw AlreadyExistsException(String(kind) + " \"" + item.getName().getString() + "\"");
         }
         _items.push_back(item);
+        if (_index) {
+            _index->emplace(item.getName().getString(), size() - 1);
+        } else {
+            indexAll();
+        }
     }
     void remove(Uint32 index) {
-        at(index);
+        const String name = at(index).getName().getString();
         _items.erase(_items.begin() + index);
+        if (_index && index == size()) {
+            _index->erase(name);
+        } else if (_index) {
+            _index.reset();
+            indexAll();
+        }
     }
-    void clear() { _items.clear(); }
+    void clear() {
+        _items.clear();
+        _index.reset();
+    }
     NamedList clone() const {
-        NamedList copy;
-        copy._items.reserve(_items.size());
-        for (const Handle& item : _items) {
-            copy._items.push_back(item.clone());
+        NamedList copy(*this);
+        for (Handle& item : copy._items) {
+            item = item.clone();
         }
         return copy;
     }
@@ -113,7 +146,25 @@ class NamedList {
     auto end() const { return _items.end(); }
 
  private:
+    struct Less {
+        bool operator()(const String& a, const String& b) const {
+            return String::compareNoCase(a, b) < 0;
+        }
+    };
+    using Index = std::map<String, Uint32, Less>;
+
+    void indexAll() {
+        if (size() <= 64) {
+            return;
+        }
+        _index = std::make_unique<Index>();
+        for (Uint32 i = 0; i < size(); i++) {
+            _index->emplace(_items[i].getName().getString(), i);
+        }
+    }
+
     std::vector<Handle> _items;
+    std::unique_ptr<Index> _index;
 };
 
 struct CIMConstQualifier::Rep {

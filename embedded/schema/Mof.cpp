@@ -3,10 +3,14 @@
 
 #include "schema/Mof.h"
 
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <vector>
 
 #include "schema/MofParser.h"
@@ -17,18 +21,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool readFile(const std::string& file, std::string& text) {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) {
-        return false;
-    }
-    try {
-        text.assign(std::istreambuf_iterator<char>(in), {});
-    } catch (const std::exception&) {  // a folder, say, opens but cannot be read
-        return false;
-    }
-    return true;
-}
+// What the files of one compilation may come to, and a standard schema stays far below.
+constexpr size_t maximumDepth = 64;
+constexpr size_t maximumFiles = 10'000;
+constexpr size_t maximumBytes = 64 * 1024 * 1024;
 
 class Compiler {
  public:
@@ -69,9 +65,26 @@ class Compiler {
         if (std::count(_open.begin(), _open.end(), identity(file)) != 0) {
             throw MofError(from, line, "the file " + file + " includes itself");
         }
+        if (_open.size() > maximumDepth) {
+            throw MofError(
+                from, line,
+                "files are included more than " + std::to_string(maximumDepth) + " deep");
+        }
+        if (++_included > maximumFiles) {
+            throw MofError(from, line,
+                           "more than " + std::to_string(maximumFiles) +
+                               " files are included, each time counted");
+        }
         std::string text;
-        if (!readFile(file, text)) {
-            throw MofError(from, line, "cannot read the included file " + file);
+        const std::string problem = readMof(file, text);
+        if (!problem.empty()) {
+            throw MofError(from, line, "cannot read the included file " + file + ": " + problem);
+        }
+        _bytes += text.size();
+        if (_bytes > maximumBytes) {
+            throw MofError(from, line,
+                           "the included files have more than " + std::to_string(maximumBytes) +
+                               " bytes together");
         }
         // A file that several packages bring, as a standard one, declares what is there already.
         if (_repository.isNewText(nameSpace, text)) {
@@ -84,6 +97,8 @@ class Compiler {
     const std::vector<std::string>& _includeDirectories;
     MofAliases _aliases;
     std::vector<fs::path> _open;  // files being compiled, outermost first
+    size_t _included = 0;
+    size_t _bytes = 0;  // of those included
 };
 
 }  // namespace
@@ -94,12 +109,42 @@ MofError::MofError(const std::string& file, unsigned line, const std::string& re
       _line(line),
       _reason(reason) {}
 
+std::string readMof(const std::string& file, std::string& text) {
+    // Not blocking, which the opening of a pipe would be.
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) {
+        return std::strerror(errno);
+    }
+    std::string problem;
+    struct stat state = {};
+    text.clear();
+    if (fstat(descriptor, &state) != 0 || !S_ISREG(state.st_mode)) {
+        problem = "it is not a regular file";
+    } else if (size_t(state.st_size) > maximumBytes) {
+        problem = "it has more than " + std::to_string(maximumBytes) + " bytes";
+    } else {
+        text.resize(size_t(state.st_size));
+        size_t at = 0;
+        for (ssize_t count = 1; at < text.size() && count > 0;
+             at += size_t(std::max<ssize_t>(count, 0))) {
+            count = read(descriptor, &text[at], text.size() - at);
+            if (count < 0) {
+                problem = std::strerror(errno);
+            }
+        }
+        text.resize(at);
+    }
+    close(descriptor);
+    return problem;
+}
+
 void compileMof(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
                 const std::string& file, const MofObserver& stored,
                 const std::vector<std::string>& includeDirectories) {
     std::string text;
-    if (!readFile(file, text)) {
-        throw MofError(file, 0, "cannot read the file");
+    const std::string problem = readMof(file, text);
+    if (!problem.empty()) {
+        throw MofError(file, 0, "cannot read the file: " + problem);
     }
     compileMofText(repository, nameSpace, text, file, stored, includeDirectories);
 }

@@ -39,10 +39,15 @@ using MofObserver =
     std::function<void(const Pegasus::CIMNamespaceName& nameSpace,
                        const Pegasus::CIMObjectPath& path, const std::string& file, unsigned line)>;
 
+/// Reads a file as the compiler does. Returns why it cannot, empty if it can: only regular files of
+/// a size that MOF may have are read.
+std::string readMof(const std::string& file, std::string& text);
+
 /// Compiles `file` into `nameSpace` of `repository`, creating the namespace if it does not exist.
 /// Declarations before an error stay, as with a real server's compiler. A file that is included is
 /// searched beside the one that includes it, then in `includeDirectories`. Throws MofError, also
-/// for a file that cannot be read (line 0).
+/// for a file that cannot be read (line 0), and for includes that are nested too deep, too many,
+/// too large or go in circles.
 void compileMof(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
                 const std::string& file, const MofObserver& stored = MofObserver(),
                 const std::vector<std::string>& includeDirectories = {});

@@ -150,6 +150,10 @@ MofToken MofLexer::next() {
         for (++_at; isWordPart(peek());) {
             ++_at;
         }
+        if (_at - start > 1024) {
+            throw MofFault(_line, "a name has more than 1024 characters: " +
+                                      shortened(_text.substr(start, _at - start)));
+        }
     } else if (isDigit(c) || ((c == '+' || c == '-' || c == '.') &&
                               (isDigit(peek(1)) || (peek(1) == '.' && isDigit(peek(2)))))) {
         token.kind = MofToken::Number;

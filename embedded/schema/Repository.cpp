@@ -32,6 +32,8 @@ using Instances = std::list<CIMInstance>;  // in the order of their creation
 
 struct StoredClass {
     CIMClass definition;
+    size_t depth = 0;  // superclasses
+    size_t parts = 0;
     Instances instances;
     std::unordered_map<CIMObjectPath, Instances::iterator, PathHash> byPath;
 
@@ -86,6 +88,26 @@ struct StoredClass {
     }
     CIMInstance complete(const CIMInstance& given) const;
 };
+
+// What takes memory in a class.
+size_t partsOf(const CIMClass& cimClass) {
+    size_t parts = 1 + cimClass.getQualifierCount();
+    for (Uint32 i = 0; i < cimClass.getPropertyCount(); ++i) {
+        parts += 1 + cimClass.getProperty(i).getQualifierCount();
+    }
+    for (Uint32 i = 0; i < cimClass.getMethodCount(); ++i) {
+        const CIMConstMethod method = cimClass.getMethod(i);
+        parts += 1 + method.getQualifierCount();
+        for (Uint32 k = 0; k < method.getParameterCount(); ++k) {
+            parts += 1 + method.getParameter(k).getQualifierCount();
+        }
+    }
+    return parts;
+}
+
+size_t partsOf(const CIMInstance& instance) {
+    return 1 + instance.getQualifierCount() + instance.getPropertyCount();
+}
 
 template <class Feature>
 void copyQualifiers(Feature& to, const Feature& from) {
@@ -265,7 +287,7 @@ CIMClass Repository::NameSpace::resolve(const CIMClass& given, const CIMClass* s
 const char* const qualifierScopeNames[qualifierScopeCount] = {
     "class", "association", "reference", "property", "method", "parameter", "indication"};
 
-Repository::Repository() = default;
+Repository::Repository(size_t maximumParts) : _maximumParts(maximumParts) {}
 Repository::~Repository() = default;
 
 Repository::NameSpace& Repository::find(const CIMNamespaceName& nameSpace) const {
@@ -283,6 +305,17 @@ Array<CIMNamespaceName> Repository::nameSpaces() const {
         result.append(CIMNamespaceName(nameSpace.first));
     }
     return result;
+}
+
+void Repository::requireRoom(const CIMName& name, size_t parts) const {
+    if (parts > _maximumParts - std::min(_parts, _maximumParts)) {
+        throw CIMException(CIM_ERR_FAILED,
+                           name.getString() +
+                               String(": all classes and instances together have "
+                                      "more than ") +
+                               String(std::to_string(_maximumParts).c_str()) +
+                               String(" properties, methods, parameters and qualifiers"));
+    }
 }
 
 bool Repository::hasNamespace(const CIMNamespaceName& nameSpace) const {
@@ -349,11 +382,20 @@ void Repository::createClass(const CIMNamespaceName& nameSpace, const CIMClass& 
     if (space.classes.count(name.getString()) != 0) {
         throw CIMException(CIM_ERR_ALREADY_EXISTS, name.getString());
     }
-    const CIMClass* superClass =
-        superName.isNull() ? nullptr
-                           : &space.find(superName, CIM_ERR_INVALID_SUPERCLASS).definition;
-    const CIMClass definition = space.resolve(cimClass, superClass);
-    space.classes[name.getString()].definition = definition;
+    const StoredClass* const super =
+        superName.isNull() ? nullptr : &space.find(superName, CIM_ERR_INVALID_SUPERCLASS);
+    StoredClass stored;
+    stored.depth = super ? super->depth + 1 : 0;
+    if (stored.depth > maximumDepth) {
+        throw CIMException(CIM_ERR_FAILED, name.getString() + String(": has more than ") +
+                                               String(std::to_string(maximumDepth).c_str()) +
+                                               String(" superclasses"));
+    }
+    requireRoom(name, partsOf(cimClass) + (super ? super->parts : 0));
+    stored.definition = space.resolve(cimClass, super ? &super->definition : nullptr);
+    stored.parts = partsOf(stored.definition);
+    _parts += stored.parts;
+    space.classes.emplace(name.getString(), std::move(stored));
     space.subclasses[superName.getString()].push_back(name);
     _revision++;
 }
@@ -366,10 +408,13 @@ void Repository::modifyClass(const CIMNamespaceName& nameSpace, const CIMClass& 
     if (!superName.equal(cimClass.getSuperClassName())) {
         throw CIMException(CIM_ERR_INVALID_SUPERCLASS, cimClass.getSuperClassName().getString());
     }
-    const CIMClass* superClass =
-        superName.isNull() ? nullptr
-                           : &space.find(superName, CIM_ERR_INVALID_SUPERCLASS).definition;
-    stored.definition = space.resolve(cimClass, superClass);
+    const StoredClass* const super =
+        superName.isNull() ? nullptr : &space.find(superName, CIM_ERR_INVALID_SUPERCLASS);
+    requireRoom(cimClass.getClassName(), partsOf(cimClass) + (super ? super->parts : 0));
+    stored.definition = space.resolve(cimClass, super ? &super->definition : nullptr);
+    _parts -= stored.parts;
+    stored.parts = partsOf(stored.definition);
+    _parts += stored.parts;
     _revision++;
 }
 
@@ -379,6 +424,7 @@ void Repository::deleteClass(const CIMNamespaceName& nameSpace, const CIMName& c
     const StoredClass& stored = space.findUnused(className);
     auto& siblings = space.subclasses[stored.definition.getSuperClassName().getString()];
     siblings.erase(std::find(siblings.begin(), siblings.end(), className));
+    _parts -= stored.parts;
     space.classes.erase(className.getString());
     _revision++;
 }
@@ -445,11 +491,13 @@ CIMObjectPath Repository::createInstance(const CIMNamespaceName& nameSpace,
     std::unique_lock lock(_lock);
     StoredClass& stored = find(nameSpace).find(instance.getClassName(), CIM_ERR_INVALID_CLASS);
     stored.requireCreatable();
+    requireRoom(instance.getClassName(), partsOf(instance) + stored.definition.getPropertyCount());
     const CIMInstance completed = stored.complete(instance);
     const CIMObjectPath path = completed.getPath();
     if (stored.byPath.count(path) != 0) {
         throw CIMException(CIM_ERR_ALREADY_EXISTS, path.toString());
     }
+    _parts += partsOf(completed);
     stored.byPath[path] = stored.instances.insert(stored.instances.end(), completed);
     return path;
 }
@@ -493,6 +541,7 @@ void Repository::deleteInstance(const CIMNamespaceName& nameSpace, const CIMObje
     StoredClass& stored = find(nameSpace).find(path.getClassName(), CIM_ERR_INVALID_CLASS);
     const Instances::iterator at = stored.find(path);
     stored.byPath.erase(stored.keyOf(path));
+    _parts -= partsOf(*at);
     stored.instances.erase(at);
 }
 

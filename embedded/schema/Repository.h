@@ -31,7 +31,13 @@ namespace velmar_embedded {
 
 class Repository {
  public:
-    Repository();
+    /// Superclasses of a class.
+    static constexpr std::size_t maximumDepth = 64;
+
+    /// `maximumParts` limits the properties, methods, parameters and qualifiers of all classes,
+    /// inherited ones counted again, and of all instances, for a few lines of MOF can ask for any
+    /// number. The whole CIM schema has a tenth.
+    explicit Repository(std::size_t maximumParts = 1'000'000);
     ~Repository();
     Repository(const Repository&) = delete;
     Repository& operator=(const Repository&) = delete;
@@ -59,7 +65,8 @@ class Repository {
     void deleteQualifier(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& name);
 
     /// Stores the class with the features of its superclass before its own, propagated flags and
-    /// class origins set. CIM_ERR_INVALID_SUPERCLASS, CIM_ERR_ALREADY_EXISTS.
+    /// class origins set. CIM_ERR_INVALID_SUPERCLASS, CIM_ERR_ALREADY_EXISTS, CIM_ERR_FAILED over a
+    /// limit.
     void createClass(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMClass& cimClass);
     /// Replaces a class. CIM_ERR_NOT_FOUND for an unknown class, CIM_ERR_CLASS_HAS_CHILDREN,
     /// CIM_ERR_CLASS_HAS_INSTANCES, CIM_ERR_INVALID_SUPERCLASS for another superclass.
@@ -90,7 +97,7 @@ class Repository {
     /// Stores a copy, with the class's defaults for what it leaves out and a path (class and keys)
     /// built from its key properties; returns that path. CIM_ERR_INVALID_CLASS,
     /// CIM_ERR_ALREADY_EXISTS, and CIM_ERR_INVALID_PARAMETER with a message for properties that
-    /// the class does not have or types that do not fit.
+    /// the class does not have or types that do not fit, CIM_ERR_FAILED over a limit.
     Pegasus::CIMObjectPath createInstance(const Pegasus::CIMNamespaceName& nameSpace,
                                           const Pegasus::CIMInstance& instance);
     /// The stored instance at a path (host and namespace of the path are not looked at); its own
@@ -118,9 +125,12 @@ class Repository {
         }
     };
     NameSpace& find(const Pegasus::CIMNamespaceName& nameSpace) const;
+    void requireRoom(const Pegasus::CIMName& name, std::size_t parts) const;
 
     mutable std::shared_mutex _lock;
     std::atomic<uint64_t> _revision{1};
+    const std::size_t _maximumParts;
+    std::size_t _parts = 0;
     std::map<Pegasus::String, std::unique_ptr<NameSpace>, Less> _nameSpaces;
 };
 

@@ -4,6 +4,7 @@
 // MOF and what is stored of it: inheritance, values, mistakes, stored instances.
 #include <Pegasus/Common/CIMClass.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -200,10 +201,12 @@ TEST_F(Schema, ValuesAndMistakes) {
         EXPECT_EQ(result.find(std::string("mof:2: ") + v.outcome), 0u)
             << name << v.literal << result;
     }
+    const std::string longName = "class " + std::string(1025, 'x') + " {};";
     const char* const mistakes[][2] = {
         {"class X {\n string S = \"0123456789012345678901234567890123456789\n; };",
          "2: unterminated string \"012345678901234567890123456789012345678..."},
         {"\n/* class X {\n};", "2: unterminated comment"},
+        {longName.c_str(), "1: a name has more than 1024 characters: xxxx"},
         {"class X {\n/* \n */ string S = \"\\q\"; };", "3: unknown escape \\q"},
         {"class X { string S = \"\xff\"; };", "1: a literal is not UTF-8"},
         {"class X { string S; }\nclass Y {};", "2: syntax error at class: expected ;"},
@@ -253,17 +256,33 @@ TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
          "(\"sub/\" \"ring.mof\") instance of pg_Provider { s = \"#pragma include "
          "(\\\"ok.mof\\\")\""},
         {"/far.mof", "#pragma include (\"inner.mof\")\n#pragma include (\"ok.mof\")"},
+        {"/zero.mof", "#pragma include (\"/dev/zero\")"},
         {"/ok.mof", "class Twice {};"}};
     for (const auto& [name, mof] : files) {
         std::ofstream(at + name) << mof;
     }
+    mkfifo((at + "/pipe.mof").c_str(), 0600);
+    std::ofstream(at + "/huge.mof").close();
+    fs::resize_file(at + "/huge.mof", 64 * 1024 * 1024 + 1);
+    for (int i = 0; i < 65; i++) {  // a chain, and a tree of as many levels
+        const std::string next = "#pragma include (\"c" + std::to_string(i + 1) + ".mof\")\n";
+        std::ofstream(at + "/c" + std::to_string(i) + ".mof") << next << (i >= 40 ? next : "");
+    }
+    std::ofstream(at + "/c65.mof").close();
     const std::string outcomes[][2] = {
         {"/good.mof", "ok"},
         {"/twice.mof", "ok"},
         {"/main.mof", at + "/sub/bad.mof:3: syntax error at end of file: expected {"},
-        {"/absent.mof", at + "/absent.mof:0: cannot read the file"},
-        {"/sub", at + "/sub:0: cannot read the file"},
-        {"/user.mof", at + "/user.mof:2: cannot read the included file " + at + "/absent.mof"},
+        {"/absent.mof", at + "/absent.mof:0: cannot read the file: No such file or directory"},
+        {"/sub", at + "/sub:0: cannot read the file: it is not a regular file"},
+        {"/pipe.mof", at + "/pipe.mof:0: cannot read the file: it is not a regular file"},
+        {"/huge.mof", at + "/huge.mof:0: cannot read the file: it has more than 67108864 bytes"},
+        {"/zero.mof", at + "/zero.mof:1: cannot read the included file /dev/zero: it is not a "
+                           "regular file"},
+        {"/c0.mof", at + "/c64.mof:1: files are included more than 64 deep"},
+        {"/c40.mof", at + "/c60.mof:1: more than 10000 files are included, each time counted"},
+        {"/user.mof", at + "/user.mof:2: cannot read the included file " + at +
+                          "/absent.mof: No such file or directory"},
         {"/ring.mof", at + "/sub/ring.mof:2: the file " + at + "/sub/../ring.mof includes itself"}};
     for (const auto& [name, expected] : outcomes) {
         EXPECT_EQ(outcome([&, &file = name] { compileMof(repository, ns, at + file); }), expected);
@@ -357,6 +376,41 @@ TEST_F(Schema, Errors) {
     CIMClass changed("K", "O");
     repository.modifyClass(ns, changed.addProperty(CIMProperty("More", Uint8(3))));
     EXPECT_EQ(repository.getClass(ns, "K").findProperty("More"), 3u) << "after the inherited ones";
+}
+
+TEST_F(Schema, InheritanceAndWhatAllClassesHoldAreLimited) {
+    std::string deep = "class D0 {};", wide = "class W0 {";
+    for (int i = 1; i <= 65; i++) {
+        const std::string n = std::to_string(i);
+        deep += "\nclass D" + n + " : D" + std::to_string(i - 1) + " {};";
+        wide += "uint8 P" + n + ";";
+    }
+    EXPECT_EQ(compile(deep), "mof:66: CIM_ERR_FAILED: D65: has more than 64 superclasses");
+
+    velmar_embedded::Repository small(270);
+    small.createNamespace(ns);
+    const auto add = [&](const std::string& mof) {
+        return outcome([&] { velmar_embedded::compileMofText(small, ns, mof, "mof"); });
+    };
+    EXPECT_EQ(add(wide + "}; class W1 : W0 {}; class W2 : W1 {}; instance of W0 {};"), "ok");
+    const std::string full =
+        ": all classes and instances together have more than 270 properties, "
+        "methods, parameters and qualifiers";
+    EXPECT_EQ(add("class W3 : W0 {};"), "mof:1: CIM_ERR_FAILED: W3" + full);
+    EXPECT_EQ(add("instance of W1 {};"), "mof:1: CIM_ERR_FAILED: W1" + full);
+    small.deleteClass(ns, "W2");
+    EXPECT_EQ(add("instance of W1 {};"), "ok");
+
+    // A class of so many properties has an index.
+    CIMClass indexed = small.getClass(ns, "W0");
+    EXPECT_EQ(indexed.findProperty("p65"), 64u);
+    indexed.addProperty(CIMProperty("P66", Uint8(1)));
+    indexed.removeProperty(0);
+    EXPECT_EQ(indexed.findProperty("P66"), 64u);
+    EXPECT_EQ(indexed.findProperty("P1"), PEG_NOT_FOUND);
+    indexed.removeProperty(64);
+    EXPECT_EQ(indexed.clone().addProperty(CIMProperty("P66", Uint8(1))).findProperty("P66"), 64u);
+    EXPECT_THROW(indexed.addProperty(CIMProperty("p2", Uint8(1))), AlreadyExistsException);
 }
 
 }  // namespace

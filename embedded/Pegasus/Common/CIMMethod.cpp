@@ -7,6 +7,8 @@
 
 namespace Pegasus {
 
+std::atomic<bool> HandleAccess::methodsRenamed{false};
+
 const CIMName& CIMConstMethod::getName() const { return initialized(_rep).name; }
 
 CIMType CIMConstMethod::getType() const { return initialized(_rep).type; }
@@ -55,7 +57,10 @@ CIMMethod::CIMMethod(const CIMName& name, CIMType type, const CIMName& classOrig
     _rep = std::make_shared<Rep>(Rep{notNull(name), type, classOrigin, propagated});
 }
 
-void CIMMethod::setName(const CIMName& name) { initialized(_rep).name = notNull(name); }
+void CIMMethod::setName(const CIMName& name) {
+    initialized(_rep).name = notNull(name);
+    HandleAccess::methodsRenamed = true;
+}
 
 void CIMMethod::setType(CIMType type) { initialized(_rep).type = type; }
 

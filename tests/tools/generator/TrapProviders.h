@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "InstanceMethodProvider_ProviderBase.h"
 #include "TRAP_AlertProviderBase.h"
 #include "TRAP_Keyless.h"
 #include "TRAP_LinkProviderBase.h"
@@ -28,6 +29,12 @@ namespace traps {
 class TRAP_TypesProvider : public TRAP_TypesProviderBase {};
 class TRAP_NamesProvider : public TRAP_NamesProviderBase {};
 class TRAP_SubPartProvider : public TRAP_SubPartProviderBase {};
+class InstanceMethodProvider_Provider : public InstanceMethodProvider_ProviderBase {
+    cim::Property<Pegasus::Uint32> Run(const Pegasus::OperationContext&,
+                                       const InstanceMethodProvider_&) override {
+        return 1;
+    }
+};
 
 /// Counts its refreshes, from which each copy gets its size.
 class TRAP_PartProvider : public TRAP_PartProviderBase {
