@@ -76,7 +76,7 @@ void putInOrder(NamedList<CIMProperty>& properties, const CIMPropertyList& list)
             ordered.add(properties.at(index), "property");
         }
     }
-    properties = ordered;
+    properties = std::move(ordered);
 }
 
 CIMInstance transmitted(const CIMInstance& delivered, const Request& request,
