@@ -64,8 +64,8 @@ class Words {
     int64_t last() const { return std::max(_record.call.began, _record.request.began); }
 
     void tell() {
-        if (last() != _of) {
-            _of = last();
+        if (_record.request.began != _of) {
+            _of = _record.request.began;
             _next = FIRST_WORD;
         }
         const int64_t waited = now() - _of;
@@ -73,9 +73,9 @@ class Words {
             return;
         }
         _next = waited * 2;
-        const LastCall& one =
-            _record.call.began >= _record.request.began ? _record.call : _record.request;
-        fmt::print(stderr, "waiting since {} s: {}\n", waited / 1000, one.text);
+        const bool isCalled = _record.call.began >= _of;
+        fmt::print(stderr, "waiting since {} s for {}{}{}\n", waited / 1000, _record.request.text,
+                   isCalled ? "; now in " : "", isCalled ? _record.call.text : "");
     }
 
  private:

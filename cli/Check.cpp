@@ -177,6 +177,8 @@ Results check(const CheckOptions& options, velmar_embedded::Server& server, Reco
         }
         add(badMof(error));
     }
+    const char end[sizeof record.request.text] = "the end of the server";
+    record.request.note(end);
     record.hangs = !stopped(server);
     if (record.hangs) {
         add(processFinding(

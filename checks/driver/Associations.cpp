@@ -35,11 +35,20 @@ std::vector<End> endsOf(const CIMInstance& association) {
 
 bool isClassPath(const CIMObjectPath& path) { return path.getKeyBindings().size() == 0; }
 
+// Answers, by question: the links of one object put the same ones.
+struct Answers {
+    std::map<std::string, Array<CIMObjectPath>> names;
+    std::map<std::string, Array<CIMObject>> objects;
+    std::set<std::string> others;
+};
+
 // One association as it is seen from one of its ends.
 class View {
  public:
-    View(Session& session, const std::string& association, const End& near, const End& far)
+    View(Session& session, Answers& answers, const std::string& association, const End& near,
+         const End& far)
         : _session(session),
+          _answers(answers),
           _client(session.client),
           _ns(session.about.nameSpace),
           _class(session.about.name),
@@ -60,11 +69,15 @@ class View {
         Array<CIMObjectPath> names;
         Array<CIMObject> objects;
         for (const String& role : {String(), _near.role}) {
-            const bool answered = _session.expect("referenceNames", [&] {
-                names = _client.referenceNames(_ns, _near.path, _class, role);
-            }) && _session.expect("references", [&] {
-                objects = _client.references(_ns, _near.path, _class, role);
-            });
+            if (role.size() > 0 && !_session.isSample(_association)) {
+                return;
+            }
+            const std::string question = nearText() + asked(role);
+            const bool answered =
+                once("referenceNames", question, _answers.names, names,
+                     [&] { return _client.referenceNames(_ns, _near.path, _class, role); }) &&
+                once("references", question, _answers.objects, objects,
+                     [&] { return _client.references(_ns, _near.path, _class, role); });
             if (!answered) {
                 return;
             }
@@ -94,12 +107,15 @@ class View {
         for (const auto& question : questions) {
             Array<CIMObjectPath> names;
             Array<CIMObject> objects;
-            const bool answered = _session.expect("associatorNames", [&] {
-                names = _client.associatorNames(_ns, _near.path, _class, question.resultClass,
-                                                question.role, question.resultRole);
-            }) && _session.expect("associators", [&] {
-                objects = _client.associators(_ns, _near.path, _class, question.resultClass,
-                                              question.role, question.resultRole);
+            if (question.role.size() > 0 && !_session.isSample(_association)) {
+                return;
+            }
+            const std::string key = nearText() + asked(question.role) +
+                                    text(question.resultClass.getString()) +
+                                    text(question.resultRole);
+            const bool answered = once("associatorNames", key, _answers.names, names, [&] {
+                return _client.associatorNames(_ns, _near.path, _class, question.resultClass,
+                                               question.role, question.resultRole);
             });
             if (!answered) {
                 return;
@@ -112,11 +128,37 @@ class View {
                                   _association + " links it");
                 return;
             }
+            if (question.role.size() > 0) {
+                continue;  // the objects, which may take their time, once
+            }
+            if (!once("associators", key, _answers.objects, objects,
+                      [&] { return _client.associators(_ns, _near.path, _class); })) {
+                return;
+            }
             compare("associators", names, objects);
         }
     }
 
+    // False, and a finding, where it fails.
+    template <class T, class Ask>
+    bool once(const std::string& operation, const std::string& question,
+              std::map<std::string, T>& known, T& answer, Ask ask) {
+        const auto found = known.find(operation + " " + question);
+        if (found != known.end()) {
+            answer = found->second;
+            return true;
+        }
+        if (!_session.expect(operation, [&] { answer = ask(); })) {
+            return false;
+        }
+        known.emplace(operation + " " + question, answer);
+        return true;
+    }
+
     void driveWrongRole() {
+        if (!_answers.others.insert("wrong role " + nearText()).second) {
+            return;
+        }
         const String wrong("VelmarNoSuchRole");
         Array<CIMObjectPath> names;
         const Outcome outcome = _session.call("associatorNames", [&] {
@@ -151,6 +193,7 @@ class View {
     }
 
     Session& _session;
+    Answers& _answers;
     CIMClient& _client;
     const CIMNamespaceName& _ns;
     const CIMName& _class;
@@ -160,8 +203,9 @@ class View {
 };
 
 // Whether the end is there, or stands for a class.
-bool exists(Session& session, const End& end, const std::string& association) {
-    if (isClassPath(end.path)) {
+bool exists(Session& session, Answers& answers, const End& end, const std::string& association) {
+    const std::string question = "exists " + shortText(end.path);
+    if (isClassPath(end.path) || answers.others.count(question) != 0) {
         return true;
     }
     const Outcome outcome = session.call(
@@ -170,8 +214,10 @@ bool exists(Session& session, const End& end, const std::string& association) {
         session.find(rules::farEnd, text(end.role),
                      association + " refers to " + shortText(end.path) + " as " + text(end.role) +
                          ", and getInstance of that fails: " + outcome.describe());
+        return false;
     }
-    return static_cast<bool>(outcome);
+    answers.others.insert(question);
+    return true;
 }
 
 }  // namespace
@@ -185,6 +231,7 @@ void driveAssociation(Session& session, const DriveOptions& options) {
     if (!outcome) {
         return;  // an error of the instances' drive, or not served as instances
     }
+    Answers answers;
     const Uint32 looked = std::min(associations.size(), Uint32(options.limit));
     for (Uint32 i = 0; i < looked; i++) {
         if (associations[i].getClassName() != session.about.name) {
@@ -193,12 +240,12 @@ void driveAssociation(Session& session, const DriveOptions& options) {
         const std::string shown = shortText(associations[i].getPath());
         const std::vector<End> ends = endsOf(associations[i]);
         for (const End& near : ends) {
-            if (!exists(session, near, shown) || isClassPath(near.path)) {
+            if (!exists(session, answers, near, shown) || isClassPath(near.path)) {
                 continue;
             }
             for (const End& far : ends) {
                 if (&far != &near) {
-                    View(session, shown, near, far).drive();
+                    View(session, answers, shown, near, far).drive();
                 }
             }
         }

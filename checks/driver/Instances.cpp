@@ -97,7 +97,7 @@ void tryPropertyLists(Session& session, const std::string& shown, const CIMObjec
                    [&] { getInstance(session, path, CIMPropertyList(Array<CIMName>())); });
 }
 
-// One instance, asked for twice, as its enumeration gave it.
+// One instance as its enumeration gave it; samples are asked for twice, and for their properties.
 void driveInstance(Session& session, const std::string& shown, const CIMObjectPath& path,
                    const CIMInstance& enumerated) {
     CIMInstance first;
@@ -113,8 +113,9 @@ void driveInstance(Session& session, const std::string& shown, const CIMObjectPa
     if (!enumerated.isUninitialized()) {
         compareValues(session, shown, enumerated, first);
     }
-    if (!session.expect("getInstance",
-                        [&] { second = getInstance(session, path, CIMPropertyList()); })) {
+    if (!session.isSample(shown) || !session.expect("getInstance", [&] {
+            second = getInstance(session, path, CIMPropertyList());
+        })) {
         return;
     }
     const std::set<std::string> once = filledIn(CIMConstInstance(first));

@@ -84,6 +84,13 @@ void Session::find(const velmar_checks::Rule& rule, const std::string& element,
     _report(finding);
 }
 
+bool Session::isSample(const std::string& object) {
+    if (_samples.size() < 3) {
+        _samples.insert(object);
+    }
+    return _samples.count(object) != 0;
+}
+
 std::string text(const String& string) { return std::string(string.getCString()); }
 
 std::string shortText(const CIMObjectPath& path) {

@@ -67,12 +67,17 @@ class Session {
     void find(const velmar_checks::Rule& rule, const std::string& element,
               const std::string& sentence);
 
+    /// Whether it is one of the first few objects that this was asked of: those get all questions,
+    /// and the rest those only that tell whether it is like them.
+    bool isSample(const std::string& object);
+
     const RegisteredClass& about;
     Pegasus::CIMClient client;
     ClassReport result;
 
  private:
     const Report _report;
+    std::set<std::string> _samples;
 };
 
 std::string text(const Pegasus::String& string);

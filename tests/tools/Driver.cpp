@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <map>
 #include <set>
 
@@ -159,6 +160,23 @@ TEST_F(Package, ThatAgreesWithItselfGivesNothing) {
     // The declared method needs parameters, so nobody calls it.
     EXPECT_EQ(find(), std::set<std::string>());
     EXPECT_EQ(as.size() + links.size(), before) << "what was created is deleted again";
+}
+
+// 50 objects linked to one: what the one is asked does not grow with its links.
+TEST_F(Package, IsAskedEachQuestionOnce) {
+    for (int i = 3; i <= 50; i++) {
+        const std::string one = "T_A.k=\"" + std::to_string(i) + "\"";
+        put(as, item(one, 1));
+        putLink(full(one));
+    }
+    options.write = options.call = false;
+    std::atomic<int> ofOne{0}, ofAll{0};
+    far->onCall = [&](const Call&) { ofOne++; };
+    a->onCall = [&](const Call&) { ofAll++; };
+    link->onCall = [&](const Call& call) { ofOne += call.path.identical(path(full(FAR1))); };
+    EXPECT_EQ(find(), std::set<std::string>());
+    EXPECT_LT(ofOne, 40);
+    EXPECT_LT(ofAll, 3 * 50);
 }
 
 // Each rule of the driver by one mistake that it alone explains or explains too.
