@@ -8,7 +8,7 @@ import os
 import re
 import sys
 
-PAGES = ("README.md", "CONTRIBUTING.md", "CHANGELOG.md", "examples/site/README.md")
+PAGES = ("README.md", "CONTRIBUTING.md", "CHANGELOG.md", "SECURITY.md", "examples/site/README.md")
 
 
 def name_of(page, heading=""):
