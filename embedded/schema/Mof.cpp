@@ -87,7 +87,9 @@ class Compiler {
                                " bytes together");
         }
         // A file that several packages bring, as a standard one, declares what is there already.
-        if (_repository.isNewText(nameSpace, text)) {
+        // What a file with directives declares depends on more than its text.
+        const bool hasDirectives = text.find('#') != std::string::npos;
+        if (hasDirectives || _repository.isNewText(nameSpace, text)) {
             compile(nameSpace, text, file);
         }
     }

@@ -379,7 +379,9 @@ TEST_F(Schema, Errors) {
 }
 
 TEST_F(Schema, InheritanceAndWhatAllClassesHoldAreLimited) {
-    std::string deep = "class D0 {};", wide = "class W0 {";
+    std::string deep = "class D0 {};", wide =
+                                           "Qualifier Key : boolean = false, Scope(property), "
+                                           "Flavor(ToSubclass); class W0 {[Key] ";
     for (int i = 1; i <= 65; i++) {
         const std::string n = std::to_string(i);
         deep += "\nclass D" + n + " : D" + std::to_string(i - 1) + " {};";
