@@ -154,6 +154,11 @@ void print(const Results& results, const velmar_driver::DriveOptions& options) {
         fmt::print("\n");
     }
     printTable(results);
+    for (const ClassReport& one : results.classes) {
+        if (one.changes) {
+            fmt::print("note: class {} changes while it is asked\n", one.className);
+        }
+    }
     if (options.clients > 0) {
         unsigned long calls = 0;
         for (const ClassReport& one : results.classes) {
@@ -197,6 +202,7 @@ void printJson(const Results& results) {
                                        {"calls", one.milliseconds.size()},
                                        {"callsUnderLoad", one.callsUnderLoad},
                                        {"instances", one.instances},
+                                       {"changes", one.changes},
                                        {"findings", findingsOf(results, one.className)},
                                        {"medianMilliseconds", one.median()},
                                        {"largestMilliseconds", one.largest()}});
@@ -227,7 +233,7 @@ void addCheck(CLI::App& app, Run& run) {
     command.add_flag("--write", options->drive.write,
                      "Create, read and delete instances too; they are deleted again");
     command.add_flag("--call", options->drive.call,
-                     "Call the methods that have no in-parameters too, and raise alerts");
+                     "Call methods too, with sample values, and raise alerts");
     command
         .add_option("--limit", options->drive.limit,
                     "Instances looked at one by one, for each class")

@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: MIT
 //
 // The associations of one class, from both ends.
-#include <algorithm>
-
 #include "checks/driver/Driver.h"
 #include "checks/driver/DriverRules.h"
 
@@ -38,8 +36,10 @@ bool isClassPath(const CIMObjectPath& path) { return path.getKeyBindings().size(
 // One association as it is seen from one of its ends.
 class View {
  public:
-    View(Session& session, const std::string& association, const End& near, const End& far)
+    View(Session& session, Doubts& doubts, const std::string& association, const End& near,
+         const End& far)
         : _session(session),
+          _doubts(doubts),
           _client(session.client),
           _ns(session.about.nameSpace),
           _class(session.about.name),
@@ -50,7 +50,6 @@ class View {
     void drive() {
         driveReferences();
         driveAssociators();
-        driveWrongRole();
     }
 
  private:
@@ -60,11 +59,11 @@ class View {
         Array<CIMObjectPath> names;
         Array<CIMObject> objects;
         for (const String& role : {String(), _near.role}) {
-            const bool answered = _session.expect("referenceNames", [&] {
-                names = _client.referenceNames(_ns, _near.path, _class, role);
-            }) && _session.expect("references", [&] {
-                objects = _client.references(_ns, _near.path, _class, role);
-            });
+            const bool answered =
+                expect("referenceNames",
+                       [&] { names = _client.referenceNames(_ns, _near.path, _class, role); }) &&
+                expect("references",
+                       [&] { objects = _client.references(_ns, _near.path, _class, role); });
             if (!answered) {
                 return;
             }
@@ -73,10 +72,10 @@ class View {
                 // it says so, to the server's checks.
                 _session.call("referenceNames",
                               [&] { _client.referenceNames(_ns, _near.path, _class, _near.role); });
-                _session.find(rules::reference, text(_near.role),
-                              "referenceNames of " + nearText() + asked(role) + " does not give " +
-                                  _association + ", which refers to it as " + text(_near.role) +
-                                  " = " + text(_near.path.toString()));
+                _doubts.add({&rules::reference, text(_near.role), _association,
+                             "referenceNames of " + nearText() + asked(role) + " does not give " +
+                                 _association + ", which refers to it as " + text(_near.role) +
+                                 " = " + text(_near.path.toString())});
                 return;
             }
             compare("references", names, objects);
@@ -94,40 +93,34 @@ class View {
         for (const auto& question : questions) {
             Array<CIMObjectPath> names;
             Array<CIMObject> objects;
-            const bool answered = _session.expect("associatorNames", [&] {
-                names = _client.associatorNames(_ns, _near.path, _class, question.resultClass,
-                                                question.role, question.resultRole);
-            }) && _session.expect("associators", [&] {
-                objects = _client.associators(_ns, _near.path, _class, question.resultClass,
-                                              question.role, question.resultRole);
-            });
+            const bool answered =
+                expect("associatorNames",
+                       [&] {
+                           names = _client.associatorNames(_ns, _near.path, _class,
+                                                           question.resultClass, question.role,
+                                                           question.resultRole);
+                       }) &&
+                expect("associators", [&] {
+                    objects = _client.associators(_ns, _near.path, _class, question.resultClass,
+                                                  question.role, question.resultRole);
+                });
             if (!answered) {
                 return;
             }
             // A class path stands for instances, which its own class's drive looks at.
             if (!isClassPath(_far.path) && byPath(names).count(shortText(_far.path)) == 0) {
-                _session.find(rules::associator, text(_near.role),
-                              "associatorNames of " + nearText() + asked(question.role) +
-                                  " does not give " + shortText(_far.path) + ", to which " +
-                                  _association + " links it");
+                _doubts.add({&rules::associator, text(_near.role), _association,
+                             "associatorNames of " + nearText() + asked(question.role) +
+                                 " does not give " + shortText(_far.path) + ", to which " +
+                                 _association + " links it"});
                 return;
             }
             compare("associators", names, objects);
         }
     }
 
-    void driveWrongRole() {
-        const String wrong("VelmarNoSuchRole");
-        Array<CIMObjectPath> names;
-        const Outcome outcome = _session.call("associatorNames", [&] {
-            names = _client.associatorNames(_ns, _near.path, _class, CIMName(), wrong);
-        });
-        if (outcome && names.size() > 0) {
-            _session.find(rules::role, "associatorNames",
-                          "associatorNames of " + nearText() + " with the role \"" + text(wrong) +
-                              "\", which the association does not have, gives " +
-                              shortText(names[0]));
-        }
+    bool expect(const std::string& operation, const std::function<void()>& work) {
+        return _session.expect(_doubts, operation, _association, work);
     }
 
     template <class Objects>
@@ -136,12 +129,14 @@ class View {
         const auto named = byPath(names);
         const auto given = byPath(objects);
         for (const auto& entry : named) {
+            const std::string object = nearText() + " " + entry.first;
+            _doubts.see(object);
             if (given.count(entry.first) == 0) {
-                _session.find(
-                    rules::objects, operation,
-                    operation + " of " + nearText() + " does not give " + entry.first + ", " +
-                        (operation == "references" ? "referenceNames" : "associatorNames") +
-                        " does");
+                _doubts.add(
+                    {&rules::objects, operation, object,
+                     operation + " of " + nearText() + " does not give " + entry.first + ", " +
+                         (operation == "references" ? "referenceNames" : "associatorNames") +
+                         " does"});
             }
         }
     }
@@ -151,6 +146,7 @@ class View {
     }
 
     Session& _session;
+    Doubts& _doubts;
     CIMClient& _client;
     const CIMNamespaceName& _ns;
     const CIMName& _class;
@@ -160,46 +156,77 @@ class View {
 };
 
 // Whether the end is there, or stands for a class.
-bool exists(Session& session, const End& end, const std::string& association) {
+bool exists(Session& session, Doubts& doubts, const End& end, const std::string& association) {
     if (isClassPath(end.path)) {
         return true;
     }
     const Outcome outcome = session.call(
         "getInstance", [&] { session.client.getInstance(session.about.nameSpace, end.path); });
     if (!outcome) {
-        session.find(rules::farEnd, text(end.role),
-                     association + " refers to " + shortText(end.path) + " as " + text(end.role) +
-                         ", and getInstance of that fails: " + outcome.describe());
+        doubts.add({&rules::farEnd, text(end.role), association,
+                    association + " refers to " + shortText(end.path) + " as " + text(end.role) +
+                        ", and getInstance of that fails: " + outcome.describe()});
     }
     return static_cast<bool>(outcome);
+}
+
+void tryWrongRole(Session& session, const CIMObjectPath& path) {
+    const String wrong("VelmarNoSuchRole");
+    Array<CIMObjectPath> names;
+    const Outcome outcome = session.call("associatorNames", [&] {
+        names = session.client.associatorNames(session.about.nameSpace, path, session.about.name,
+                                               CIMName(), wrong);
+    });
+    if (outcome && names.size() > 0) {
+        session.find(rules::role, "associatorNames",
+                     "associatorNames of " + shortText(path) + " with the role \"" + text(wrong) +
+                         "\", which the association does not have, gives " + shortText(names[0]));
+    }
+}
+
+// By path; nothing after an error, which is the instances' drive's, or where the class is not
+// served as instances.
+std::map<std::string, CIMInstance> enumerate(Session& session) {
+    std::map<std::string, CIMInstance> result;
+    session.call("enumerateInstances", [&] {
+        result = byPath(session.client.enumerateInstances(session.about.nameSpace,
+                                                          session.about.name, true, false));
+    });
+    return result;
 }
 
 }  // namespace
 
 void driveAssociation(Session& session, const DriveOptions& options) {
-    Array<CIMInstance> associations;
-    const Outcome outcome = session.call("enumerateInstances", [&] {
-        associations = session.client.enumerateInstances(session.about.nameSpace,
-                                                         session.about.name, true, false);
-    });
-    if (!outcome) {
-        return;  // an error of the instances' drive, or not served as instances
-    }
-    const Uint32 looked = std::min(associations.size(), Uint32(options.limit));
-    for (Uint32 i = 0; i < looked; i++) {
-        if (associations[i].getClassName() != session.about.name) {
+    unsigned looked = 0;
+    for (const auto& [shown, association] : enumerate(session)) {
+        if (looked++ == options.limit) {
+            break;
+        }
+        if (association.getClassName() != session.about.name) {
             continue;
         }
-        const std::string shown = shortText(associations[i].getPath());
-        const std::vector<End> ends = endsOf(associations[i]);
+        const std::vector<End> ends = endsOf(association);
         for (const End& near : ends) {
-            if (!exists(session, near, shown) || isClassPath(near.path)) {
-                continue;
-            }
-            for (const End& far : ends) {
-                if (&far != &near) {
-                    View(session, shown, near, far).drive();
+            bool isFirst = true;
+            session.confirm([&, &shown = shown](Doubts& doubts) {
+                const bool isThere = isFirst || enumerate(session).count(shown) != 0;
+                isFirst = false;
+                if (!isThere) {
+                    return;
                 }
+                doubts.see(shown);
+                if (!exists(session, doubts, near, shown) || isClassPath(near.path)) {
+                    return;
+                }
+                for (const End& far : ends) {
+                    if (&far != &near) {
+                        View(session, doubts, shown, near, far).drive();
+                    }
+                }
+            });
+            if (!isClassPath(near.path)) {
+                tryWrongRole(session, near.path);
             }
         }
     }
