@@ -41,6 +41,7 @@ struct Results {
     size_t allowed = 0;  // findings that are not among them
     std::vector<ClassReport> classes;
     bool hangs = false;  // a provider that does not return, so that nothing can be ended in order
+    bool leavesThread = false;  // in a module, where it would see the objects of the process end
 };
 
 // Findings of the driver beside those of the server: each once, with a count.
@@ -109,6 +110,9 @@ Results check(const CheckOptions& options, velmar_embedded::Server& server) {
     }
     results.hangs = !stopped(server);
     results.findings = server.findings();
+    for (const Finding& finding : results.findings) {
+        results.leavesThread |= finding.id == "loading.thread-left";
+    }
     results.findings.insert(results.findings.end(), driven.all().begin(), driven.all().end());
     const auto isAllowed = [&](const Finding& finding) {
         return std::count(options.allowed.begin(), options.allowed.end(), finding.id) > 0;
@@ -260,11 +264,12 @@ void addCheck(CLI::App& app, Run& run) {
             velmar_embedded::Server server;
             const Results results = check(*options, server);
             options->json ? printJson(results) : print(results, options->drive);
-            if (results.hangs) {
+            const ExitCode status = results.hangs || !results.findings.empty() ? Findings : Good;
+            if (results.hangs || results.leavesThread) {
                 fflush(stdout);
-                _exit(Findings);
+                _exit(status);
             }
-            return results.findings.empty() ? Good : Findings;
+            return status;
         };
     });
 }

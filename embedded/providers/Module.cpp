@@ -7,9 +7,11 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <thread>
 #include <utility>
 
 #include "providers/ModuleKind.h"
+#include "providers/ModuleThreads.h"
 
 using namespace Pegasus;
 
@@ -51,6 +53,7 @@ void Module::open() {
     if (!reason.empty()) {
         throw ModuleError(ModuleError::NotLoadable, _location, reason);
     }
+    _older = runningThreads();
     _library = dlopen(_file.c_str(), RTLD_NOW);
     if (!_library) {
         throw ModuleError(ModuleError::NotLoadable, _location, dlerror());
@@ -60,6 +63,35 @@ void Module::open() {
 void Module::keepLoaded() {
     std::lock_guard<std::mutex> guard(_lock);
     _library = nullptr;
+}
+
+unsigned Module::waitForThreads(std::chrono::milliseconds patience) {
+    std::lock_guard<std::mutex> guard(_lock);
+    if (!_library) {
+        return 0;
+    }
+    const auto end = std::chrono::steady_clock::now() + patience;
+    _older.insert(gettid());
+    while (true) {
+        unsigned inside = 0, unknown = 0;
+        for (const pid_t thread : runningThreads()) {
+            const Place place =
+                _older.count(thread) > 0 ? Place::Outside : placeOf(thread, _library);
+            inside += place == Place::Inside;
+            unknown += place == Place::Unknown;
+            if (place == Place::Outside) {
+                _older.insert(thread);  // and it cannot get in any more
+            }
+        }
+        if (inside + unknown == 0) {
+            return 0;
+        }
+        if (std::chrono::steady_clock::now() >= end) {
+            _library = nullptr;
+            return inside;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 CIMProvider* Module::createProvider(const std::string& name) {

@@ -10,8 +10,12 @@
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Provider/CIMProvider.h>
 
+#include <sys/types.h>
+
+#include <chrono>
 #include <functional>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -52,6 +56,10 @@ class Module {
     Pegasus::CIMProvider* createProvider(const std::string& name);
     /// From here on the library is never closed.
     void keepLoaded();
+    /// Waits until no thread that was started since the library was opened is inside it, no longer
+    /// than `patience`. Gives how many are still known to be; while there may be any, the library is never
+    /// closed. Its providers must have been terminated.
+    unsigned waitForThreads(std::chrono::milliseconds patience);
 
  private:
     std::string file() const;
@@ -62,6 +70,7 @@ class Module {
     std::mutex _lock;
     std::string _file;
     void* _library = nullptr;
+    std::set<pid_t> _older;  // threads that there were before
 };
 
 }  // namespace velmar_embedded

@@ -224,15 +224,20 @@ std::vector<RegisteredModule> RegistrationReader::modules() const {
     return result;
 }
 
-void RegistrationReader::closeModules() {
+std::vector<std::string> RegistrationReader::closeModules(std::chrono::milliseconds patience) {
     std::lock_guard<std::mutex> guard(_lock);
     _providers.clear();
-    if (_keepsModules) {
-        for (const auto& module : _modules) {
-            module.second->keepLoaded();
+    std::vector<std::string> busy;
+    for (const auto& [name, module] : _modules) {
+        if (module->waitForThreads(patience) > 0) {
+            busy.push_back(module->location());
+        }
+        if (_keepsModules) {
+            module->keepLoaded();
         }
     }
     _modules.clear();
+    return busy;
 }
 
 }  // namespace velmar_embedded

@@ -188,6 +188,15 @@ const std::vector<Mistake> mistakes{
      loadedFrom("TestModule", "Pans"),
      "loading.unknown-provider",
      {"does not know the provider Pans"}},
+    {"thread left behind",
+     [](auto& p) {
+         loadedFrom("TestModule", "Leaver")(p);
+         p.further = [further = p.further](auto& server) {
+             server.setStopPatience(std::chrono::milliseconds(20)), further(server);
+         };
+     },
+     "loading.thread-left",
+     {"libTestModule.so"}},
     {"constructor throws",
      [](auto& p) {
          p.further = [](auto& server) {
