@@ -68,7 +68,8 @@ const Rule unusedInterface{
 
 const Rule threadsLeft{
     "loading.thread-left", Severity::Error,
-    "A thread of a module runs on after the module's providers were terminated. A server then closes "
+    "A thread of a module runs on after the module's providers were terminated. A server then "
+    "closes "
     "the library under it, and crashes.",
     "End and join each thread before terminate returns, for example in the destructor of the "
     "provider that started it."};

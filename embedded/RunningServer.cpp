@@ -120,8 +120,8 @@ void RunningServer::stop() {
         _registry.clear();
         _checks.forgetDelivered();
         // A thread that is on its way out needs no longer than this.
-        _checks.checkClosed(_registrationReader.closeModules(
-            std::min(_patience, std::chrono::milliseconds(1000))));
+        _checks.checkClosed(
+            _registrationReader.closeModules(std::min(_patience, std::chrono::milliseconds(1000))));
     }
     _teller.stop();
 }

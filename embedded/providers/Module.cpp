@@ -72,16 +72,20 @@ unsigned Module::waitForThreads(std::chrono::milliseconds patience) {
     }
     const auto end = std::chrono::steady_clock::now() + patience;
     _older.insert(gettid());
+    std::set<pid_t> wereInside;
     while (true) {
         unsigned inside = 0, unknown = 0;
         for (const pid_t thread : runningThreads()) {
             const Place place =
                 _older.count(thread) > 0 ? Place::Outside : placeOf(thread, _library);
-            inside += place == Place::Inside;
-            unknown += place == Place::Unknown;
             if (place == Place::Outside) {
                 _older.insert(thread);  // and it cannot get in any more
+                continue;
             }
+            if (place == Place::Inside) {
+                wereInside.insert(thread);
+            }
+            wereInside.count(thread) > 0 ? inside++ : unknown++;
         }
         if (inside + unknown == 0) {
             return 0;

@@ -57,8 +57,8 @@ class Module {
     /// From here on the library is never closed.
     void keepLoaded();
     /// Waits until no thread that was started since the library was opened is inside it, no longer
-    /// than `patience`. Gives how many are still known to be; while there may be any, the library is never
-    /// closed. Its providers must have been terminated.
+    /// than `patience`. Gives how many are still known to be; while there may be any, the library
+    /// is never closed. Its providers must have been terminated.
     unsigned waitForThreads(std::chrono::milliseconds patience);
 
  private:

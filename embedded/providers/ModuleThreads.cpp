@@ -3,7 +3,6 @@
 
 #include "providers/ModuleThreads.h"
 
-#include <dirent.h>
 #include <dlfcn.h>
 #include <link.h>
 #include <stdint.h>
@@ -12,9 +11,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
-#include <memory>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -88,11 +88,9 @@ bool hasCallInto(const Code& code, const Range& stack) {
 
 std::set<pid_t> runningThreads() {
     std::set<pid_t> result;
-    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir("/proc/self/task"), closedir);
-    while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) {
-        if (entry->d_name[0] != '.') {
-            result.insert(static_cast<pid_t>(atoi(entry->d_name)));
-        }
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task", ignored)) {
+        result.insert(static_cast<pid_t>(atoi(entry.path().filename().c_str())));
     }
     return result;
 }

@@ -19,8 +19,8 @@ std::set<pid_t> runningThreads();
 enum class Place { Outside, Inside, Unknown };
 
 /// Whether the thread has a call into the library on its stack. `library` is a handle of dlopen.
-/// Unknown while the thread runs: only of one that waits for something it can be told. Outside, too,
-/// where the system does not say.
+/// Unknown while the thread runs: only of one that waits for something it can be told. Outside,
+/// too, where the system does not say.
 Place placeOf(pid_t thread, void* library);
 
 }  // namespace velmar_embedded
