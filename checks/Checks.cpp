@@ -72,6 +72,12 @@ void Checks::noteStored(const CIMNamespaceName& nameSpace, const CIMInstance& in
     }
 }
 
+void Checks::checkClosed(const std::vector<std::string>& busy) {
+    for (size_t i = 0; _on && i < busy.size(); i++) {
+        checkThreadsLeft(_findings, busy[i]);
+    }
+}
+
 void Checks::loading(const std::string& provider) {
     if (_loadObserver) {
         _loadObserver(provider, "constructor or initialize");

@@ -65,6 +65,8 @@ class Checks : public velmar_embedded::LoadObserver {
                     const Pegasus::CIMInstance& instance);
     /// Lets go of what providers delivered, before their libraries are closed.
     void forgetDelivered() { _deliveredObjects.clear(); }
+    /// The modules of these locations could not be closed, since threads run in them.
+    void checkClosed(const std::vector<std::string>& busy);
 
     void loading(const std::string& provider) override;
     void terminating(const std::string& provider) override;

@@ -28,9 +28,9 @@ CIMValue qualifier(const Feature& feature, const char* name) {
 }
 
 template <class Feature>
-bool isTrue(const Feature& feature, const char* name) {
+bool isTrue(const Feature& feature, const char* name, bool otherwise = false) {
     const CIMValue value = qualifier(feature, name);
-    Boolean result = false;
+    Boolean result = otherwise;
     if (!value.isNull() && !value.isArray() && value.getType() == CIMTYPE_BOOLEAN) {
         value.get(result);
     }
@@ -60,6 +60,7 @@ Declared declared(const Feature& feature) {
     result.isArray = feature.isArray();
     result.isKey = isTrue(feature, "Key");
     result.isRequired = isTrue(feature, "Required");
+    result.isIn = isTrue(feature, "In", true);
     result.isEmbedded = isTrue(feature, "EmbeddedObject") ||
                         feature.findQualifier(CIMName("EmbeddedInstance")) != PEG_NOT_FOUND;
     result.referenceClass = feature.getReferenceClassName();
@@ -71,6 +72,7 @@ MethodFacts methodFacts(const CIMConstMethod& method) {
     MethodFacts facts;
     facts.result.name = method.getName();
     facts.result.type = method.getType();
+    facts.isStatic = isTrue(method, "Static");
     facts.result.valueMap = valueMap(method);
     for (Uint32 i = 0; i < method.getParameterCount(); i++) {
         facts.parameters.push_back(declared(method.getParameter(i)));

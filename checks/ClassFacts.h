@@ -35,6 +35,7 @@ struct Declared {
     bool isArray = false;
     bool isKey = false;
     bool isRequired = false;
+    bool isIn = true;                   ///< of a parameter
     bool isEmbedded = false;            ///< a string that may be an object or an instance
     Pegasus::CIMName referenceClass;    ///< null unless it is a reference
     std::vector<std::string> valueMap;  ///< as declared; empty where any value will do
@@ -47,6 +48,7 @@ struct Declared {
 struct MethodFacts {
     Declared result;
     std::vector<Declared> parameters;
+    bool isStatic = false;
 
     /// Null if it is not declared; parameter names are compared without regard to case.
     const Declared* parameter(const std::string& name) const;

@@ -39,6 +39,10 @@ const Rule propertyType{
     "indication.property-type", Severity::Error,
     "A property of an indication has another type, or another array form, than its class declares.",
     "Make the value with the declared type."};
+const Rule missingProperty{
+    "indication.missing-property", Severity::Warning,
+    "A property of an indication that is Required is missing or null.",
+    "Set it where the alert is raised, or in the provider of the alert for all of them."};
 const Rule enrichment{
     "indication.enrichment-classes", Severity::Error,
     "An alert failed because root/velmar_remote lacks QORP_ComputerSystem or QORP_LPAR_CS, which "
@@ -107,8 +111,8 @@ void checkIndicationProperty(const Report& report, const ClassFacts& facts,
 }  // namespace
 
 RuleList indicationRules() {
-    return {&noNamespace,        &unknownClass, &notAnIndication,
-            &undeclaredProperty, &propertyType, &enrichment};
+    return {&noNamespace,  &unknownClass,    &notAnIndication, &undeclaredProperty,
+            &propertyType, &missingProperty, &enrichment};
 }
 
 void checkIndication(const Report& report, SchemaFacts& schema, const CIMIndication& indication) {
@@ -138,6 +142,17 @@ void checkIndication(const Report& report, SchemaFacts& schema, const CIMIndicat
     }
     for (Uint32 i = 0; i < indication.getPropertyCount(); i++) {
         checkIndicationProperty(report, *facts, CIMConstInstance(indication).getProperty(i));
+    }
+    for (const Declared& declared : facts->properties()) {
+        const Uint32 index = indication.findProperty(declared.name);
+        if (declared.isRequired &&
+            (index == PEG_NOT_FOUND ||
+             CIMConstInstance(indication).getProperty(index).getValue().isNull())) {
+            const std::string name = textOf(declared.name);
+            report.add(missingProperty, name,
+                       "delivers an indication without a value for " + name +
+                           ", which is Required; set a " + declared.typeText());
+        }
     }
 }
 

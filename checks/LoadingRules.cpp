@@ -71,6 +71,14 @@ const Rule unusedInterface{
     "Add the type to ProviderType (2 instance, 3 association, 4 indication, 5 method), or derive "
     "from the narrower base class."};
 
+const Rule threadsLeft{
+    "loading.thread-left", Severity::Error,
+    "A thread of a module runs on after the module's providers were terminated. A server then "
+    "closes "
+    "the library under it, and crashes.",
+    "End and join each thread before terminate returns, for example in the destructor of the "
+    "provider that started it."};
+
 struct Interface {
     ProviderType type;
     const char* typeName;
@@ -94,8 +102,9 @@ const Interface interfaces[] = {
 }  // namespace
 
 RuleList loadingRules() {
-    return {&notFound,       &notLoadable,   &noEntryPoint,  &unknownProvider, &notCreated,
-            &notInitialized, &notTerminated, &mayBeUnloaded, &noInterface,     &unusedInterface};
+    return {&notFound,    &notLoadable,     &noEntryPoint,  &unknownProvider,
+            &notCreated,  &notInitialized,  &notTerminated, &mayBeUnloaded,
+            &noInterface, &unusedInterface, &threadsLeft};
 }
 
 void checkModules(Findings& findings, const std::vector<RegisteredModule>& modules) {
@@ -116,6 +125,14 @@ void checkModules(Findings& findings, const std::vector<RegisteredModule>& modul
                           : "none of the searched folders (" + listing(module.folders) + ")") +
                      providers + "; correct Location, or add the library's folder");
     }
+}
+
+void checkThreadsLeft(Findings& findings, const std::string& location) {
+    Report(findings, "", "")
+        .add(threadsLeft, location,
+             "a thread still runs in lib" + location +
+                 ".so after its providers were terminated, so that a server crashes when it closes "
+                 "the library; join each thread before terminate returns");
 }
 
 void checkNotCreated(Findings& findings, const std::string& provider) {

@@ -31,6 +31,8 @@ void checkNotTerminated(Findings& findings, const std::string& provider);
 void checkLoaded(Findings& findings, const std::string& provider,
                  const Pegasus::CIMProvider& object, bool staysLoaded,
                  const std::vector<velmar_embedded::Registration>& registrations);
+/// Threads of a module run on after its providers were terminated.
+void checkThreadsLeft(Findings& findings, const std::string& location);
 
 }  // namespace velmar_checks
 

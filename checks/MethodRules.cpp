@@ -51,7 +51,7 @@ std::string element(const MethodFacts& method, const std::string& parameter) {
 void checkRequired(const Report& report, const MethodFacts& method,
                    const Array<CIMParamValue>& inParameters) {
     for (const Declared& declared : method.parameters) {
-        bool given = !declared.isRequired;
+        bool given = !declared.isRequired || !declared.isIn;
         for (Uint32 i = 0; i < inParameters.size() && !given; i++) {
             given =
                 !inParameters[i].getValue().isNull() &&

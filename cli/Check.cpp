@@ -188,6 +188,9 @@ Results check(const CheckOptions& options, velmar_embedded::Server& server, Reco
     }
     descriptors.check(add);
     results.findings = server.findings();
+    for (const Finding& finding : results.findings) {
+        record.hangs |= finding.id == "loading.thread-left";
+    }
     results.findings.insert(results.findings.end(), driven.all().begin(), driven.all().end());
     leaveOut(options.allowed, results);
     return results;
@@ -298,7 +301,7 @@ void addCheck(CLI::App& app, Run& run) {
     command.add_flag("--write", options->drive.write,
                      "Create, read and delete instances too; they are deleted again");
     command.add_flag("--call", options->drive.call,
-                     "Call the methods that have no in-parameters too, and raise alerts");
+                     "Call methods too, with sample values, and raise alerts");
     command
         .add_option("--limit", options->drive.limit,
                     "Instances looked at one by one, for each class")

@@ -80,6 +80,7 @@ ordered_json toJson(const Results& results) {
                                        {"calls", one.milliseconds.size()},
                                        {"callsUnderLoad", one.callsUnderLoad},
                                        {"instances", one.instances},
+                                       {"changes", one.changes},
                                        {"findings", findings},
                                        {"medianMilliseconds", one.median()},
                                        {"largestMilliseconds", one.largest()}});
@@ -102,6 +103,12 @@ std::string forReaders(const ordered_json& document, const velmar_driver::DriveO
     }
     text += findings.empty() || classes.empty() ? "" : "\n";
     text += table(classes);
+    for (const ordered_json& one : classes) {
+        text += one["changes"].get<bool>()
+                    ? fmt::format("note: class {} changes while it is asked\n",
+                                  one["class"].get<std::string>())
+                    : "";
+    }
     if (options.clients > 0 && !classes.empty()) {
         size_t calls = 0;
         for (const ordered_json& one : classes) {

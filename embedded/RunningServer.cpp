@@ -119,7 +119,9 @@ void RunningServer::stop() {
         _workers.stop();
         _registry.clear();
         _checks.forgetDelivered();
-        _registrationReader.closeModules();
+        // A thread that is on its way out needs no longer than this.
+        _checks.checkClosed(
+            _registrationReader.closeModules(std::min(_patience, std::chrono::milliseconds(1000))));
     }
     _teller.stop();
 }

@@ -350,6 +350,7 @@ ClassModel Reader::read(const std::string& name) const {
         Element element = readElement(property, propertyName, propertyName + "Value");
         element.isArray = property.isArray();
         element.isKey = isTrue(property, "Key");
+        element.isRequired = isTrue(property, "Required");
         element.origin = utf8(property.getClassOrigin());
         if (element.type == CIMTYPE_REFERENCE) {
             element.referenceClass = declared(utf8(property.getReferenceClassName()));

@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: MIT
 //
 // The associations of one class, from both ends.
-#include <algorithm>
-
 #include "checks/driver/Driver.h"
 #include "checks/driver/DriverRules.h"
 
@@ -35,7 +33,7 @@ std::vector<End> endsOf(const CIMInstance& association) {
 
 bool isClassPath(const CIMObjectPath& path) { return path.getKeyBindings().size() == 0; }
 
-// Answers, by question: the links of one object put the same ones.
+// Answers of one round, by question: the links of one object put the same ones.
 struct Answers {
     std::map<std::string, Array<CIMObjectPath>> names;
     std::map<std::string, Array<CIMObject>> objects;
@@ -45,9 +43,10 @@ struct Answers {
 // One association as it is seen from one of its ends.
 class View {
  public:
-    View(Session& session, Answers& answers, const std::string& association, const End& near,
-         const End& far)
+    View(Session& session, Doubts& doubts, Answers& answers, const std::string& association,
+         const End& near, const End& far)
         : _session(session),
+          _doubts(doubts),
           _answers(answers),
           _client(session.client),
           _ns(session.about.nameSpace),
@@ -59,7 +58,6 @@ class View {
     void drive() {
         driveReferences();
         driveAssociators();
-        driveWrongRole();
     }
 
  private:
@@ -86,10 +84,10 @@ class View {
                 // it says so, to the server's checks.
                 _session.call("referenceNames",
                               [&] { _client.referenceNames(_ns, _near.path, _class, _near.role); });
-                _session.find(rules::reference, text(_near.role),
-                              "referenceNames of " + nearText() + asked(role) + " does not give " +
-                                  _association + ", which refers to it as " + text(_near.role) +
-                                  " = " + text(_near.path.toString()));
+                _doubts.add({&rules::reference, text(_near.role), _association,
+                             "referenceNames of " + nearText() + asked(role) + " does not give " +
+                                 _association + ", which refers to it as " + text(_near.role) +
+                                 " = " + text(_near.path.toString())});
                 return;
             }
             compare("references", names, objects);
@@ -122,10 +120,10 @@ class View {
             }
             // A class path stands for instances, which its own class's drive looks at.
             if (!isClassPath(_far.path) && byPath(names).count(shortText(_far.path)) == 0) {
-                _session.find(rules::associator, text(_near.role),
-                              "associatorNames of " + nearText() + asked(question.role) +
-                                  " does not give " + shortText(_far.path) + ", to which " +
-                                  _association + " links it");
+                _doubts.add({&rules::associator, text(_near.role), _association,
+                             "associatorNames of " + nearText() + asked(question.role) +
+                                 " does not give " + shortText(_far.path) + ", to which " +
+                                 _association + " links it"});
                 return;
             }
             if (question.role.size() > 0) {
@@ -139,7 +137,7 @@ class View {
         }
     }
 
-    // False, and a finding, where it fails.
+    // False, and a doubt, where it fails.
     template <class T, class Ask>
     bool once(const std::string& operation, const std::string& question,
               std::map<std::string, T>& known, T& answer, Ask ask) {
@@ -148,28 +146,11 @@ class View {
             answer = found->second;
             return true;
         }
-        if (!_session.expect(operation, [&] { answer = ask(); })) {
+        if (!_session.expect(_doubts, operation, _association, [&] { answer = ask(); })) {
             return false;
         }
         known.emplace(operation + " " + question, answer);
         return true;
-    }
-
-    void driveWrongRole() {
-        if (!_answers.others.insert("wrong role " + nearText()).second) {
-            return;
-        }
-        const String wrong("VelmarNoSuchRole");
-        Array<CIMObjectPath> names;
-        const Outcome outcome = _session.call("associatorNames", [&] {
-            names = _client.associatorNames(_ns, _near.path, _class, CIMName(), wrong);
-        });
-        if (outcome && names.size() > 0) {
-            _session.find(rules::role, "associatorNames",
-                          "associatorNames of " + nearText() + " with the role \"" + text(wrong) +
-                              "\", which the association does not have, gives " +
-                              shortText(names[0]));
-        }
     }
 
     template <class Objects>
@@ -178,12 +159,14 @@ class View {
         const auto named = byPath(names);
         const auto given = byPath(objects);
         for (const auto& entry : named) {
+            const std::string object = nearText() + " " + entry.first;
+            _doubts.see(object);
             if (given.count(entry.first) == 0) {
-                _session.find(
-                    rules::objects, operation,
-                    operation + " of " + nearText() + " does not give " + entry.first + ", " +
-                        (operation == "references" ? "referenceNames" : "associatorNames") +
-                        " does");
+                _doubts.add(
+                    {&rules::objects, operation, object,
+                     operation + " of " + nearText() + " does not give " + entry.first + ", " +
+                         (operation == "references" ? "referenceNames" : "associatorNames") +
+                         " does"});
             }
         }
     }
@@ -193,6 +176,7 @@ class View {
     }
 
     Session& _session;
+    Doubts& _doubts;
     Answers& _answers;
     CIMClient& _client;
     const CIMNamespaceName& _ns;
@@ -203,7 +187,8 @@ class View {
 };
 
 // Whether the end is there, or stands for a class.
-bool exists(Session& session, Answers& answers, const End& end, const std::string& association) {
+bool exists(Session& session, Doubts& doubts, Answers& answers, const End& end,
+            const std::string& association) {
     const std::string question = "exists " + shortText(end.path);
     if (isClassPath(end.path) || answers.others.count(question) != 0) {
         return true;
@@ -211,42 +196,76 @@ bool exists(Session& session, Answers& answers, const End& end, const std::strin
     const Outcome outcome = session.call(
         "getInstance", [&] { session.client.getInstance(session.about.nameSpace, end.path); });
     if (!outcome) {
-        session.find(rules::farEnd, text(end.role),
-                     association + " refers to " + shortText(end.path) + " as " + text(end.role) +
-                         ", and getInstance of that fails: " + outcome.describe());
+        doubts.add({&rules::farEnd, text(end.role), association,
+                    association + " refers to " + shortText(end.path) + " as " + text(end.role) +
+                        ", and getInstance of that fails: " + outcome.describe()});
         return false;
     }
     answers.others.insert(question);
     return true;
 }
 
+void tryWrongRole(Session& session, const CIMObjectPath& path) {
+    const String wrong("VelmarNoSuchRole");
+    Array<CIMObjectPath> names;
+    const Outcome outcome = session.call("associatorNames", [&] {
+        names = session.client.associatorNames(session.about.nameSpace, path, session.about.name,
+                                               CIMName(), wrong);
+    });
+    if (outcome && names.size() > 0) {
+        session.find(rules::role, "associatorNames",
+                     "associatorNames of " + shortText(path) + " with the role \"" + text(wrong) +
+                         "\", which the association does not have, gives " + shortText(names[0]));
+    }
+}
+
+// By path; nothing after an error, which is the instances' drive's, or where the class is not
+// served as instances.
+std::map<std::string, CIMInstance> enumerate(Session& session) {
+    std::map<std::string, CIMInstance> result;
+    session.call("enumerateInstances", [&] {
+        result = byPath(session.client.enumerateInstances(session.about.nameSpace,
+                                                          session.about.name, true, false));
+    });
+    return result;
+}
+
 }  // namespace
 
 void driveAssociation(Session& session, const DriveOptions& options) {
-    Array<CIMInstance> associations;
-    const Outcome outcome = session.call("enumerateInstances", [&] {
-        associations = session.client.enumerateInstances(session.about.nameSpace,
-                                                         session.about.name, true, false);
-    });
-    if (!outcome) {
-        return;  // an error of the instances' drive, or not served as instances
-    }
-    Answers answers;
-    const Uint32 looked = std::min(associations.size(), Uint32(options.limit));
-    for (Uint32 i = 0; i < looked; i++) {
-        if (associations[i].getClassName() != session.about.name) {
+    Answers answers;  // of the first rounds
+    unsigned looked = 0;
+    for (const auto& [shown, association] : enumerate(session)) {
+        if (looked++ == options.limit) {
+            break;
+        }
+        if (association.getClassName() != session.about.name) {
             continue;
         }
-        const std::string shown = shortText(associations[i].getPath());
-        const std::vector<End> ends = endsOf(associations[i]);
+        const std::vector<End> ends = endsOf(association);
         for (const End& near : ends) {
-            if (!exists(session, answers, near, shown) || isClassPath(near.path)) {
-                continue;
-            }
-            for (const End& far : ends) {
-                if (&far != &near) {
-                    View(session, answers, shown, near, far).drive();
+            bool isFirst = true;
+            session.confirm([&, &shown = shown](Doubts& doubts) {
+                const bool isThere = isFirst || enumerate(session).count(shown) != 0;
+                if (!isThere) {
+                    return;
                 }
+                Answers again;
+                Answers& known = isFirst ? answers : again;
+                isFirst = false;
+                doubts.see(shown);
+                if (!exists(session, doubts, known, near, shown) || isClassPath(near.path)) {
+                    return;
+                }
+                for (const End& far : ends) {
+                    if (&far != &near) {
+                        View(session, doubts, known, shown, near, far).drive();
+                    }
+                }
+            });
+            if (!isClassPath(near.path) &&
+                answers.others.insert("wrong role " + shortText(near.path)).second) {
+                tryWrongRole(session, near.path);
             }
         }
     }

@@ -52,7 +52,7 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
         if (one.definition.isUninitialized()) {
             continue;  // said already, when the registration was read
         }
-        Session session(one, report);
+        Session session(one, report, options.tries);
         try {
             driveClass(session, server, one, classes, options);
         } catch (const NoAnswer& e) {

@@ -18,10 +18,11 @@ namespace velmar_driver {
 
 struct DriveOptions {
     bool write = false;     ///< create and delete instances; they are deleted again
-    bool call = false;      ///< call the methods that have no in-parameters, and raise alerts
+    bool call = false;      ///< call methods, with sample values, and raise alerts
     unsigned limit = 100;   ///< instances looked at one by one, for each class
     unsigned clients = 0;   ///< at once, after all else; 0: none
     unsigned seconds = 10;  ///< that they go on
+    unsigned tries = 10;    ///< of what answers disagree in, after 0, 1, 2, 4 and so on ms
 };
 
 /// Drives every registered class. `report` is called on any thread, one call at a time.

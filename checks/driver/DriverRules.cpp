@@ -24,6 +24,10 @@ const Rule getValues = {"driver.get-values", Severity::Error,
 const Rule unsteady = {"driver.unsteady", Severity::Warning,
                        "A property has a value in one of two getInstance and none in the other.",
                        "Fill in the same properties on every request."};
+const Rule twice = {"driver.twice", Severity::Warning,
+                    "The same keys are served as an instance of a class and of its subclass: "
+                    "clients that enumerate the class get the object twice.",
+                    "Serve each object by the provider of its own class only."};
 const Rule absent = {"driver.absent", Severity::Error,
                      "getInstance of an instance that does not exist is not answered with "
                      "CIM_ERR_NOT_FOUND.",
@@ -90,10 +94,10 @@ const Rule process = {"driver.process", Severity::Error,
 
 velmar_checks::RuleList driverRules() {
     using namespace rules;
-    return {&fails,        &names,  &get,       &getValues,  &unsteady,      &absent,
-            &propertyList, &farEnd, &reference, &associator, &objects,       &role,
-            &subscribe,    &create, &remove,    &cascade,    &refusedMethod, &noReturnValue,
-            &stopped,      &load,   &process};
+    return {&fails,         &names,        &get,    &getValues, &unsteady,   &twice,
+            &absent,        &propertyList, &farEnd, &reference, &associator, &objects,
+            &role,          &subscribe,    &create, &remove,    &cascade,    &refusedMethod,
+            &noReturnValue, &stopped,      &load,   &process};
 }
 
 }  // namespace velmar_driver

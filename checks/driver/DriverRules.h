@@ -15,6 +15,7 @@ extern const velmar_checks::Rule names;
 extern const velmar_checks::Rule get;
 extern const velmar_checks::Rule getValues;
 extern const velmar_checks::Rule unsteady;
+extern const velmar_checks::Rule twice;
 extern const velmar_checks::Rule absent;
 extern const velmar_checks::Rule propertyList;
 extern const velmar_checks::Rule farEnd;

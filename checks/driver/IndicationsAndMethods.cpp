@@ -1,83 +1,23 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// Indication classes by subscribing, and methods that need nothing to be called.
-#include <Pegasus/Common/CIMDateTime.h>
+// Indication classes by subscribing, and methods by calling them with sample values.
 #include <Pegasus/Common/System.h>
 
 #include <algorithm>
 
 #include "checks/driver/Driver.h"
 #include "checks/driver/DriverRules.h"
+#include "checks/driver/Samples.h"
 
 using namespace Pegasus;
+using velmar_checks::ClassFacts;
+using velmar_checks::Declared;
+using velmar_checks::MethodFacts;
 
 namespace velmar_driver {
 
 namespace {
-
-bool isIn(const CIMConstParameter& parameter) {
-    const Uint32 index = parameter.findQualifier(CIMName("In"));
-    if (index == PEG_NOT_FOUND) {
-        return true;  // the qualifier's default
-    }
-    Boolean in = true;
-    const CIMValue value = parameter.getQualifier(index).getValue();
-    if (value.getType() == CIMTYPE_BOOLEAN && !value.isArray()) {
-        value.get(in);
-    }
-    return in;
-}
-
-bool isStatic(CIMMethod method) { return method.findQualifier(CIMName("Static")) != PEG_NOT_FOUND; }
-
-bool needsNothing(CIMMethod method) {
-    for (Uint32 i = 0; i < method.getParameterCount(); i++) {
-        if (isIn(method.getParameter(i))) {
-            return false;
-        }
-    }
-    return true;
-}
-
-template <class T>
-CIMValue sample(const T& one, bool isArray) {
-    return isArray ? CIMValue(Array<T>(&one, 1)) : CIMValue(one);
-}
-
-// Some value of a type.
-CIMValue sample(CIMType type, bool isArray) {
-    switch (type) {
-        case CIMTYPE_BOOLEAN:
-            return sample(Boolean(true), isArray);
-        case CIMTYPE_UINT8:
-            return sample(Uint8(1), isArray);
-        case CIMTYPE_SINT8:
-            return sample(Sint8(1), isArray);
-        case CIMTYPE_UINT16:
-            return sample(Uint16(1), isArray);
-        case CIMTYPE_SINT16:
-            return sample(Sint16(1), isArray);
-        case CIMTYPE_UINT32:
-            return sample(Uint32(1), isArray);
-        case CIMTYPE_SINT32:
-            return sample(Sint32(1), isArray);
-        case CIMTYPE_UINT64:
-            return sample(Uint64(1), isArray);
-        case CIMTYPE_SINT64:
-            return sample(Sint64(1), isArray);
-        case CIMTYPE_REAL32:
-            return sample(Real32(1), isArray);
-        case CIMTYPE_REAL64:
-            return sample(Real64(1), isArray);
-        case CIMTYPE_STRING:
-            return sample(String("velmar check"), isArray);
-        case CIMTYPE_DATETIME:
-            return sample(CIMDateTime::getCurrentDateTime(), isArray);
-        default:
-            return CIMValue(type, isArray);
-    }
-}
 
 // The first instance of the package, for an alert to be about.
 CIMObjectPath anyElement(Session& session, const std::vector<RegisteredClass>& classes) {
@@ -101,6 +41,20 @@ CIMObjectPath anyElement(Session& session, const std::vector<RegisteredClass>& c
     return CIMObjectPath();
 }
 
+// An instance of the session's class itself; its subclasses have providers of their own.
+CIMObjectPath anyObject(Session& session) {
+    Array<CIMObjectPath> names;
+    session.call("enumerateInstanceNames", [&] {
+        names = session.client.enumerateInstanceNames(session.about.nameSpace, session.about.name);
+    });
+    for (Uint32 i = 0; i < names.size(); i++) {
+        if (names[i].getClassName() == session.about.name) {
+            return names[i];
+        }
+    }
+    return CIMObjectPath();
+}
+
 // A method may refuse, so this is no finding; the user sees that it did.
 void showError(Session& session, const std::string& operation, const Outcome& outcome) {
     if (outcome.code > 0) {
@@ -113,29 +67,28 @@ void showError(Session& session, const std::string& operation, const Outcome& ou
 // Raises an alert as a provider does. The server's checks look at what comes of it; that it may be
 // refused is the provider's affair.
 void raise(Session& session, const std::vector<RegisteredClass>& classes) {
-    const char* const about = "AlertingManagedElement";
-    CIMClass definition = session.about.definition;
-    const Uint32 index = definition.findMethod(CIMName("send"));
+    const CIMName send("send");
+    const CIMName about("AlertingManagedElement");
     const CIMObjectPath element = anyElement(session, classes);
     if (element.getClassName().isNull()) {
         return;
     }
+    // What the method declares, or else the properties that an alert must have.
+    const ClassFacts facts(session.about.definition, Array<CIMName>());
+    const MethodFacts* const method = facts.method(send);
     Array<CIMParamValue> given;
-    const Uint32 count =
-        index == PEG_NOT_FOUND ? 0 : definition.getMethod(index).getParameterCount();
-    for (Uint32 i = 0; i < count; i++) {
-        const CIMConstParameter one = definition.getMethod(index).getParameter(i);
-        if (isIn(one) && one.getName() != CIMName(about)) {
-            given.append(
-                CIMParamValue(one.getName().getString(), sample(one.getType(), one.isArray())));
+    for (const Declared& one : method ? method->parameters : facts.properties()) {
+        const bool isGiven = method ? one.isIn : one.isRequired;
+        if (isGiven && one.name != about) {
+            given.append(CIMParamValue(one.name.getString(), sample(session, one)));
         }
     }
-    given.append(CIMParamValue(about, CIMValue(element.toString())));
+    given.append(CIMParamValue(about.getString(), CIMValue(element.toString())));
     Array<CIMParamValue> out;
     const Outcome outcome = session.call("send()", [&] {
         session.client.invokeMethod(session.about.nameSpace,
                                     CIMObjectPath(String(), CIMNamespaceName(), session.about.name),
-                                    CIMName("send"), given, out);
+                                    send, given, out);
     });
     showError(session, "send()", outcome);
 }
@@ -163,32 +116,34 @@ void driveIndication(Session& session, velmar_embedded::Server& server,
 }
 
 void driveMethods(Session& session) {
-    CIMClass definition = session.about.definition;
     const CIMNamespaceName& ns = session.about.nameSpace;
-    Array<CIMObjectPath> names;
-    session.call("enumerateInstanceNames",
-                 [&] { names = session.client.enumerateInstanceNames(ns, session.about.name); });
+    const ClassFacts facts(session.about.definition, Array<CIMName>());
     const CIMObjectPath classPath(String(), CIMNamespaceName(), session.about.name);
+    const CIMObjectPath object = anyObject(session);
+    bool wasCalled = false;
     bool askedForAbsent = false;
-    for (Uint32 i = 0; i < definition.getMethodCount(); i++) {
-        const CIMMethod method = definition.getMethod(i);
-        if (!needsNothing(method) || (names.size() == 0 && !isStatic(method))) {
-            continue;
+    for (const MethodFacts& method : facts.methods()) {
+        const auto given = sampleParameters(session, method);
+        const CIMObjectPath& target = method.isStatic ? classPath : object;
+        if (!given || target.getClassName().isNull() || facts.isSend(method.result.name)) {
+            continue;  // send is a matter of driveIndication
         }
-        const CIMObjectPath& target = isStatic(method) ? classPath : names[0];
-        const std::string name = text(method.getName().getString());
-        Array<CIMParamValue> out;
-        CIMValue returned;
-        const Outcome outcome = session.call(name + "()", [&] {
-            returned = session.client.invokeMethod(ns, target, method.getName(),
-                                                   Array<CIMParamValue>(), out);
-        });
+        const std::string name = text(method.result.name.getString());
+        const auto call = [&](const CIMObjectPath& path) {
+            CIMValue returned;
+            Array<CIMParamValue> out;
+            const Outcome outcome = session.call(name + "()", [&] {
+                returned = session.client.invokeMethod(ns, path, method.result.name, *given, out);
+            });
+            return std::make_pair(outcome, returned);
+        };
+        const auto [outcome, returned] = call(target);
         if (outcome && returned.isNull()) {
             session.find(rules::noReturnValue, name,
                          "method " + name + " of " + shortText(target) +
                              " returns no value, it is "
                              "declared with " +
-                             cimTypeToString(method.getType()));
+                             method.result.typeText());
         }
         if (outcome.code == CIM_ERR_NOT_SUPPORTED || outcome.code == CIM_ERR_METHOD_NOT_FOUND ||
             outcome.code == CIM_ERR_METHOD_NOT_AVAILABLE) {
@@ -198,15 +153,18 @@ void driveMethods(Session& session) {
         }
         // A client may be late. What comes of it is for the server's checks.
         const CIMObjectPath absent =
-            isStatic(method) ? target : another(session, target, "-velmar-absent");
+            method.isStatic ? target : another(session, target, "-velmar-absent");
         if (absent != target && !askedForAbsent) {
             askedForAbsent = true;
-            session.call(name + "()", [&] {
-                session.client.invokeMethod(ns, absent, method.getName(), Array<CIMParamValue>(),
-                                            out);
-            });
+            call(absent);
         }
         showError(session, name + "()", outcome);
+        wasCalled = true;
+    }
+    if (wasCalled) {  // so that the server's checks see instances that methods have edited
+        session.call("enumerateInstances", [&] {
+            session.client.enumerateInstances(ns, session.about.name, true, false);
+        });
     }
 }
 

@@ -4,6 +4,8 @@
 // The instances of one class: names against instances, enumeration against getInstance.
 #include <Pegasus/Common/CIMPropertyList.h>
 
+#include <tuple>
+
 #include "checks/driver/Driver.h"
 #include "checks/driver/DriverRules.h"
 
@@ -13,60 +15,71 @@ namespace velmar_driver {
 
 namespace {
 
-typedef std::map<std::string, CIMInstance> Instances;
-typedef std::map<std::string, CIMObjectPath> Paths;
+// What a class's two enumerations give, by path.
+struct Enumerated {
+    std::map<std::string, CIMObjectPath> names;
+    std::map<std::string, CIMInstance> instances;
+    bool isWhole = false;  // both have succeeded
+};
 
-template <class Map, class Other>
-std::set<std::string> missingIn(const Other& other, const Map& map) {
-    std::set<std::string> missing;
-    for (const auto& entry : map) {
-        if (other.count(entry.first) == 0) {
-            missing.insert(entry.first);
-        }
-    }
-    return missing;
-}
-
-std::set<std::string> difference(const std::set<std::string>& a, const std::set<std::string>& b) {
-    std::set<std::string> result;
-    for (const std::string& one : a) {
-        if (b.count(one) == 0) {
-            result.insert(one);
-        }
-    }
+Enumerated enumerate(Session& session) {
+    const CIMNamespaceName& ns = session.about.nameSpace;
+    const CIMName& name = session.about.name;
+    Enumerated result;
+    const bool named = session.expect("enumerateInstanceNames", [&] {
+        result.names = byPath(session.client.enumerateInstanceNames(ns, name));
+    });
+    const bool gave = session.expect("enumerateInstances", [&] {
+        result.instances = byPath(session.client.enumerateInstances(ns, name, true, false));
+    });
+    result.isWhole = named && gave;
     return result;
 }
 
-void compareNames(Session& session, const Paths& paths, const Instances& instances) {
-    const std::set<std::string> onlyInstances = missingIn(paths, instances);
-    const std::set<std::string> onlyNames = missingIn(instances, paths);
-    if (!onlyInstances.empty()) {
-        session.find(rules::names, "enumerateInstanceNames",
-                     "enumerateInstances gives " + listed(onlyInstances) +
-                         ", enumerateInstanceNames does not");
-    }
-    if (!onlyNames.empty()) {
-        session.find(
-            rules::names, "enumerateInstances",
-            "enumerateInstanceNames gives " + listed(onlyNames) + ", enumerateInstances does not");
+void compareNames(Doubts& doubts, const Enumerated& given) {
+    const auto compare = [&](const auto& some, const auto& others, const std::string& gives,
+                             const std::string& lacks) {
+        for (const auto& one : some) {
+            doubts.see(one.first);
+            if (others.count(one.first) == 0) {
+                doubts.add({&rules::names, lacks, one.first,
+                            gives + " gives " + one.first + ", " + lacks + " does not"});
+            }
+        }
+    };
+    compare(given.names, given.instances, "enumerateInstanceNames", "enumerateInstances");
+    compare(given.instances, given.names, "enumerateInstances", "enumerateInstanceNames");
+}
+
+// An object that is served as an instance of the class and of a subclass.
+void compareKeys(Doubts& doubts, const Session& session, const Enumerated& given) {
+    for (const auto& [shown, name] : given.names) {
+        const std::string own = shortText(
+            CIMObjectPath(String(), CIMNamespaceName(), session.about.name, name.getKeyBindings()));
+        if (own != shown && given.names.count(own) != 0) {
+            doubts.add(
+                {&rules::twice, text(name.getClassName().getString()), own,
+                 "there are " + own + " and " + shown + ", of a subclass, with the same keys"});
+        }
     }
 }
 
-void compareValues(Session& session, const std::string& path, const CIMInstance& enumerated,
-                   const CIMInstance& got) {
-    const std::set<std::string> inEnumeration = filledIn(CIMConstInstance(enumerated));
-    const std::set<std::string> inGet = filledIn(CIMConstInstance(got));
-    const std::set<std::string> onlyEnumerated = difference(inEnumeration, inGet);
-    const std::set<std::string> onlyGot = difference(inGet, inEnumeration);
-    if (!onlyEnumerated.empty()) {
-        session.find(rules::getValues, *onlyEnumerated.begin(),
-                     "getInstance of " + path + " gives no value for " + listed(onlyEnumerated) +
-                         ", enumerateInstances does");
-    }
-    if (!onlyGot.empty()) {
-        session.find(rules::getValues, *onlyGot.begin(),
-                     "enumerateInstances gives no value for " + listed(onlyGot) + " of " + path +
-                         ", getInstance does");
+// An answer, and what it is called.
+typedef std::pair<std::string, CIMInstance> Answer;
+
+// Doubts values that only one of two answers has.
+void compareValues(Doubts& doubts, const velmar_checks::Rule& rule, const std::string& shown,
+                   const Answer& a, const Answer& b) {
+    for (const auto& [with, without] : {std::tie(a, b), std::tie(b, a)}) {
+        const std::set<std::string> there = filledIn(CIMConstInstance(without.second));
+        for (const std::string& property : filledIn(CIMConstInstance(with.second))) {
+            if (there.count(property) == 0) {
+                doubts.add({&rule, property, shown,
+                            without.first + " of " + shown + " gives no value for " + property +
+                                ", " + with.first + " does",
+                            true});
+            }
+        }
     }
 }
 
@@ -74,8 +87,8 @@ CIMInstance getInstance(Session& session, const CIMObjectPath& path, const CIMPr
     return session.client.getInstance(session.about.nameSpace, path, false, false, false, list);
 }
 
-void tryPropertyLists(Session& session, const std::string& shown, const CIMObjectPath& path,
-                      const std::set<std::string>& properties) {
+void tryPropertyLists(Session& session, Doubts& doubts, const std::string& shown,
+                      const CIMObjectPath& path, const std::set<std::string>& properties) {
     size_t tried = 0;
     for (const std::string& property : properties) {
         if (tried++ == 3) {
@@ -87,47 +100,44 @@ void tryPropertyLists(Session& session, const std::string& shown, const CIMObjec
         const Outcome outcome = session.call(
             "getInstance", [&] { got = getInstance(session, path, CIMPropertyList(names)); });
         if (!outcome || filledIn(CIMConstInstance(got)).count(property) == 0) {
-            session.find(rules::propertyList, property,
-                         "getInstance of " + shown + " with the property list {" + property + "} " +
-                             (outcome ? "gives no value for it; without a list it does"
-                                      : "fails: " + outcome.describe()));
+            doubts.add({&rules::propertyList, property, shown,
+                        "getInstance of " + shown + " with the property list {" + property + "} " +
+                            (outcome ? "gives no value for it; without a list it does"
+                                     : "fails: " + outcome.describe()),
+                        true});
         }
     }
-    session.expect("getInstance",
+    session.expect(doubts, "getInstance", shown,
                    [&] { getInstance(session, path, CIMPropertyList(Array<CIMName>())); });
 }
 
 // One instance as its enumeration gave it; samples are asked for twice, and for their properties.
-void driveInstance(Session& session, const std::string& shown, const CIMObjectPath& path,
-                   const CIMInstance& enumerated) {
-    CIMInstance first;
-    CIMInstance second;
-    const Outcome outcome =
-        session.call("getInstance", [&] { first = getInstance(session, path, CIMPropertyList()); });
-    if (!outcome) {
-        session.find(rules::get, "getInstance",
-                     "enumerateInstanceNames gives " + shown +
-                         ", getInstance of it fails: " + outcome.describe());
-        return;
+void driveInstance(Session& session, Doubts& doubts, const std::string& shown,
+                   const CIMObjectPath& path, const Enumerated& given) {
+    const bool isSample = session.isSample(shown);
+    Answer got[] = {{"getInstance", CIMInstance()}, {"another getInstance", CIMInstance()}};
+    for (Answer& one : got) {
+        const Outcome outcome = session.call(
+            "getInstance", [&] { one.second = getInstance(session, path, CIMPropertyList()); });
+        if (!outcome) {
+            doubts.add({&rules::get, "getInstance", shown,
+                        "enumerateInstanceNames gives " + shown +
+                            ", getInstance of it fails: " + outcome.describe()});
+            return;
+        }
+        if (!isSample) {
+            break;
+        }
     }
-    if (!enumerated.isUninitialized()) {
-        compareValues(session, shown, enumerated, first);
+    const auto enumerated = given.instances.find(shown);
+    if (enumerated != given.instances.end()) {
+        compareValues(doubts, rules::getValues, shown, {"enumerateInstances", enumerated->second},
+                      got[0]);
     }
-    if (!session.isSample(shown) || !session.expect("getInstance", [&] {
-            second = getInstance(session, path, CIMPropertyList());
-        })) {
-        return;
+    if (isSample) {
+        compareValues(doubts, rules::unsteady, shown, got[0], got[1]);
+        tryPropertyLists(session, doubts, shown, path, filledIn(CIMConstInstance(got[0].second)));
     }
-    const std::set<std::string> once = filledIn(CIMConstInstance(first));
-    const std::set<std::string> twice = filledIn(CIMConstInstance(second));
-    std::set<std::string> changing = difference(once, twice);
-    changing.merge(difference(twice, once));
-    if (!changing.empty()) {
-        session.find(rules::unsteady, *changing.begin(),
-                     "one getInstance of " + shown + " gives a value for " + listed(changing) +
-                         ", the next one does not");
-    }
-    tryPropertyLists(session, shown, path, once);
 }
 
 void tryAbsent(Session& session, const CIMObjectPath& path) {
@@ -183,36 +193,36 @@ CIMObjectPath another(const Session& session, const CIMObjectPath& path,
 }
 
 void driveInstances(Session& session, const DriveOptions& options) {
-    const CIMNamespaceName& ns = session.about.nameSpace;
-    const CIMName& name = session.about.name;
-    Array<CIMObjectPath> names;
-    Array<CIMInstance> enumerated;
-    const bool named = session.expect(
-        "enumerateInstanceNames", [&] { names = session.client.enumerateInstanceNames(ns, name); });
-    const bool gave = session.expect("enumerateInstances", [&] {
-        enumerated = session.client.enumerateInstances(ns, name, true, false);
+    Enumerated given;
+    session.confirm([&](Doubts& doubts) {
+        given = enumerate(session);
+        if (given.isWhole) {
+            compareNames(doubts, given);
+            compareKeys(doubts, session, given);
+        }
     });
-    const Paths paths = byPath(names);
-    const Instances instances = byPath(enumerated);
-    session.result.instances = enumerated.size();
-    if (named && gave) {
-        compareNames(session, paths, instances);
-    }
+    session.result.instances = given.instances.size();
     unsigned looked = 0;
-    for (const auto& [shown, path] : paths) {
+    for (const auto& [shown, path] : given.names) {
         // Instances of subclasses are asked of the subclass's own provider.
-        if (path.getClassName() != name) {
+        if (path.getClassName() != session.about.name) {
             continue;
         }
         if (looked++ == options.limit) {
             break;
         }
-        const auto known = instances.find(shown);
-        driveInstance(session, shown, path,
-                      known == instances.end() ? CIMInstance() : known->second);
+        bool isFirst = true;
+        session.confirm([&, &shown = shown, &path = path](Doubts& doubts) {
+            const Enumerated now = isFirst ? Enumerated() : enumerate(session);
+            if (isFirst || now.names.count(shown) != 0) {
+                doubts.see(shown);
+                driveInstance(session, doubts, shown, path, isFirst ? given : now);
+            }
+            isFirst = false;
+        });
     }
-    if (names.size() > 0) {
-        tryAbsent(session, names[0]);
+    if (!given.names.empty()) {
+        tryAbsent(session, given.names.begin()->second);
     }
 }
 

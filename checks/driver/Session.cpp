@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <thread>
 
 #include "checks/driver/DriverRules.h"
 
@@ -36,8 +37,14 @@ std::string Outcome::describe() const {
     return text.compare(0, status.size(), status) == 0 ? text : status + " (" + text + ")";
 }
 
-Session::Session(const RegisteredClass& ofClass, Report report)
-    : about(ofClass), _report(std::move(report)) {
+void Doubts::add(Doubt doubt) {
+    see(doubt.object);
+    std::string key = doubt.rule->id + ("\n" + doubt.element) + "\n" + doubt.object;
+    _all.emplace(std::move(key), std::move(doubt));
+}
+
+Session::Session(const RegisteredClass& ofClass, Report report, unsigned tries)
+    : about(ofClass), _report(std::move(report)), _tries(tries) {
     client.connectLocal();
     result.nameSpace = velmar_driver::text(about.nameSpace.getString());
     result.className = about.text();
@@ -73,6 +80,74 @@ bool Session::expect(const std::string& operation, const std::function<void()>& 
     return static_cast<bool>(outcome);
 }
 
+bool Session::expect(Doubts& doubts, const std::string& operation, const std::string& object,
+                     const std::function<void()>& work) {
+    const Outcome outcome = call(operation, work);
+    if (!outcome) {
+        doubts.add({&rules::fails, operation, object,
+                    operation + " fails: " + outcome.describe() + ", asked about " + object});
+    }
+    return static_cast<bool>(outcome);
+}
+
+bool Session::isKnown(const Doubt& doubt) const {
+    return _found.count({doubt.rule->id, doubt.element}) != 0;
+}
+
+namespace {
+
+// How a doubt fared, a letter for each round: it came up, the answers agreed, the object had gone.
+enum Round : char { Doubted = 'd', Agreed = 'a', Gone = 'g' };
+
+// Objects that come and go are plugged and pulled again and again, and a change may take its time:
+// an end is gone while the associations that refer to it are still being deleted. An object that
+// was gone and seen in order since is in order. One that is always there is not if most rounds
+// doubt it, nor is one that comes back with the doubt each time. A value may change at any time.
+bool isExplained(const std::string& rounds, const Doubt& doubt, unsigned tries) {
+    const auto agreed = std::count(rounds.begin(), rounds.end(), Agreed);
+    const auto gone = std::count(rounds.begin(), rounds.end(), Gone);
+    return (agreed > 0 && (gone > 0 || doubt.isOfValue)) || 2 * (agreed + gone) >= tries;
+}
+
+bool keepsComingBack(const std::string& rounds) {
+    const std::string back = {Gone, Doubted};
+    return rounds.find(back) != rounds.rfind(back);
+}
+
+}  // namespace
+
+void Session::confirm(const std::function<void(Doubts&)>& ask) {
+    Doubts first;
+    ask(first);
+    std::map<std::string, std::pair<Doubt, std::string>> open;
+    for (const auto& [key, doubt] : first._all) {
+        if (isKnown(doubt)) {
+            find(*doubt.rule, doubt.element, doubt.sentence);
+        } else {
+            open.emplace(key, std::make_pair(doubt, ""));
+        }
+    }
+    for (unsigned i = 0; i < _tries && !open.empty(); i++) {
+        std::this_thread::sleep_for(std::chrono::milliseconds((1u << i) / 2));
+        Doubts again;
+        ask(again);
+        for (auto one = open.begin(); one != open.end();) {
+            auto& [doubt, rounds] = one->second;
+            rounds += again._all.count(one->first) != 0      ? Doubted
+                      : again._seen.count(doubt.object) != 0 ? Agreed
+                                                             : Gone;
+            result.changes |= rounds.back() != Doubted;
+            one = isExplained(rounds, doubt, _tries) ? open.erase(one) : std::next(one);
+        }
+    }
+    for (const auto& [key, one] : open) {
+        const auto& [doubt, rounds] = one;
+        if (rounds.find(Gone) == std::string::npos || keepsComingBack(rounds)) {
+            find(*doubt.rule, doubt.element, doubt.sentence);
+        }
+    }
+}
+
 void Session::find(const velmar_checks::Rule& rule, const std::string& element,
                    const std::string& sentence) {
     velmar_checks::Finding finding;
@@ -81,6 +156,7 @@ void Session::find(const velmar_checks::Rule& rule, const std::string& element,
     finding.className = about.text();
     finding.element = element;
     finding.text = "class " + about.text() + ": " + sentence;
+    _found.insert({finding.id, element});
     _report(finding);
 }
 
@@ -120,19 +196,5 @@ std::map<std::string, T> byPath(const Array<T>& objects) {
 template std::map<std::string, CIMObjectPath> byPath(const Array<CIMObjectPath>&);
 template std::map<std::string, CIMInstance> byPath(const Array<CIMInstance>&);
 template std::map<std::string, CIMObject> byPath(const Array<CIMObject>&);
-
-std::string listed(const std::set<std::string>& texts) {
-    const size_t shown = 3;
-    std::string result;
-    size_t count = 0;
-    for (const std::string& one : texts) {
-        if (count == shown && texts.size() > shown + 1) {
-            return result + " and " + std::to_string(texts.size() - shown) + " more";
-        }
-        result += (count == 0 ? "" : ", ") + one;
-        count++;
-    }
-    return result;
-}
 
 }  // namespace velmar_driver

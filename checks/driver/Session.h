@@ -31,6 +31,7 @@ struct ClassReport {
     std::vector<std::string> operations;
     unsigned long callsUnderLoad = 0;  ///< of all clients at once
     unsigned long instances = 0;       ///< that its enumeration gave
+    bool changes = false;              ///< while it is asked, so that answers differ
     std::vector<double> milliseconds;  ///< of every call
 
     double median() const;
@@ -53,15 +54,48 @@ class NoAnswer : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// What two answers disagree in, about an object that one of them has: a mistake, or the trace of
+/// a change between them.
+struct Doubt {
+    const velmar_checks::Rule* rule;
+    std::string element;
+    std::string object;
+    std::string sentence;    ///< as of a finding
+    bool isOfValue = false;  ///< not of the object's being there
+};
+
+/// What one round of questions brought.
+class Doubts {
+ public:
+    void add(Doubt doubt);
+    /// An answer has the object, whether there is a doubt or not.
+    void see(const std::string& object) { _seen.insert(object); }
+
+ private:
+    friend class Session;
+    std::map<std::string, Doubt> _all;  // by what makes each the same when it comes again
+    std::set<std::string> _seen;
+};
+
 class Session {
  public:
-    /// Connects to the started server.
-    Session(const RegisteredClass& about, Report report);
+    /// Connects to the started server. `tries` is how often confirm asks again.
+    Session(const RegisteredClass& about, Report report, unsigned tries);
 
     /// Runs `work`, times it as `operation` of the class, and says how it ended. Throws NoAnswer.
     Outcome call(const std::string& operation, const std::function<void()>& work);
     /// The same; a failure becomes a finding.
     bool expect(const std::string& operation, const std::function<void()>& work);
+
+    /// The same in what confirm calls, about an object: a failure becomes a doubt.
+    bool expect(Doubts& doubts, const std::string& operation, const std::string& object,
+                const std::function<void()>& work);
+
+    /// Compares answers: `ask` asks, always in the same order, and says what is doubtful and which
+    /// objects there are. It is called again, at growing intervals, and what a change between two
+    /// questions would explain is no finding; then the class `changes`. A doubt of a kind that was
+    /// found before is a finding at once.
+    void confirm(const std::function<void(Doubts&)>& ask);
 
     /// A finding about the class; `sentence` goes on after its name.
     void find(const velmar_checks::Rule& rule, const std::string& element,
@@ -76,8 +110,12 @@ class Session {
     ClassReport result;
 
  private:
+    bool isKnown(const Doubt& doubt) const;
+
     const Report _report;
     std::set<std::string> _samples;
+    const unsigned _tries;
+    std::set<std::pair<std::string, std::string>> _found;  // rules and elements
 };
 
 std::string text(const Pegasus::String& string);
@@ -87,9 +125,6 @@ std::string shortText(const Pegasus::CIMObjectPath& path);
 /// Paths or the paths of objects by their short texts.
 template <class T>
 std::map<std::string, T> byPath(const Pegasus::Array<T>& objects);
-
-/// "a, b and 3 more".
-std::string listed(const std::set<std::string>& texts);
 
 }  // namespace velmar_driver
 

@@ -7,9 +7,11 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <thread>
 #include <utility>
 
 #include "providers/ModuleKind.h"
+#include "providers/ModuleThreads.h"
 
 using namespace Pegasus;
 
@@ -55,9 +57,42 @@ void Module::open() {
     if (!reason.empty()) {
         throw ModuleError(ModuleError::NotLoadable, _location, reason);
     }
+    _older = runningThreads();
     _library = dlopen(_file.c_str(), RTLD_NOW);
     if (!_library) {
         throw ModuleError(ModuleError::NotLoadable, _location, dlerror());
+    }
+}
+
+unsigned Module::waitForThreads(std::chrono::milliseconds patience) {
+    if (!_library) {
+        return 0;
+    }
+    const auto end = std::chrono::steady_clock::now() + patience;
+    _older.insert(gettid());
+    std::set<pid_t> wereInside;
+    while (true) {
+        unsigned inside = 0, unknown = 0;
+        for (const pid_t thread : runningThreads()) {
+            const Place place =
+                _older.count(thread) > 0 ? Place::Outside : placeOf(thread, _library);
+            if (place == Place::Outside) {
+                _older.insert(thread);  // and it cannot get in any more
+                continue;
+            }
+            if (place == Place::Inside) {
+                wereInside.insert(thread);
+            }
+            wereInside.count(thread) > 0 ? inside++ : unknown++;
+        }
+        if (inside + unknown == 0) {
+            return 0;
+        }
+        if (std::chrono::steady_clock::now() >= end) {
+            _library = nullptr;
+            return inside;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
 

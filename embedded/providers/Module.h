@@ -10,7 +10,11 @@
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Provider/CIMProvider.h>
 
+#include <sys/types.h>
+
+#include <chrono>
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -57,6 +61,10 @@ class Module {
     Pegasus::CIMProvider* createProvider(const std::string& name);
     /// The destructor then leaves the library open. No provider may be created any more.
     void keepLoaded() { _library = nullptr; }
+    /// Waits until no thread that was started since the library was opened is inside it, no longer
+    /// than `patience`. Gives how many are still known to be; while there may be any, the library
+    /// is never closed. Its providers must have been terminated, and none may be created any more.
+    unsigned waitForThreads(std::chrono::milliseconds patience);
 
  private:
     std::string file() const;
@@ -68,6 +76,7 @@ class Module {
     Gate _opening;  // held while the library's initializers run
     std::string _file;
     void* _library = nullptr;
+    std::set<pid_t> _older;  // threads that there were before
 };
 
 }  // namespace velmar_embedded

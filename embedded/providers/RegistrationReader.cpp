@@ -255,18 +255,23 @@ std::vector<RegisteredModule> RegistrationReader::modules() const {
     return result;
 }
 
-void RegistrationReader::closeModules() {
+std::vector<std::string> RegistrationReader::closeModules(std::chrono::milliseconds patience) {
     std::map<std::string, std::shared_ptr<Module>> modules;
     {
         std::lock_guard<std::mutex> guard(_lock);
         _providers.clear();
         modules.swap(_modules);
     }
-    if (_keepsModules) {
-        for (const auto& module : modules) {
-            module.second->keepLoaded();
+    std::vector<std::string> busy;
+    for (const auto& [name, module] : modules) {
+        if (module->waitForThreads(patience) > 0) {
+            busy.push_back(module->location());
+        }
+        if (_keepsModules) {
+            module->keepLoaded();
         }
     }
+    return busy;
 }
 
 }  // namespace velmar_embedded

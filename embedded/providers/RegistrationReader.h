@@ -8,6 +8,7 @@
 #define VELMAR_EMBEDDED_PROVIDERS_REGISTRATIONREADER_H
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -53,8 +54,9 @@ class RegistrationReader {
     /// named in the MofError, with its place.
     void readInstances(Module::EntryPoint entryPoint);
     std::vector<RegisteredModule> modules() const;
-    /// Closes the libraries; their providers must have gone from the registry.
-    void closeModules();
+    /// Closes the libraries; their providers must have gone from the registry. Those with threads
+    /// that do not leave them within `patience` stay open: gives the locations of these.
+    std::vector<std::string> closeModules(std::chrono::milliseconds patience);
 
  private:
     class Reader;

@@ -188,6 +188,15 @@ const std::vector<Mistake> mistakes{
      loadedFrom("TestModule", "Pans"),
      "loading.unknown-provider",
      {"does not know the provider Pans"}},
+    {"thread left behind",
+     [](auto& p) {
+         loadedFrom("TestModule", "Leaver")(p);
+         p.further = [further = p.further](auto& server) {
+             server.setStopPatience(std::chrono::milliseconds(20)), further(server);
+         };
+     },
+     "loading.thread-left",
+     {"libTestModule.so"}},
     {"constructor throws",
      [](auto& p) {
          p.further = [](auto& server) {
@@ -472,6 +481,10 @@ const std::vector<Mistake> mistakes{
      },
      "indication.property-type",
      {"PerceivedSeverity", "uint16"}},
+    {"alert's Required property not set",
+     [](auto& p) { replace(p.schema, "string Reason;", "[Required] string Reason;"); },
+     "indication.missing-property",
+     {"\"Alerts\"", "Reason", "string"}},
     {"classes of enrichment missing",
      [](auto& p) { replace(p.schema, "class QORP_LPAR_CS : QORP_ComputerSystem { };", ""); },
      "indication.enrichment-classes",

@@ -9,7 +9,9 @@
 
 #include <atomic>
 #include <map>
+#include <random>
 #include <set>
+#include <utility>
 
 #include "checks/driver/DriverRules.h"
 #include "support/ScriptedServer.h"
@@ -37,6 +39,7 @@ class Package : public ScriptedServer {
         put(fars, item(FAR1));
         putLink(full(A1));
         options.write = options.call = true;
+        options.tries = 5;
     }
     static void put(Store& store, const CIMInstance& instance) {
         store[velmar_driver::shortText(instance.getPath())] = instance;
@@ -64,12 +67,47 @@ class Package : public ScriptedServer {
             classes.push_back({ns, name, server.repository().getClass(ns, name), all});
         }
         std::set<std::string> ids;
-        velmar_driver::drive(server, classes, options,
-                             [&](velmar_checks::Finding found) { ids.insert(found.id); });
+        reports = velmar_driver::drive(server, classes, options,
+                                       [&](velmar_checks::Finding found) { ids.insert(found.id); });
         return ids;
     }
 
+    // Like hardware that moves: each request finds one of several instances of T_A plugged or
+    // pulled, or a link that follows it.
+    void startMoving() {
+        options.tries = 10;
+        for (const char* bay : bays) {
+            put(as, item(bay, 1));
+            putLink(full(bay));
+        }
+        for (Scripted* one : {a, far, link}) {
+            one->onCall = [this, before = one->onCall](const Call& call) {
+                move();
+                before(call);
+            };
+        }
+    }
+
+    std::vector<velmar_driver::ClassReport> reports;
+
  private:
+    void move() {
+        if (follow) {
+            return std::exchange(follow, nullptr)();
+        }
+        const std::string bay = bays[random() % bays.size()];
+        if (as.erase(bay) == 0) {
+            put(as, item(bay, 1));
+            follow = [this, bay] { putLink(full(bay)); };
+        } else {
+            follow = [this, bay] { removeWithLinks(as, path(bay)); };
+        }
+    }
+    const std::vector<const char*> bays{"T_A.k=\"b1\"", "T_A.k=\"b2\"", "T_A.k=\"b3\"",
+                                        "T_A.k=\"b4\"", "T_A.k=\"b5\"", "T_A.k=\"b6\""};
+    std::minstd_rand random{1};
+    std::function<void()> follow;
+
     Scripted* serve(const char* name, const char* className, Store& store) {
         Scripted* const provider =
             provide(name, {className},
@@ -103,6 +141,7 @@ class Package : public ScriptedServer {
                 removeWithLinks(store, call.path);
             }
         };
+        provider->invoke = [](const Call&, auto& handler) { handler.deliver(CIMValue(Uint32(0))); };
         provider->linkPaths = [this](const Call& call, auto& handler) {
             answer(call, [&](const CIMObjectPath& path) { handler.deliver(path); });
         };
@@ -160,6 +199,14 @@ TEST_F(Package, ThatAgreesWithItselfGivesNothing) {
     // The declared method needs parameters, so nobody calls it.
     EXPECT_EQ(find(), std::set<std::string>());
     EXPECT_EQ(as.size() + links.size(), before) << "what was created is deleted again";
+    EXPECT_FALSE(reports[0].changes);
+}
+
+TEST_F(Package, WhoseObjectsComeAndGoGivesNothing) {
+    startMoving();
+    EXPECT_EQ(find(), std::set<std::string>());
+    EXPECT_TRUE(reports[0].changes);
+    EXPECT_TRUE(reports[2].changes);
 }
 
 // 50 objects linked to one: what the one is asked does not grow with its links.
@@ -248,6 +295,40 @@ TEST_F(Mistakes, ObjectsThatAreMissingAmongTheirNames) {
     expect("driver.objects");
 }
 
+// What comes and goes hides no mistake.
+TEST_F(Mistakes, NamesWithoutAnInstanceAmongWhatMoves) {
+    startMoving();
+    a->names = [names = a->names](const Call& call, auto& handler) {
+        names(call, handler);
+        handler.deliver(path("T_A.k=\"ghost\""));
+    };
+    const std::set<std::string> found = find();
+    EXPECT_EQ(found, (std::set<std::string>{"driver.get", "driver.names"}));
+}
+
+TEST_F(Mistakes, LinksThatOutliveTheirEndsAmongWhatMoves) {
+    startMoving();
+    options.write = cascades = false;
+    EXPECT_EQ(find().count("driver.far-end"), 1u);
+}
+
+TEST_F(Mistakes, FarEndsThatDifferAmongWhatMoves) {
+    startMoving();
+    link->linkPaths = [](const Call& call, auto& handler) {
+        if (call.operation == velmar_embedded::Operation::AssociatorNames) {
+            handler.deliver(path(full("T_Far.k=\"2\"")));
+        }
+    };
+    EXPECT_EQ(find().count("driver.associator"), 1u);
+}
+
+TEST_F(Mistakes, ObjectOfTwoClasses) {
+    Scripted* const b = provide("B", {"T_B"});
+    b->names = [](const Call&, auto& handler) { handler.deliver(path("T_B.k=\"2\"")); };
+    b->enumerate = [](const Call&, auto& handler) { handler.deliver(item("T_B.k=\"2\"")); };
+    EXPECT_EQ(find(), std::set<std::string>{"driver.twice"});
+}
+
 TEST_F(Mistakes, RoleThatIsNotLookedAt) {
     anyRole = true;
     expect("driver.role");
@@ -258,18 +339,17 @@ TEST_F(Mistakes, LinkThatOutlivesItsEnd) {
     expect("driver.cascade");
 }
 
-// Answers that one client alone would get, and several do not.
-TEST_F(Mistakes, AnswersThatFailLater) {
+// What one client alone would get, and several do not.
+TEST_F(Mistakes, AnswersThatLackSomethingNowAndThen) {
     options = {};
     options.clients = 2;
     options.seconds = 1;
     std::atomic<int> asked{0};
     a->names = [&asked](const Call&, auto& handler) {
-        if (asked++ > 2) {
-            throw CIMException(CIM_ERR_FAILED, "busy");
-        }
         handler.deliver(path(A1));
-        handler.deliver(path("T_A.k=\"2\""));
+        if (asked++ % 5 != 4) {
+            handler.deliver(path("T_A.k=\"2\""));
+        }
     };
     expect("driver.load");
 }

@@ -1,8 +1,12 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// A provider module as a real one is built: knows one provider name, serves one instance.
+// A provider module as a real one is built: serves one instance. One of its two providers leaves a
+// thread behind.
 #include <Pegasus/Provider/CIMInstanceProvider.h>
+
+#include <chrono>
+#include <thread>
 
 using namespace Pegasus;
 
@@ -37,5 +41,12 @@ class ModuleProvider : public CIMInstanceProvider {
 }  // namespace
 
 extern "C" PEGASUS_EXPORT CIMProvider* PegasusCreateProvider(const String& providerName) {
-    return providerName == "ModuleProvider" ? new ModuleProvider : 0;
+    if (providerName == "Leaver") {
+        std::thread([] {
+            while (true) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+        }).detach();
+    }
+    return providerName == "ModuleProvider" || providerName == "Leaver" ? new ModuleProvider : 0;
 }
