@@ -132,7 +132,9 @@ class Reader:
             with open(self.folder / argument, "a" if what == "append" else "w") as target:
                 target.write(text)
             if what == "mof":
-                type_commands(f"velmar check --registration /dev/null --modules . --schema "
+                nothing = self.folder / "nothing.mof"
+                nothing.touch()
+                type_commands(f"velmar check --registration {nothing} --modules . --schema "
                               f"{os.path.basename(argument)}", folder, self.environment, 0)
             if what == "program":
                 self.printed = type_commands(COMPILE.format(os.path.basename(argument)), folder,
