@@ -30,8 +30,8 @@
 #include "ThreadSanitizer.h"
 
 /// The entry point of the package that is linked into the test; null where none is.
-extern "C" __attribute__((weak)) Pegasus::CIMProvider* PegasusCreateProvider(
-    const Pegasus::String& providerName);
+extern "C" Pegasus::CIMProvider* PegasusCreateProvider(const Pegasus::String& providerName)
+    __attribute__((weak));
 
 namespace velmar_kit {
 
@@ -102,6 +102,7 @@ class Subscriber {
 /// Serves a package while a test runs; `client` is connected to it.
 class ServedPackage : public ::testing::Test {
  protected:
+    /// PegasusCreateProvider of a package.
     using EntryPoint = Pegasus::CIMProvider* (*)(const Pegasus::String& providerName);
 
     /// Compiles the MOF files and starts the server. With the entry point of the package that is

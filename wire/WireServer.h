@@ -70,6 +70,7 @@ class WireServer {
     /// Where it listens, on 127.0.0.1.
     uint16_t port() const;
 
+    /// What was refused since it listens. Thread-safe.
     Refusals refusals() const;
 
  private:

@@ -75,7 +75,7 @@ class NamedList {
         : _items(list._items),
           _index(list._index ? std::make_unique<Index>(*list._index) : nullptr) {}
     NamedList& operator=(const NamedList& list) = delete;
-    NamedList& operator=(NamedList&& list) = default;
+    NamedList& operator=(NamedList&& list) noexcept = default;
 
     Uint32 size() const { return Uint32(_items.size()); }
     /// PEG_NOT_FOUND if it is not there.

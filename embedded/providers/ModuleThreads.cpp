@@ -77,6 +77,7 @@ Range stackAt(uintptr_t pointer) {
 bool hasCallInto(const Code& code, const Range& stack) {
     std::vector<uintptr_t> words((stack.second - stack.first) / sizeof(uintptr_t));
     const iovec here{words.data(), words.size() * sizeof(uintptr_t)};
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the system says addresses as numbers
     const iovec there{reinterpret_cast<void*>(stack.first), here.iov_len};
     // The thread may end meanwhile: its memory is read by the system, which then reads less.
     const ssize_t got = process_vm_readv(getpid(), &here, 1, &there, 1, 0);
