@@ -142,7 +142,7 @@ struct Repository::NameSpace {
     std::map<String, QualifierDeclaration, Less> qualifiers;
     std::map<String, StoredClass, Less> classes;
     std::map<String, std::vector<CIMName>, Less> subclasses;  // of the empty name: the roots
-    std::set<std::size_t> texts;                              // hashes of what isNewText was given
+    std::set<std::string> texts;                              // that isNewText was given
 
     StoredClass& find(const CIMName& name, CIMStatusCode unknown) {
         const auto found = classes.find(name.getString());
@@ -337,7 +337,7 @@ void Repository::createNamespace(const CIMNamespaceName& nameSpace) {
 
 bool Repository::isNewText(const CIMNamespaceName& nameSpace, const std::string& text) {
     std::unique_lock lock(_lock);
-    return find(nameSpace).texts.insert(std::hash<std::string>()(text)).second;
+    return find(nameSpace).texts.insert(text).second;
 }
 
 void Repository::declareQualifier(const CIMNamespaceName& nameSpace,
