@@ -111,6 +111,9 @@ void tellCall() {
 void onCrash(int number, siginfo_t* what, void*) {
     const bool overflow =
         number == SIGSEGV && current[0] != '\0' && alternateStack().isBeyond(what->si_addr);
+    if (current[0] != '\0') {
+        lastCall->keep(current);
+    }
     write("\nvelmar: crash (");
     write(overflow            ? "SIGSEGV, the stack is used up: does it call itself without end?"
           : number == SIGSEGV ? "SIGSEGV"
@@ -179,6 +182,14 @@ void LastCall::note(const char (&what)[1024]) {
         began = now();
         busy.clear(std::memory_order_release);
     }
+}
+
+void LastCall::keep(const char (&what)[1024]) {
+    // Bounded: this thread may have died while it held it.
+    for (int i = 0; i < 1'000'000 && busy.test_and_set(std::memory_order_acquire); i++) {
+    }
+    memcpy(text, what, sizeof text);
+    began = now();
 }
 
 void watchForCrashes(velmar_embedded::Server& server, LastCall& last) {

@@ -15,6 +15,8 @@ namespace velmar_cli {
 /// The call that began last, on any thread. May lie in memory that another process reads.
 struct LastCall {
     void note(const char (&what)[1024]);
+    /// The last one of all: what other threads note later is left out.
+    void keep(const char (&what)[1024]);
 
     std::atomic<int64_t> began{0};  ///< milliseconds of the steady clock; 0: none yet
     std::atomic_flag busy = ATOMIC_FLAG_INIT;

@@ -32,7 +32,7 @@
 #   velmar_close_module(NAME)
 #
 # makes the module NAME show a server PegasusCreateProvider and nothing else, as velmar_add_provider
-# does: a server that closes the module lets go of it, and opens anew what lies there later.
+# does: a server that closes the module lets go of it, and later opens what lies there then.
 set(VELMAR_PROVIDER_DIR "" CACHE PATH
     "Folder in which a CIM server looks for provider libraries; empty: the library folder")
 set(_velmar_provider_folder "${CMAKE_CURRENT_LIST_DIR}")

@@ -144,6 +144,18 @@ std::string instanceSource(const ClassModel& model, const std::vector<ClassModel
     return text;
 }
 
+std::string alertSource(const ClassModel& model) {
+    std::string required;
+    for (const Element& property : model.properties) {
+        required += property.isRequired ? (required.empty() ? "" : ", ") + property.cppName : "";
+    }
+    return fmt::format(
+        "bool {0}Provider::prepare(const Pegasus::OperationContext&, {0}&) {{\n"
+        "    // FILL IN: properties that are the same for all alerts.{1}\n    return true;\n}}\n",
+        model.cppName,
+        required.empty() ? "" : "\n    // Required, here or where it is raised: " + required);
+}
+
 std::string header(const Options& options, const std::string& name, const std::string& include,
                    const std::string& text) {
     const auto upper = [](std::string one) {
@@ -206,13 +218,7 @@ std::string userSource(const Options& options, const ClassModel& model,
         includes += includes.find(line) == std::string::npos ? line : "";
     }
     const std::string body =
-        model.kind == Kind::Alert
-            ? fmt::format(
-                  "bool {0}Provider::prepare(const Pegasus::OperationContext&, {0}&) {{\n"
-                  "    // FILL IN: properties that are the same for all alerts.\n"
-                  "    return true;\n}}\n",
-                  model.cppName)
-            : instanceSource(model, models);
+        model.kind == Kind::Alert ? alertSource(model) : instanceSource(model, models);
     return fmt::format(
         "#include \"{0}Provider.h\"\n\n{1}{2}namespace {3} {{\n\n{4}\n"
         "}}  // namespace {3}\n",

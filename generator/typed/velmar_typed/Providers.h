@@ -330,7 +330,8 @@ T calledOn(const Pegasus::CIMInstance& instance) {
 }
 
 [[noreturn]] inline void missing(const char* parameter) {
-    fail(Pegasus::CIM_ERR_INVALID_PARAMETER, std::string(parameter) + ": is missing");
+    fail(Pegasus::CIM_ERR_INVALID_PARAMETER,
+         std::string(parameter) + ": is missing; give it, null where it has no value");
 }
 
 [[noreturn]] inline void notWritten(const char* method) {

@@ -3,6 +3,7 @@
 //
 // A provider that ends its process, or does not let it end, in the way that DIES names.
 #include <Common/InstanceMethodProvider.h>
+#include <Pegasus/Client/CIMClient.h>
 #include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/Exception.h>
 #include <signal.h>
@@ -37,6 +38,9 @@ int recurse(const volatile char* caller) {
 // A frame of its own, whatever the optimisation.
 __attribute__((noinline)) void die() {
     if (is("null")) {
+        CIMClient client;  // whose call is a later one, of another thread
+        client.connectLocal();
+        client.enumerateInstanceNames("root/velmar_remote", "DIES_Thing");
         if (raise(SIGSEGV) != 0) {  // what follows keeps this frame
             block();
         }
