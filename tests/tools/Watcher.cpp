@@ -8,6 +8,7 @@
 
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include "generator/TrapProviders.h"
 
@@ -105,18 +106,26 @@ TEST_F(Watched, GoesOnForTheOthers) {
     std::mutex lock;
     std::condition_variable changed;
     int rounds = 0;
+    bool changes = false;  // the device, once
     TrapWatcher::step = [&](TrapWatcher& watcher) {
-        watcher.with<TRAP_PartProvider>(
-            [](TRAP_PartProvider& parts) { parts.put(TRAP_Part("change")); });
-        const std::lock_guard<std::mutex> guard(lock);
+        std::unique_lock<std::mutex> guard(lock);
         rounds++;
+        const bool isChange = std::exchange(changes, false);
         changed.notify_all();
+        guard.unlock();
+        if (isChange) {
+            watcher.show<TRAP_PartProvider>(TRAP_Part("change"), true);
+        }
+    };
+    const auto waitFor = [&](const std::function<bool()>& condition) {
+        std::unique_lock<std::mutex> guard(lock);
+        EXPECT_TRUE(changed.wait_for(guard, std::chrono::minutes(1), condition));
     };
     const auto waitForRound = [&] {
-        std::unique_lock<std::mutex> guard(lock);
-        const int now = rounds;
-        EXPECT_TRUE(
-            changed.wait_for(guard, std::chrono::minutes(1), [&] { return rounds > now + 1; }));
+        waitFor([&, first = -1]() mutable {
+            first = first < 0 ? rounds : first;
+            return rounds > first + 1;
+        });
     };
     struct Slow : TRAP_PartProvider {
         std::function<void()> reading;
@@ -130,15 +139,30 @@ TEST_F(Watched, GoesOnForTheOthers) {
     CIMProvider* const first = velmar_typed::make<TRAP_NamesProvider>(watcher);
     first->initialize(cimom);
     waitForRound();
+    // The device changes while each of them reads it, and the watcher comes to that change.
+    const auto change = [&] {
+        {
+            const std::lock_guard<std::mutex> guard(lock);
+            changes = true;
+        }
+        waitFor([&] { return !changes; });
+    };
     auto* const failing = dynamic_cast<Slow*>(velmar_typed::make<Slow>(watcher));
-    failing->reading = [] { throw CIMException(CIM_ERR_FAILED, "not yet"); };
+    failing->reading = [&] {
+        change();
+        throw CIMException(CIM_ERR_FAILED, "not yet");
+    };
     CIMProvider* const failed = failing;
     EXPECT_THROW(failed->initialize(cimom), CIMException);
     failed->terminate();
     waitForRound();
-    // The change comes after what initialize has read.
     auto* const slow = dynamic_cast<Slow*>(velmar_typed::make<Slow>(watcher));
-    slow->reading = [&] { EXPECT_TRUE(slow->all().empty()); };
+    slow->reading = [&] {
+        change();
+        for (int i = 0; i < 10000; i++) {  // which takes its time
+            EXPECT_TRUE(slow->all().empty());
+        }
+    };
     CIMProvider* const second = slow;
     second->initialize(cimom);
     first->terminate();
