@@ -6,7 +6,10 @@
 #include <Pegasus/Common/Exception.h>
 
 #include <exception>
+#include <functional>
+#include <memory>
 #include <mutex>
+#include <optional>
 
 #include "checks/driver/DriverRules.h"
 
@@ -28,13 +31,39 @@ void driveClass(Session& session, velmar_embedded::Server& server, const Registe
     if (one.serves(ProviderType::Indication)) {
         driveIndication(session, server, classes, options);
     }
-    if (options.call && one.serves(ProviderType::Method)) {
-        driveMethods(session);
-    }
     if (options.write && one.serves(ProviderType::Instance) && !isAssociation) {
         driveWrites(session, classes);
     }
 }
+
+// Subscribes to all alerts, so that the server's checks look at those that methods, threads of
+// providers and clients at once bring about.
+class Listening {
+ public:
+    Listening(velmar_embedded::Server& server, const std::vector<RegisteredClass>& classes)
+        : _server(server) {
+        for (const RegisteredClass& one : classes) {
+            if (!one.definition.isUninitialized() && one.serves(ProviderType::Indication)) {
+                try {
+                    _ids.push_back(server.subscribe("SELECT * FROM " + one.text(),
+                                                    {text(one.nameSpace.getString())},
+                                                    [](const Pegasus::CIMInstance&) {}));
+                } catch (const Pegasus::Exception&) {  // driveIndication has said it
+                }
+            }
+        }
+    }
+    void end() {
+        _server.drain();
+        for (const std::string& id : _ids) {
+            _server.unsubscribe(id);
+        }
+    }
+
+ private:
+    velmar_embedded::Server& _server;
+    std::vector<std::string> _ids;
+};
 
 }  // namespace
 
@@ -46,24 +75,47 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server, const DriveOptio
 std::vector<ClassReport> drive(velmar_embedded::Server& server,
                                const std::vector<RegisteredClass>& classes,
                                const DriveOptions& options, const Report& report) {
-    std::vector<ClassReport> result;
     bool answers = true;
+    std::vector<std::unique_ptr<Session>> sessions;
+    // False where no more is asked of the class.
+    const auto guarded = [&](Session& session, const std::function<void()>& work) {
+        std::string end;
+        try {
+            work();
+            return true;
+        } catch (const NoAnswer& e) {
+            answers = false;
+            end = e.what();
+        } catch (const std::exception& e) {
+            end = e.what();
+        } catch (const Pegasus::Exception& e) {
+            end = text(e.getMessage());
+        }
+        session.find(rules::stopped, "", end + ", so no more is asked");
+        return false;
+    };
+    std::vector<Session*> withMethods;
     for (const RegisteredClass& one : classes) {
         if (one.definition.isUninitialized()) {
             continue;  // said already, when the registration was read
         }
-        Session session(one, report, options.tries);
-        try {
-            driveClass(session, server, one, classes, options);
-        } catch (const NoAnswer& e) {
-            session.find(rules::stopped, "", std::string(e.what()) + ", so no more is asked");
-            answers = false;
-        } catch (const std::exception& e) {
-            session.find(rules::stopped, "", std::string(e.what()) + ", so no more is asked");
-        } catch (const Pegasus::Exception& e) {
-            session.find(rules::stopped, "", text(e.getMessage()) + ", so no more is asked");
+        sessions.push_back(std::make_unique<Session>(one, report, options.tries));
+        Session& session = *sessions.back();
+        if (guarded(session, [&] { driveClass(session, server, one, classes, options); }) &&
+            options.call && one.serves(ProviderType::Method)) {
+            withMethods.push_back(&session);
         }
-        result.push_back(std::move(session.result));
+    }
+    std::optional<Listening> listening;
+    if (answers && (!withMethods.empty() || options.clients > 0)) {
+        listening.emplace(server, classes);
+    }
+    for (Session* const session : withMethods) {
+        guarded(*session, [&] { driveMethods(*session); });
+    }
+    std::vector<ClassReport> result;
+    for (const std::unique_ptr<Session>& session : sessions) {
+        result.push_back(std::move(session->result));
     }
     if (options.clients > 0 && answers) {
         std::mutex lock;
@@ -74,6 +126,9 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
                 report(std::move(finding));
             },
             result);
+    }
+    if (listening && answers) {
+        listening->end();
     }
     return result;
 }
