@@ -59,7 +59,7 @@ TEST_F(Watched, WhatFailsIsReportedOnceAndGoesOn) {
         round++;
         watcher.with<TRAP_PartProvider>([&](TRAP_PartProvider& parts) {
             if (round < 100) {
-                throw CIMException(CIM_ERR_FAILED, "silent device");
+                throw CIMException(CIM_ERR_FAILED, round % 2 == 0 ? "no answer" : "silent device");
             }
             parts.put(TRAP_Part("late"));
         });
@@ -77,7 +77,8 @@ TEST_F(Watched, WhatFailsIsReportedOnceAndGoesOn) {
     }
     const std::lock_guard<std::mutex> guard(TrapWatcher::lock);
     EXPECT_EQ(TrapWatcher::reported,
-              (std::vector<std::string>{"CIM_ERR_FAILED: silent device", "lost device"}));
+              (std::vector<std::string>{"CIM_ERR_FAILED: silent device",
+                                        "CIM_ERR_FAILED: no answer", "lost device"}));
 }
 
 // Each change is on its way while the server stops: objects with links, and alerts.

@@ -18,6 +18,7 @@
 #include <iostream>
 #include <list>
 #include <mutex>
+#include <set>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -81,7 +82,7 @@ class Watcher {
     virtual void watch() = 0;
 
     /// Hook: gets what failed on the thread: what watch(), a function given to with(), or raise()
-    /// threw. What fails in the same way again and again comes once. Writes it to the server's
+    /// threw. A text comes once while each call of watch() has failures. Writes it to the server's
     /// trace and to stderr.
     virtual void report(const std::string& problem) {
         PEG_TRACE_CSTRING(Pegasus::TraceComponentId(36), Pegasus::Tracer::LEVEL1, problem.c_str());
@@ -185,11 +186,19 @@ class Watcher {
             return true;
         } catch (...) {
             _hasFailed = true;
-            const std::string problem = describeCurrentException();
-            if (problem != std::exchange(_reported, problem)) {
-                report(problem);
-            }
+            tell(describeCurrentException());
             return false;
+        }
+    }
+    void tell(const std::string& problem) {
+        if (_reported.size() == 100) {  // texts that are never the same
+            _reported.clear();
+        }
+        if (_reported.insert(problem).second) {
+            try {
+                report(problem);
+            } catch (...) {  // of an override: there is no further place to report to
+            }
         }
     }
 
@@ -198,8 +207,8 @@ class Watcher {
     std::list<Member> _members;
     bool _ending = false;
     std::thread _thread;
-    bool _hasFailed = false;  ///< these two belong to the thread
-    std::string _reported;    ///< last, in calls of watch() in a row that fail
+    bool _hasFailed = false;          ///< these two belong to the thread
+    std::set<std::string> _reported;  ///< since the last call of watch() in which nothing failed
 };
 
 }  // namespace v1
