@@ -295,6 +295,29 @@ TEST_F(Mistakes, ObjectsThatAreMissingAmongTheirNames) {
     expect("driver.objects");
 }
 
+// Whoever calls a method has subscribed, so that the checks see the alerts that it raises.
+TEST_F(Package, AlertsOfMethodsAreListenedTo) {
+    server.compileMofText("root/test", "class T_Alert { string Note; };");
+    auto* const alerts = new Alerts;
+    server.registerProvider("Alerts", alerts,
+                            {{"T_Alert", {"root/test"}, {ProviderType::Indication}, {}}});
+    std::atomic<bool> isEnabled{false};
+    alerts->onCall = [&](const std::string& what) {
+        isEnabled = what == "enable" || (isEnabled && what != "disable");
+    };
+    unsigned called = 0, enabled = 0;
+    a->invoke = [&, invoke = a->invoke](const Call& call, auto& handler) {
+        called++;
+        enabled += isEnabled ? 1 : 0;
+        invoke(call, handler);
+    };
+    start();
+    velmar_driver::drive(server, options, [](velmar_checks::Finding) {});
+    EXPECT_GT(called, 0u);
+    EXPECT_EQ(enabled, called);
+    EXPECT_FALSE(isEnabled);
+}
+
 // What comes and goes hides no mistake.
 TEST_F(Mistakes, NamesWithoutAnInstanceAmongWhatMoves) {
     startMoving();
