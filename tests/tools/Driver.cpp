@@ -312,7 +312,10 @@ TEST_F(Package, AlertsOfMethodsAreListenedTo) {
         invoke(call, handler);
     };
     start();
-    velmar_driver::drive(server, options, [](velmar_checks::Finding) {});
+    const std::vector<RegisteredClass> classes = {
+        {ns, "T_A", server.repository().getClass(ns, "T_A"), {ProviderType::Method}},
+        {ns, "T_Alert", server.repository().getClass(ns, "T_Alert"), {ProviderType::Indication}}};
+    velmar_driver::drive(server, classes, options, [](velmar_checks::Finding) {});
     EXPECT_GT(called, 0u);
     EXPECT_EQ(enabled, called);
     EXPECT_FALSE(isEnabled);
