@@ -319,6 +319,7 @@ TEST_F(Package, AlertsOfMethodsAreListenedTo) {
     EXPECT_GT(called, 0u);
     EXPECT_EQ(enabled, called);
     EXPECT_FALSE(isEnabled);
+    server.stop();  // while there is what its providers say to
 }
 
 // What comes and goes hides no mistake.
