@@ -48,8 +48,8 @@ void runHere(Record& record, const Run& work) {
         _exit(Unusable);
     }
     runHere(record, work);
-    fflush(nullptr);
-    if (record.hangs) {
+    if (record.hangs) {  // a provider may be reading from a stream for ever
+        fflush(stdout);
         _exit(record.code);
     }
     exit(record.code);
@@ -137,6 +137,7 @@ std::string runApart(Record& record, const Run& work) {
         return "";
     }
     fflush(nullptr);
+    signal(SIGCHLD, SIG_DFL);  // ignored, as it may be inherited, it would keep the status away
     sigset_t child;
     sigset_t before;
     sigemptyset(&child);

@@ -72,7 +72,7 @@ void writeLines(void* const* frames, int count) {
     if (lines == 0) {
         return;
     }
-    const pid_t child = fork();
+    const pid_t child = _Fork();  // the heap may be locked, by the crash itself
     if (child == 0) {
         dup2(STDERR_FILENO, STDOUT_FILENO);
         execvp(arguments[0], const_cast<char* const*>(arguments));

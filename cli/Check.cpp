@@ -158,9 +158,9 @@ void leaveOut(const std::vector<std::string>& allowed, Results& results) {
 
 Results check(const CheckOptions& options, velmar_embedded::Server& server, Record& record) {
     Results results;
-    std::mutex lock;
-    const auto tell = [&](const Finding& finding) {
-        std::lock_guard<std::mutex> guard(lock);
+    // A server that does not stop has it for longer than this call.
+    const auto tell = [lock = std::make_shared<std::mutex>(), &record](const Finding& finding) {
+        const std::lock_guard<std::mutex> guard(*lock);
         record.findings.append(textOf(toJson(finding), -1));
     };
     DriverFindings driven(tell);
@@ -216,7 +216,7 @@ ExitCode checkInto(Record& record, const CheckOptions& options) {
 nlohmann::ordered_json unfinished(const Record& record, const CheckOptions& options,
                                   const std::string& how) {
     nlohmann::ordered_json document = toJson(Results());
-    if (record.isClosed) {
+    if (record.isClosed && record.code != Unusable) {
         document = nlohmann::ordered_json::parse(record.report.get());
     } else {
         std::istringstream lines(record.findings.get());
@@ -256,10 +256,14 @@ void tellProblems(const Record& record) {
 
 ExitCode checkApart(const CheckOptions& options) {
     Record& record = makeRecord();
-    const std::string fault = runApart(record, [&] { return checkInto(record, options); });
+    std::string fault = runApart(record, [&] { return checkInto(record, options); });
     tellProblems(record);
-    if (fault.empty() && record.code == Unusable) {
+    const bool isUnusable = fault.empty() && record.code == Unusable;
+    if (isUnusable && !options.json) {
         return Unusable;  // it has been said why
+    }
+    if (isUnusable) {
+        fault = "the package was not checked; stderr says why";
     }
     const nlohmann::ordered_json document = fault.empty()
                                                 ? nlohmann::ordered_json::parse(record.report.get())
@@ -270,10 +274,11 @@ ExitCode checkApart(const CheckOptions& options) {
         fmt::print(stderr, "velmar: cannot write the report: {}\n", strerror(errno));
         return Unusable;
     }
+    const ExitCode code = fault.empty() || isUnusable ? record.code : Findings;
     if (record.hangs && fault.empty()) {
-        _exit(Findings);
+        _exit(code);
     }
-    return fault.empty() ? record.code : Findings;
+    return code;
 }
 
 void refuseUnknownRule(const std::string& id) {

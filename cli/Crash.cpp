@@ -28,6 +28,9 @@ namespace {
 thread_local char current[sizeof(LastCall::text)] = "";
 LastCall* lastCall = nullptr;
 pthread_t watching;
+pid_t process;  // a provider's own children inherit all of this
+std::atomic_flag crashed = ATOMIC_FLAG_INIT;
+thread_local bool isCrashing = false;
 
 void write(const char* text) {
     const ssize_t written = ::write(STDERR_FILENO, text, strlen(text));
@@ -108,7 +111,22 @@ void tellCall() {
     write("\n");
 }
 
+[[noreturn]] void die(int number) {
+    signal(number, SIG_DFL);
+    raise(number);
+    _exit(Findings);
+}
+
 void onCrash(int number, siginfo_t* what, void*) {
+    if (isCrashing || getpid() != process) {
+        die(number);
+    }
+    if (crashed.test_and_set()) {  // another thread is telling, and ends the process then
+        for (;;) {
+            pause();
+        }
+    }
+    isCrashing = true;
     const bool overflow =
         number == SIGSEGV && current[0] != '\0' && alternateStack().isBeyond(what->si_addr);
     if (current[0] != '\0') {
@@ -124,7 +142,7 @@ void onCrash(int number, siginfo_t* what, void*) {
     write(")");
     tellCall();
     writeBacktrace();
-    raise(number);  // the action is the default one again
+    die(number);
 }
 
 [[noreturn]] void onTerminate() {
@@ -161,7 +179,7 @@ void noteLoad(const std::string& provider, const char* step) {
 
 // A provider that ends the process does so on a thread of the server.
 void onExit() {
-    if (current[0] != '\0' && pthread_equal(pthread_self(), watching) == 0) {
+    if (current[0] != '\0' && getpid() == process && pthread_equal(pthread_self(), watching) == 0) {
         write("\nvelmar: the process is ended by exit, called in\n  ");
         write(current);
         write("\n");
@@ -197,12 +215,13 @@ void watchForCrashes(velmar_embedded::Server& server, LastCall& last) {
     server.observeCalls(noteCall);
     server.observeLoads(noteLoad);
     watching = pthread_self();
+    process = getpid();
     atexit(onExit);
     std::set_terminate(onTerminate);
     prepareBacktrace();
     struct sigaction action = {};
     action.sa_sigaction = onCrash;
-    action.sa_flags = static_cast<int>(SA_SIGINFO | SA_ONSTACK | SA_RESETHAND | SA_NODEFER);
+    action.sa_flags = static_cast<int>(SA_SIGINFO | SA_ONSTACK | SA_NODEFER);
     for (const int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) {
         sigaction(number, &action, nullptr);
     }

@@ -7,9 +7,7 @@
 #include <velmar_embedded/schema/MofLexer.h>
 
 #include <filesystem>
-#include <fstream>
 #include <set>
-#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -27,11 +25,9 @@ struct Outline {
 // As far as the file can be read: what is wrong with it the compiler says.
 Outline outlineOf(const std::string& file) {
     Outline result;
-    std::ifstream in(file, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    const std::string all = text.str();
-    velmar_embedded::MofLexer lexer(all);
+    std::string text;
+    velmar_embedded::readMof(file, text);
+    velmar_embedded::MofLexer lexer(text);
     try {
         MofToken before;
         for (MofToken token = lexer.next(); token.kind != MofToken::End; token = lexer.next()) {

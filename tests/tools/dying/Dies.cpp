@@ -9,6 +9,7 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -43,6 +44,22 @@ __attribute__((noinline)) void die() {
         client.enumerateInstanceNames("root/velmar_remote", "DIES_Thing");
         if (raise(SIGSEGV) != 0) {  // what follows keeps this frame
             block();
+        }
+    } else if (is("heap")) {
+        volatile char* const end = static_cast<char*>(malloc(5000));
+        for (int i = 0; i < 5100; i++) {
+            end[i] = 'x';
+        }
+        free(malloc(100000));
+    } else if (is("child")) {
+        const pid_t child = fork();
+        if (child == 0) {
+            exit(0);
+        }
+        int status = 1;
+        waitpid(child, &status, 0);
+        if (status != 0) {
+            _exit(3);
         }
     } else if (is("recursion")) {
         const volatile char start = 1;
