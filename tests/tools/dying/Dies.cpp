@@ -7,6 +7,7 @@
 #include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/Exception.h>
 #include <signal.h>
+#include <stdint.h>
 #include <stdlib.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -46,11 +47,15 @@ __attribute__((noinline)) void die() {
             block();
         }
     } else if (is("heap")) {
-        volatile char* const end = static_cast<char*>(malloc(5000));
-        for (int i = 0; i < 5100; i++) {
-            end[i] = 'x';
-        }
-        free(malloc(100000));
+        // The list of what is free is broken, and the heap is locked when malloc comes upon it.
+        void* const first = malloc(5000);
+        void* const second = malloc(5000);
+        volatile uintptr_t* volatile links = static_cast<uintptr_t*>(first);
+        free(first);
+        links[0] = links[1] = 8;
+        void* volatile third = malloc(9000);
+        free(third);
+        free(second);
     } else if (is("child")) {
         const pid_t child = fork();
         if (child == 0) {
