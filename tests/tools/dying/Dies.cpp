@@ -49,7 +49,7 @@ __attribute__((noinline)) void die() {
     } else if (is("heap")) {
         // The list of what is free is broken, and the heap is locked when malloc comes upon it.
         void* const first = malloc(5000);
-        void* const second = malloc(5000);
+        void* volatile second = malloc(5000);
         volatile uintptr_t* volatile links = static_cast<uintptr_t*>(first);
         free(first);
         links[0] = links[1] = 8;
