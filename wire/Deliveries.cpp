@@ -66,7 +66,7 @@ Url parseUrl(const std::string& url) {
 void requireAllowed(const std::string& url, const std::string& host,
                     const std::vector<std::string>& allowed) {
     const auto isSame = [&](const std::string& each) {
-        return strcasecmp(each.c_str(), host.c_str()) == 0;
+        return strcasecmp(placeIn(each).host.c_str(), host.c_str()) == 0;
     };
     if (!isLoopback(host) && std::none_of(allowed.begin(), allowed.end(), isSame)) {
         throw refused(url, "alerts go to 127.0.0.1, localhost and [::1] only; to send them to " +
@@ -160,7 +160,8 @@ void Listener::take(const CIMInstance& indication) {
     }
     _changed.notify_all();
     if (first) {
-        lost(std::to_string(waiting) + " alerts wait for it");
+        lost(std::to_string(waiting) + " alerts wait for it, and there is no room for " +
+             std::to_string(message.size()) + " bytes more");
     }
 }
 

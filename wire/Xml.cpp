@@ -76,19 +76,23 @@ class TextCheck {
 
     // The end of what begins with the < at `at`.
     size_t markup(size_t at) {
+        count(at);  // also what parts a text, each piece of which becomes a node
         if (startsWith(_text, at, "<!--")) {
-            return skip(_text, at, "-->");
+            return skip(_text, at + 4, "-->");
         }
         if (startsWith(_text, at, "<![CDATA[")) {
-            return skip(_text, at, "]]>");
+            return skip(_text, at + 9, "]]>");
         }
         if (startsWith(_text, at, "<!")) {
             fail(Defect::Invalid, "A document type is not accepted", at);
         }
         if (startsWith(_text, at, "<?")) {
-            return skip(_text, at, "?>");
+            const size_t end = skip(_text, at + 2, "?>");
+            for (size_t i = _text.find('=', at); i < end; i = _text.find('=', i + 1)) {
+                count(i);  // an attribute of a declaration
+            }
+            return end;
         }
-        count(at);
         if (startsWith(_text, at, "</")) {
             _depth -= _depth > 0;
             return at + 2;

@@ -151,7 +151,7 @@ class SubscriptionProvider : public CIMInstanceProvider {
         repository().modifyInstance(interopNamespace, wanted);
         try {
             setActive(change);
-        } catch (const CIMException&) {
+        } catch (...) {
             repository().modifyInstance(interopNamespace, before);
             throw;
         }
@@ -364,11 +364,14 @@ class SubscriptionProvider : public CIMInstanceProvider {
 
     CIMObjectPath createSubscription(const CIMInstance& given) {
         const CIMObjectPath path = store(given);
-        Change change(*this, path, "createInstance");
         try {
+            Change change(*this, path, "createInstance");
             setActive(change);
         } catch (...) {
-            repository().deleteInstance(interopNamespace, path);
+            try {
+                repository().deleteInstance(interopNamespace, path);
+            } catch (const CIMException&) {  // another client was faster
+            }
             throw;
         }
         return path;

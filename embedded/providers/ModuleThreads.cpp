@@ -59,15 +59,17 @@ Code codeOf(void* library) {
 }
 
 // The part of a stack that is in use, from its pointer on.
+const uintptr_t mostOfStack = 8 * 1024 * 1024;
+
+// What is used of the thread's stack, or its first part.
 Range stackAt(uintptr_t pointer) {
-    const uintptr_t most = 1024 * 1024;
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);) {
         char* end = nullptr;
         const uintptr_t first = strtoull(line.c_str(), &end, 16);
         const uintptr_t last = strtoull(end + 1, nullptr, 16);
         if (pointer >= first && pointer < last) {
-            return {pointer, std::min(last, pointer + most)};
+            return {pointer, std::min(last, pointer + mostOfStack)};
         }
     }
     return {};
@@ -107,7 +109,13 @@ Place placeOf(pid_t thread, void* library) {
         return words.empty() ? Place::Outside : Place::Unknown;
     }
     const uintptr_t pointer = strtoull(words[words.size() - 2].c_str(), nullptr, 16);
-    return hasCallInto(codeOf(library), stackAt(pointer)) ? Place::Inside : Place::Outside;
+    const uintptr_t counter = strtoull(words.back().c_str(), nullptr, 16);
+    const Code code = codeOf(library);
+    const Range stack = stackAt(pointer);
+    if (code.has(counter) || hasCallInto(code, stack)) {
+        return Place::Inside;
+    }
+    return stack.second - stack.first < mostOfStack ? Place::Outside : Place::Unknown;
 }
 
 }  // namespace velmar_embedded

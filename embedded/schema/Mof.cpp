@@ -87,10 +87,11 @@ class Compiler {
                                " bytes together");
         }
         // A file that several packages bring, as a standard one, declares what is there already.
-        // What a file with directives declares depends on more than its text.
-        const bool hasDirectives = text.find('#') != std::string::npos;
-        if (hasDirectives || _repository.isNewText(nameSpace, text)) {
+        // What one with directives or aliases declares depends on more than its text.
+        const bool standsAlone = text.find_first_of("#$") == std::string::npos;
+        if (!standsAlone || !_repository.hasText(nameSpace, text)) {
             compile(nameSpace, text, file);
+            _repository.keepText(nameSpace, text);
         }
     }
 

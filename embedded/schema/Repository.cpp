@@ -142,7 +142,7 @@ struct Repository::NameSpace {
     std::map<String, QualifierDeclaration, Less> qualifiers;
     std::map<String, StoredClass, Less> classes;
     std::map<String, std::vector<CIMName>, Less> subclasses;  // of the empty name: the roots
-    std::set<std::string> texts;                              // that isNewText was given
+    std::set<std::string> texts;                              // of keepText; gone with a class
 
     StoredClass& find(const CIMName& name, CIMStatusCode unknown) {
         const auto found = classes.find(name.getString());
@@ -335,15 +335,25 @@ void Repository::createNamespace(const CIMNamespaceName& nameSpace) {
     }
 }
 
-bool Repository::isNewText(const CIMNamespaceName& nameSpace, const std::string& text) {
+bool Repository::hasText(const CIMNamespaceName& nameSpace, const std::string& text) const {
+    std::shared_lock lock(_lock);
+    return find(nameSpace).texts.count(text) != 0;
+}
+
+void Repository::keepText(const CIMNamespaceName& nameSpace, const std::string& text) {
     std::unique_lock lock(_lock);
-    return find(nameSpace).texts.insert(text).second;
+    find(nameSpace).texts.insert(text);
 }
 
 void Repository::declareQualifier(const CIMNamespaceName& nameSpace,
                                   const QualifierDeclaration& declaration) {
     std::unique_lock lock(_lock);
-    find(nameSpace).qualifiers[declaration.name.getString()] = declaration;
+    auto& qualifiers = find(nameSpace).qualifiers;
+    if (qualifiers.count(declaration.name.getString()) == 0) {
+        requireRoom(declaration.name, 1);
+        _parts++;
+    }
+    qualifiers[declaration.name.getString()] = declaration;
 }
 
 bool Repository::findQualifier(const CIMNamespaceName& nameSpace, const CIMName& name,
@@ -391,9 +401,9 @@ void Repository::createClass(const CIMNamespaceName& nameSpace, const CIMClass& 
                                                String(std::to_string(maximumDepth).c_str()) +
                                                String(" superclasses"));
     }
-    requireRoom(name, partsOf(cimClass) + (super ? super->parts : 0));
     stored.definition = space.resolve(cimClass, super ? &super->definition : nullptr);
     stored.parts = partsOf(stored.definition);
+    requireRoom(name, stored.parts);
     _parts += stored.parts;
     space.classes.emplace(name.getString(), std::move(stored));
     space.subclasses[superName.getString()].push_back(name);
@@ -410,11 +420,13 @@ void Repository::modifyClass(const CIMNamespaceName& nameSpace, const CIMClass& 
     }
     const StoredClass* const super =
         superName.isNull() ? nullptr : &space.find(superName, CIM_ERR_INVALID_SUPERCLASS);
-    requireRoom(cimClass.getClassName(), partsOf(cimClass) + (super ? super->parts : 0));
-    stored.definition = space.resolve(cimClass, super ? &super->definition : nullptr);
-    _parts -= stored.parts;
-    stored.parts = partsOf(stored.definition);
-    _parts += stored.parts;
+    const CIMClass resolved = space.resolve(cimClass, super ? &super->definition : nullptr);
+    const size_t parts = partsOf(resolved);
+    requireRoom(cimClass.getClassName(), parts - std::min(parts, stored.parts));
+    stored.definition = resolved;
+    _parts += parts - stored.parts;
+    stored.parts = parts;
+    space.texts.clear();
     _revision++;
 }
 
@@ -426,6 +438,7 @@ void Repository::deleteClass(const CIMNamespaceName& nameSpace, const CIMName& c
     siblings.erase(std::find(siblings.begin(), siblings.end(), className));
     _parts -= stored.parts;
     space.classes.erase(className.getString());
+    space.texts.clear();
     _revision++;
 }
 

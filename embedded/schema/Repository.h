@@ -50,8 +50,10 @@ class Repository {
     /// Quiet when the namespace exists already.
     void createNamespace(const Pegasus::CIMNamespaceName& nameSpace);
 
-    /// Whether it is the first text of a namespace that says this.
-    bool isNewText(const Pegasus::CIMNamespaceName& nameSpace, const std::string& text);
+    /// Whether the text was kept, and no class of the namespace has changed since: compiled again
+    /// it would declare what is there.
+    bool hasText(const Pegasus::CIMNamespaceName& nameSpace, const std::string& text) const;
+    void keepText(const Pegasus::CIMNamespaceName& nameSpace, const std::string& text);
 
     /// Replaces an earlier declaration of the name.
     void declareQualifier(const Pegasus::CIMNamespaceName& nameSpace,

@@ -256,6 +256,8 @@ TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
          "(\"sub/\" \"ring.mof\") instance of pg_Provider { s = \"#pragma include "
          "(\\\"ok.mof\\\")\""},
         {"/far.mof", "#pragma include (\"inner.mof\")\n#pragma include (\"ok.mof\")"},
+        {"/later.mof", "#pragma include (\"needs.mof\")"},
+        {"/needs.mof", "class Needs : Later {};"},
         {"/zero.mof", "#pragma include (\"/dev/zero\")"},
         {"/ok.mof", "class Twice {};"}};
     for (const auto& [name, mof] : files) {
@@ -286,6 +288,16 @@ TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
         {"/ring.mof", at + "/sub/ring.mof:2: the file " + at + "/sub/../ring.mof includes itself"}};
     for (const auto& [name, expected] : outcomes) {
         EXPECT_EQ(outcome([&, &file = name] { compileMof(repository, ns, at + file); }), expected);
+    }
+    // What has failed, or has gone, is compiled again.
+    const auto later = [&] {
+        return outcome([&] { compileMof(repository, ns, at + "/later.mof"); });
+    };
+    EXPECT_NE(later(), "ok");
+    EXPECT_EQ(compile("class Later {};"), "ok");
+    for (int i = 0; i < 2; i++) {
+        EXPECT_EQ(later(), "ok");
+        repository.deleteClass(ns, "Needs");
     }
     EXPECT_EQ(velmar_cli::withIncludes({at + "/note.mof"}),
               (std::vector<std::string>{at + "/note.mof", at + "/sub/ring.mof", at + "/ring.mof"}));
