@@ -35,8 +35,6 @@ HttpConnection::HttpConnection(int socket, int stopping, const Limits& limits, T
       _handle(handle),
       _idleSince(Clock::now()) {}
 
-HttpConnection::~HttpConnection() { hold(0); }
-
 HttpConnection::Time HttpConnection::idleSince() const {
     char first = 0;
     std::lock_guard<std::mutex> guard(_lock);
@@ -66,6 +64,11 @@ bool HttpConnection::hold(size_t bytes) {
     const size_t all = _traffic.bytes += bytes - _held;
     _held = bytes;
     return !grows || all <= _limits.bytesInFlight;
+}
+
+void HttpConnection::release() {
+    std::string().swap(_input);
+    hold(0);
 }
 
 // False when the time is over, the client has gone, or the server stops and nothing has come.
@@ -273,10 +276,12 @@ void HttpConnection::run() {
         }
     } catch (const std::exception&) {  // no memory: what this request had is free again
         try {
+            release();
             refuse(503, "The server has no memory for the request");
         } catch (const std::exception&) {
         }
     }
+    release();  // before the client can see that the connection has ended
 }
 
 }  // namespace velmar_wire

@@ -27,7 +27,6 @@ class HttpConnection {
     /// `stopping` becomes readable when the server stops. Closes neither.
     HttpConnection(int socket, int stopping, const Limits& limits, Traffic& traffic,
                    const HttpServer::Handler& check, const HttpServer::Handler& handle);
-    ~HttpConnection();
 
     /// Serves until the client, a limit or endIdle() ends it. Throws nothing.
     void run();
@@ -51,6 +50,7 @@ class HttpConnection {
     Outcome readBody(HttpRequest& request);
     bool beginRequest();
     bool hold(size_t bytes);
+    void release();
     bool serveOne();
     bool serveAndRest();
 
