@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Alerts from sendIndication to a subscriber, and what each hop of their way costs: the call of
-// "send" while nobody subscribes, enrichment from the model without delivery, the whole way. About
+// "send" without a subscriber, enrichment from the model without delivery, the whole way. About
 // a partition (ten upcalls) or a control point (four).
 #include <benchmark/benchmark.h>
 

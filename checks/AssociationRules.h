@@ -16,7 +16,7 @@
 
 namespace velmar_checks {
 
-/// The ends of an association instance, which is left alone if its class is no association.
+/// The ends of an association instance, if its class is an association; no-op otherwise.
 void checkEnds(const Report& report, SchemaFacts& schema,
                const Pegasus::CIMNamespaceName& nameSpace, const ClassFacts& association,
                const Pegasus::CIMConstObject& object);

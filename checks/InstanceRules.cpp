@@ -44,14 +44,14 @@ const Rule nullKey{"instance.null-key", Severity::Error, "A key property of an i
                    "Give the key property the value that the path's key has."};
 const Rule noKeys{
     "instance.no-path", Severity::Error,
-    "An instance or a path was enumerated that has no keys: nobody can get or delete it.",
+    "An instance or a path was enumerated that has no keys: clients cannot get or delete it.",
     "Set the instance's path, with one key binding for each key of the class."};
 const Rule pathMissingKey{"instance.path-missing-key", Severity::Error,
                           "A path lacks a key of its class.",
                           "Give the path one key binding for each key property of the class."};
 const Rule pathUnknownKey{
     "instance.path-unknown-key", Severity::Error,
-    "A path has a key that is no key of its class: requests for the right path do not find it.",
+    "A path has a key that its class lacks: requests for the right path do not find it.",
     "Correct the key's name, or mark the property as Key in the MOF."};
 const Rule pathRepeatedKey{"instance.path-repeated-key", Severity::Error,
                            "A path has the same key twice.", "Append each key binding once."};
@@ -192,7 +192,7 @@ Facts checkClass(const Report& report, SchemaFacts& schema, const CIMNamespaceNa
         report.add(otherClass, facts->name(),
                    "delivers an instance of class " + facts->name() + ", but was asked for " +
                        textOf(asked) +
-                       ", of which it is no subclass; use one provider object for "
+                       ", which is not its superclass; use one provider object for "
                        "each class");
     }
     return facts;

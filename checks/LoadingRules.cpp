@@ -47,7 +47,7 @@ const Rule notCreated{"loading.not-created", Severity::Error,
 const Rule notInitialized{
     "loading.initialize-failed", Severity::Error,
     "The provider's initialize ended with an exception. Clients hear \"provider initialization "
-    "failed\" at every request, each of which tries anew.",
+    "failed\" at every request, each of which tries again.",
     "See the exception's text; catch in initialize what the provider can do without."};
 const Rule notTerminated{"loading.terminate-failed", Severity::Error,
                          "The provider's terminate ended with an exception: the object is not "
@@ -67,7 +67,7 @@ const Rule noInterface{
     "Derive the provider from the interface, or correct ProviderType."};
 const Rule unusedInterface{
     "loading.unregistered-interface", Severity::Warning,
-    "A provider's object has a C++ interface that it is not registered for, so nobody calls it.",
+    "A provider's object has a C++ interface that it is not registered for, so it is not called.",
     "Add the type to ProviderType (2 instance, 3 association, 4 indication, 5 method), or derive "
     "from the narrower base class."};
 
@@ -202,13 +202,13 @@ void checkLoaded(Findings& findings, const std::string& provider, const CIMProvi
             report.about(textOf(registered->className))
                 .add(noInterface, one.className,
                      std::string("is registered with ProviderType ") + one.typeName +
-                         ", but its object is no " + one.className +
+                         ", but its object is not a " + one.className +
                          "; derive it from that, or correct ProviderType");
         } else if (!isRegistered && one.isIn(object)) {
             report.add(unusedInterface, one.className,
                        std::string("its object is a ") + one.className +
                            ", but it is not registered with ProviderType " + one.typeName +
-                           "; add the type, or nobody calls it");
+                           "; add the type, or it is not called");
         }
     }
     if (!staysLoaded) {

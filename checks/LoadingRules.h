@@ -21,7 +21,7 @@ namespace velmar_checks {
 /// Modules whose library is in none of the searched folders.
 void checkModules(Findings& findings,
                   const std::vector<velmar_embedded::RegisteredModule>& modules);
-/// There is no object because of the exception that is being handled.
+/// The exception that is being handled kept the object from being made.
 void checkNotCreated(Findings& findings, const std::string& provider);
 /// Its initialize ended with the exception that is being handled.
 void checkNotInitialized(Findings& findings, const std::string& provider);

@@ -24,7 +24,7 @@ const Rule noComplete{
     "protocol.no-complete", Severity::Error,
     "An operation returned without having called complete on its handler: the answer is empty, and "
     "malformed for getInstance.",
-    "Call handler.complete() last, on every way out that is no exception."};
+    "Call handler.complete() last, on every way out but an exception."};
 const Rule completeTwice{"protocol.complete-again", Severity::Warning,
                          "An operation called complete a second time.",
                          "Call handler.complete() once, last."};
@@ -47,7 +47,7 @@ const Rule emptyObject{
     "Deliver only what has contents; deliver nothing for a null return value."};
 const Rule strayException{
     "protocol.exception", Severity::Warning,
-    "An operation ended with an exception that is no CIMException: the client gets CIM_ERR_FAILED "
+    "An operation ended with an exception other than CIMException: the client gets CIM_ERR_FAILED "
     "with its bare text.",
     "Throw a CIMException with a status and a message, or avoid the exception. A "
     "TypeMismatchException before the first delivery of invokeMethod also means that the class "

@@ -19,11 +19,11 @@ namespace velmar_checks {
 namespace {
 
 const Rule noClass{"registration.no-class", Severity::Warning,
-                   "A PG_Provider has no PG_ProviderCapabilities: nobody calls it.",
+                   "A PG_Provider has no PG_ProviderCapabilities: it is not called.",
                    "Add an instance of PG_ProviderCapabilities with its ProviderName, ClassName, "
                    "Namespaces and ProviderType."};
 const Rule methodsAlone{"registration.methods-alone", Severity::Warning,
-                        "A class with keys is registered for methods, but nobody for its "
+                        "A class with keys is registered for methods, but no provider for its "
                         "instances: clients find no instance to call a method of.",
                         "Add 2 (instance) to ProviderType."};
 const Rule unknownNamespace{"registration.unknown-namespace", Severity::Error,
@@ -40,11 +40,12 @@ const Rule associationType{
     "Add 3 (association) to ProviderType."};
 const Rule notAnAssociation{
     "registration.not-an-association", Severity::Error,
-    "A class that is no association is registered for associations: the provider is never asked.",
+    "A class other than an association is registered for associations: the provider is never "
+    "asked.",
     "Register the association class, not the classes at its ends; or qualify it with Association."};
 const Rule indicationType{
     "registration.indication-type", Severity::Error,
-    "An indication class is registered, but not for indications: nobody can subscribe to it.",
+    "An indication class is registered, but not for indications: clients cannot subscribe to it.",
     "Use ProviderType {4, 5}: indications, and methods for send."};
 const Rule notAnIndication{
     "registration.not-an-indication", Severity::Error,
@@ -52,7 +53,7 @@ const Rule notAnIndication{
     "Qualify the class with Indication in the MOF, and derive it from CIM_AlertIndication."};
 const Rule alertSuperclass{
     "registration.alert-superclass", Severity::Warning,
-    "A class is registered for indications and methods, but is no CIM_AlertIndication: "
+    "A class is registered for indications and methods, but is not a CIM_AlertIndication: "
     "subscribers to alerts do not get it, and the properties of an alert are lost.",
     "Derive the class from CIM_AlertIndication."};
 const Rule unknownMethod{"registration.unknown-method", Severity::Error,
@@ -65,8 +66,8 @@ const Rule unservedMethod{
     "Add 5 (method) to ProviderType and the method to SupportedMethods (NULL means all)."};
 const Rule unservedSubclass{
     "registration.unserved-subclass", Severity::Warning,
-    "A class is not registered, but its superclass is: registration is not inherited, so nobody "
-    "serves its instances.",
+    "A class is not registered, but its superclass is: registration is not inherited, so its "
+    "instances are not served.",
     "Register a provider for exactly this class, or qualify it with Abstract."};
 const Rule classAndSubclass{"registration.class-and-subclass", Severity::Warning,
                             "One provider is registered for instances of a class and of its "
@@ -101,9 +102,10 @@ void checkTypes(const Report& report, const ClassFacts& facts, const Same& same)
                    "associators and references find nothing; add it");
     }
     if (!facts.isAssociation() && association) {
-        report.add(notAnAssociation, "ProviderType",
-                   "has ProviderType 3 (association), but is no association, so that the provider "
-                   "is never asked; register the association class");
+        report.add(
+            notAnAssociation, "ProviderType",
+            "has ProviderType 3 (association), but is not an association, so that the provider "
+            "is never asked; register the association class");
     }
     if (facts.isIndication() && !indication) {
         report.add(
@@ -220,9 +222,10 @@ void checkClass(Findings& findings, SchemaFacts& schema, const Same& same,
     if (hasType(same, ProviderType::Method) && !hasType(same, ProviderType::Instance) &&
         !hasType(same, ProviderType::Indication) && !facts->keys().empty() &&
         !instancesOf(registrations, first.nameSpace, first.className)) {
-        report.add(methodsAlone, "ProviderType",
-                   "is registered for methods, but nobody for its instances; add 2 (instance) to "
-                   "ProviderType");
+        report.add(
+            methodsAlone, "ProviderType",
+            "is registered for methods, but no provider for its instances; add 2 (instance) to "
+            "ProviderType");
     }
     checkMethods(report, *facts, same);
 }
@@ -248,7 +251,7 @@ void checkInheritance(Findings& findings, SchemaFacts& schema, const CIMNamespac
         } else if (!own && !facts.isAbstract() &&
                    schema.schema().instances(nameSpace, name).size() == 0) {
             report.add(unservedSubclass, textOf(lineage[i]),
-                       "nobody is registered for its instances, only for its superclass " +
+                       "no provider is registered for its instances, only for its superclass " +
                            textOf(lineage[i]) +
                            ", and registration is not inherited; register a "
                            "provider for exactly this class");
@@ -318,7 +321,7 @@ void checkProviders(Findings& findings,
                              [&](const Registration& one) { return one.provider == provider; })) {
                 Report(findings, provider, "")
                     .add(noClass, "PG_ProviderCapabilities",
-                         "is registered for no class, so that nobody calls it; add an instance of "
+                         "is registered for no class, so it is not called; add an instance of "
                          "PG_ProviderCapabilities with its ProviderName");
             }
         }

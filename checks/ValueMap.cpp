@@ -21,7 +21,7 @@ __extension__ typedef __int128 Wide;
 const Wide lowest = std::numeric_limits<Sint64>::min();
 const Wide highest = std::numeric_limits<Uint64>::max();
 
-// False for what is no number; the number is then unchanged.
+// False if malformed; the number is then unchanged.
 bool parse(const std::string& text, Wide& number) {
     Uint64 natural = 0;
     Sint64 negative = 0;
@@ -41,7 +41,7 @@ bool parse(const std::string& text, Wide& number) {
     return false;
 }
 
-// Whether an entry allows the number; an entry that is no number or range allows any.
+// Whether an entry allows the number; a malformed entry allows any.
 bool allows(const std::string& entry, Wide number) {
     const size_t dots = entry.find("..");
     const std::string first = entry.substr(0, dots);

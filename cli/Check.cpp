@@ -130,7 +130,7 @@ class StandardDescriptors {
 
 void observe(velmar_embedded::Server& server, Record& record,
              const std::function<void(const Finding&)>& tell) {
-    server.observeFindings(tell);  // the record gets them, in case that there is no end
+    server.observeFindings(tell);  // the record gets them, in case the end is missing
     server.observeProblems([&](const std::string& text) {
         std::string line = text;
         std::replace(line.begin(), line.end(), '\n', ' ');
@@ -199,7 +199,7 @@ Results check(const CheckOptions& options, velmar_embedded::Server& server, Reco
 // In the process that runs the package.
 ExitCode checkInto(Record& record, const CheckOptions& options) {
     if (options.json) {
-        dup2(STDERR_FILENO, STDOUT_FILENO);  // what providers print is no part of the document
+        dup2(STDERR_FILENO, STDOUT_FILENO);  // what providers print stays out of the document
     }
     auto server = std::make_unique<velmar_embedded::Server>();
     const Results results = check(options, *server, record);

@@ -34,7 +34,7 @@ thread_local bool isCrashing = false;
 
 void write(const char* text) {
     const ssize_t written = ::write(STDERR_FILENO, text, strlen(text));
-    static_cast<void>(written);  // there is nobody left to tell
+    static_cast<void>(written);  // nowhere left to tell
 }
 
 // Where a thread's handler runs when its stack is used up.

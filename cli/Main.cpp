@@ -45,7 +45,7 @@ int main(int argc, char** argv) {
     }
     const auto isCalled = [&](const CLI::App* command) { return command->check_name(argv[1]); };
     if (argv[1][0] != '-' && app.get_subcommands(isCalled).empty()) {
-        std::cerr << "velmar: there is no command " << argv[1] << "; velmar --help lists them\n";
+        std::cerr << "velmar: unknown command " << argv[1] << "; velmar --help lists them\n";
         return velmar_cli::Unusable;
     }
     try {

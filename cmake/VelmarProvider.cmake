@@ -50,7 +50,7 @@ function(_velmar_command result)
         if(velmar_remote_PREFIX)
             string(PREPEND _places "in ${velmar_remote_PREFIX}/bin or ")
         endif()
-        message(FATAL_ERROR "${_name}: there is no command velmar ${_places}. It comes with "
+        message(FATAL_ERROR "${_name}: found no command velmar ${_places}. It comes with "
             "the library's build for the embedded server: install that, too (where the library is a "
             "subproject, set VELMAR_BUILD_CLI=ON), or name the command with "
             "-DVELMAR_COMMAND=/path/to/velmar.")

@@ -28,7 +28,7 @@ class StopWatch {
           _running(running) {
         try {
             _thread = std::thread(&StopWatch::watch, this);
-        } catch (const std::system_error&) {  // no thread to be had: stop unwatched
+        } catch (const std::system_error&) {  // no thread can be started: stop unwatched
         }
     }
     ~StopWatch() {
@@ -134,8 +134,8 @@ void RunningServer::noteTimeout(const Request& request, Uint32 milliseconds) {
     const Purpose purpose{operationName(request.operation), &request.path.getClassName()};
     const std::string running = _running.text(&request);
     _problems.report(
-        "a client waited " + std::to_string(milliseconds) + " ms for " + purpose.text() +
-        " in vain: " + (running.empty() ? "no provider is at it" : "still at " + running));
+        "a client timed out after " + std::to_string(milliseconds) + " ms in " + purpose.text() +
+        (running.empty() ? "; no provider runs for it" : "; still running: " + running));
 }
 
 std::string RunningServer::subscribe(const std::string& query,

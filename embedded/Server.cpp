@@ -91,7 +91,7 @@ void Server::registerProvider(const std::string& name, std::function<CIMProvider
     auto checked = [name, create = std::move(create)] {
         CIMProvider* provider = create();
         if (!provider) {
-            throw std::runtime_error("there is no object of provider " + name);
+            throw std::runtime_error("found no object of provider " + name);
         }
         return provider;
     };

@@ -131,7 +131,7 @@ class Server {
     /// Called with what no caller hears of, one problem at a time, in their order, on a thread of
     /// its own (from where all but stop may be called): why an initialize or a terminate failed, a
     /// provider that refuses a subscription or delivers after it was disabled, a full queue, a
-    /// subscriber that throws, a client that has waited in vain, what a slow stop waits for. Set
+    /// subscriber that throws, a client that timed out, what a slow stop waits for. Set
     /// before start; without one, and after stop, they go to stderr.
     void observeProblems(std::function<void(const std::string&)> observer);
 

@@ -72,7 +72,7 @@ std::string packageReadme(const Options& options, const std::vector<ClassModel>&
                                    model.reason);
             continue;
         }
-        if (first.empty() || firstIsAlert) {  // nobody enumerates alerts
+        if (first.empty() || firstIsAlert) {  // alerts are not enumerated
             first = model.name;
             firstIsAlert = model.kind == Kind::Alert;
         }

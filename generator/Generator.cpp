@@ -30,7 +30,7 @@ std::vector<PathClass> pathClasses(const Reader& reader, const std::vector<Class
     std::set<std::string> known;
     std::map<std::string, std::string> cppNames;
     const auto take = [&](const std::string& name) {
-        // A class that the schema leaves out, as it may those of references nobody uses.
+        // A class that the schema leaves out, as it may those of references that are not used.
         const std::vector<std::string> lineage =
             reader.has(name) ? reader.lineage(name) : std::vector<std::string>{name};
         for (size_t i = lineage.size(); i-- > 0;) {
@@ -106,7 +106,7 @@ std::vector<ClassModel> readClasses(const Reader& reader, const Options& options
         ClassModel model = reader.read(name);
         if (model.isAbstract) {
             throw GeneratorError("class " + model.name +
-                                 " is abstract: there are no instances of it; name a subclass");
+                                 " is abstract, so it has no instances; name a subclass");
         }
         checkNamespace(options, model);
         const bool isKnown = std::any_of(models.begin(), models.end(), [&](const ClassModel& one) {
@@ -253,7 +253,7 @@ void writeFiles(const std::string& folder, const std::vector<GeneratedFile>& fil
         listed += file.path + "\n";
         names.insert(file.path);
     }
-    // What an earlier call wrote and nobody writes any more would still be compiled against.
+    // What only an earlier call wrote would still be compiled against.
     const fs::path list = fs::path(folder) / ".velmar-generated";
     const std::string before = textOf(list);
     std::istringstream lines(before);

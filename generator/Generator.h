@@ -32,7 +32,7 @@ struct Options {
     /// Whether alerts are enriched from the CIM model; not set: where the schema has the classes
     /// that this asks for.
     std::optional<bool> enrichment;
-    /// What clients may do with the instances of classes that are no associations, beside reading
+    /// What clients may do with the instances of classes other than associations, beside reading
     /// them: "create", "delete" or "create,delete", then the classes, and so on.
     std::vector<std::string> clientsMay;
     std::string watcher;  ///< name of the class that watches the device; empty: none does

@@ -63,7 +63,7 @@ struct ClassModel {
     Kind kind = Kind::Instances;        ///< what a provider of it is based on; None: no base fits
     std::string clients = "cim::READ";  ///< what clients may do, in terms of cim::Clients
     std::string reason;                 ///< why kind is not what the class seems to be
-    /// Why there is no provider of it, where kind is None, and what to do.
+    /// Why it has no provider, where kind is None, and what to do.
     std::string refusal() const;
     std::vector<Element> properties;  ///< keys first
     std::vector<Method> methods;

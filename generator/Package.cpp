@@ -139,7 +139,8 @@ std::vector<std::string> packageRemarks(const velmar_embedded::Repository& repos
         if (first != lacking.end()) {
             const auto others = std::count_if(lacking.begin(), lacking.end(), isOfThis) - 1;
             remarks.push_back(fmt::format(
-                "class {}: nobody serves its subclass {}{}, and a registration is not inherited; "
+                "class {}: no provider serves its subclass {}{}, and a registration is not "
+                "inherited; "
                 "name the classes that there are objects of",
                 model.name, first->first, others == 0 ? "" : fmt::format(" and {} more", others)));
         }

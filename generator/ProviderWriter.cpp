@@ -31,7 +31,7 @@ std::string signature(const ClassModel& model, const Method& method) {
 std::string hook(const ClassModel& model, const Method& method) {
     std::string text = comment(method.description, 4);
     text += method.isStatic
-                ? "    /// Of the class: there is no object.\n"
+                ? "    /// Of the class: no object is needed.\n"
                 : "    /// `self` is this call's own copy; update makes changes known.\n";
     for (const Element& parameter : method.parameters) {
         if (!parameter.description.empty()) {

@@ -58,7 +58,7 @@ inline void failOnFindings(const velmar_embedded::Server& server,
 /// Subscribes for its lifetime to a class of indications and keeps what comes. Thread-safe.
 class Subscriber {
  public:
-    /// Throws CIMException where nobody can serve the subscription.
+    /// Throws CIMException if no provider serves the subscription.
     Subscriber(velmar_embedded::Server& server, const std::string& className,
                const std::string& nameSpace = "root/velmar_remote")
         : _server(server),

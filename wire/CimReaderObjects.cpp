@@ -121,7 +121,7 @@ CIMQualifier qualifierOf(pugi::xml_node element) {
                         truth(element, "PROPAGATED", false));
 }
 
-// Adds the qualifiers at the begin of an element; returns what follows them.
+// Adds the qualifiers at the start of an element; returns what follows them.
 template <class Feature>
 pugi::xml_node readQualifiers(pugi::xml_node parent, Feature& feature) {
     pugi::xml_node element = firstElement(parent);

@@ -90,7 +90,7 @@ bool HttpConnection::receive(Time until) {
     return true;
 }
 
-// Whether nobody is there any more to get an answer.
+// Whether the client has gone.
 bool HttpConnection::isGone() const {
     pollfd state = {_socket, 0, 0};
     return poll(&state, 1, 0) == 1 && (state.revents & (POLLERR | POLLHUP)) != 0;

@@ -36,7 +36,7 @@ struct HttpResponse {
     std::string text() const;
 };
 
-/// The line and headers of a request, up to the empty line. Nothing for what is none.
+/// The line and headers of a request, up to the empty line. Returns nullopt if malformed.
 std::optional<HttpRequest> parseHead(const std::string& head);
 
 /// How long a request's body is, and how it comes.
@@ -46,7 +46,7 @@ struct BodyLength {
 };
 BodyLength bodyLength(const HttpRequest& request);
 
-/// Takes what is whole of a chunked body off the begin of `input` and adds it to `body`.
+/// Moves what is whole of a chunked body from the front of `input` to `body`.
 class ChunkReader {
  public:
     enum Result { More, Whole, Malformed };

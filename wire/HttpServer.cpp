@@ -139,7 +139,7 @@ class HttpServer::Impl {
             client = _clients.emplace(client, socket, *this);
             guard.unlock();
             _threads.run([this, client] { serve(client); });
-        } catch (const std::exception&) {  // or there is no thread, or no memory
+        } catch (const std::exception&) {  // or for want of a thread or memory
             refuse(socket);
             if (client == _clients.end()) {
                 close(socket);

@@ -24,7 +24,7 @@ struct Call {
     Pegasus::CIMNamespaceName nameSpace;
     Pegasus::CIMObjectPath object;  ///< of an extrinsic method: namespace, class and keys
     std::optional<velmar_embedded::Request> request;
-    std::optional<velmar_embedded::Failure> refusal;  ///< why there is no request
+    std::optional<velmar_embedded::Failure> refusal;  ///< why the request was not read
 };
 
 // Server side.
@@ -47,7 +47,7 @@ std::string methodOf(const velmar_embedded::Request& request);
 std::string objectOf(const velmar_embedded::Request& request);
 /// The same for a request that was read.
 std::string objectOf(const Call& call);
-/// Throws CIMException for an error in the response, MessageFault for what is no response to
+/// Throws CIMException for an error in the response, MessageFault if it is not a response to
 /// the request.
 velmar_embedded::Answer readResponse(const velmar_embedded::Request& request,
                                      const std::string& body);

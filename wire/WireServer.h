@@ -59,7 +59,7 @@ struct Refusals {
 class WireServer {
  public:
     /// Serves `server`, which must outlive this object, from here on: it has to be started. Throws
-    /// std::runtime_error when the port cannot be had.
+    /// std::runtime_error if the port is in use.
     explicit WireServer(velmar_embedded::Server& server, const Options& options = Options());
     /// Ends the connections, waits for the answers that are being made; indications that are not
     /// delivered yet are given up. Stop the server after it.

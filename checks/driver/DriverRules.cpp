@@ -59,7 +59,7 @@ const Rule role = {"driver.role", Severity::Error,
                    "A role that the association does not have is answered with objects.",
                    "Answer it with an error or with nothing."};
 const Rule subscribe = {"driver.subscribe", Severity::Error,
-                        "Nobody can subscribe to the indication class.",
+                        "Clients cannot subscribe to the indication class.",
                         "Register the class for provider type 4 with a provider that accepts."};
 const Rule create = {"driver.create", Severity::Error,
                      "An instance that was created cannot be read, or has other values.",

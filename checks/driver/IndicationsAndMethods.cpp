@@ -55,7 +55,7 @@ CIMObjectPath anyObject(Session& session) {
     return CIMObjectPath();
 }
 
-// A method may refuse, so this is no finding; the user sees that it did.
+// A method may refuse, so this is a remark, not a finding.
 void showError(Session& session, const std::string& operation, const Outcome& outcome) {
     if (outcome.code > 0) {
         std::vector<std::string>& tried = session.result.operations;

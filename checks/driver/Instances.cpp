@@ -173,7 +173,7 @@ CIMObjectPath another(const Session& session, const CIMObjectPath& path,
     const CIMClass& definition = session.about.definition;
     Array<CIMKeyBinding> keys = path.getKeyBindings();
     for (Uint32 i = 0; i < keys.size(); i++) {
-        // CreationClassName and its kin name classes, of which there are no others.
+        // CreationClassName and its kin name classes, and these are all.
         const bool namesClass =
             keys[i].getName().getString().find(String("ClassName")) != PEG_NOT_FOUND;
         // Characters and times are written as strings, too.

@@ -44,7 +44,7 @@ struct Outcome {
     std::string text;  ///< of the exception
 
     explicit operator bool() const { return code == 0; }
-    /// "CIM_ERR_NOT_FOUND: text", or the text of what is no CIMException.
+    /// "CIM_ERR_NOT_FOUND: text", or the text of any other exception.
     std::string describe() const;
 };
 
@@ -93,8 +93,8 @@ class Session {
 
     /// Compares answers: `ask` asks, always in the same order, and says what is doubtful and which
     /// objects there are. It is called again, at growing intervals, and what a change between two
-    /// questions would explain is no finding; then the class `changes`. A doubt of a kind that was
-    /// found before is a finding at once.
+    /// questions would explain is not a finding; then the class `changes`. A doubt of a kind that
+    /// was found before is a finding at once.
     void confirm(const std::function<void(Doubts&)>& ask);
 
     /// A finding about the class; `sentence` goes on after its name.

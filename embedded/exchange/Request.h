@@ -144,7 +144,7 @@ struct Answer {
     Pegasus::Array<Pegasus::CIMParamValue> parameters;
     /// The list that a client's answer is cut down to.
     Pegasus::CIMPropertyList propertyList;
-    /// One for each provider that delivered objects; none when nobody wants to know.
+    /// One for each provider that delivered objects; empty unless asked for.
     std::vector<std::shared_ptr<const AnswerGuard>> guards;
 };
 

@@ -18,7 +18,7 @@ namespace velmar_embedded {
 class Destination {
  public:
     virtual ~Destination() = default;
-    /// Takes an indication, which nobody changes any more, and returns at once.
+    /// Takes an indication, which stays unchanged from then on, and returns at once.
     virtual void take(const Pegasus::CIMInstance& indication) = 0;
 };
 

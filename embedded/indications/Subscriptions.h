@@ -34,7 +34,7 @@ class Subscriptions {
     Subscriptions(const Subscriptions&) = delete;
     Subscriptions& operator=(const Subscriptions&) = delete;
 
-    /// A subscription that nobody knows of yet. Throws CIMException for a query or an argument
+    /// A subscription that is not known yet. Throws CIMException for a query or an argument
     /// that cannot be. `instance` is the subscription as clients see it, if they do.
     std::shared_ptr<Subscription> prepare(
         const std::string& query, const std::vector<std::string>& nameSpaces,

@@ -129,7 +129,7 @@ void add(const InteropServices& services, Registry& registry, const char* name,
 }  // namespace
 
 void addInterop(const InteropServices& services, Registry& registry) {
-    // A real server has these from the begin.
+    // A real server has these from the start.
     services.repository.createNamespace("root/PG_Internal");
     services.repository.createNamespace("root/cimv2");
     compileMofText(services.repository, interopNamespace, interopClasses, "interop classes");

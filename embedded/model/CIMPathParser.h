@@ -32,7 +32,7 @@ class PathParser {
  public:
     /// Keeps references to both.
     PathParser(const String& text, PathParts& parts);
-    /// False, with the reason and the parts before the malformed one, for a text that is no path.
+    /// False, with the reason and the parts before the malformed one, if malformed.
     bool parse(String& reason);
 
     /// Whether this is a host name or address with an optional port.

@@ -73,7 +73,7 @@ CIMProvider* LoadedProvider::create(const Purpose& purpose) {
             throw;
         }
         // A caller after the first one hears the same error, whatever is missing for a new try.
-        _problems.report(_title + ": cannot be made anew for " + purpose.text() +
+        _problems.report(_title + ": could not be re-created for " + purpose.text() +
                          " after its initialize failed: " + describeCurrentException());
         failInitialization();
     }

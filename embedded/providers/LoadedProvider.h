@@ -36,7 +36,7 @@ class LoadObserver {
     virtual void loading(const std::string& provider) = 0;
     /// Its object is about to be terminated.
     virtual void terminating(const std::string& provider) = 0;
-    /// There is no object because of the exception that is being handled.
+    /// The exception that is being handled kept the object from being made.
     virtual void notCreated(const std::string& provider) = 0;
     /// Its initialize ended with the exception that is being handled.
     virtual void notInitialized(const std::string& provider) = 0;
@@ -59,7 +59,7 @@ class LoadedProvider {
     const std::string& name() const { return _name; }
     /// For errors: "provider \"NAME\"".
     const std::string& title() const { return _title; }
-    /// Whether it is the server's own, which nobody has to check.
+    /// Whether it is the server's own, which needs no check.
     bool isOwn() const { return !_observer; }
 
     /// The object, loaded and initialized by the first caller while others wait. Throws

@@ -22,7 +22,7 @@
 
 namespace velmar_embedded {
 
-/// Why there is no provider of a module: a CIM_ERR_FAILED.
+/// Why a module has no provider: a CIM_ERR_FAILED.
 class ModuleError : public Pegasus::CIMException {
  public:
     enum Kind { NotFound, NotLoadable, NoEntryPoint, UnknownProvider };

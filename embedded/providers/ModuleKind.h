@@ -12,8 +12,8 @@
 namespace velmar_embedded {
 
 /// Why the library in `file` cannot run in this server, as a sentence; empty where nothing speaks
-/// against it, also where the file cannot be read or is no library. Looks at the libraries that it
-/// needs itself, not at what those need.
+/// against it, also where the file cannot be read or is not a library. Looks at the libraries that
+/// it needs itself, not at what those need.
 std::string reasonAgainstModule(const std::string& file);
 
 }  // namespace velmar_embedded

@@ -26,8 +26,8 @@ class Teller {
     Teller(const Teller&) = delete;
     Teller& operator=(const Teller&) = delete;
 
-    /// Does not wait for `tell`, which must not throw. False when nobody would call it: after stop,
-    /// or when there is no thread to be had.
+    /// Does not wait for `tell`, which must not throw. False if it will not be called: after stop,
+    /// or if no thread can be started.
     bool queue(std::function<void()> tell);
 
     /// Waits until what was queued before has been told; not on the thread of the teller, where it

@@ -23,7 +23,7 @@
 
 namespace velmar_embedded {
 
-/// What the checks want to know of a handler; nobody watches unless `watch` is set.
+/// What the checks want to know of a handler; off unless `watch` is set.
 class Watched {
  public:
     void watch(velmar_checks::CallWatch* watch) { _watch = watch; }

@@ -4,7 +4,7 @@
 // How deep requests are nested: one that a provider makes while it serves another is one deeper.
 //
 // Followed through clients and handles, on whatever threads the requests are served. A thread that
-// a provider has made begins anew. Thread-safe: of each thread its own.
+// a provider has made starts again at 0. Thread-safe: of each thread its own.
 #ifndef VELMAR_EMBEDDED_REQUESTS_NESTING_H
 #define VELMAR_EMBEDDED_REQUESTS_NESTING_H
 

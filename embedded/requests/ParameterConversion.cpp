@@ -65,7 +65,7 @@ CIMValue typedValue(const String& parameterName, const CIMValue& value, CIMType 
     const std::optional<CIMValue> converted = valueOf(textsOf(value), type, isArray);
     if (!converted) {
         throw CIMException(CIM_ERR_INVALID_PARAMETER, "parameter " + parameterName + ": \"" +
-                                                          value.toString() + "\" is no " +
+                                                          value.toString() + "\" is not a " +
                                                           cimTypeToString(type));
     }
     return *converted;

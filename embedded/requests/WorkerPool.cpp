@@ -58,7 +58,7 @@ void WorkerPool::runAll(const std::vector<std::function<void()>>& tasks) {
         try {
             run(task);
         } catch (const std::exception&) {
-            task();  // no further thread to be had: one after the other
+            task();  // no further thread: one after the other
         }
     }
     if (!tasks.empty()) {

@@ -45,7 +45,7 @@ class MofLexer {
     /// `text` must outlive the lexer.
     explicit MofLexer(const std::string& text);
 
-    /// The next token, End again and again at the end. Throws MofFault for what is no token.
+    /// The next token, End again and again at the end. Throws MofFault if malformed.
     MofToken next();
 
  private:

@@ -175,7 +175,7 @@ void MofParser::qualifierDeclaration() {
     advance();
 }
 
-// Where a qualifier may stand is kept but not enforced; a misspelt scope is no scope.
+// Where a qualifier may stand is kept but not enforced; a misspelt scope is ignored.
 QualifierScopes MofParser::scope() {
     QualifierScopes scopes;
     do {

@@ -21,7 +21,7 @@ namespace {
 
 [[noreturn]] void failType(const MofToken& literal, CIMType type) {
     throw MofFault(literal.line,
-                   "the value " + literal.shown() + " is no " + cimTypeToString(type));
+                   "the value " + literal.shown() + " is not a " + cimTypeToString(type));
 }
 
 void require(const MofToken& literal, MofToken::Kind kind, CIMType type) {
@@ -92,7 +92,7 @@ T fromString(const MofToken& literal) {
     try {
         return T(literal.value);
     } catch (const Exception& e) {
-        throw MofFault(literal.line, "the value " + literal.shown() + " is no " +
+        throw MofFault(literal.line, "the value " + literal.shown() + " is not a " +
                                          cimTypeToString(cimTypeOf<T>) + ": " +
                                          static_cast<const char*>(e.getMessage().getCString()));
     }

@@ -108,7 +108,7 @@ void showAlert(const Demo& demo, Inbox& inbox, size_t wanted, const Texts& texts
     demo.story.tell(lines);
 }
 
-// Any program can raise an alert. An element that is no system is its own sender.
+// Any program can raise an alert. An element other than a system is its own sender.
 void raise(const Demo& demo, const site::ControlPoint& point, const CIMObjectPath& path) {
     demo.story.step("sendIndication", shortText(path), [&] {
         const Uint16 WARNING = 3;
@@ -168,7 +168,7 @@ void showAlerts(const Demo& demo) {
                {"Type", ""}});
     demo.story.step("unsubscribe", query, [&] {
         demo.server.unsubscribe(subscription);
-        return "nobody subscribes";
+        return "no subscriber";
     });
     change(demo, path, *failure, *other);
     showAlert(demo, inbox, 0, {});

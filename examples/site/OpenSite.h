@@ -13,7 +13,7 @@ namespace site {
 
 /// The file named by the environment variable VELMAR_SITE_FILE, or /etc/velmar_remote/site.json.
 /// Loaded by the first caller and shared as long as anybody holds it, so that a module which was
-/// disabled and enabled again reads the file anew. Throws CIMException with the reason, which is
+/// disabled and enabled again reads the file again. Throws CIMException with the reason, which is
 /// also written to the trace. Thread-safe.
 std::shared_ptr<const Site> openSite();
 

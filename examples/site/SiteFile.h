@@ -23,7 +23,7 @@ struct State {
     bool failure;  ///< worth an alert
 };
 
-/// Null when there is no such state.
+/// Null for an unknown state.
 const State* findState(const std::string& name);
 const State* findState(uint16_t value);
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Providers of the systems of a site, one class each for hosting systems and for partitions:
-// InstanceMethodProvider by hand. Both share one method, which answers 5 for whatever is no state;
+// InstanceMethodProvider by hand. Both share one method, which answers 5 for any other number;
 // a generated base would refuse a parameter of another type before the method is called.
 //
 // Thread-safe as the server demands: it calls every operation on any number of threads at once.

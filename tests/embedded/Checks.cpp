@@ -227,7 +227,7 @@ const std::vector<Mistake> mistakes{
          };
      },
      "loading.interface",
-     {"\"Bare\"", "2 (instance)", "no CIMInstanceProvider"}},
+     {"\"Bare\"", "2 (instance)", "not a CIMInstanceProvider"}},
     {"interface not registered",
      [](auto& p) { p.linkTypes[0].types = {A}; },
      "loading.unregistered-interface",

@@ -76,9 +76,10 @@ TEST_F(Reports, InitializeAndTerminateThatFail) {
               " device\nprovider \"Once\": terminate failed: int: Unknown error.\n");
     // The object is gone: nothing can be tried, and callers hear the same.
     EXPECT_EQ(outcome([&] { client.enumerateInstances(ns, "T_A"); }), heard);
-    EXPECT_EQ(take().find("provider \"Once\": cannot be made anew for enumerateInstances of T_A "
-                          "after its initialize failed: std::runtime_error: the object"),
-              0u);
+    EXPECT_EQ(
+        take().find("provider \"Once\": could not be re-created for enumerateInstances of T_A "
+                    "after its initialize failed: std::runtime_error: the object"),
+        0u);
     get(B1);
     server.stop();
     EXPECT_EQ(take(),
@@ -122,8 +123,8 @@ TEST_F(Reports, ClientsThatWaitInVain) {
         client.setTimeout(time);
         EXPECT_THROW(client.enumerateInstances(ns, "T_A"), ConnectionTimeoutException);
         problem = take();
-        EXPECT_EQ(problem.find("a client waited " + std::to_string(time) +
-                               " ms for enumerateInstances of T_A in vain: "),
+        EXPECT_EQ(problem.find("a client timed out after " + std::to_string(time) +
+                               " ms in enumerateInstances of T_A; "),
                   0u)
             << problem;
         EXPECT_EQ(problem.find("Other"), std::string::npos) << problem;

@@ -138,7 +138,7 @@ TEST_F(Generating, SaysWhatAPackageCannotServe) {
     options.classes = {"TRAP_Keyless", "TRAP_Three", "TRAP_Part"};
     const std::vector<std::string> remarks = packageRemarks(schema, options);
     ASSERT_EQ(remarks.size(), 3u);
-    expectHas(remarks.back(), "nobody serves its subclass TRAP_SubPart");
+    expectHas(remarks.back(), "no provider serves its subclass TRAP_SubPart");
     EXPECT_EQ(packageCheckOptions(schema, options), " --allow registration.unserved-subclass");
     options.classes.push_back("TRAP_SubPart");
     EXPECT_EQ(packageCheckOptions(schema, options), "");

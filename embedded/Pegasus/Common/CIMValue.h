@@ -35,7 +35,7 @@ class PEGASUS_EXPORT CIMValue {
 // For each type: implicit construction, set (which takes the new type, whatever it was) and get.
 // get throws TypeMismatchException for another type, for nulls too, and leaves its argument alone
 // for a null of the right one. An uninitialized object throws UninitializedObjectException. There
-// is no conversion from text: a pointer to characters becomes a boolean.
+// does not convert text: a pointer to characters becomes a boolean.
 #define PEGASUS_VALUE_MEMBERS(Argument, Type) \
     CIMValue(Argument x);                     \
     CIMValue(const Array<Type>& x);           \

@@ -19,7 +19,7 @@ namespace {
 // Reachable until the process ends: providers may ask for names in their destructors.
 struct Names {
     std::mutex lock;
-    std::mutex resolving;  // taken before `lock`, which nobody holds while a name is resolved
+    std::mutex resolving;  // taken before `lock`, which is free while a name is resolved
     String host;
     String fullyQualified;
 

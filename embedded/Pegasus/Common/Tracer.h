@@ -97,7 +97,7 @@ class PEGASUS_EXPORT Tracer {
     static Uint32 setTraceLevel(const Uint32 level);
     /// Replaces the former ones; case is ignored, "ALL" is all of them, unknown names are none.
     static void setTraceComponents(const String& commaSeparatedNames);
-    /// "File" or "Log" (the system log). "Memory" is refused: nobody could read it.
+    /// "File" or "Log" (the system log). "Memory" is refused: it could not be read.
     static Uint32 setTraceFacility(const String& facility);
     /// The file is renamed to FILE.1 (FILE.1 to FILE.2 and so on) before a record when it is
     /// larger than that; default 0.

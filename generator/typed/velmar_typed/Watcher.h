@@ -197,7 +197,7 @@ class Watcher {
         if (_reported.insert(problem).second) {
             try {
                 report(problem);
-            } catch (...) {  // of an override: there is no further place to report to
+            } catch (...) {  // of an override: the last place to report to
             }
         }
     }
