@@ -381,6 +381,7 @@ ClassModel Reader::read(const std::string& name) const {
                      "referenceNames",
                      "add",
                      "update",
+                     "put",
                      "erase",
                      "find",
                      "all",
