@@ -42,20 +42,14 @@ HttpConnection::Time HttpConnection::idleSince() const {
 }
 
 bool HttpConnection::endIdle() {
+    char first = 0;
     std::lock_guard<std::mutex> guard(_lock);
-    if (_idleSince == Time::max()) {
+    if (_idleSince == Time::max() || recv(_socket, &first, 1, MSG_PEEK | MSG_DONTWAIT) == 1) {
         return false;
     }
     _ended = true;
     shutdown(_socket, SHUT_RD);  // wakes the thread that waits for a request
     return true;
-}
-
-// False if it was ended meanwhile.
-bool HttpConnection::beginRequest() {
-    std::lock_guard<std::mutex> guard(_lock);
-    _idleSince = Time::max();
-    return !_ended;
 }
 
 // Counts the bytes that this connection holds. False if they are too many for the server.
@@ -71,7 +65,8 @@ void HttpConnection::release() {
     hold(0);
 }
 
-// False when the time is over, the client has gone, or the server stops and nothing has come.
+// False when the time is over, the client has gone, the connection was ended, or the server stops and
+// nothing has come.
 bool HttpConnection::receive(Time until) {
     pollfd wanted[] = {{_socket, POLLIN, 0}, {_stopping, POLLIN, 0}};
     int ready = 0;
@@ -82,10 +77,13 @@ bool HttpConnection::receive(Time until) {
         return false;
     }
     char buffer[16384];
-    const ssize_t count = recv(_socket, buffer, sizeof buffer, 0);
-    if (count <= 0) {
+    // What was taken cannot be peeked at, so idleSince() sees it taken and counted, or neither.
+    std::lock_guard<std::mutex> guard(_lock);
+    const ssize_t count = recv(_socket, buffer, sizeof buffer, MSG_DONTWAIT);
+    if (count <= 0 || _ended) {
         return false;
     }
+    _idleSince = Time::max();
     _input.append(buffer, size_t(count));
     return true;
 }
@@ -152,9 +150,6 @@ HttpConnection::Outcome HttpConnection::readHead(HttpRequest& request) {
             return Outcome::Ended;
         }
         if (isIdle) {
-            if (!beginRequest()) {
-                return Outcome::Ended;
-            }
             _until = Clock::now() + _limits.requestTime;
         }
     }

@@ -48,7 +48,6 @@ class HttpConnection {
     Outcome refuse(int status, const char* detail = nullptr);
     Outcome readHead(HttpRequest& request);
     Outcome readBody(HttpRequest& request);
-    bool beginRequest();
     bool hold(size_t bytes);
     void release();
     bool serveOne();
