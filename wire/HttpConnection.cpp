@@ -65,8 +65,8 @@ void HttpConnection::release() {
     hold(0);
 }
 
-// False when the time is over, the client has gone, the connection was ended, or the server stops and
-// nothing has come.
+// False when the time is over, the client has gone, the connection was ended, or the server stops
+// and nothing has come.
 bool HttpConnection::receive(Time until) {
     pollfd wanted[] = {{_socket, POLLIN, 0}, {_stopping, POLLIN, 0}};
     int ready = 0;
