@@ -23,7 +23,6 @@
 #include "Apart.h"
 #include "CheckReport.h"
 #include "Commands.h"
-#include "MofRemedy.h"
 #include "Package.h"
 #include "checks/driver/Driver.h"
 #include "checks/driver/DriverRules.h"
@@ -71,7 +70,7 @@ Finding badMof(const velmar_embedded::MofError& error) {
     Finding finding;
     finding.id = "mof.error";
     finding.element = error.file();
-    finding.text = withRemedy(error);
+    finding.text = error.what();
     return finding;
 }
 

@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: MIT
 //
 // velmar generate: typed code for the classes of a schema. Builds call it.
+#include <velmar_embedded/schema/MofOutline.h>
+
 #include <fstream>
 #include <iostream>
 
 #include "Commands.h"
 #include "GeneratorOptions.h"
-#include "MofIncludes.h"
 
 namespace velmar_cli {
 
@@ -25,7 +26,8 @@ struct GenerateOptions : GeneratorOptions {
 void writeDepfile(const GenerateOptions& options) {
     std::ofstream out(options.depfile);
     out << options.depfileTarget << ":";
-    for (const std::string& file : withIncludes(options.schemas, options.includes)) {
+    for (const std::string& file :
+         velmar_embedded::withIncludes(options.schemas, options.includes)) {
         out << " \\\n  ";
         for (const char c : file) {
             out << (c == ' ' || c == '#' ? "\\" : c == '$' ? "$" : "") << c;
@@ -36,7 +38,8 @@ void writeDepfile(const GenerateOptions& options) {
 
 ExitCode generate(const GenerateOptions& options) {
     if (options.listSchemas) {
-        for (const std::string& file : withIncludes(options.schemas)) {
+        for (const std::string& file :
+             velmar_embedded::withIncludes(options.schemas, options.includes)) {
             std::cout << file << "\n";
         }
         return Good;

@@ -44,10 +44,11 @@ velmar_generator::Options GeneratorOptions::resolved() const {
     return result;
 }
 
-void GeneratorOptions::compile(velmar_embedded::Repository& repository) const {
+void GeneratorOptions::compile(velmar_embedded::Repository& repository,
+                               const Declaring& declaring) const {
     for (const std::string& file : schemas) {
         velmar_embedded::compileMof(repository, generator.cimNamespace.c_str(), file,
-                                    velmar_embedded::MofObserver(), includes);
+                                    {{}, includes, declaring});
     }
 }
 

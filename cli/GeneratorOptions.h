@@ -5,6 +5,8 @@
 #ifndef VELMAR_CLI_GENERATOROPTIONS_H
 #define VELMAR_CLI_GENERATOROPTIONS_H
 
+#include <velmar_embedded/schema/Mof.h>
+
 #include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
@@ -26,8 +28,9 @@ struct GeneratorOptions {
     void addOptions(CLI::App& command);
     /// The options of the generator as they have become.
     velmar_generator::Options resolved() const;
+    using Declaring = decltype(velmar_embedded::MofOptions::declaring);
     /// Compiles the MOF files. Throws velmar_embedded::MofError.
-    void compile(velmar_embedded::Repository& repository) const;
+    void compile(velmar_embedded::Repository& repository, const Declaring& declaring = {}) const;
 };
 
 }  // namespace velmar_cli

@@ -9,15 +9,12 @@
 #include <iostream>
 
 #include "Commands.h"
-#include "MofRemedy.h"
 
 velmar_cli::ExitCode velmar_cli::guarded(const Run& run) {
     try {
         return run();
     } catch (const Pegasus::Exception& e) {
         std::cerr << "velmar: " << e.getMessage().getCString() << "\n";
-    } catch (const velmar_embedded::MofError& e) {
-        std::cerr << "velmar: " << withRemedy(e) << "\n";
     } catch (const std::filesystem::filesystem_error& e) {
         std::cerr << "velmar: " << e.path1().string() << ": " << e.code().message() << "\n";
     } catch (const std::exception& e) {

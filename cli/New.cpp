@@ -3,18 +3,19 @@
 //
 // velmar new: a provider package for classes of a schema.
 #include <fmt/format.h>
-#include <velmar_embedded/schema/Mof.h>
+#include <velmar_embedded/schema/MofOutline.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <optional>
+#include <set>
 #include <sstream>
 
 #include "Commands.h"
 #include "GeneratorOptions.h"
-#include "MofIncludes.h"
 #include "Package.h"
 #include "generator/Names.h"
 #include "generator/Package.h"
@@ -56,95 +57,68 @@ std::string lower(std::string text) {
     return text;
 }
 
+// Standard files by their places in the list: each comes after those that it needs.
+using StandardFiles = std::set<const velmar_generator::MofFile*>;
+
 // A schema that declares one class of a standard file and needs another of it.
-void refuseSecondDeclaration(const velmar_embedded::MofError& error,
-                             const std::vector<const velmar_generator::MofFile*>& added) {
-    static const std::string already = "CIM_ERR_ALREADY_EXISTS: ";
-    if (error.reason().compare(0, already.size(), already) != 0) {
-        return;
-    }
-    const std::string name = error.reason().substr(already.size());
-    const velmar_generator::MofFile* file = velmar_generator::standardMofWith(name);
-    if (std::find(added.begin(), added.end(), file) != added.end()) {
+void refuseSecondDeclaration(const velmar_embedded::MofError& error, const StandardFiles& added) {
+    const velmar_generator::MofFile* file = velmar_generator::standardMofWith(error.name());
+    if (error.mistake() == velmar_embedded::MofMistake::AlreadyExists && added.count(file) != 0) {
         throw UsageError(
             fmt::format("{0}:{1}: {2} is declared here, and in the standard file {3}, which is "
                         "added for other classes that the schema lacks; remove it here, or declare "
                         "those other classes, too",
-                        error.file(), error.line(), name, file->name));
+                        error.file(), error.line(), error.name(), file->name));
     }
 }
 
-using MofFiles = std::vector<const velmar_generator::MofFile*>;
+// The standard files that the schema lacks: those that it cannot be compiled without, and those of
+// classes that it refers to, as a server's compiler may want to know them; not the latter where the
+// schema has other classes of the same file itself.
+StandardFiles lackedBy(const NewOptions& options) {
+    velmar_embedded::Repository trial;
+    const Pegasus::CIMNamespaceName nameSpace(options.generator.cimNamespace.c_str());
+    StandardFiles lacked;
+    velmar_embedded::MofOptions mof;
+    mof.declaring = [&](const std::string& name) -> std::optional<velmar_embedded::MofSource> {
+        const velmar_generator::MofFile* const file = velmar_generator::standardMofWith(name);
+        if (file == nullptr) {
+            return std::nullopt;
+        }
+        lacked.insert(file);
+        return velmar_embedded::MofSource{file->name, file->text};
+    };
+    try {
+        options.compile(trial, mof.declaring);
+    } catch (const velmar_embedded::MofError&) {
+        return lacked;  // compiling the package's files in their order says it
+    }
+    while (const auto* file = velmar_generator::standardMofReferredTo(trial, nameSpace)) {
+        const StandardFiles before = lacked;
+        lacked.insert(file);
+        try {
+            velmar_embedded::compileMofText(trial, nameSpace, file->text, file->name, mof);
+        } catch (const velmar_embedded::MofError&) {
+            return before;
+        }
+    }
+    return lacked;
+}
 
-void compileWith(const MofFiles& standard, const NewOptions& options,
-                 velmar_embedded::Repository& result) {
-    for (const velmar_generator::MofFile* file : standard) {
+// Compiles the schema after the standard files that it lacks, which it returns.
+StandardFiles compile(const NewOptions& options, velmar_embedded::Repository& result) {
+    StandardFiles lacked = lackedBy(options);
+    for (const velmar_generator::MofFile* file : lacked) {
         velmar_embedded::compileMofText(result, options.generator.cimNamespace.c_str(), file->text,
                                         file->name);
     }
-    options.compile(result);
-}
-
-// The standard file, not one of `known`, that declares the first name in a text for which there is
-// one; null without any.
-const velmar_generator::MofFile* standardFileNamedIn(const std::string& text,
-                                                     const MofFiles& known) {
-    const auto isWord = [](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; };
-    for (auto at = text.begin(); at != text.end();) {
-        const auto begin = std::find_if(at, text.end(), isWord);
-        at = std::find_if_not(begin, text.end(), isWord);
-        const auto* const found = velmar_generator::standardMofWith(std::string(begin, at));
-        if (found != nullptr && std::find(known.begin(), known.end(), found) == known.end()) {
-            return found;
-        }
+    try {
+        options.compile(result);
+    } catch (const velmar_embedded::MofError& error) {
+        refuseSecondDeclaration(error, lacked);
+        throw;
     }
-    return nullptr;
-}
-
-// The standard files that the schema cannot be compiled without, and those that are `needed`
-// anyway: each error of the compiler about an unknown name adds the file that declares it, until
-// there is none, or one that no file mends.
-MofFiles completed(const NewOptions& options, MofFiles needed) {
-    for (;;) {
-        std::sort(needed.begin(), needed.end());  // as they lie in the list: each after its needs
-        try {
-            velmar_embedded::Repository repository;
-            compileWith(needed, options, repository);
-            return needed;
-        } catch (const velmar_embedded::MofError& error) {
-            refuseSecondDeclaration(error, needed);
-            const auto* const found = standardFileNamedIn(error.reason(), needed);
-            if (found == nullptr) {
-                throw;
-            }
-            needed.push_back(found);
-        }
-    }
-}
-
-// Compiles the schema with the standard files that it needs and does not bring. A class that is
-// only referred to counts as well, as a server's compiler may want to know it; where that cannot
-// be, since the schema has other classes of the same file itself, it stays as it is.
-MofFiles compile(const NewOptions& options, velmar_embedded::Repository& result) {
-    MofFiles needed = completed(options, {});
-    for (;;) {
-        velmar_embedded::Repository repository;
-        compileWith(needed, options, repository);
-        const velmar_generator::MofFile* const referredTo = velmar_generator::standardMofReferredTo(
-            repository, options.generator.cimNamespace.c_str());
-        if (referredTo == nullptr) {
-            break;
-        }
-        MofFiles more = needed;
-        more.push_back(referredTo);
-        try {
-            needed = completed(options, more);
-        } catch (const std::runtime_error&) {  // MofError, UsageError
-            break;
-        }
-    }
-    compileWith(needed, options, result);
-    return needed;
+    return lacked;
 }
 
 bool isOutside(const fs::path& place) { return place.empty() || *place.begin() == ".."; }
@@ -178,7 +152,8 @@ std::vector<GeneratedFile> userMofFiles(const NewOptions& options) {
     for (const std::string& folder : options.includes) {
         bases.push_back(fs::absolute(folder).lexically_normal());
     }
-    for (const std::string& file : withIncludes(options.schemas, options.includes)) {
+    for (const std::string& file :
+         velmar_embedded::withIncludes(options.schemas, options.includes)) {
         fs::path place;
         for (auto one = bases.begin(); one != bases.end() && isOutside(place); ++one) {
             place = fs::absolute(file).lexically_normal().lexically_relative(*one);
@@ -204,7 +179,7 @@ bool isPlain(const std::string& text) {
 // The MOF files of the package: the user's, and the standard ones that they need. The first of them
 // includes all others: the user's, if there is one with a plain name, else one made for it.
 std::vector<GeneratedFile> mofFiles(const NewOptions& options, const std::string& module,
-                                    const std::vector<const velmar_generator::MofFile*>& needed) {
+                                    const StandardFiles& needed) {
     std::vector<GeneratedFile> files = userMofFiles(options);
     const auto isThere = [&](const std::string& path) {
         return std::any_of(files.begin(), files.end(),

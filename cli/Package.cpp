@@ -4,6 +4,7 @@
 #include "Package.h"
 
 #include <fmt/format.h>
+#include <velmar_embedded/schema/MofOutline.h>
 
 #include <algorithm>
 #include <cctype>
@@ -13,7 +14,6 @@
 #include <set>
 
 #include "GeneratorOptions.h"
-#include "MofIncludes.h"
 
 namespace fs = std::filesystem;
 
@@ -56,7 +56,9 @@ Contents contentsOf(const std::string& folder) {
             }
         } else if (lower(path.extension().string()) == ".mof") {
             const std::string file = path.lexically_normal().string();
-            (registersProviders(file) ? found.registrations : found.schemas).insert(file);
+            (velmar_embedded::outlineOfMofFile(file).registersProviders() ? found.registrations
+                                                                          : found.schemas)
+                .insert(file);
         } else if (isModule(path)) {
             found.modules.insert(path.parent_path().string());
             found.libraries[path.filename().string()].insert(path.parent_path().string());
@@ -70,7 +72,8 @@ std::set<std::string> withoutIncluded(const std::set<std::string>& files,
                                       const std::vector<std::string>& includeDirectories) {
     std::set<std::string> result = files;
     for (const std::string& file : files) {
-        const std::vector<std::string> read = withIncludes({file}, includeDirectories);
+        const std::vector<std::string> read =
+            velmar_embedded::withIncludes({file}, includeDirectories);
         for (size_t i = 1; i < read.size(); i++) {
             result.erase(read[i]);
         }

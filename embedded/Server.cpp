@@ -29,7 +29,7 @@ struct Server::Impl {
         try {
             compile(CIMNamespaceName(nameSpace.c_str()), stored);
         } catch (const InvalidNamespaceNameException& e) {
-            throw MofError(file, 0, utf8(e.getMessage()));
+            throw MofError(file, MofFault(0, utf8(e.getMessage())));
         }
         reader.readInstances(entryPoint);
         server->registered();
@@ -54,14 +54,14 @@ Server::~Server() { stop(); }
 void Server::compileMof(const std::string& nameSpace, const std::string& file,
                         const std::vector<std::string>& includeDirectories) {
     _impl->compile(file, nameSpace, [&](const CIMNamespaceName& into, const MofObserver& stored) {
-        velmar_embedded::compileMof(repository(), into, file, stored, includeDirectories);
+        velmar_embedded::compileMof(repository(), into, file, {stored, includeDirectories, {}});
     });
 }
 
 void Server::compileMofText(const std::string& nameSpace, const std::string& text,
                             const std::string& name) {
     _impl->compile(name, nameSpace, [&](const CIMNamespaceName& into, const MofObserver& stored) {
-        velmar_embedded::compileMofText(repository(), into, text, name, stored);
+        velmar_embedded::compileMofText(repository(), into, text, name, {stored, {}, {}});
     });
 }
 
@@ -101,7 +101,7 @@ void Server::registerProvider(const std::string& name, std::function<CIMProvider
 void Server::registerProvider(const std::string& registration,
                               CIMProvider* (*entryPoint)(const String& providerName)) {
     const auto compile = [&](const CIMNamespaceName& into, const MofObserver& stored) {
-        velmar_embedded::compileMof(repository(), into, registration, stored);
+        velmar_embedded::compileMof(repository(), into, registration, {stored, {}, {}});
     };
     _impl->compile(registration, "root/PG_InterOp", compile, entryPoint);
 }

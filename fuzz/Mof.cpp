@@ -39,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         }
     };
     try {
-        compileMofText(repository, "n", text, "text", stored);
+        compileMofText(repository, "n", text, "text", {stored, {}, {}});
     } catch (const MofError&) {
     }
     const auto names = repository.subclassNames("n", CIMName(), true);

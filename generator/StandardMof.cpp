@@ -2,10 +2,9 @@
 // SPDX-License-Identifier: MIT
 
 #include <Pegasus/Common/CIMClass.h>
-#include <velmar_embedded/schema/MofLexer.h>
+#include <strings.h>
+#include <velmar_embedded/schema/MofOutline.h>
 
-#include <algorithm>
-#include <cctype>
 #include <map>
 #include <string>
 
@@ -15,27 +14,19 @@ namespace velmar_generator {
 
 namespace {
 
-std::string lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
+struct IgnoringCase {
+    bool operator()(const std::string& a, const std::string& b) const {
+        return strcasecmp(a.c_str(), b.c_str()) < 0;
+    }
+};
 
-// The files by the names of the classes and qualifiers that they declare, in small letters.
-std::map<std::string, const MofFile*> declarations() {
-    std::map<std::string, const MofFile*> result;
+using Declarations = std::map<std::string, const MofFile*, IgnoringCase>;
+
+Declarations declarations() {
+    Declarations result;
     for (const MofFile& file : standardMof()) {
-        const std::string text = file.text;
-        velmar_embedded::MofLexer lexer(text);
-        int depth = 0;
-        bool declares = false;  // the next name
-        for (auto token = lexer.next(); token.kind != velmar_embedded::MofToken::End;
-             token = lexer.next()) {
-            if (declares) {
-                result.emplace(lower(token.text), &file);
-            }
-            depth += token.is('{') - token.is('}');
-            declares = depth == 0 && !declares && (token.is("class") || token.is("qualifier"));
+        for (const std::string& name : velmar_embedded::outlineOfMof(file.text).declares) {
+            result.emplace(name, &file);
         }
     }
     return result;
@@ -45,7 +36,7 @@ std::map<std::string, const MofFile*> declarations() {
 
 const MofFile* standardMofWith(const std::string& name) {
     static const auto& files = *new auto(declarations());  // lives on for what runs at exit
-    const auto found = files.find(lower(name));
+    const auto found = files.find(name);
     return found == files.end() ? nullptr : found->second;
 }
 

@@ -169,7 +169,7 @@ void RegistrationReader::readClass(const char* className,
             (this->*read)(reader);
         } catch (const RegistrationError& e) {
             _repository.deleteInstance(interop, instances[i].getPath());
-            throw MofError(place.file, place.line, e.what());
+            throw MofError(place.file, MofFault(place.line, e.what()));
         }
         _known.insert(reader.path());
     }

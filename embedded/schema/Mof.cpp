@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <set>
 #include <vector>
 
 #include "schema/MofParser.h"
@@ -28,27 +29,30 @@ constexpr size_t maximumBytes = 64 * 1024 * 1024;
 
 class Compiler {
  public:
-    Compiler(Repository& repository, const MofObserver& stored,
-             const std::vector<std::string>& includeDirectories)
-        : _repository(repository), _stored(stored), _includeDirectories(includeDirectories) {}
+    Compiler(Repository& repository, const Pegasus::CIMNamespaceName& base,
+             const MofOptions& options)
+        : _repository(repository), _base(base), _options(options) {}
 
     void compile(const Pegasus::CIMNamespaceName& nameSpace, const std::string& text,
                  const std::string& name) {
         _open.push_back(identity(name));
         const auto include = [&](const std::string& file, unsigned line,
                                  const Pegasus::CIMNamespaceName& current) {
-            this->include(current, includedFile(name, file, _includeDirectories), name, line);
+            this->include(current, includedFile(name, file, _options.includeDirectories), line);
         };
         const auto stored = [&](const Pegasus::CIMNamespaceName& current,
                                 const Pegasus::CIMObjectPath& path, unsigned line) {
-            if (_stored) {
-                _stored(current, path, name, line);
+            if (_options.stored) {
+                _options.stored(current, path, name, line);
             }
         };
+        const auto missing = [&](const Pegasus::CIMNamespaceName& current,
+                                 const std::string& lacks) { complete(current, lacks); };
+        MofParser parser(_repository, _aliases, nameSpace, text, {include, stored, missing});
         try {
-            MofParser(_repository, _aliases, nameSpace, text, include, stored).run();
+            parser.run();
         } catch (const MofFault& fault) {
-            throw MofError(name, fault.line(), fault.what());
+            throw MofError(name, fault, !parser.nameSpace().equal(_base));
         }
         _open.pop_back();
     }
@@ -60,31 +64,36 @@ class Compiler {
         return fs::weakly_canonical(file, ignored);
     }
 
+    void complete(const Pegasus::CIMNamespaceName& nameSpace, const std::string& missing) {
+        const auto source = _options.declaring ? _options.declaring(missing) : std::nullopt;
+        if (source && _completedBy.insert(source->name).second) {
+            compile(nameSpace, source->text, source->name);
+        }
+    }
+
     void include(const Pegasus::CIMNamespaceName& nameSpace, const std::string& file,
-                 const std::string& from, unsigned line) {
+                 unsigned line) {
         if (std::count(_open.begin(), _open.end(), identity(file)) != 0) {
-            throw MofError(from, line, "the file " + file + " includes itself");
+            throw MofFault(line, "the file " + file + " includes itself");
         }
         if (_open.size() > maximumDepth) {
-            throw MofError(
-                from, line,
-                "files are included more than " + std::to_string(maximumDepth) + " deep");
+            throw MofFault(
+                line, "files are included more than " + std::to_string(maximumDepth) + " deep");
         }
         if (++_included > maximumFiles) {
-            throw MofError(from, line,
-                           "more than " + std::to_string(maximumFiles) +
-                               " files are included, each time counted");
+            throw MofFault(line, "more than " + std::to_string(maximumFiles) +
+                                     " files are included, each time counted");
         }
         std::string text;
         const std::string problem = readMof(file, text);
         if (!problem.empty()) {
-            throw MofError(from, line, "cannot read the included file " + file + ": " + problem);
+            throw MofFault(line, "cannot read the included file " + file + ": " + problem,
+                           MofMistake::Unreadable, file);
         }
         _bytes += text.size();
         if (_bytes > maximumBytes) {
-            throw MofError(from, line,
-                           "the included files have more than " + std::to_string(maximumBytes) +
-                               " bytes together");
+            throw MofFault(line, "the included files have more than " +
+                                     std::to_string(maximumBytes) + " bytes together");
         }
         // A file that several packages bring, as a standard one, declares what is there already.
         // What one with directives or aliases declares depends on more than its text.
@@ -96,21 +105,16 @@ class Compiler {
     }
 
     Repository& _repository;
-    const MofObserver& _stored;
-    const std::vector<std::string>& _includeDirectories;
+    const Pegasus::CIMNamespaceName& _base;
+    const MofOptions& _options;
     MofAliases _aliases;
-    std::vector<fs::path> _open;  // files being compiled, outermost first
+    std::vector<fs::path> _open;         // files being compiled, outermost first
+    std::set<std::string> _completedBy;  // names of sources; each is compiled once
     size_t _included = 0;
     size_t _bytes = 0;  // of those included
 };
 
 }  // namespace
-
-MofError::MofError(const std::string& file, unsigned line, const std::string& reason)
-    : std::runtime_error(file + ":" + std::to_string(line) + ": " + reason),
-      _file(file),
-      _line(line),
-      _reason(reason) {}
 
 std::string readMof(const std::string& file, std::string& text) {
     // Not blocking, which the opening of a pipe would be.
@@ -142,21 +146,20 @@ std::string readMof(const std::string& file, std::string& text) {
 }
 
 void compileMof(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
-                const std::string& file, const MofObserver& stored,
-                const std::vector<std::string>& includeDirectories) {
+                const std::string& file, const MofOptions& options) {
     std::string text;
     const std::string problem = readMof(file, text);
     if (!problem.empty()) {
-        throw MofError(file, 0, "cannot read the file: " + problem);
+        throw MofError(
+            file, MofFault(0, "cannot read the file: " + problem, MofMistake::Unreadable, file));
     }
-    compileMofText(repository, nameSpace, text, file, stored, includeDirectories);
+    compileMofText(repository, nameSpace, text, file, options);
 }
 
 void compileMofText(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
-                    const std::string& text, const std::string& name, const MofObserver& stored,
-                    const std::vector<std::string>& includeDirectories) {
+                    const std::string& text, const std::string& name, const MofOptions& options) {
     repository.createNamespace(nameSpace);
-    Compiler(repository, stored, includeDirectories).compile(nameSpace, text, name);
+    Compiler(repository, nameSpace, options).compile(nameSpace, text, name);
 }
 
 std::string includedFile(const std::string& from, const std::string& name,

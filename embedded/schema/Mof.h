@@ -12,45 +12,46 @@
 #include <Pegasus/Common/CIMName.h>
 
 #include <functional>
-#include <stdexcept>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "MofError.h"
 #include "Repository.h"
 
 namespace velmar_embedded {
-
-/// What a MOF file has wrong; what() is "FILE:LINE: reason" with the offending text in the reason.
-class MofError : public std::runtime_error {
- public:
-    MofError(const std::string& file, unsigned line, const std::string& reason);
-    const std::string& file() const { return _file; }
-    unsigned line() const { return _line; }
-    const std::string& reason() const { return _reason; }
-
- private:
-    std::string _file;
-    unsigned _line;
-    std::string _reason;
-};
 
 /// Hears of every instance that was stored, with the place where its declaration begins.
 using MofObserver =
     std::function<void(const Pegasus::CIMNamespaceName& nameSpace,
                        const Pegasus::CIMObjectPath& path, const std::string& file, unsigned line)>;
 
+/// A text that a compilation finds missing; the name stands for its file in errors.
+struct MofSource {
+    std::string name;
+    std::string text;
+};
+
+/// What a compilation may use beside its text, and whom it tells. All may be empty.
+struct MofOptions {
+    MofObserver stored;
+    /// Searched for included files that are not beside the file that includes them.
+    std::vector<std::string> includeDirectories;
+    /// Asked for the text that declares a qualifier or class which is used and was not declared.
+    /// It is compiled there and then; nullopt if there is none.
+    std::function<std::optional<MofSource>(const std::string& name)> declaring;
+};
+
 /// Reads a file as the compiler does. Returns why it cannot, empty if it can: only regular files of
 /// a size that MOF may have are read.
 std::string readMof(const std::string& file, std::string& text);
 
 /// Compiles `file` into `nameSpace` of `repository`, creating the namespace if it does not exist.
-/// Declarations before an error stay, as with a real server's compiler. A file that is included is
-/// searched beside the one that includes it, then in `includeDirectories`. Throws MofError, also
-/// for a file that cannot be read (line 0), and for includes that are nested too deep, too many,
-/// too large or go in circles.
+/// Declarations before an error stay, as with a real server's compiler. Throws MofError, also for a
+/// file that cannot be read (line 0), and for includes that are nested too deep, too many, too
+/// large or go in circles.
 void compileMof(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
-                const std::string& file, const MofObserver& stored = MofObserver(),
-                const std::vector<std::string>& includeDirectories = {});
+                const std::string& file, const MofOptions& options = {});
 
 /// Where a file that another one includes is; the place beside that one if nowhere.
 std::string includedFile(const std::string& from, const std::string& name,
@@ -59,8 +60,7 @@ std::string includedFile(const std::string& from, const std::string& name,
 /// The same for text in memory; `name` stands for the file in errors and is the base of includes.
 void compileMofText(Repository& repository, const Pegasus::CIMNamespaceName& nameSpace,
                     const std::string& text, const std::string& name,
-                    const MofObserver& stored = MofObserver(),
-                    const std::vector<std::string>& includeDirectories = {});
+                    const MofOptions& options = {});
 
 }  // namespace velmar_embedded
 

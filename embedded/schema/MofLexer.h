@@ -10,20 +10,11 @@
 
 #include <Pegasus/Common/String.h>
 
-#include <stdexcept>
 #include <string>
 
+#include "schema/MofError.h"
+
 namespace velmar_embedded {
-
-/// A mistake in a text whose file name the thrower does not know; becomes a MofError.
-class MofFault : public std::runtime_error {
- public:
-    MofFault(unsigned line, const std::string& reason) : std::runtime_error(reason), _line(line) {}
-    unsigned line() const { return _line; }
-
- private:
-    unsigned _line;
-};
 
 struct MofToken {
     enum Kind { End, Identifier, Number, String, Char, Alias, Punctuation };

@@ -16,13 +16,12 @@ namespace velmar_embedded {
 using namespace Pegasus;
 
 MofParser::MofParser(Repository& repository, MofAliases& aliases, const CIMNamespaceName& nameSpace,
-                     const std::string& text, Include include, Stored stored)
+                     const std::string& text, Hooks hooks)
     : _repository(repository),
       _aliases(aliases),
       _nameSpace(nameSpace),
       _lexer(text),
-      _include(std::move(include)),
-      _stored(std::move(stored)) {}
+      _hooks(std::move(hooks)) {}
 
 void MofParser::run() {
     advance();
@@ -130,7 +129,8 @@ void MofParser::pragma() {
     const MofToken argument = literal();
     require(')');
     if (name.is("include")) {
-        _include(static_cast<const char*>(argument.value.getCString()), name.line, _nameSpace);
+        _hooks.include(static_cast<const char*>(argument.value.getCString()), name.line,
+                       _nameSpace);
     } else if (name.is("namespace")) {
         _nameSpace = guarded(argument.line, [&] { return CIMNamespaceName(argument.value); });
         _repository.createNamespace(_nameSpace);
@@ -226,8 +226,15 @@ bool MofParser::acceptFlavor(CIMFlavor& flavor) {
 CIMQualifier MofParser::qualifier() {
     const MofToken name = identifier("a qualifier");
     QualifierDeclaration declared;
-    if (!_repository.findQualifier(_nameSpace, CIMName(name.text.c_str()), declared)) {
-        throw MofFault(name.line, "Could not find declaration for Qualifier named " + name.text);
+    const auto isDeclared = [&] {
+        return _repository.findQualifier(_nameSpace, CIMName(name.text.c_str()), declared);
+    };
+    if (!isDeclared()) {
+        _hooks.missing(_nameSpace, name.text);
+        if (!isDeclared()) {
+            throw MofFault(name.line, "Could not find declaration for Qualifier named " + name.text,
+                           MofMistake::UnknownQualifier, name.text);
+        }
     }
     CIMValue result = declared.defaultValue;
     if (_token.is('{')) {

@@ -32,14 +32,24 @@ class MofParser {
     /// Hears of every stored instance; `line` is where its declaration begins.
     using Stored = std::function<void(const Pegasus::CIMNamespaceName& nameSpace,
                                       const Pegasus::CIMObjectPath& path, unsigned line)>;
+    /// Declares a qualifier or class that is used, if it can.
+    using Missing =
+        std::function<void(const Pegasus::CIMNamespaceName& nameSpace, const std::string& name)>;
+    struct Hooks {
+        Include include;
+        Stored stored;
+        Missing missing;
+    };
 
     /// `repository`, `aliases` and `text` must outlive the parser. `aliases` grows by the text's.
     MofParser(Repository& repository, MofAliases& aliases,
-              const Pegasus::CIMNamespaceName& nameSpace, const std::string& text, Include include,
-              Stored stored);
+              const Pegasus::CIMNamespaceName& nameSpace, const std::string& text, Hooks hooks);
 
-    /// Compiles the whole text. Throws MofFault; what `include` throws passes through.
+    /// Compiles the whole text. Throws MofFault; other exceptions of the hooks pass through.
     void run();
+
+    /// The current one, which a #pragma namespace changes.
+    const Pegasus::CIMNamespaceName& nameSpace() const { return _nameSpace; }
 
  private:
     using Qualifiers = std::vector<Pegasus::CIMQualifier>;
@@ -80,6 +90,7 @@ class MofParser {
     Declarator declarator();
     void arraySuffix(Declarator& declarator);
     std::string aliasClause();
+    bool findClass(const MofToken& name);
     void instanceDeclaration(const Qualifiers& qualifiers);
     void assignment(Pegasus::CIMInstance& instance, const Pegasus::CIMClass& cimClass);
 
@@ -88,8 +99,7 @@ class MofParser {
     Pegasus::CIMNamespaceName _nameSpace;
     MofLexer _lexer;
     MofToken _token;  // the next one, not yet used
-    const Include _include;
-    const Stored _stored;
+    const Hooks _hooks;
 };
 
 /// Runs `action`, turning the object model's and the schema's exceptions into faults of `line`.
@@ -99,8 +109,11 @@ auto guarded(unsigned line, F action) -> decltype(action()) {
     try {
         return action();
     } catch (const CIMException& e) {
-        throw MofFault(line, std::string(cimStatusCodeToString(e.getCode())) + ": " +
-                                 static_cast<const char*>(e.getMessage().getCString()));
+        const std::string name = static_cast<const char*>(e.getMessage().getCString());
+        throw MofFault(
+            line, std::string(cimStatusCodeToString(e.getCode())) + ": " + name,
+            e.getCode() == CIM_ERR_ALREADY_EXISTS ? MofMistake::AlreadyExists : MofMistake::Other,
+            name);
     } catch (const Exception& e) {
         throw MofFault(line, static_cast<const char*>(e.getMessage().getCString()));
     }

@@ -34,7 +34,12 @@ void MofParser::classDeclaration(const Qualifiers& qualifiers) {
     aliasClause();  // nothing can refer to a class by its alias here
     CIMName superClass;
     if (accept(':')) {
-        superClass = nameOf(identifier("a superclass name"));
+        const MofToken super = identifier("a superclass name");
+        superClass = nameOf(super);
+        if (!findClass(super)) {
+            throw MofFault(name.line, "CIM_ERR_INVALID_SUPERCLASS: " + super.text,
+                           MofMistake::UnknownSuperclass, super.text);
+        }
     }
     CIMClass cimClass(nameOf(name), superClass);
     addQualifiers(cimClass, qualifiers);
@@ -146,13 +151,21 @@ void MofParser::parameter(CIMMethod& method) {
     method.addParameter(parameter);
 }
 
+bool MofParser::findClass(const MofToken& name) {
+    if (!_repository.hasClass(_nameSpace, nameOf(name))) {
+        _hooks.missing(_nameSpace, name.text);
+    }
+    return _repository.hasClass(_nameSpace, nameOf(name));
+}
+
 void MofParser::instanceDeclaration(const Qualifiers& qualifiers) {
     const unsigned line = _token.line;
     advance();
     expect("of");
     const MofToken name = identifier("a class name");
-    if (!_repository.hasClass(_nameSpace, nameOf(name))) {
-        throw MofFault(name.line, "CIM_ERR_INVALID_CLASS: " + name.text);
+    if (!findClass(name)) {
+        throw MofFault(name.line, "CIM_ERR_INVALID_CLASS: " + name.text, MofMistake::UnknownClass,
+                       name.text);
     }
     const CIMClass cimClass = _repository.getClass(_nameSpace, nameOf(name));
     const std::string alias = aliasClause();
@@ -168,7 +181,7 @@ void MofParser::instanceDeclaration(const Qualifiers& qualifiers) {
     if (!alias.empty()) {
         _aliases[alias] = path;
     }
-    _stored(_nameSpace, path, line);
+    _hooks.stored(_nameSpace, path, line);
     advance();
 }
 

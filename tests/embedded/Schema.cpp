@@ -11,8 +11,8 @@
 #include <vector>
 
 #include <velmar_embedded/schema/Mof.h>
+#include <velmar_embedded/schema/MofOutline.h>
 #include <velmar_embedded/schema/Repository.h>
-#include "MofIncludes.h"
 #include "support/Objects.h"
 
 using namespace Pegasus;
@@ -299,13 +299,16 @@ TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
         EXPECT_EQ(later(), "ok");
         repository.deleteClass(ns, "Needs");
     }
-    EXPECT_EQ(velmar_cli::withIncludes({at + "/note.mof"}),
+    EXPECT_EQ(velmar_embedded::withIncludes({at + "/note.mof"}, {}),
               (std::vector<std::string>{at + "/note.mof", at + "/sub/ring.mof", at + "/ring.mof"}));
-    EXPECT_EQ(velmar_cli::withIncludes({at + "/far.mof"}, {at, at + "/sub"}).size(), 3u);
-    EXPECT_EQ(outcome([&] { compileMof(repository, "n", at + "/far.mof", {}, {at + "/sub"}); }),
-              at + "/sub/inner.mof:1: Could not find declaration for Qualifier named Key");
-    EXPECT_TRUE(velmar_cli::registersProviders(at + "/note.mof"));
-    EXPECT_FALSE(velmar_cli::registersProviders(at + "/good.mof"));
+    EXPECT_EQ(velmar_embedded::withIncludes({at + "/far.mof"}, {at, at + "/sub"}).size(), 3u);
+    const velmar_embedded::MofOptions options = {{}, {at + "/sub"}, {}};
+    EXPECT_EQ(outcome([&] {
+                  compileMof(repository, "n", at + "/far.mof", options);
+              }).find(at + "/sub/inner.mof:1: Could not find declaration for Qualifier named Key"),
+              0u);
+    EXPECT_TRUE(velmar_embedded::outlineOfMofFile(at + "/note.mof").registersProviders());
+    EXPECT_FALSE(velmar_embedded::outlineOfMofFile(at + "/good.mof").registersProviders());
     // An alias outlives its file, a change of namespace ends with it.
     EXPECT_EQ(repository.instances(ns, "X").size(), 1u);
     fs::remove_all(at);
