@@ -35,16 +35,20 @@ HttpConnection::HttpConnection(int socket, int stopping, const Limits& limits, T
       _handle(handle),
       _idleSince(Clock::now()) {}
 
-HttpConnection::Time HttpConnection::idleSince() const {
+// Under the lock.
+bool HttpConnection::isIdle() const {
     char first = 0;
+    return _idleSince != Time::max() && recv(_socket, &first, 1, MSG_PEEK | MSG_DONTWAIT) != 1;
+}
+
+HttpConnection::Time HttpConnection::idleSince() const {
     std::lock_guard<std::mutex> guard(_lock);
-    return recv(_socket, &first, 1, MSG_PEEK | MSG_DONTWAIT) == 1 ? Time::max() : _idleSince;
+    return isIdle() ? _idleSince : Time::max();
 }
 
 bool HttpConnection::endIdle() {
-    char first = 0;
     std::lock_guard<std::mutex> guard(_lock);
-    if (_idleSince == Time::max() || recv(_socket, &first, 1, MSG_PEEK | MSG_DONTWAIT) == 1) {
+    if (!isIdle()) {
         return false;
     }
     _ended = true;

@@ -41,6 +41,7 @@ class HttpConnection {
  private:
     enum class Outcome { Good, Refused, Ended };
 
+    bool isIdle() const;
     bool receive(Time until);
     bool waitToSend(Time until) const;
     bool isGone() const;

@@ -215,11 +215,15 @@ TEST_F(Schema, ValuesAndMistakes) {
         {"Qualifier Q : boolean, Scope(all);", "1: syntax error at all: expected a scope"},
         {"class X { B REF M(); };", "1: the method M returns a reference"},
         {"class X { B REF R[]; };", "1: the property R is an array of references"},
-        {"\nclass X : Missing {\n};", "2: CIM_ERR_INVALID_SUPERCLASS: Missing"},
-        {"class X {\n[Key,\nNoSuch] string S; };", "3: Could not find declaration for Qualifier"},
+        {"\nclass X : Missing {\n};",
+         "2: CIM_ERR_INVALID_SUPERCLASS: Missing; a superclass is declared before"},
+        {"class X {\n[Key,\nNoSuch] string S; };",
+         "3: Could not find declaration for Qualifier named NoSuch; declare it, or include"},
         {"class X { string S;\nuint8 s; };", "2: already exists: property \"s\""},
         {"instance of O {\nNom = \"n\"; };", "2: the class O has no property Nom"},
-        {"instance of O {};\n\ninstance\nof O\n{};", "3: CIM_ERR_ALREADY_EXISTS: O.Name=\"\""},
+        {"instance of O {};\n\ninstance\nof O\n{};",
+         "3: CIM_ERR_ALREADY_EXISTS: O.Name=\"\"; it is declared before"},
+        {"\ninstance of Missing {};", "2: CIM_ERR_INVALID_CLASS: Missing; declare the class"},
         {"instance of V {\nR = $nobody; };", "2: unknown alias $nobody"},
         {"instance of V as $a {};\ninstance of V as $A {};", "2: the alias $A is used twice"},
     };
@@ -229,10 +233,40 @@ TEST_F(Schema, ValuesAndMistakes) {
     EXPECT_NE(compile("class Early {}; /* class Late {};"), "ok");
     EXPECT_TRUE(repository.hasClass(ns, "Early")) << "what comes before a mistake stays";
     const std::string second = "#pragma locale (\"en_US\")\n#pragma namespace (\"root/second\")\n";
-    EXPECT_NE(compile(second + "class X { [Key] string S; };"), "ok")
-        << "an unknown qualifier there";
+    EXPECT_NE(compile(second + "class X { [Key] string S; };").find("; mind the #pragma namespace"),
+              std::string::npos);
     EXPECT_EQ(compile(second + "class X { string S; };"), "ok");
     EXPECT_TRUE(!repository.hasClass(ns, "X") && repository.hasClass("root/second", "X"));
+}
+
+TEST_F(Schema, WhatIsMissingIsAskedForOnce) {
+    std::string asked, text = "class Base : Deep {}; class Deep {};";
+    velmar_embedded::MofOptions options;
+    options.declaring = [&](const std::string& name) -> std::optional<velmar_embedded::MofSource> {
+        asked += name + " ";
+        if (name == "No") {
+            return std::nullopt;
+        }
+        return velmar_embedded::MofSource{"source", text};
+    };
+    try {
+        velmar_embedded::compileMofText(repository, ns, "class X : Base {};", "mof", options);
+        ADD_FAILURE() << "Deep is asked for, and its source is open already";
+    } catch (const velmar_embedded::MofError& error) {
+        EXPECT_EQ(error.mistake(), velmar_embedded::MofMistake::UnknownSuperclass);
+        EXPECT_EQ(error.file() + " " + error.name(), "source Deep");
+    }
+    EXPECT_EQ(asked, "Base Deep ");
+    asked.clear();
+    const std::string uses = "class Y : Base {}; class Z : Base {}; instance of No {};";
+    text = "class Base {};";
+    try {
+        velmar_embedded::compileMofText(repository, ns, uses, "mof", options);
+        ADD_FAILURE() << "there is nothing that declares No";
+    } catch (const velmar_embedded::MofError& error) {
+        EXPECT_EQ(error.file() + " " + error.name(), "mof No");
+    }
+    EXPECT_EQ(asked, "Base No ");
 }
 
 TEST_F(Schema, FilesIncludeOthersAndAreNamedInMistakes) {
