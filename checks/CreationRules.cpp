@@ -15,12 +15,12 @@ namespace velmar_checks {
 
 namespace {
 
-const Rule undeclaredProperty{
+const Rule createdUndeclaredProperty{
     "creation.undeclared-property", Severity::Error,
     "A caller's createInstance or modifyInstance gave a property that the class does not declare. "
     "A server does not check that, so it reaches the provider.",
     "Correct the property's name, or declare it in the MOF."};
-const Rule propertyType{
+const Rule createdPropertyType{
     "creation.property-type", Severity::Error,
     "A caller's createInstance or modifyInstance gave a property of another type, or another array "
     "form, than the class declares.",
@@ -48,14 +48,15 @@ bool hasValue(const CIMConstInstance& instance, const CIMName& name) {
 }  // namespace
 
 RuleList creationRules() {
-    return {&undeclaredProperty, &propertyType, &missingKey, &missingProperty, &stored};
+    return {&createdUndeclaredProperty, &createdPropertyType, &missingKey, &missingProperty,
+            &stored};
 }
 
 void checkGiven(const Report& report, const ClassFacts& facts, const std::string& operation,
                 const CIMConstInstance& instance) {
     for (Uint32 i = 0; i < instance.getPropertyCount(); i++) {
-        checkProperty(report, undeclaredProperty, propertyType, facts, instance.getProperty(i),
-                      operation + " was given ");
+        checkProperty(report, createdUndeclaredProperty, createdPropertyType, facts,
+                      instance.getProperty(i), operation + " was given ");
     }
     if (operation != "createInstance") {
         return;

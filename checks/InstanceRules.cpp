@@ -15,7 +15,7 @@ namespace velmar_checks {
 
 namespace {
 
-const Rule unknownClass{
+const Rule deliveredUnknownClass{
     "instance.unknown-class", Severity::Error,
     "An instance or a path of a class that the namespace does not have was delivered.",
     "Correct the class name in the provider, or compile the class's MOF into the namespace."};
@@ -26,10 +26,11 @@ const Rule otherClass{
     "so clients get instances that they did not ask for.",
     "Deliver only what the class reference of the operation asks for; use one provider object for "
     "each class."};
-const Rule undeclaredProperty{"instance.undeclared-property", Severity::Error,
-                              "An instance has a property that its class does not declare.",
-                              "Correct the property's name, or declare it in the MOF."};
-const Rule propertyType{
+const Rule deliveredUndeclaredProperty{
+    "instance.undeclared-property", Severity::Error,
+    "An instance has a property that its class does not declare.",
+    "Correct the property's name, or declare it in the MOF."};
+const Rule deliveredPropertyType{
     "instance.property-type", Severity::Error,
     "A property's value has another type, or another array form, than the class declares.",
     "Make the value with the type that the class declares: CIMValue(String(\"text\")), "
@@ -154,11 +155,21 @@ bool sameKeys(const CIMObjectPath& a, const CIMObjectPath& b) {
 }  // namespace
 
 RuleList instanceRules() {
-    return {&unknownClass,   &otherClass,      &undeclaredProperty,
-            &propertyType,   &outsideValueMap, &missingKey,
-            &nullKey,        &noKeys,          &pathMissingKey,
-            &pathUnknownKey, &pathRepeatedKey, &pathKeyType,
-            &keysDiffer,     &otherPlace,      &duplicatePath};
+    return {&deliveredUnknownClass,
+            &otherClass,
+            &deliveredUndeclaredProperty,
+            &deliveredPropertyType,
+            &outsideValueMap,
+            &missingKey,
+            &nullKey,
+            &noKeys,
+            &pathMissingKey,
+            &pathUnknownKey,
+            &pathRepeatedKey,
+            &pathKeyType,
+            &keysDiffer,
+            &otherPlace,
+            &duplicatePath};
 }
 
 void checkProperty(const Report& report, const Rule& undeclared, const Rule& type,
@@ -184,7 +195,7 @@ Facts checkClass(const Report& report, SchemaFacts& schema, const CIMNamespaceNa
                  const CIMName& asked, const CIMName& delivered) {
     Facts facts = schema.find(nameSpace, delivered);
     if (!facts) {
-        report.add(unknownClass, textOf(delivered),
+        report.add(deliveredUnknownClass, textOf(delivered),
                    "delivers an instance of class " + textOf(delivered) + ", which namespace " +
                        textOf(nameSpace) + " does not have" +
                        didYouMean(textOf(delivered), {textOf(asked)}));
@@ -205,8 +216,8 @@ void checkContents(const Report& report, const ClassFacts& facts, const CIMConst
         const Declared* declared = facts.property(property.getName());
         const CIMValue value = property.getValue();
         if (!declared || !declared->fits(value)) {
-            checkProperty(report, undeclaredProperty, propertyType, facts, property,
-                          declared ? "" : "delivers ");
+            checkProperty(report, deliveredUndeclaredProperty, deliveredPropertyType, facts,
+                          property, declared ? "" : "delivers ");
             continue;
         }
         if (value.isNull()) {

@@ -30,9 +30,9 @@ const Rule unknownNamespace{"registration.unknown-namespace", Severity::Error,
                             "A registration names a namespace that does not exist.",
                             "Correct Namespaces in PG_ProviderCapabilities, or compile the schema "
                             "into that namespace."};
-const Rule unknownClass{"registration.unknown-class", Severity::Error,
-                        "A registration names a class that its namespace does not have.",
-                        "Correct ClassName or Namespaces, or compile the class's MOF."};
+const Rule registeredUnknownClass{"registration.unknown-class", Severity::Error,
+                                  "A registration names a class that its namespace does not have.",
+                                  "Correct ClassName or Namespaces, or compile the class's MOF."};
 const Rule associationType{
     "registration.association-type", Severity::Error,
     "An association class is registered, but not for associations: associators and references find "
@@ -47,7 +47,7 @@ const Rule indicationType{
     "registration.indication-type", Severity::Error,
     "An indication class is registered, but not for indications: clients cannot subscribe to it.",
     "Use ProviderType {4, 5}: indications, and methods for send."};
-const Rule notAnIndication{
+const Rule registeredNotAnIndication{
     "registration.not-an-indication", Severity::Error,
     "A class without the qualifier Indication is registered for indications.",
     "Qualify the class with Indication in the MOF, and derive it from CIM_AlertIndication."};
@@ -114,7 +114,7 @@ void checkTypes(const Report& report, const ClassFacts& facts, const Same& same)
             "subscribe; use {4, 5}");
     }
     if (!facts.isIndication() && indication) {
-        report.add(notAnIndication, "ProviderType",
+        report.add(registeredNotAnIndication, "ProviderType",
                    "has ProviderType 4 (indication), but lacks the qualifier Indication; add it in "
                    "the MOF");
     }
@@ -212,7 +212,7 @@ void checkClass(Findings& findings, SchemaFacts& schema, const Same& same,
     const Facts facts = schema.find(first.nameSpace, first.className);
     if (!facts) {
         const std::string near = didYouMean(name, classNames(schema, first.nameSpace));
-        report.add(unknownClass, textOf(first.nameSpace),
+        report.add(registeredUnknownClass, textOf(first.nameSpace),
                    "is registered, but namespace " + textOf(first.nameSpace) +
                        " does not have the class" +
                        (near.empty() ? otherPlaces(schema, registrations, first.className) : near));
@@ -306,8 +306,8 @@ struct NoCase {
 }  // namespace
 
 RuleList registrationRules() {
-    return {&noClass,          &methodsAlone,     &unknownNamespace, &unknownClass,
-            &associationType,  &notAnAssociation, &indicationType,   &notAnIndication,
+    return {&noClass,          &methodsAlone,     &unknownNamespace, &registeredUnknownClass,
+            &associationType,  &notAnAssociation, &indicationType,   &registeredNotAnIndication,
             &alertSuperclass,  &unknownMethod,    &unservedMethod,   &unservedSubclass,
             &classAndSubclass, &keyless,          &unknownReference, &tooFewEnds};
 }

@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 #include <velmar_embedded/schema/MofOutline.h>
 
-#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <filesystem>
@@ -49,12 +48,6 @@ std::string moduleName(const std::string& folder) {
         starts = false;
     }
     return name;
-}
-
-std::string lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
 }
 
 // Standard files by their places in the list: each comes after those that it needs.
@@ -139,7 +132,7 @@ void refuseUnfit(const std::string& what, const std::string& name) {
         throw UsageError(
             fmt::format("{} {}: its name has one of the characters \" \\ $ [ ] ; or a control "
                         "character, which build tools do not take for a part of a name; rename it",
-                        what, velmar_generator::quoted(name)));
+                        what, velmar_generator::literal(name)));
     }
 }
 
@@ -268,7 +261,7 @@ ExitCode create(NewOptions& options) {
         generator.module = moduleName(options.folder);
     }
     if (generator.cppNamespace.empty()) {
-        generator.cppNamespace = lower(generator.module);
+        generator.cppNamespace = velmar_generator::lowerCase(generator.module);
     }
     velmar_embedded::Repository repository;
     const auto needed = compile(options, repository);

@@ -7,25 +7,19 @@
 #include <velmar_embedded/schema/MofOutline.h>
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <iterator>
 #include <map>
 #include <set>
 
 #include "GeneratorOptions.h"
+#include "generator/Names.h"
 
 namespace fs = std::filesystem;
 
 namespace velmar_cli {
 
 namespace {
-
-std::string lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
 
 bool isModule(const fs::path& file) {
     return file.extension() == ".so" && file.filename().string().rfind("lib", 0) == 0;
@@ -54,7 +48,7 @@ Contents contentsOf(const std::string& folder) {
             if (isPrivate(path)) {
                 entry.disable_recursion_pending();
             }
-        } else if (lower(path.extension().string()) == ".mof") {
+        } else if (velmar_generator::lowerCase(path.extension().string()) == ".mof") {
             const std::string file = path.lexically_normal().string();
             (velmar_embedded::outlineOfMofFile(file).registersProviders() ? found.registrations
                                                                           : found.schemas)

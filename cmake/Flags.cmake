@@ -6,6 +6,10 @@
 add_library(velmar_flags INTERFACE)
 target_compile_options(velmar_flags INTERFACE -Wall -Wextra -Wshadow -Wsuggest-override
                        -Wnon-virtual-dtor -Woverloaded-virtual)
+if(CMAKE_UNITY_BUILD)
+    # Several sources in one unit: what is private to a source is not taken for a header's.
+    target_compile_options(velmar_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+endif()
 if(VELMAR_WERROR)
     target_compile_options(velmar_flags INTERFACE -Werror)
 endif()

@@ -11,7 +11,7 @@ namespace velmar_generator {
 namespace {
 
 std::string place(const ClassModel& model, const Element& property) {
-    return quoted(model.name + "." + property.name);
+    return literal(model.name + "." + property.name);
 }
 
 std::string memberOf(const Element& property) {
@@ -172,8 +172,8 @@ std::string alertFunctions(const ClassModel& model) {
         adds += fmt::format("        cim::replace(_object, names().{}, {});\n", property.cppName,
                             property.cppName);
         if (property.name != "AlertingManagedElement") {  // sendIndication adds it
-            parameters += fmt::format("        cim::add(_result, {}, {});\n", quoted(property.name),
-                                      property.cppName);
+            parameters += fmt::format("        cim::add(_result, {}, {});\n",
+                                      literal(property.name), property.cppName);
         }
     }
     return fmt::format(
@@ -198,7 +198,7 @@ std::string tables(const ClassModel& model) {
     std::string members;
     for (const Element& property : model.properties) {
         names += fmt::format("        const Pegasus::CIMName {}{{{}}};\n", property.cppName,
-                             quoted(property.name));
+                             literal(property.name));
         members += fmt::format(
             "            {{&names().{0},\n"
             "             []({1}& _object, const Pegasus::CIMValue& _value) {{\n"
@@ -289,8 +289,8 @@ std::string pathsHeader(const Options& options, const std::vector<ClassModel>& m
     text += "\nnamespace paths {\n\n";
     text += "[[gnu::visibility(\"hidden\")]] inline const cim::Parent parents[] = {\n";
     for (const PathClass& one : classes) {
-        text += fmt::format("    {{{}, {}}},\n", quoted(one.name),
-                            one.superclass.empty() ? "nullptr" : quoted(one.superclass));
+        text += fmt::format("    {{{}, {}}},\n", literal(one.name),
+                            one.superclass.empty() ? "nullptr" : literal(one.superclass));
     }
     text += "};\n\n";
     for (const PathClass& one : classes) {
@@ -316,7 +316,7 @@ std::string pathsHeader(const Options& options, const std::vector<ClassModel>& m
             "    {0}(const Pegasus::CIMObjectPath& path, Checked checked) : {1}(path, checked) "
             "{{}}\n"
             "}};\n\n",
-            name, base, quoted(one.name), quoted(options.cimNamespace));
+            name, base, literal(one.name), literal(options.cimNamespace));
     }
     text += fmt::format("}}  // namespace paths\n}}  // namespace {}\n\n#endif\n",
                         options.cppNamespace);

@@ -8,7 +8,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 
 #include "Names.h"
@@ -124,7 +123,7 @@ void readValues(const Feature& feature, Element& element, const std::string& typ
     }
     Scope scope({typeName});
     for (size_t i = 0; i < map.size(); i++) {
-        const std::string value = isText ? quoted(map[i]) : number(map[i], element.type);
+        const std::string value = isText ? literal(map[i]) : number(map[i], element.type);
         if (!value.empty()) {
             const std::string name = i < values.size() && !values[i].empty() ? values[i] : map[i];
             element.values.push_back({scope.add(name), value});
@@ -266,23 +265,18 @@ std::vector<std::string> Reader::lineage(const std::string& name) const {
 }
 
 std::string Reader::suggestion(const std::string& name) const {
-    const auto lower = [](std::string text) {
-        std::transform(text.begin(), text.end(), text.begin(),
-                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-        return text;
-    };
     // What the name has after its schema's prefix is what people remember.
-    const std::string wanted = lower(name.substr(name.find('_') + 1));
-    const std::string prefix = lower(name.substr(0, name.find('_') + 1));
+    const std::string wanted = lowerCase(name.substr(name.find('_') + 1));
+    const std::string prefix = lowerCase(name.substr(0, name.find('_') + 1));
     std::vector<std::string> like;
     std::vector<std::string> ofSamePrefix;
     const Array<CIMName> all = _schema.subclassNames(_nameSpace, CIMName(), true);
     for (Uint32 i = 0; i < all.size(); i++) {
         const std::string one = utf8(all[i]);
-        const std::string tail = lower(one.substr(one.find('_') + 1));
+        const std::string tail = lowerCase(one.substr(one.find('_') + 1));
         if (tail.find(wanted) != std::string::npos || wanted.find(tail) != std::string::npos) {
             like.push_back(one);
-        } else if (!prefix.empty() && lower(one).compare(0, prefix.size(), prefix) == 0) {
+        } else if (!prefix.empty() && lowerCase(one).compare(0, prefix.size(), prefix) == 0) {
             ofSamePrefix.push_back(one);
         }
     }

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cctype>
 #include <iterator>
 #include <sstream>
@@ -92,7 +93,13 @@ std::string classNameOf(const std::string& name) {
         .add(name);
 }
 
-std::string quoted(const std::string& text) {
+std::string lowerCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+std::string literal(const std::string& text) {
     std::string result = "\"";
     for (const char c : text) {
         if (c == '"' || c == '\\') {

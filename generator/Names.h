@@ -32,8 +32,11 @@ bool isReserved(const std::string& name);
 /// The C++ class of a CIM class.
 std::string classNameOf(const std::string& name);
 
+/// The text with its ASCII letters in lower case.
+std::string lowerCase(std::string text);
+
 /// The text with quotes, as C++ and MOF write it.
-std::string quoted(const std::string& text);
+std::string literal(const std::string& text);
 
 /// The text as lines of a documentation comment, indented by so many blanks, with a line's end
 /// after the last; nothing for an empty text.

@@ -40,7 +40,7 @@ std::string hook(const ClassModel& model, const Method& method) {
     }
     return text + fmt::format("    virtual {} {}({}) {{\n        cim::notWritten({});\n    }}\n",
                               resultType(method), method.cppName, signature(model, method),
-                              quoted(model.name + "." + method.name));
+                              literal(model.name + "." + method.name));
 }
 
 std::string call(const ClassModel& model, const Method& method) {
@@ -54,27 +54,27 @@ std::string call(const ClassModel& model, const Method& method) {
         arguments += ", _self";
     }
     for (const Element& parameter : method.parameters) {
-        declared += quoted(parameter.name) + ", ";
+        declared += literal(parameter.name) + ", ";
         const std::string local = "_the" + parameter.cppName;
         if (parameter.isRequired && parameter.isIn && !parameter.isOut) {
             before += fmt::format("            const auto {} = _given.required<{}>({});\n", local,
-                                  parameter.cppType, quoted(parameter.name));
+                                  parameter.cppType, literal(parameter.name));
         } else {
             before += fmt::format("            cim::Property<{}> {};\n", parameter.cppType, local);
         }
         if (parameter.isIn && parameter.isRequired && parameter.isOut) {
             before += fmt::format("            {} = _given.required<{}>({});\n", local,
-                                  parameter.cppType, quoted(parameter.name));
+                                  parameter.cppType, literal(parameter.name));
         } else if (parameter.isIn && !parameter.isRequired) {
             before += fmt::format(
                 "            if (!_given.get({0}, {1}) && !mayLeaveOut({2}, {0})) {{\n"
                 "                cim::missing({0});\n            }}\n",
-                quoted(parameter.name), local, quoted(method.name));
+                literal(parameter.name), local, literal(method.name));
         }
         arguments += ", " + local;
         if (parameter.isOut) {
             after += fmt::format("            cim::add(_outParameters, {}, {});\n",
-                                 quoted(parameter.name), local);
+                                 literal(parameter.name), local);
         }
     }
     return fmt::format(
@@ -83,7 +83,7 @@ std::string call(const ClassModel& model, const Method& method) {
         "            const cim::InParameters _given(_inParameters, _declared);\n{}"
         "            const {} _result = {}({});\n{}"
         "            return cim::valueOf(_result);\n        }}\n",
-        quoted(method.name), declared, before, resultType(method), method.cppName, arguments,
+        literal(method.name), declared, before, resultType(method), method.cppName, arguments,
         after);
 }
 
@@ -133,7 +133,7 @@ std::string constructor(const Options& options, const ClassModel& model) {
     std::string ends;
     if (model.kind == Kind::Association) {
         for (const Element* end : model.ends()) {
-            ends += fmt::format(", {}, {}", quoted(end->name), quoted(end->referenceClass));
+            ends += fmt::format(", {}, {}", literal(end->name), literal(end->referenceClass));
         }
     }
     return fmt::format(
@@ -141,7 +141,7 @@ std::string constructor(const Options& options, const ClassModel& model) {
         "    /// velmar_remote::InstanceCache's constructor.\n"
         "    explicit {}ProviderBase(Pegasus::Uint32 chains = 0)\n"
         "        : {}(\n              {}{}, chains) {}\n",
-        model.cppName, typedBase(model), quoted(model.name), ends,
+        model.cppName, typedBase(model), literal(model.name), ends,
         isUsualNamespace(options)
             ? "{}"
             : "{\n        // What is erased takes no associations along: they are in another "
@@ -189,7 +189,7 @@ std::string providerHeader(const Options& options, const ClassModel& model, bool
     std::string text = headerStart(
         fmt::format("VELMAR_GENERATED_{}_{}PROVIDERBASE_H", options.cppNamespace, model.cppName),
         "What the provider of " + model.name + " derives from.",
-        {"<velmar_typed/Providers.h>", quoted(model.cppName + ".h")});
+        {"<velmar_typed/Providers.h>", literal(model.cppName + ".h")});
     text += fmt::format("namespace {} {{\n\n", options.cppNamespace);
     if (model.kind == Kind::Alert) {
         text += alertBase(model, enriched);
@@ -223,7 +223,7 @@ std::string factorySource(const Options& options, const std::vector<ClassModel>&
         makes += fmt::format(
             "    if (providerName == {}) {{\n"
             "        return velmar_typed::make<{}::{}Provider>({});\n    }}\n",
-            quoted(model.name), options.cppNamespace, model.cppName,
+            literal(model.name), options.cppNamespace, model.cppName,
             watcher.empty() ? "" : "watcher");
     }
     return fmt::format(
@@ -252,7 +252,7 @@ std::string registrationMof(const Options& options, const std::vector<ClassModel
         if (model.kind != Kind::Alert) {
             types += model.methods.empty() ? "" : ", 5";
             for (const Method& method : model.methods) {
-                methods += (methods.empty() ? "" : ", ") + quoted(method.name);
+                methods += (methods.empty() ? "" : ", ") + literal(method.name);
             }
         }
         text += fmt::format(

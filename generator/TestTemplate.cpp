@@ -60,7 +60,7 @@ std::string methodTest(const ClassModel& model) {
         }
         calls +=
             fmt::format("    EXPECT_EQ(call({}, {}), Pegasus::{});\n",
-                        method.isStatic || refuses ? "sample()" : "absent()", quoted(method.name),
+                        method.isStatic || refuses ? "sample()" : "absent()", literal(method.name),
                         refuses ? "CIM_ERR_INVALID_PARAMETER" : "CIM_ERR_NOT_FOUND");
     }
     if (calls.empty()) {
@@ -108,13 +108,13 @@ std::string callTest(const ClassModel& model) {
                 parameters += fmt::format(
                     "    cim::add(given, {},\n             cim::Property<{}>(\n                 "
                     "{}));\n",
-                    quoted(parameter.name), parameter.cppType, value);
+                    literal(parameter.name), parameter.cppType, value);
             }
             isWhole = isWhole && !(parameter.isIn && parameter.isRequired && value.empty());
         }
         if (isWhole) {
             calls += fmt::format("    given.clear();\n{}    call({});\n", parameters,
-                                 quoted(method.name));
+                                 literal(method.name));
         }
     }
     if (calls.empty()) {
@@ -204,11 +204,11 @@ std::string alertTest(const ClassModel& model, const ClassModel* element,
         "    {0} alert;\n{4}"
         "    cim::raise(alert, {1}::classPath());\n"
         "    EXPECT_FALSE(subscriber.waitFor(1).empty());\n}}\n\n}}  // namespace\n",
-        model.cppName, about, quoted(model.name),
+        model.cppName, about, literal(model.name),
         allowed.empty() ? ""
                         : "\n        // The schema has more classes than there are objects of.\n"
                           "        allow(" +
-                              quoted(allowed) + ");\n    ",
+                              literal(allowed) + ");\n    ",
         requiredValues(model));
 }
 

@@ -47,8 +47,20 @@ install_packages() {
     BENCH_PACKAGES=(libbenchmark-dev)
 }
 
-# build PRESET [-DOPTION=VALUE ...] [TARGET ...] : configures and builds quietly; the whole output on
-# failure.
+# tell_progress LOG : copies ninja's output to the log and says after each tenth how far it is.
+tell_progress() {
+    local line told=0
+    while IFS= read -r line; do
+        printf '%s\n' "$line" >>"$1"
+        [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]] || continue
+        if ((BASH_REMATCH[1] * 10 / BASH_REMATCH[2] > told)); then
+            told=$((BASH_REMATCH[1] * 10 / BASH_REMATCH[2]))
+            echo "  built ${BASH_REMATCH[1]} of ${BASH_REMATCH[2]}" >&2
+        fi
+    done
+}
+
+# build PRESET [-DOPTION=VALUE ...] [TARGET ...] : configures and builds; the output's end on failure.
 build() {
     local preset=$1 log argument options=() targets=()
     shift
@@ -62,8 +74,8 @@ build() {
     mkdir -p build
     log="build/$preset.log"
     echo "building ($preset), output in $log" >&2
-    if ! { cmake --preset "$preset" "${options[@]}" &&
-           cmake --build --preset "$preset" "${targets[@]}"; } >"$log" 2>&1; then
+    if ! cmake --preset "$preset" "${options[@]}" >"$log" 2>&1 ||
+        ! cmake --build --preset "$preset" "${targets[@]}" 2>&1 | tell_progress "$log"; then
         tail -n 60 "$log" >&2
         return 1
     fi

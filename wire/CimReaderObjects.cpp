@@ -182,7 +182,7 @@ CIMParameter declaredParameterOf(pugi::xml_node element) {
     invalid(element, std::string("Expected a parameter, got ") + element.name());
 }
 
-CIMMethod methodOf(pugi::xml_node element) {
+CIMMethod declaredMethod(pugi::xml_node element) {
     CIMMethod method(nameOf(element), typeOf(element, "TYPE"),
                      optionalNameOf(element, "CLASSORIGIN"), truth(element, "PROPAGATED", false));
     for (auto child = readQualifiers(element, method); child; child = nextElement(child)) {
@@ -247,7 +247,7 @@ CIMClass classOf(pugi::xml_node element) {
         cimClass.addProperty(propertyOf(child));
     }
     for (; is(child, "METHOD"); child = nextElement(child)) {
-        cimClass.addMethod(methodOf(child));
+        cimClass.addMethod(declaredMethod(child));
     }
     if (child) {
         invalid(child, std::string("Expected a property or method in CLASS, got ") + child.name());

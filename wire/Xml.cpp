@@ -133,7 +133,7 @@ class TextCheck {
     size_t _parts = 0;
 };
 
-std::string nameOf(pugi::xml_node element) {
+std::string tagOf(pugi::xml_node element) {
     return element ? std::string(element.name()) : "no element";
 }
 
@@ -214,8 +214,8 @@ pugi::xml_node onlyElement(pugi::xml_node parent) {
     const pugi::xml_node first = firstElement(parent);
     const pugi::xml_node second = nextElement(first);
     if (!first || second) {
-        invalid(first ? second : parent, "Expected one element in " + nameOf(parent) + ", got " +
-                                             (first ? nameOf(second) + " after it" : "none"));
+        invalid(first ? second : parent, "Expected one element in " + tagOf(parent) + ", got " +
+                                             (first ? tagOf(second) + " after it" : "none"));
     }
     return first;
 }
@@ -224,7 +224,7 @@ std::string textIn(pugi::xml_node element) {
     std::string text;
     for (pugi::xml_node child : element.children()) {
         if (child.type() == pugi::node_element) {
-            invalid(child, "Expected a text in " + nameOf(element) + ", got " + nameOf(child));
+            invalid(child, "Expected a text in " + tagOf(element) + ", got " + tagOf(child));
         }
         text += child.value();
     }

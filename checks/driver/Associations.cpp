@@ -221,7 +221,7 @@ void tryWrongRole(Session& session, const CIMObjectPath& path) {
 
 // By path; nothing after an error, which is the instances' drive's, or where the class is not
 // served as instances.
-std::map<std::string, CIMInstance> enumerate(Session& session) {
+std::map<std::string, CIMInstance> associations(Session& session) {
     std::map<std::string, CIMInstance> result;
     session.call("enumerateInstances", [&] {
         result = byPath(session.client.enumerateInstances(session.about.nameSpace,
@@ -235,7 +235,7 @@ std::map<std::string, CIMInstance> enumerate(Session& session) {
 void driveAssociation(Session& session, const DriveOptions& options) {
     Answers answers;  // of the first rounds
     unsigned looked = 0;
-    for (const auto& [shown, association] : enumerate(session)) {
+    for (const auto& [shown, association] : associations(session)) {
         if (looked++ == options.limit) {
             break;
         }
@@ -246,7 +246,7 @@ void driveAssociation(Session& session, const DriveOptions& options) {
         for (const End& near : ends) {
             bool isFirst = true;
             session.confirm([&, &shown = shown](Doubts& doubts) {
-                const bool isThere = isFirst || enumerate(session).count(shown) != 0;
+                const bool isThere = isFirst || associations(session).count(shown) != 0;
                 if (!isThere) {
                     return;
                 }

@@ -37,17 +37,18 @@ class Compiler {
                  const std::string& name) {
         _open.push_back(identity(name));
         const auto include = [&](const std::string& file, unsigned line,
-                                 const Pegasus::CIMNamespaceName& current) {
-            this->include(current, includedFile(name, file, _options.includeDirectories), line);
+                                 const Pegasus::CIMNamespaceName& where) {
+            this->include(where, includedFile(name, file, _options.includeDirectories), line);
         };
-        const auto stored = [&](const Pegasus::CIMNamespaceName& current,
+        const auto stored = [&](const Pegasus::CIMNamespaceName& where,
                                 const Pegasus::CIMObjectPath& path, unsigned line) {
             if (_options.stored) {
-                _options.stored(current, path, name, line);
+                _options.stored(where, path, name, line);
             }
         };
-        const auto missing = [&](const Pegasus::CIMNamespaceName& current,
-                                 const std::string& lacks) { complete(current, lacks); };
+        const auto missing = [&](const Pegasus::CIMNamespaceName& where, const std::string& lacks) {
+            complete(where, lacks);
+        };
         MofParser parser(_repository, _aliases, nameSpace, text, {include, stored, missing});
         try {
             parser.run();

@@ -57,7 +57,7 @@ TEST_F(Watched, WhatFailsIsReportedOnceAndGoesOn) {
     int round = 0;
     TrapWatcher::step = [&](TrapWatcher& watcher) {
         watcher.with<TRAP_PartProvider>([&](TRAP_PartProvider& parts) {
-            round++; // the watcher may step before its provider is there
+            round++;  // the watcher may step before its provider is there
             if (round < 100) {
                 throw CIMException(CIM_ERR_FAILED, round % 2 == 0 ? "no answer" : "silent device");
             }
