@@ -9,6 +9,7 @@
 #       [CPP_NAMESPACE NAMESPACE]   of the generated classes; NAME in small letters without it
 #       [CIM_NAMESPACE NAMESPACE]   root/velmar_remote without it
 #       [NO_ENRICHMENT]             alerts are not enriched from the CIM model
+#       [INCLUDES FOLDER...]        searched for MOF files that others include; installed with them
 #       [CLIENTS_MAY create,delete CLASS...]  what clients may do with instances beside reading them
 #       [WATCHER CLASS])            in CLASS.h: watches the device for all of the module's providers
 #
@@ -24,7 +25,7 @@
 # and PACKAGE_MODULES.
 #
 #   velmar_add_classes(NAME MOF... CLASSES CLASS... [CPP_NAMESPACE NAMESPACE]
-#                      [CIM_NAMESPACE NAMESPACE] [NO_ENRICHMENT] [CLIENTS_MAY ...])
+#                      [CIM_NAMESPACE NAMESPACE] [NO_ENRICHMENT] [INCLUDES ...] [CLIENTS_MAY ...])
 #
 # makes the interface library NAME: typed classes and provider bases only, for clients, and for
 # providers with a module, a factory and a registration made by hand.
@@ -121,7 +122,7 @@ function(_velmar_check_names function)
                                 "that of a class or namespace")
         endif()
     endforeach()
-    foreach(_path IN LISTS _schemas ITEMS "${CMAKE_CURRENT_BINARY_DIR}")
+    foreach(_path IN LISTS _schemas _arg_INCLUDES ITEMS "${CMAKE_CURRENT_BINARY_DIR}")
         if(_path MATCHES "[]\"\\$[\n\r\t;]|/-[^/]*$")
             message(FATAL_ERROR "${function}(${_name}): the name of ${_path} has one of the characters "
                                 "\" \\ $ [ ] or a line break, or begins with -, which tools do not take "
@@ -140,7 +141,7 @@ endfunction()
 # those of _module, none where that is empty. Sets what it reads for its caller, too.
 macro(_velmar_generate _function)
     cmake_parse_arguments(_arg "NO_ENRICHMENT" "CPP_NAMESPACE;CIM_NAMESPACE;WATCHER"
-                          "CLASSES;SOURCES;CLIENTS_MAY"
+                          "CLASSES;SOURCES;INCLUDES;CLIENTS_MAY"
                           ${ARGN})
     set(_schemas ${_arg_UNPARSED_ARGUMENTS})
     foreach(_needed _schemas _arg_CLASSES)
@@ -155,7 +156,9 @@ macro(_velmar_generate _function)
     if(NOT _arg_CIM_NAMESPACE)
         set(_arg_CIM_NAMESPACE root/velmar_remote)
     endif()
-    list(TRANSFORM _schemas PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/" REGEX "^[^/]")
+    foreach(_paths _schemas _arg_INCLUDES)
+        list(TRANSFORM ${_paths} PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/" REGEX "^[^/]")
+    endforeach()
     _velmar_check_names(${_function})
 
     set(_folder "${CMAKE_CURRENT_BINARY_DIR}/${_name}-generated")
@@ -163,6 +166,9 @@ macro(_velmar_generate _function)
     set(_command "${_velmar}" generate --schema ${_schemas} --class ${_arg_CLASSES}
         --cpp-namespace ${_arg_CPP_NAMESPACE} --namespace ${_arg_CIM_NAMESPACE}
         --output "${_folder}")
+    foreach(_include IN LISTS _arg_INCLUDES)
+        list(APPEND _command --include "${_include}")
+    endforeach()
     if(_module)
         list(APPEND _command --module ${_module})
     endif()
@@ -233,8 +239,15 @@ function(_velmar_install_provider)
     endif()
     set(_share "${CMAKE_INSTALL_DATADIR}/${_name}")
     install(TARGETS ${_name} LIBRARY DESTINATION "${_providers}")
+    # Side by side, where cimmof finds them; the first of a name is the one in use, so it comes last.
+    set(_folders "")
     foreach(_schema IN LISTS _schemas)
         get_filename_component(_mof "${_schema}" DIRECTORY)
+        list(APPEND _folders "${_mof}")
+    endforeach()
+    list(APPEND _folders ${_arg_INCLUDES})
+    list(REVERSE _folders)
+    foreach(_mof IN LISTS _folders)
         install(DIRECTORY "${_mof}/" DESTINATION "${_share}/mof" FILES_MATCHING PATTERN "*.mof"
                 PATTERN "${_name}-generated" EXCLUDE)
     endforeach()
