@@ -10,7 +10,10 @@
 #include <cstdlib>
 #include <string>
 
+#include "Parts.h"
 #include "schema/Mof.h"
+
+VELMAR_FUZZ_BY_PARTS(velmar_fuzz::partsOfMof)
 
 using namespace Pegasus;
 using namespace velmar_embedded;

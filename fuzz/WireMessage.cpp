@@ -10,6 +10,9 @@
 #include <string>
 
 #include "Messages.h"
+#include "Parts.h"
+
+VELMAR_FUZZ_BY_PARTS(velmar_fuzz::partsOfXml)
 
 using namespace Pegasus;
 using namespace velmar_wire;
