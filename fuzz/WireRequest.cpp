@@ -68,8 +68,8 @@ std::string withHead(const std::string& body) {
 
 }  // namespace
 
-// A leak check may stop a thread between its start and the moment the checker knows it: the destructors
-// that such a thread has registered look like a leak.
+// A leak check may stop a thread between its start and the moment the checker knows it: the
+// destructors that such a thread has registered look like a leak.
 extern "C" const char* __lsan_default_suppressions() { return "leak:__cxa_thread_atexit_impl\n"; }
 
 // The body by its parts, mostly, with the length that it has then.
