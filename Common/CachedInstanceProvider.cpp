@@ -34,9 +34,6 @@ CachedInstanceProvider::CachedInstanceProvider() {}
 CachedInstanceProvider::CachedInstanceProvider(const String& CIMClassName)
     : _CIMClassName(CIMClassName) {}
 
-CachedInstanceProvider::CachedInstanceProvider(const String& CIMClassName, Uint32 chains)
-    : _cache(chains), _CIMClassName(CIMClassName) {}
-
 CachedInstanceProvider::~CachedInstanceProvider() {}
 
 void CachedInstanceProvider::initialize(CIMOMHandle& cimom) {

@@ -39,8 +39,6 @@ class CachedInstanceProvider : public Pegasus::CIMInstanceProvider {
     CachedInstanceProvider();
     /// `CIMClassName` is the CIM class that this provider serves.
     explicit CachedInstanceProvider(const Pegasus::String& CIMClassName);
-    /// For more than some thousand instances: `chains` as in InstanceCache's constructor.
-    CachedInstanceProvider(const Pegasus::String& CIMClassName, Uint32 chains);
     ~CachedInstanceProvider() override;
 
     /// Keeps a copy of the handle and forbids unloading the provider when it is idle. Comes before

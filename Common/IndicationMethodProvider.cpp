@@ -10,7 +10,6 @@
 
 #include <condition_variable>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <new>
 
@@ -36,134 +35,75 @@ void store(T& member, T value) {
     __atomic_store(&member, &value, __ATOMIC_RELEASE);
 }
 
-// A thread and the deliveries that it is inside of, whichever their objects. Trivial: it must be
-// there for as long as the thread is.
-struct Thread {
-    unsigned deliveries;
-    Boolean isDisabling;  // or was, inside the present deliveries
-};
-thread_local Thread thisThread;
-
-// What is known of an object beside its members, which are fixed, and beyond its end: whomever a
-// "send" calls may disable the object or delete it.
-struct Life {
-    Boolean isOver = false;
-    std::map<const Thread*, unsigned> deliveries;  // those that are running
-};
-
-// The mutex guards all of this. Never destroyed, since a delivery may be running while the process
-// ends, and not on the heap, where it would be lost when a statically linked module is unloaded.
-struct Lives {
+// The running deliveries of all objects. They stand beside the objects, whose members are fixed,
+// and are never destroyed: a delivery may be running while the process ends. Not on the heap, where
+// they would be lost when a statically linked module is unloaded.
+struct Deliveries {
     std::mutex mutex;
-    std::condition_variable changed;
-    std::map<const void*, std::shared_ptr<Life>> byObject;
+    std::condition_variable ended;
+    std::map<const void*, unsigned> running;  // by object; guarded by the mutex
 
-    static Lives& all() {
-        alignas(Lives) static unsigned char place[sizeof(Lives)];
-        static Lives* const lives = new (place) Lives;
-        return *lives;
-    }
-    // A later object at the same address gets a life of its own. With the mutex held.
-    std::shared_ptr<Life> of(const void* object) {
-        std::shared_ptr<Life>& life = byObject[object];
-        if (!life) {
-            life = std::make_shared<Life>();
-        }
-        return life;
+    static Deliveries& all() {
+        alignas(Deliveries) static unsigned char place[sizeof(Deliveries)];
+        static Deliveries* const deliveries = new (place) Deliveries;
+        return *deliveries;
     }
 };
 
-// The members of an object that others change while a "send" runs on it.
-struct State {
-    const Boolean& enabled;
-    IndicationResponseHandler* const& handler;
-};
+class Delivery;
+thread_local const Delivery* innermost =
+    nullptr;  // of the deliveries that this thread is inside of
 
-// One "send", while it runs. Reads the object's state only if the object still exists.
-class Send {
+// A delivery of the object, until the end of the scope. Does not touch the object after its start:
+// whom it is delivered to may delete it.
+class Delivery {
  public:
-    Send(const void* object, const State& state) : _state(state) {
-        const std::lock_guard<std::mutex> lock(Lives::all().mutex);
-        _life = Lives::all().of(object);
+    Delivery(const void* object, const Boolean& enabled) : _object(object), _outer(innermost) {
+        const std::lock_guard<std::mutex> lock(Deliveries::all().mutex);
+        _begun = load(enabled);
+        if (_begun) {
+            ++Deliveries::all().running[_object];
+            innermost = this;
+        }
     }
-    ~Send() {
-        if (!_isDelivering) {
+    ~Delivery() {
+        if (!_begun) {
             return;
         }
-        Lives& all = Lives::all();
+        innermost = _outer;
+        Deliveries& all = Deliveries::all();
         const std::lock_guard<std::mutex> lock(all.mutex);
-        const auto mine = _life->deliveries.find(&thisThread);
-        if (--mine->second == 0) {
-            _life->deliveries.erase(mine);
-            all.changed.notify_all();
+        if (--all.running[_object] == 0) {
+            all.running.erase(_object);
         }
-        if (--thisThread.deliveries == 0) {
-            thisThread.isDisabling = false;
-        }
+        all.ended.notify_all();
     }
-    Send(const Send&) = delete;
-    Send& operator=(const Send&) = delete;
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
 
-    Boolean objectExists() const {
-        const std::lock_guard<std::mutex> lock(Lives::all().mutex);
-        return !_life->isOver;
-    }
-    Boolean isEnabled() const {
-        const std::lock_guard<std::mutex> lock(Lives::all().mutex);
-        return !_life->isOver && load(_state.enabled);
-    }
-    // The handler to deliver to, until the end of this Send; null when there is nobody to tell.
-    IndicationResponseHandler* beginDelivery() {
-        const std::lock_guard<std::mutex> lock(Lives::all().mutex);
-        if (_life->isOver || !load(_state.enabled)) {
-            return nullptr;
+    // False while the object is disabled: then nothing may be delivered.
+    Boolean hasBegun() const { return _begun; }
+
+    // Disables the object and returns when this thread alone is inside deliveries of it.
+    static void stop(const void* object, Boolean& enabled) {
+        unsigned own = 0;
+        for (const Delivery* delivery = innermost; delivery; delivery = delivery->_outer) {
+            own += delivery->_object == object;
         }
-        _life->deliveries[&thisThread]++;
-        thisThread.deliveries++;
-        _isDelivering = true;
-        return load(_state.handler);
+        Deliveries& all = Deliveries::all();
+        std::unique_lock<std::mutex> lock(all.mutex);
+        store(enabled, Boolean(false));
+        all.ended.wait(lock, [&] {
+            const auto found = all.running.find(object);
+            return found == all.running.end() || found->second == own;
+        });
     }
 
  private:
-    const State _state;
-    std::shared_ptr<Life> _life;
-    Boolean _isDelivering = false;
+    const void* const _object;
+    const Delivery* const _outer;
+    Boolean _begun;
 };
-
-// Disables the object and returns when none of its deliveries is running, but for those that could
-// be waiting for this thread: its own, and where it is inside a delivery itself, those of threads
-// that disable as well. The object need not exist any more then.
-void stopDeliveries(const void* object, Boolean& enabled) {
-    Lives& all = Lives::all();
-    std::unique_lock<std::mutex> lock(all.mutex);
-    store(enabled, Boolean(false));
-    const Boolean isInside = thisThread.deliveries > 0;
-    if (isInside) {
-        thisThread.isDisabling = true;
-        all.changed.notify_all();
-    }
-    const std::shared_ptr<const Life> life = all.of(object);
-    all.changed.wait(lock, [&] {
-        for (const auto& delivery : life->deliveries) {
-            const Thread& thread = *delivery.first;
-            if (&thread != &thisThread && !(isInside && thread.isDisabling)) {
-                return false;
-            }
-        }
-        return true;
-    });
-}
-
-// To be called before the object's members are destroyed.
-void endLife(const void* object) {
-    Lives& all = Lives::all();
-    const std::lock_guard<std::mutex> lock(all.mutex);
-    const auto life = all.byObject.find(object);
-    if (life != all.byObject.end()) {
-        life->second->isOver = true;
-        all.byObject.erase(life);
-    }
-}
 
 void addNullValues(CIMInstance& inst) {
     static const struct {
@@ -201,7 +141,8 @@ void addNullValues(CIMInstance& inst) {
 
 }  // namespace
 
-Uint32 IndicationMethodProvider::_ID = 0;
+// Inline: where modules each carry a copy of the static library, all of them meet one counter.
+inline Uint32 IndicationMethodProvider::_ID = 0;
 
 IndicationMethodProvider::IndicationMethodProvider()
     : _handler(nullptr), _enabled(false), _numSubscriptions(nullptr) {}
@@ -213,7 +154,7 @@ IndicationMethodProvider::IndicationMethodProvider(const String& CIMClassName,
       _enabled(false),
       _numSubscriptions(numSubscriptions) {}
 
-IndicationMethodProvider::~IndicationMethodProvider() { endLife(this); }
+IndicationMethodProvider::~IndicationMethodProvider() {}
 
 void IndicationMethodProvider::initialize(CIMOMHandle& cimom) {
     TraceScope trace(__FILE__, __LINE__, "IndicationMethodProvider::initialize");
@@ -237,7 +178,7 @@ void IndicationMethodProvider::disableIndications() {
     TraceScope trace(__FILE__, __LINE__, "IndicationMethodProvider::disableIndications");
     // The CIM server deletes the handler as soon as this has returned.
     IndicationResponseHandler* const handler = load(_handler);
-    stopDeliveries(this, _enabled);  // and no member is looked at any more
+    Delivery::stop(this, _enabled);
     if (handler != nullptr) {
         handler->complete();
     }
@@ -278,22 +219,17 @@ void IndicationMethodProvider::invokeMethod(const OperationContext& context, con
                                             const Array<CIMParamValue>& inParameters,
                                             MethodResultResponseHandler& handler) {
     TraceScope trace(__FILE__, __LINE__, "IndicationMethodProvider::invokeMethod");
-    // Everything called from here on may disable this object, or delete it.
-    Send send(this, State{_enabled, _handler});
     handler.processing();
     if (methodName != CIMName("send")) {
         throw CIMException(CIM_ERR_METHOD_NOT_FOUND, methodName.getString());
     }
-    if (!send.isEnabled()) {
+    if (!load(_enabled)) {
         handler.deliver(CIMValue(Sint32(0)));
         handler.complete();
         return;
     }
     handler.deliver(CIMValue(Sint32(1)));
     handler.complete();
-    if (!send.objectExists()) {
-        return;
-    }
 
     const CIMName className(_CIMClassName);
     CIMInstance inst(className);
@@ -312,9 +248,9 @@ void IndicationMethodProvider::invokeMethod(const OperationContext& context, con
     addNullValues(inst);
 
     // Enrichment takes its time, and subscribers may have gone meanwhile.
-    IndicationResponseHandler* const subscribers = send.beginDelivery();
-    if (subscribers != nullptr) {
-        subscribers->deliver(CIMIndication(inst));
+    const Delivery delivery(this, _enabled);
+    if (delivery.hasBegun()) {
+        load(_handler)->deliver(CIMIndication(inst));
     }
 }
 

@@ -10,10 +10,9 @@
 //
 // Thread-safe: the CIM server may run any number of "send" calls while subscriptions come and go.
 // Once disableIndications has returned, no delivery runs or starts on the handler, which the CIM
-// server then deletes. What a "send" calls (handlers, generateIndication) may itself disable or
-// terminate this object: a delivery that does so goes on, so its handler must live until it ends.
-// An alert raised inside the fillProperties of the alerting system stalls
-// until the client's time-out, since enrichment asks for that system.
+// server then deletes. A handler may itself disable this object: its own delivery goes on, so it
+// must live until that ends. An alert raised inside the fillProperties of the alerting system
+// stalls until the client's time-out, since enrichment asks for that system.
 #ifndef VELMAR_REMOTE_COMMON_INDICATIONMETHODPROVIDER_H
 #define VELMAR_REMOTE_COMMON_INDICATIONMETHODPROVIDER_H
 
@@ -51,8 +50,7 @@ class IndicationMethodProvider : public Pegasus::CIMIndicationProvider,
     /// Stores the address of the handler, which stays the CIM server's, and enables.
     void enableIndications(Pegasus::IndicationResponseHandler& handler) override;
     /// Disables, waits for running deliveries, then completes the stored handler, if there is one.
-    /// Called inside a delivery, it does not wait for those of the same thread, nor for those of
-    /// threads that call it inside a delivery too.
+    /// Called inside a delivery, it does not wait for those of the same thread.
     void disableIndications() override;
     /// Adds 1 to the subscription counter; enables nothing.
     void createSubscription(const Pegasus::OperationContext& context,

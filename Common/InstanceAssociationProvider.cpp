@@ -155,7 +155,7 @@ struct InstanceAssociationProvider::Request {
 };
 
 // Takes the results, as objects or as paths.
-class InstanceAssociationProvider::Sink {
+class __attribute__((visibility("hidden"))) InstanceAssociationProvider::Sink {
  public:
     class Objects;
     class Paths;
@@ -252,17 +252,6 @@ InstanceAssociationProvider::InstanceAssociationProvider(const String& CIMClassN
                                                          const String& rightPropertyName,
                                                          const String& rightClassName)
     : CachedInstanceProvider(CIMClassName),
-      _leftClassName(leftClassName),
-      _rightClassName(rightClassName),
-      _leftPropertyName(leftPropertyName),
-      _rightPropertyName(rightPropertyName) {
-    _cache.setIsAP();
-}
-
-InstanceAssociationProvider::InstanceAssociationProvider(
-    const String& CIMClassName, const String& leftPropertyName, const String& leftClassName,
-    const String& rightPropertyName, const String& rightClassName, Uint32 chains)
-    : CachedInstanceProvider(CIMClassName, chains),
       _leftClassName(leftClassName),
       _rightClassName(rightClassName),
       _leftPropertyName(leftPropertyName),

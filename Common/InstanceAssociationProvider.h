@@ -38,12 +38,6 @@ class InstanceAssociationProvider : public CachedInstanceProvider,
                                 const Pegasus::String& leftClassName,
                                 const Pegasus::String& rightPropertyName,
                                 const Pegasus::String& rightClassName);
-    /// For more than some thousand instances: `chains` as in InstanceCache's constructor.
-    InstanceAssociationProvider(const Pegasus::String& CIMClassName,
-                                const Pegasus::String& leftPropertyName,
-                                const Pegasus::String& leftClassName,
-                                const Pegasus::String& rightPropertyName,
-                                const Pegasus::String& rightClassName, Uint32 chains);
     ~InstanceAssociationProvider() override;
 
     // In all four, a role that names neither reference property (letter case counts) throws

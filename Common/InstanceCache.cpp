@@ -5,6 +5,8 @@
 
 #include <Pegasus/Client/CIMClient.h>
 
+#include <cstdlib>
+
 #include "Internal.h"
 
 using namespace Pegasus;
@@ -13,21 +15,28 @@ namespace velmar_remote {
 
 namespace {
 
-// Keys that differ only in letter case have text hashes that differ by a multiple of 32. With this
-// number of chains they share one, and path equality finds them; with more they are lost.
 const Uint32 FEWEST_CHAINS = 32;
 
-// A path's hash is its text read as a number in base 5. Keys that count on in digits have hashes
-// that differ by small multiples of a power of 5, and the remainders of those are spread evenly for
-// a power of two. For other numbers, round decimal ones above all, they may hit a few chains only.
-Uint32 suitable(Uint32 chains) {
-    const Uint32 MOST_CHAINS = Uint32(1) << 31;
-    Uint32 number = FEWEST_CHAINS;
-    while (number < chains && number < MOST_CHAINS) {
-        number *= 2;
+// FNV-1a over letters without case. Case matters in the values of string keys, where it costs no
+// more than a shared chain.
+class Mixer {
+ public:
+    void add(const String& text) {
+        const Char16* const data = text.getChar16Data();
+        for (Uint32 i = 0, n = text.size(); i < n; i++) {
+            const Uint16 c = data[i];
+            add(c >= 'A' && c <= 'Z' ? c | 0x20 : c);
+        }
+        add(Uint64(0));
     }
-    return number;
-}
+    void add(Uint64 number) { _state = (_state ^ number) * 0x100000001B3; }
+    // Of the product's low bits each depends on few of the text's; those of the upper half do on
+    // all.
+    Uint32 value() const { return Uint32((_state ^ (_state >> 29)) * 0x9E3779B97F4A7C15 >> 32); }
+
+ private:
+    Uint64 _state = 0xCBF29CE484222325;
+};
 
 // A record of a change comes before it, so the table must first be asked whether there will be one.
 // Each search costs a hash of the whole path: only where the record is written is it made twice.
@@ -48,11 +57,35 @@ void deleteReferences(const CIMObjectPath& instanceReference) {
 
 }  // namespace
 
-InstanceCache::InstanceCache() : InstanceCache(FEWEST_CHAINS) {}
+Uint32 InstanceCache::Hash::hash(const CIMObjectPath& path) {
+    Mixer mixer;
+    mixer.add(path.getClassName().getString());
+    const Array<CIMKeyBinding>& keys = path.getKeyBindings();
+    for (Uint32 i = 0, n = keys.size(); i < n; i++) {
+        mixer.add(keys[i].getName().getString());
+        if (keys[i].getType() == CIMKeyBinding::NUMERIC) {
+            // Equal numbers may be spelled differently: 16 and 0x10.
+            mixer.add(strtoull((const char*)keys[i].getValue().getCString(), nullptr, 0));
+        } else {
+            mixer.add(keys[i].getValue());
+        }
+    }
+    return mixer.value();
+}
 
-InstanceCache::InstanceCache(Uint32 chains) : instanceHash(suitable(chains)), isAP(false) {}
+InstanceCache::InstanceCache() : instanceHash(FEWEST_CHAINS), isAP(false), chains(FEWEST_CHAINS) {}
 
 InstanceCache::~InstanceCache() {}
+
+// Four times the chains: at most one entry each on the average, and filling stays linear.
+void InstanceCache::grow() {
+    Table larger(4 * chains);
+    for (auto entry = instanceHash.start(); entry; entry++) {
+        larger.insert(entry.key(), entry.value());
+    }
+    instanceHash = larger;
+    chains *= 4;
+}
 
 void InstanceCache::insert(const Array<CIMInstance>& instanceObjects) {
     for (Uint32 i = 0; i < instanceObjects.size(); i++) {
@@ -67,6 +100,9 @@ void InstanceCache::insert(const CIMInstance& instanceObject) {
     if (isTraced() && !instanceHash.contains(key)) {
         PEG_TRACE((TRACE_COMPONENT, Tracer::LEVEL3, "Inserting into cache: %s",
                    (const char*)key.toString().getCString()));
+    }
+    if (instanceHash.size() >= chains) {
+        grow();
     }
     instanceHash.insert(key, instanceObject);
 }

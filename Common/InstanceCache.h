@@ -8,6 +8,9 @@
 //
 // Instances are shared handles: the cache stores the handle it is given and hands out handles to
 // the same object. Editing such an instance edits the cached one, outside the cache's lock.
+//
+// Letter case does not matter where path equality ignores it (names of classes and keys). The time
+// of a lookup does not depend on the number of instances: the table grows with them.
 #ifndef VELMAR_REMOTE_COMMON_INSTANCECACHE_H
 #define VELMAR_REMOTE_COMMON_INSTANCECACHE_H
 
@@ -25,14 +28,7 @@ namespace velmar_remote {
 /// A thread-safe store of shared instance handles, keyed by class name and keys.
 class InstanceCache {
  public:
-    /// For some thousand instances: a table of 32 chains, in which letter case does not matter
-    /// where path equality ignores it (names of classes and keys).
     InstanceCache();
-    /// For more instances: about one chain for each, rounded up to a power of two; 32 or fewer, 0
-    /// included, give the default's 32. With more than 32, paths must be spelled in the letter case
-    /// of the stored instance's path: another case is another key, which is not found, and insert
-    /// stores both. A chain costs a pointer or two of memory.
-    explicit InstanceCache(Uint32 chains);
     /// Releases the stored handles; deletes nothing through the CIM server.
     ~InstanceCache();
 
@@ -81,11 +77,20 @@ class InstanceCache {
     void setIsAP();
 
  private:
-    Pegasus::HashTable<Pegasus::CIMObjectPath, Pegasus::CIMInstance,
-                       Pegasus::EqualFunc<Pegasus::CIMObjectPath>, PathHashFunc>
-        instanceHash;
+    /// Equal for equal paths, well mixed.
+    struct Hash {
+        static Uint32 hash(const Pegasus::CIMObjectPath& path);
+    };
+    typedef Pegasus::HashTable<Pegasus::CIMObjectPath, Pegasus::CIMInstance,
+                               Pegasus::EqualFunc<Pegasus::CIMObjectPath>, Hash>
+        Table;
+
+    void grow();
+
+    Table instanceHash;
     bool isAP;
     Pegasus::Mutex mut;
+    Uint32 chains;
 };
 
 }  // namespace velmar_remote

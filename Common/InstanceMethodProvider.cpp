@@ -16,9 +16,6 @@ InstanceMethodProvider::InstanceMethodProvider() {}
 InstanceMethodProvider::InstanceMethodProvider(const String& CIMClassName)
     : CachedInstanceProvider(CIMClassName) {}
 
-InstanceMethodProvider::InstanceMethodProvider(const String& CIMClassName, Uint32 chains)
-    : CachedInstanceProvider(CIMClassName, chains) {}
-
 InstanceMethodProvider::~InstanceMethodProvider() {}
 
 void InstanceMethodProvider::invokeMethod(const OperationContext& context,

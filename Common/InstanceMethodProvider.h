@@ -23,8 +23,6 @@ class InstanceMethodProvider : public CachedInstanceProvider, public Pegasus::CI
     InstanceMethodProvider();
     /// `CIMClassName` is the CIM class that this provider serves.
     explicit InstanceMethodProvider(const Pegasus::String& CIMClassName);
-    /// For more than some thousand instances: `chains` as in InstanceCache's constructor.
-    InstanceMethodProvider(const Pegasus::String& CIMClassName, Uint32 chains);
     ~InstanceMethodProvider() override;
 
     /// Calls callMethod on the cached instance after fillProperties, or, for a path that is not

@@ -13,6 +13,8 @@
 
 #include "Config.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace velmar_remote {
 
 /// The CIM namespace of every upcall. Never destroyed: requests may run while the process ends.
@@ -57,5 +59,7 @@ class TraceScope {
 };
 
 }  // namespace velmar_remote
+
+#pragma GCC visibility pop
 
 #endif

@@ -22,10 +22,10 @@ struct MemoryDevice {
 
 /// The operating system's calls, ready before any static initialiser runs. Weak: a program that
 /// defines it too replaces it even for the discovery at load time.
-extern MemoryDevice memoryDevice;
+__attribute__((visibility("hidden"))) extern MemoryDevice memoryDevice;
 
 /// The device's descriptor: -1 until PMem::open, stale after PMem::close.
-extern int handle;
+__attribute__((visibility("hidden"))) extern int handle;
 
 }  // namespace velmar_remote
 

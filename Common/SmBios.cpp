@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "SmBiosInitializer.h"
+#include "SmBiosInternal.h"
 
 namespace velmar_remote {
 
@@ -33,6 +34,19 @@ std::ostream& print(std::ostream& os, const std::vector<T>& numbers) {
     return os;
 }
 
+template <class T>
+T littleEndian(const SmBios::Table& table, std::size_t i) {
+    const std::vector<uint8_t>& data = table.getData();
+    if (i + sizeof(T) > formattedEnd(table)) {
+        throw std::out_of_range("");
+    }
+    uint64_t value = 0;
+    for (std::size_t n = sizeof(T); n > 0; --n) {
+        value = value << 8 | data[i + n - 1];
+    }
+    return static_cast<T>(value);
+}
+
 }  // namespace
 
 SmBios::Table::Table(const std::vector<uint8_t>& bytes) : Table(bytes.data(), bytes.size()) {}
@@ -48,9 +62,9 @@ SmBios::Table::Table(const uint8_t* bytes, std::size_t size) : Table() {
     while (end < size && !(end + 1 < size && bytes[end] == 0 && bytes[end + 1] == 0)) {
         ++end;
     }
-    _data.reserve(end + 2);
+    _data.reserve(end + CLOSING_NULS);
     _data.assign(bytes, bytes + end);
-    _data.insert(_data.end(), 2, 0);
+    _data.insert(_data.end(), CLOSING_NULS, 0);
 }
 
 uint8_t SmBios::Table::getByte(uint8_t i) const {
@@ -60,27 +74,11 @@ uint8_t SmBios::Table::getByte(uint8_t i) const {
     return _data[i];
 }
 
-uint64_t SmBios::Table::getLittleEndian(uint8_t i, unsigned width) const {
-    // A structure that was cut off is shorter than it states.
-    if (i + width > std::min<std::size_t>(_length, _data.size())) {
-        throw std::out_of_range("");
-    }
-    uint64_t value = 0;
-    for (unsigned n = width; n > 0; --n) {
-        value = value << 8 | _data[i + n - 1];
-    }
-    return value;
-}
+uint16_t SmBios::Table::getWord(uint8_t i) const { return littleEndian<uint16_t>(*this, i); }
 
-uint16_t SmBios::Table::getWord(uint8_t i) const {
-    return static_cast<uint16_t>(getLittleEndian(i, 2));
-}
+uint32_t SmBios::Table::getDWord(uint8_t i) const { return littleEndian<uint32_t>(*this, i); }
 
-uint32_t SmBios::Table::getDWord(uint8_t i) const {
-    return static_cast<uint32_t>(getLittleEndian(i, 4));
-}
-
-uint64_t SmBios::Table::getQWord(uint8_t i) const { return getLittleEndian(i, 8); }
+uint64_t SmBios::Table::getQWord(uint8_t i) const { return littleEndian<uint64_t>(*this, i); }
 
 char* SmBios::Table::getString(uint8_t i) const {
     if (i == 0) {

@@ -48,7 +48,7 @@ class SmBios {
         /// The byte at `i`, strings included.
         uint8_t getByte(uint8_t i) const;
 
-        /// The values that begin at `i` and end inside the formatted area.
+        /// The values that begin at `i` and end inside the formatted area, as far as it is there.
         uint16_t getWord(uint8_t i) const;
         uint32_t getDWord(uint8_t i) const;  ///< as getWord, of 4 bytes
         uint64_t getQWord(uint8_t i) const;  ///< as getWord, of 8 bytes
@@ -66,8 +66,7 @@ class SmBios {
 
      private:
         friend class SmBios;
-        Table(const uint8_t* bytes, std::size_t size);
-        uint64_t getLittleEndian(uint8_t i, unsigned width) const;
+        __attribute__((visibility("hidden"))) Table(const uint8_t* bytes, std::size_t size);
     };
 
     /// A private copy of the machine's table as it was found at load time.

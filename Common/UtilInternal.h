@@ -13,6 +13,8 @@
 #include <Pegasus/Common/OperationContext.h>
 #include <Pegasus/Provider/CIMOMHandle.h>
 
+#pragma GCC visibility push(hidden)
+
 namespace velmar_remote {
 
 /// With default attributes.
@@ -36,5 +38,7 @@ Pegasus::CIMObjectPath controlPointOf(Pegasus::CIMOMHandle& cimom,
 inline bool isEmpty(const Pegasus::CIMObjectPath& path) { return path.getClassName().isNull(); }
 
 }  // namespace velmar_remote
+
+#pragma GCC visibility pop
 
 #endif

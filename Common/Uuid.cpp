@@ -8,6 +8,8 @@
 #include <iterator>
 #include <sstream>
 
+#include "SmBiosInternal.h"
+
 namespace velmar_remote {
 
 namespace {
@@ -15,7 +17,6 @@ namespace {
 constexpr uint8_t SYSTEM_INFORMATION = 1;
 constexpr std::size_t UUID_START = 0x08;
 constexpr std::size_t UUID_END = 0x18;
-constexpr std::size_t CLOSING_NULS = 2;
 
 }  // namespace
 
@@ -24,10 +25,7 @@ const Uint8 INVALID_UUID[16] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
                                 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 
 std::vector<uint8_t> TableType1::getUUID() const {
-    // A structure that was cut off is shorter than it states, and the two NULs that close every
-    // structure are no part of its UUID.
-    const std::size_t held = _data.size() - std::min(_data.size(), CLOSING_NULS);
-    const std::size_t end = std::min({UUID_END, std::size_t(_length), held});
+    const std::size_t end = std::min(UUID_END, formattedEnd(*this));
     std::vector<uint8_t> uuid;
     for (std::size_t i = UUID_START; i < end; ++i) {
         uuid.push_back(getByte(static_cast<uint8_t>(i)));

@@ -36,7 +36,9 @@ bool accepted(Call call) {
 void checkNumbers(const SmBios::Table& table, uint8_t i) {
     const std::vector<uint8_t>& data = table.getData();
     require(accepted([&] { require(table.getByte(i) == data[i]); }) == (i < data.size()));
-    const std::size_t end = std::min<std::size_t>(table.getLength(), data.size());
+    // Without the two NULs that close every structure.
+    const std::size_t held = data.empty() ? 0 : data.size() - 2;
+    const std::size_t end = std::min<std::size_t>(table.getLength(), held);
     uint64_t value = 0;
     for (std::size_t width = 1; width <= 8 && i + width <= end; ++width) {
         value |= static_cast<uint64_t>(data[i + width - 1]) << 8 * (width - 1);

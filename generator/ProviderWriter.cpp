@@ -137,10 +137,8 @@ std::string constructor(const Options& options, const ClassModel& model) {
         }
     }
     return fmt::format(
-        "    /// For more than some thousand objects: `chains` as in\n"
-        "    /// velmar_remote::InstanceCache's constructor.\n"
-        "    explicit {}ProviderBase(Pegasus::Uint32 chains = 0)\n"
-        "        : {}(\n              {}{}, chains) {}\n",
+        "    {}ProviderBase()\n"
+        "        : {}(\n              {}{}) {}\n",
         model.cppName, typedBase(model), literal(model.name), ends,
         isUsualNamespace(options)
             ? "{}"

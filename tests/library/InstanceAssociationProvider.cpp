@@ -43,7 +43,7 @@ class AssociationProvider : public ::testing::Test {
     ~AssociationProvider() override { provider->terminate(); }
     FakeServer server;
     const OperationContext context = callersContext();
-    Links* const provider = new Links("T_Link", "Left", "T_Thing", "Right", "T_Thing", 100);
+    Links* const provider = new Links("T_Link", "Left", "T_Thing", "Right", "T_Thing");
 };
 
 // ---- Which links refer to an object, and what is at their other end ----------------------------
@@ -352,7 +352,6 @@ TEST_F(AssociationProvider, WithoutNamesOnlyWhileTheCacheIsEmpty) {
         std::string classes() const { return text(_leftClassName) + text(_rightClassName); }
     };
     EXPECT_EQ(Named("T_Link", "Left", "T_L", "Right", "T_R").classes(), "T_LT_R");
-    EXPECT_EQ(Named("T_Link", "Left", "T_L", "Right", "T_R", 100).classes(), "T_LT_R");
     for (Links* const links : {&unnamed, &usual, provider}) {
         links->_cache.insert(any);
         links->_cache.remove(any.getPath());

@@ -107,26 +107,23 @@ TEST_F(Cache, EmptyCacheLeavesOutputsAlone) {
     EXPECT_EQ(paths(instances) + paths(all), "A.k=2 A.k=2 ");  // replaced, not appended to
 }
 
-// Which chain an entry is in shows in the order of the keys, chain by chain.
-TEST(Chains, AsManyAsAskedForInPowersOfTwo) {
-    const auto expectChains = [](InstanceCache&& of, Uint32 chains) {
-        for (int i = 0; i < 300; i++) {
-            of.insert(instanceAt("A.k=\"" + std::to_string(i) + "\""));
-        }
-        Array<CIMObjectPath> keys;
-        of.getPaths(keys);
-        std::vector<Uint32> used;
-        for (Uint32 i = 0; i < keys.size(); i++) {
-            used.push_back(velmar_remote::PathHashFunc::hash(keys[i]) % chains);
-        }
-        EXPECT_TRUE(std::is_sorted(used.begin(), used.end())) << chains;
-    };
-    expectChains(InstanceCache(), 32);
-    expectChains(InstanceCache(0), 32);
-    expectChains(InstanceCache(33), 64);
-    expectChains(InstanceCache(1000), 1024);
-    expectChains(Things("T_Thing", 1000)._cache, 1024);
-    expectChains(Links("T_Link", "Left", "T_Thing", "Right", "T_Thing", 1000)._cache, 1024);
+TEST_F(Cache, HoldsThousandsWithoutRegardToLetterCaseOrSpelling) {
+    for (int i = 0; i < 3000; i++) {
+        const std::string n = std::to_string(i);
+        cache.insert(marked("T_Thing.Name=\"n" + n + "\",Number=" + n, n.c_str()));
+        cache.insert(marked("t_thing.NUMBER=" + n + ",NAME=\"n" + n + "\"", "other"));
+    }
+    Array<CIMObjectPath> all;
+    ASSERT_TRUE(cache.getPaths(all));
+    EXPECT_EQ(all.size(), 3000u);
+    for (const int i : {0, 31, 32, 33, 1024, 2999}) {
+        const std::string n = std::to_string(i);
+        EXPECT_EQ(at("T_THING.name=\"n" + n + "\",number=" + n), n);
+        EXPECT_EQ(at("T_Thing.Name=\"N" + n + "\",Number=" + n), "(absent)");
+    }
+    EXPECT_EQ(at("T_Thing.Name=\"n16\",Number=0x10"), "16") << "equal numbers";
+    cache.remove(path("T_thing.nAME=\"n2999\",nUMBER=2999"));
+    EXPECT_EQ(at("T_Thing.Name=\"n2999\",Number=2999"), "(absent)");
 }
 
 // A record is written before its change is made: what fails for want of memory has changed nothing.

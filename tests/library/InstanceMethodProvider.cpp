@@ -55,7 +55,7 @@ class InstanceMethodProvider : public ::testing::Test {
         const Array<CIMParamValue> in(1, CIMParamValue("X", CIMValue(Uint8(1))));
         return outcome([&] { on.invokeMethod(callersContext(), path(p), "Touch", in, handler); });
     }
-    Touchable provider{"T_Thing", 100};
+    Touchable provider{"T_Thing"};
     MethodResultRecorder handler;
 };
 

@@ -35,6 +35,9 @@ std::string traceOf(const std::vector<std::function<void()>>& calls) {
         TraceFile trace;
         outcome(call);
         std::vector<std::string> open;
+        for (const std::string& line : trace.lines()) {
+            EXPECT_NE(line.find(":Common/"), std::string::npos) << line;
+        }
         for (const std::string& record : trace.texts()) {
             const std::string name = record.substr(record.find(" method ") + 8);
             const std::string unit = name.substr(0, name.find("::"));
