@@ -18,34 +18,8 @@ namespace velmar_checks {
 
 namespace {
 
-const Rule nullEnd{"association.null-end", Severity::Error,
-                   "A reference of an association instance is missing or null.",
-                   "Give both references a path: CIMValue(CIMObjectPath)."};
-const Rule endClass{
-    "association.end-class", Severity::Error,
-    "An end is of a class that is neither the declared one nor a subclass, or that the namespace "
-    "does not have. Requests about the right object do not find the association.",
-    "Correct the end's class, exchange left and right, or declare a wider class in the MOF."};
-const Rule endPlace{
-    "association.end-place", Severity::Error,
-    "An end lacks the host or the namespace that requests carry, or has others. Ends are compared "
-    "as whole paths, so associators and references find nothing.",
-    "Give the path of the end System::getHostName() and the namespace of its instance."};
-const Rule farClass{
-    "association.far-class", Severity::Error,
-    "associators or associatorNames delivered something that is at no end of the association, or "
-    "not of the result class that was asked for.",
-    "Deliver the far ends only, and honour the result class."};
-
-const Rule refusedRole{
-    "association.refused-role", Severity::Error,
-    "A provider refused a role that its association class declares: it does not know the reference "
-    "property by this name, so it finds no association without roles either.",
-    "Give InstanceAssociationProvider's constructor the reference properties as the MOF spells "
-    "them, letter case included."};
-
 // Ends as class paths stand for all instances of their class, wherever they are.
-void checkEndPlace(const Report& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
+void checkEndPlace(const Reporter& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
                    const std::string& name, const CIMObjectPath& end) {
     const bool noHost = end.getHost().size() == 0;
     const bool noNameSpace = end.getNameSpace().isNull();
@@ -65,18 +39,16 @@ void checkEndPlace(const Report& report, SchemaFacts& schema, const CIMNamespace
     } else {
         return;
     }
-    report.add(endPlace, name,
+    report.add("association.end-place", name,
                "end " + name + " (" + textOf(end) + ") " + wrong + ", requests carry //" +
-                   textOf(host) + "/" + textOf(nameSpace) +
-                   ", so no association is found; set both in the end's path");
+                   textOf(host) + "/" + textOf(nameSpace));
 }
 
-void checkEnd(const Report& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
+void checkEnd(const Reporter& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
               const Declared& reference, const CIMObjectPath& end) {
     const std::string name = textOf(reference.name);
     if (end.getClassName().isNull()) {
-        report.add(nullEnd, name,
-                   "end " + name + " is an empty path; give it the path of an object");
+        report.add("association.null-end", name, "end " + name + " is an empty path");
         return;
     }
     const CIMNamespaceName& place = end.getNameSpace().isNull() ? nameSpace : end.getNameSpace();
@@ -85,12 +57,11 @@ void checkEnd(const Report& report, SchemaFacts& schema, const CIMNamespaceName&
         facts = schema.find(nameSpace, end.getClassName());
     }
     if (!facts || !facts->isA(reference.referenceClass)) {
-        report.add(endClass, name,
+        report.add("association.end-class", name,
                    "end " + name + " (" + textOf(end) + ") is of class " +
                        textOf(end.getClassName()) +
                        (facts ? "" : ", which namespace " + textOf(place) + " does not have") +
-                       ", the class declares " + reference.typeText() +
-                       "; correct the path's class, or exchange the ends");
+                       ", the class declares " + reference.typeText());
     }
     if (end.getKeyBindings().size() > 0) {
         checkEndPlace(report, schema, nameSpace, name, end);
@@ -99,9 +70,7 @@ void checkEnd(const Report& report, SchemaFacts& schema, const CIMNamespaceName&
 
 }  // namespace
 
-RuleList associationRules() { return {&nullEnd, &endClass, &endPlace, &farClass, &refusedRole}; }
-
-void checkEnds(const Report& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
+void checkEnds(const Reporter& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
                const ClassFacts& association, const CIMConstObject& object) {
     if (!association.isAssociation()) {
         return;
@@ -114,7 +83,8 @@ void checkEnds(const Report& report, SchemaFacts& schema, const CIMNamespaceName
         const CIMValue value = object.getProperty(index).getValue();
         const std::string name = textOf(reference->name);
         if (value.isNull()) {
-            report.add(nullEnd, name, "end " + name + " is null; give it the path of an object");
+            report.add("association.null-end", name,
+                       "end " + name + " is null; give it the path of an object");
         } else if (value.getType() == CIMTYPE_REFERENCE && !value.isArray()) {
             CIMObjectPath end;
             value.get(end);
@@ -123,7 +93,7 @@ void checkEnds(const Report& report, SchemaFacts& schema, const CIMNamespaceName
     }
 }
 
-void checkEndKeys(const Report& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
+void checkEndKeys(const Reporter& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
                   const ClassFacts& association, const CIMObjectPath& path) {
     if (!association.isAssociation()) {
         return;
@@ -144,34 +114,29 @@ void checkEndKeys(const Report& report, SchemaFacts& schema, const CIMNamespaceN
     }
 }
 
-void checkFarClass(const Report& report, const ClassFacts& association, const CIMName& resultClass,
-                   const ClassFacts& delivered) {
+void checkFarClass(const Reporter& report, const ClassFacts& association,
+                   const CIMName& resultClass, const ClassFacts& delivered) {
     const std::vector<const Declared*>& ends = association.references();
     const bool atAnEnd = std::any_of(ends.begin(), ends.end(), [&](const Declared* end) {
         return delivered.isA(end->referenceClass);
     });
     if (!atAnEnd) {
-        report.add(
-            farClass, delivered.name(),
-            "delivers an object of class " + delivered.name() +
-                " as associated, which is at no end of the association; deliver the far ends "
-                "only");
+        report.add("association.far-class", delivered.name(),
+                   "delivers an object of class " + delivered.name() +
+                       " as associated, which is at no end of the association");
     } else if (!resultClass.isNull() && !delivered.isA(resultClass)) {
-        report.add(farClass, delivered.name(),
+        report.add("association.far-class", delivered.name(),
                    "delivers an object of class " + delivered.name() + " as associated, but only " +
-                       textOf(resultClass) + " was asked for; honour the result class");
+                       textOf(resultClass) + " was asked for");
     }
 }
 
-void checkRefusedRole(const Report& report, const ClassFacts& association, const String& role) {
+void checkRefusedRole(const Reporter& report, const ClassFacts& association, const String& role) {
     for (const Declared* reference : association.references()) {
         const std::string name = textOf(reference->name);
         if (name == textOf(role)) {  // in other letter case it may be refused
-            report.add(refusedRole, name,
-                       "refuses the role " + name +
-                           ", which the class declares; give the "
-                           "constructor of the provider the reference properties as the MOF spells "
-                           "them");
+            report.add("association.refused-role", name,
+                       "refuses the role " + name + ", which the class declares");
         }
     }
 }

@@ -17,22 +17,22 @@
 namespace velmar_checks {
 
 /// The ends of an association instance, if its class is an association; no-op otherwise.
-void checkEnds(const Report& report, SchemaFacts& schema,
+void checkEnds(const Reporter& report, SchemaFacts& schema,
                const Pegasus::CIMNamespaceName& nameSpace, const ClassFacts& association,
                const Pegasus::CIMConstObject& object);
 
 /// The ends that the keys of an association's path name.
-void checkEndKeys(const Report& report, SchemaFacts& schema,
+void checkEndKeys(const Reporter& report, SchemaFacts& schema,
                   const Pegasus::CIMNamespaceName& nameSpace, const ClassFacts& association,
                   const Pegasus::CIMObjectPath& path);
 
 /// The class of what associators or associatorNames deliver: it must be at an end of the
 /// association, and of the result class if one was asked for.
-void checkFarClass(const Report& report, const ClassFacts& association,
+void checkFarClass(const Reporter& report, const ClassFacts& association,
                    const Pegasus::CIMName& resultClass, const ClassFacts& delivered);
 
 /// A role of a request that the provider refused as invalid.
-void checkRefusedRole(const Report& report, const ClassFacts& association,
+void checkRefusedRole(const Reporter& report, const ClassFacts& association,
                       const Pegasus::String& role);
 
 }  // namespace velmar_checks

@@ -121,7 +121,7 @@ void CallWatch::checkObject(const CIMConstObject& object) {
     const CIMName asked = answersAboutAssociations() ? CIMName() : _asked;
     const Facts facts =
         checkClass(_report, schema, _request.nameSpace, asked, object.getClassName());
-    const Report report = _report.about(facts ? facts->name() : textOf(object.getClassName()));
+    const Reporter report = _report.about(facts ? facts->name() : textOf(object.getClassName()));
     const DeliveredObjects::Delivery delivery =
         _checks.deliveredObjects().deliver(report, object, facts);
     if (!_request.fromHandle) {
@@ -173,7 +173,7 @@ void CallWatch::delivered(const CIMObjectPath& path) {
     if (!facts) {
         return;
     }
-    const Report report = _report.about(facts->name());
+    const Reporter report = _report.about(facts->name());
     checkPathKeys(report, *facts, path, true);
     if (isFar) {
         if (_facts) {

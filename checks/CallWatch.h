@@ -67,7 +67,7 @@ class CallWatch {
     const Pegasus::CIMName _asked;
     const Facts _facts;  // of the class asked for
     const std::string _provider;
-    const Report _report;
+    const Reporter _report;
     Protocol _protocol;
     const MethodFacts* _method = nullptr;
     bool _requestIsGood;

@@ -25,7 +25,7 @@ void Checks::tell(const Finding& finding) {
         }
     };
     if (!_observer || !_teller.queue(toObserver)) {
-        fprintf(stderr, "CIM server: %s\n", toLine(finding).c_str());
+        fprintf(stderr, "CIM server: %s\n%s\n", toLine(finding).c_str(), helpFor(finding).c_str());
     }
 }
 
@@ -59,14 +59,14 @@ bool Checks::isServedByOther(const CIMNamespaceName& nameSpace, const CIMName& c
 void Checks::checkIndication(const std::string& provider, const CIMIndication& indication) {
     if (_on && !indication.isUninitialized()) {
         velmar_checks::checkIndication(
-            Report(_findings, provider, textOf(indication.getClassName())), _schema, indication);
+            Reporter(_findings, provider, textOf(indication.getClassName())), _schema, indication);
     }
 }
 
 void Checks::noteStored(const CIMNamespaceName& nameSpace, const CIMInstance& instance) {
     const Facts facts = _on ? _schema.find(nameSpace, instance.getClassName()) : nullptr;
     if (facts && nameSpace != CIMNamespaceName("root/PG_InterOp")) {
-        const Report report(_findings, "", facts->name());
+        const Reporter report(_findings, "", facts->name());
         checkGiven(report, *facts, "createInstance", instance);
         velmar_checks::noteStored(report, nameSpace, facts->name());
     }

@@ -18,10 +18,10 @@
 namespace velmar_checks {
 
 /// `operation` is "createInstance" or "modifyInstance"; only a new instance must be complete.
-void checkGiven(const Report& report, const ClassFacts& facts, const std::string& operation,
+void checkGiven(const Reporter& report, const ClassFacts& facts, const std::string& operation,
                 const Pegasus::CIMConstInstance& instance);
 /// An instance that the server stores itself because no provider serves its class.
-void noteStored(const Report& report, const Pegasus::CIMNamespaceName& nameSpace,
+void noteStored(const Reporter& report, const Pegasus::CIMNamespaceName& nameSpace,
                 const std::string& className);
 
 }  // namespace velmar_checks

@@ -22,12 +22,18 @@ struct Finding {
     std::string provider;                 ///< its registered name; empty where there is none
     std::string className;                ///< empty where the finding is about no class
     std::string element;  ///< property, key, parameter, method or module; may be empty
-    std::string text;     ///< one sentence: who, what was found, what was expected, the fix
+    std::string text;     ///< one sentence: who, what was found, what was expected
     unsigned count = 1;   ///< how often: the same id, provider, class and element count as one
 };
 
+/// "error" or "warning".
+const char* nameOf(Severity severity);
+
 /// One line of text: severity, sentence, id, and the count when it is more than one.
 std::string toLine(const Finding& finding);
+
+/// A line "  help: ..." with what the finding's rule advises.
+std::string helpFor(const Finding& finding);
 
 }  // namespace velmar_checks
 

@@ -3,13 +3,21 @@
 
 #include "checks/Findings.h"
 
+#include <stdexcept>
 #include <utility>
+
+#include "checks/Rules.h"
 
 namespace velmar_checks {
 
+const char* nameOf(Severity severity) { return severity == Severity::Error ? "error" : "warning"; }
+
+std::string helpFor(const Finding& finding) {
+    return std::string("  help: ") + findRule(finding.id)->remedy;
+}
+
 std::string toLine(const Finding& finding) {
-    std::string line = finding.severity == Severity::Error ? "error: " : "warning: ";
-    line += finding.text + " [" + finding.id + "]";
+    std::string line = nameOf(finding.severity) + (": " + finding.text) + " [" + finding.id + "]";
     // A key may have any character; one finding is one line.
     for (size_t at = 0; (at = line.find('\n', at)) != std::string::npos; at += 2) {
         line.replace(at, 1, "\\n");
@@ -45,7 +53,12 @@ std::vector<Finding> Findings::all() const {
     return {_findings.begin(), _findings.end()};
 }
 
-void Report::add(const Rule& rule, const std::string& element, const std::string& sentence) const {
+void Reporter::add(const std::string& id, const std::string& element,
+                   const std::string& sentence) const {
+    const Rule* const rule = findRule(id);
+    if (rule == nullptr) {
+        throw std::logic_error("there is no rule " + id);
+    }
     _added++;
     std::string who;
     if (!_provider.empty()) {
@@ -55,8 +68,8 @@ void Report::add(const Rule& rule, const std::string& element, const std::string
         who += (who.empty() ? "class " : ", class ") + _className;
     }
     Finding finding;
-    finding.id = rule.id;
-    finding.severity = rule.severity;
+    finding.id = rule->id;
+    finding.severity = rule->severity;
     finding.provider = _provider;
     finding.className = _className;
     finding.element = element;

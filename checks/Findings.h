@@ -15,7 +15,6 @@
 #include <vector>
 
 #include "checks/Finding.h"
-#include "checks/Rule.h"
 
 namespace velmar_checks {
 
@@ -39,15 +38,15 @@ class Findings {
 };
 
 /// Adds findings about one provider and class. Borrows the findings; not thread-safe.
-class Report {
+class Reporter {
  public:
-    Report(Findings& findings, std::string provider, std::string className)
+    Reporter(Findings& findings, std::string provider, std::string className)
         : _findings(findings), _provider(std::move(provider)), _className(std::move(className)) {}
 
-    /// `sentence` goes on after "provider "P", class C: ".
-    void add(const Rule& rule, const std::string& element, const std::string& sentence) const;
+    /// A finding of the rule `id`; `sentence` goes on after "provider "P", class C: ".
+    void add(const std::string& id, const std::string& element, const std::string& sentence) const;
     /// The same provider, another class.
-    Report about(const std::string& className) const { return {_findings, _provider, className}; }
+    Reporter about(const std::string& className) const { return {_findings, _provider, className}; }
     /// Whether anything was added.
     bool isClean() const { return _added == 0; }
 

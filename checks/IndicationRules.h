@@ -15,11 +15,11 @@
 
 namespace velmar_checks {
 
-void checkIndication(const Report& report, SchemaFacts& schema,
+void checkIndication(const Reporter& report, SchemaFacts& schema,
                      const Pegasus::CIMIndication& indication);
 /// An alert that came to nothing because of a class that the server does not know; `unknown` is
 /// the text of its error. Other classes are left alone.
-void checkEnrichment(const Report& report, const Pegasus::CIMName& method,
+void checkEnrichment(const Reporter& report, const Pegasus::CIMName& method,
                      const std::string& unknown);
 
 }  // namespace velmar_checks

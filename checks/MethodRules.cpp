@@ -11,32 +11,6 @@ namespace velmar_checks {
 
 namespace {
 
-const Rule undeclared{
-    "method.undeclared", Severity::Error,
-    "A method was called that its class does not declare. A server does not check "
-    "that, so the call reaches the provider.",
-    "Declare the method in the MOF, or correct its name in the caller."};
-const Rule unknownParameter{"method.unknown-parameter", Severity::Error,
-                            "A caller gave a parameter that the method does not declare.",
-                            "Correct the parameter's name, or declare it in the MOF."};
-const Rule parameterType{"method.parameter-type", Severity::Error,
-                         "A caller gave a parameter of another type, or another array form, than "
-                         "the method declares.",
-                         "Make the value with the declared type."};
-const Rule missingParameter{"method.missing-parameter", Severity::Error,
-                            "A caller left out, or gave as null, a parameter that is Required.",
-                            "Give the parameter, or drop the qualifier Required from the MOF."};
-const Rule returnType{"method.return-type", Severity::Error,
-                      "A method returned another type than its class declares.",
-                      "Return a CIMValue of the declared type, or correct the type in the MOF."};
-const Rule outType{"method.out-parameter-type", Severity::Error,
-                   "An out-parameter has another type, or another array form, than the method "
-                   "declares.",
-                   "Make the value with the declared type."};
-const Rule undeclaredOut{"method.undeclared-out-parameter", Severity::Error,
-                         "A method delivered an out-parameter that it does not declare.",
-                         "Correct the parameter's name, or declare it in the MOF with Out."};
-
 // The parameters of "send" become the alert's properties.
 bool isPropertyOfAlert(const ClassFacts& facts, const CIMName& method,
                        const std::string& parameter) {
@@ -48,7 +22,7 @@ std::string element(const MethodFacts& method, const std::string& parameter) {
     return textOf(method.result.name) + "." + parameter;
 }
 
-void checkRequired(const Report& report, const MethodFacts& method,
+void checkRequired(const Reporter& report, const MethodFacts& method,
                    const Array<CIMParamValue>& inParameters) {
     for (const Declared& declared : method.parameters) {
         bool given = !declared.isRequired || !declared.isIn;
@@ -59,21 +33,16 @@ void checkRequired(const Report& report, const MethodFacts& method,
         }
         if (!given) {
             const std::string name = textOf(declared.name);
-            report.add(missingParameter, element(method, name),
+            report.add("method.missing-parameter", element(method, name),
                        "method " + textOf(method.result.name) + " was called without parameter " +
-                           name + ", which is Required; give a " + declared.typeText());
+                           name + ", which is Required");
         }
     }
 }
 
 }  // namespace
 
-RuleList methodRules() {
-    return {&undeclared, &unknownParameter, &parameterType, &missingParameter,
-            &returnType, &outType,          &undeclaredOut};
-}
-
-const MethodFacts* checkCall(const Report& report, const ClassFacts& facts, const CIMName& name,
+const MethodFacts* checkCall(const Reporter& report, const ClassFacts& facts, const CIMName& name,
                              const Array<CIMParamValue>& inParameters) {
     const MethodFacts* method = facts.method(name);
     if (!method && facts.isSend(name)) {
@@ -81,9 +50,9 @@ const MethodFacts* checkCall(const Report& report, const ClassFacts& facts, cons
     }
     if (!method) {
         const std::string near = didYouMean(textOf(name), facts.methodNames());
-        report.add(undeclared, textOf(name),
-                   "method " + textOf(name) + " was called, which the class does not declare" +
-                       (near.empty() ? "; declare it in the MOF" : near));
+        report.add(
+            "method.undeclared", textOf(name),
+            "method " + textOf(name) + " was called, which the class does not declare" + near);
         return nullptr;
     }
     const std::string called = "method " + textOf(method->result.name) + " was called with ";
@@ -93,32 +62,30 @@ const MethodFacts* checkCall(const Report& report, const ClassFacts& facts, cons
         const Declared* declared = method->parameter(parameter);
         if (!declared) {
             if (!isPropertyOfAlert(facts, name, parameter)) {
-                report.add(unknownParameter, element(*method, parameter),
+                report.add("method.unknown-parameter", element(*method, parameter),
                            called + "parameter " + parameter + ", which it does not declare" +
                                didYouMean(parameter, method->parameterNames()));
             }
         } else if (inParameters[i].isTyped() && !value.isNull() && !declared->fits(value)) {
-            report.add(parameterType, element(*method, parameter),
+            report.add("method.parameter-type", element(*method, parameter),
                        called + "parameter " + parameter + " as " + describe(value) +
-                           ", it declares " + declared->typeText() + "; " +
-                           howToWrite(declared->type, declared->isArray, value));
+                           ", it declares " + declared->typeText());
         }
     }
     checkRequired(report, *method, inParameters);
     return method;
 }
 
-void checkReturnValue(const Report& report, const MethodFacts& method, const CIMValue& value) {
+void checkReturnValue(const Reporter& report, const MethodFacts& method, const CIMValue& value) {
     if (!value.isNull() && !method.result.fits(value)) {
         const std::string name = textOf(method.result.name);
-        report.add(returnType, name,
+        report.add("method.return-type", name,
                    "method " + name + " returned " + describe(value) + ", the class declares " +
-                       method.result.typeText() + "; " +
-                       howToWrite(method.result.type, false, value));
+                       method.result.typeText());
     }
 }
 
-void checkOutParameter(const Report& report, const MethodFacts& method,
+void checkOutParameter(const Reporter& report, const MethodFacts& method,
                        const CIMParamValue& parameter) {
     const std::string name = textOf(parameter.getParameterName());
     const std::string given =
@@ -127,12 +94,11 @@ void checkOutParameter(const Report& report, const MethodFacts& method,
     const CIMValue value = parameter.getValue();
     if (!declared) {
         report.add(
-            undeclaredOut, element(method, name),
+            "method.undeclared-out-parameter", element(method, name),
             given + ", which it does not declare" + didYouMean(name, method.parameterNames()));
     } else if (!value.isNull() && !declared->fits(value)) {
-        report.add(outType, element(method, name),
-                   given + " as " + describe(value) + ", it declares " + declared->typeText() +
-                       "; " + howToWrite(declared->type, declared->isArray, value));
+        report.add("method.out-parameter-type", element(method, name),
+                   given + " as " + describe(value) + ", it declares " + declared->typeText());
     }
 }
 

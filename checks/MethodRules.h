@@ -19,12 +19,12 @@
 namespace velmar_checks {
 
 /// What the caller gives. Null, after a finding, when the class does not declare the method.
-const MethodFacts* checkCall(const Report& report, const ClassFacts& facts,
+const MethodFacts* checkCall(const Reporter& report, const ClassFacts& facts,
                              const Pegasus::CIMName& method,
                              const Pegasus::Array<Pegasus::CIMParamValue>& inParameters);
-void checkReturnValue(const Report& report, const MethodFacts& method,
+void checkReturnValue(const Reporter& report, const MethodFacts& method,
                       const Pegasus::CIMValue& value);
-void checkOutParameter(const Report& report, const MethodFacts& method,
+void checkOutParameter(const Reporter& report, const MethodFacts& method,
                        const Pegasus::CIMParamValue& parameter);
 
 }  // namespace velmar_checks

@@ -18,16 +18,16 @@ class Protocol {
     /// With `single` exactly one object must be delivered.
     Protocol(const char* operation, bool single) : _operation(operation), _single(single) {}
 
-    void processing(const Report& report);
-    void delivered(const Report& report);
+    void processing(const Reporter& report);
+    void delivered(const Reporter& report);
     /// A delivery of something without contents, which the server refuses.
-    void emptyDelivery(const Report& report);
-    void completed(const Report& report);
+    void emptyDelivery(const Reporter& report);
+    void completed(const Reporter& report);
     /// The operation has returned normally.
-    void returned(const Report& report);
+    void returned(const Reporter& report);
     /// It has ended with the exception that is being handled, a CIMException or not. `method` is
     /// that of invokeMethod, else empty.
-    void threw(const Report& report, const std::string& method);
+    void threw(const Reporter& report, const std::string& method);
 
  private:
     const std::string _operation;

@@ -18,74 +18,6 @@ namespace velmar_checks {
 
 namespace {
 
-const Rule noClass{"registration.no-class", Severity::Warning,
-                   "A PG_Provider has no PG_ProviderCapabilities: it is not called.",
-                   "Add an instance of PG_ProviderCapabilities with its ProviderName, ClassName, "
-                   "Namespaces and ProviderType."};
-const Rule methodsAlone{"registration.methods-alone", Severity::Warning,
-                        "A class with keys is registered for methods, but no provider for its "
-                        "instances: clients find no instance to call a method of.",
-                        "Add 2 (instance) to ProviderType."};
-const Rule unknownNamespace{"registration.unknown-namespace", Severity::Error,
-                            "A registration names a namespace that does not exist.",
-                            "Correct Namespaces in PG_ProviderCapabilities, or compile the schema "
-                            "into that namespace."};
-const Rule registeredUnknownClass{"registration.unknown-class", Severity::Error,
-                                  "A registration names a class that its namespace does not have.",
-                                  "Correct ClassName or Namespaces, or compile the class's MOF."};
-const Rule associationType{
-    "registration.association-type", Severity::Error,
-    "An association class is registered, but not for associations: associators and references find "
-    "nothing.",
-    "Add 3 (association) to ProviderType."};
-const Rule notAnAssociation{
-    "registration.not-an-association", Severity::Error,
-    "A class other than an association is registered for associations: the provider is never "
-    "asked.",
-    "Register the association class, not the classes at its ends; or qualify it with Association."};
-const Rule indicationType{
-    "registration.indication-type", Severity::Error,
-    "An indication class is registered, but not for indications: clients cannot subscribe to it.",
-    "Use ProviderType {4, 5}: indications, and methods for send."};
-const Rule registeredNotAnIndication{
-    "registration.not-an-indication", Severity::Error,
-    "A class without the qualifier Indication is registered for indications.",
-    "Qualify the class with Indication in the MOF, and derive it from CIM_AlertIndication."};
-const Rule alertSuperclass{
-    "registration.alert-superclass", Severity::Warning,
-    "A class is registered for indications and methods, but is not a CIM_AlertIndication: "
-    "subscribers to alerts do not get it, and the properties of an alert are lost.",
-    "Derive the class from CIM_AlertIndication."};
-const Rule unknownMethod{"registration.unknown-method", Severity::Error,
-                         "SupportedMethods names a method that the class does not declare.",
-                         "Correct the name, or declare the method in the MOF."};
-const Rule unservedMethod{
-    "registration.unserved-method", Severity::Warning,
-    "A method of a registered class is served by no provider: callers get "
-    "CIM_ERR_METHOD_NOT_AVAILABLE.",
-    "Add 5 (method) to ProviderType and the method to SupportedMethods (NULL means all)."};
-const Rule unservedSubclass{
-    "registration.unserved-subclass", Severity::Warning,
-    "A class is not registered, but its superclass is: registration is not inherited, so its "
-    "instances are not served.",
-    "Register a provider for exactly this class, or qualify it with Abstract."};
-const Rule classAndSubclass{"registration.class-and-subclass", Severity::Warning,
-                            "One provider is registered for instances of a class and of its "
-                            "subclass. It is called once for "
-                            "each, and a provider with one cache delivers every instance twice.",
-                            "Use one provider, that is one object, for each class."};
-const Rule keyless{"registration.keyless-class", Severity::Error,
-                   "A class is registered for instances, but has no key property: its instances "
-                   "have no paths.",
-                   "Mark the identifying properties with Key in the MOF."};
-const Rule unknownReference{"registration.unknown-reference-class", Severity::Error,
-                            "A reference property refers to a class that the namespace does not "
-                            "have.",
-                            "Correct the class name in the MOF, or compile that class too."};
-const Rule tooFewEnds{"registration.association-ends", Severity::Error,
-                      "An association class has fewer than two references.",
-                      "Declare both ends: [Key] A REF Left; [Key] B REF Right;"};
-
 using Same = std::vector<const Registration*>;  // of one class
 
 bool hasType(const Same& same, ProviderType type) {
@@ -93,47 +25,39 @@ bool hasType(const Same& same, ProviderType type) {
                        [&](const Registration* one) { return one->type == type; });
 }
 
-void checkTypes(const Report& report, const ClassFacts& facts, const Same& same) {
+void checkTypes(const Reporter& report, const ClassFacts& facts, const Same& same) {
     const bool association = hasType(same, ProviderType::Association);
     const bool indication = hasType(same, ProviderType::Indication);
     if (facts.isAssociation() && !association) {
-        report.add(associationType, "ProviderType",
-                   "is an association, but its ProviderType lacks 3 (association), so that "
-                   "associators and references find nothing; add it");
+        report.add("registration.association-type", "ProviderType",
+                   "is an association, but its ProviderType lacks 3 (association)");
     }
     if (!facts.isAssociation() && association) {
-        report.add(
-            notAnAssociation, "ProviderType",
-            "has ProviderType 3 (association), but is not an association, so that the provider "
-            "is never asked; register the association class");
+        report.add("registration.not-an-association", "ProviderType",
+                   "has ProviderType 3 (association), but is not an association");
     }
     if (facts.isIndication() && !indication) {
-        report.add(
-            indicationType, "ProviderType",
-            "is an indication, but its ProviderType lacks 4 (indication), so that nobody can "
-            "subscribe; use {4, 5}");
+        report.add("registration.indication-type", "ProviderType",
+                   "is an indication, but its ProviderType lacks 4 (indication)");
     }
     if (!facts.isIndication() && indication) {
-        report.add(registeredNotAnIndication, "ProviderType",
-                   "has ProviderType 4 (indication), but lacks the qualifier Indication; add it in "
-                   "the MOF");
+        report.add("registration.not-an-indication", "ProviderType",
+                   "has ProviderType 4 (indication), but lacks the qualifier Indication");
     }
     if (hasType(same, ProviderType::Instance) && facts.keys().empty() && !facts.isIndication()) {
-        report.add(keyless, "",
-                   "is registered for instances, but declares no key property; mark "
-                   "one with Key");
+        report.add("registration.keyless-class", "",
+                   "is registered for instances, but declares no key property");
     }
     if (!indication || !hasType(same, ProviderType::Method)) {
         return;
     }
     if (!facts.isA(CIMName("CIM_AlertIndication"))) {
-        report.add(alertSuperclass, "",
-                   "is registered for alerts, but is not derived from CIM_AlertIndication, so that "
-                   "subscribers to alerts miss it; derive it");
+        report.add("registration.alert-superclass", "",
+                   "is registered for alerts, but is not derived from CIM_AlertIndication");
     }
 }
 
-void checkMethods(const Report& report, const ClassFacts& facts, const Same& same) {
+void checkMethods(const Reporter& report, const ClassFacts& facts, const Same& same) {
     bool all = false;
     std::vector<CIMName> served;
     for (const Registration* one : same) {
@@ -145,7 +69,7 @@ void checkMethods(const Report& report, const ClassFacts& facts, const Same& sam
     }
     for (const CIMName& method : served) {
         if (!facts.method(method) && !facts.isSend(method)) {
-            report.add(unknownMethod, textOf(method),
+            report.add("registration.unknown-method", textOf(method),
                        "SupportedMethods names " + textOf(method) +
                            ", which the class does not declare" +
                            didYouMean(textOf(method), facts.methodNames()));
@@ -154,11 +78,11 @@ void checkMethods(const Report& report, const ClassFacts& facts, const Same& sam
     for (const MethodFacts& method : facts.methods()) {
         if (!all && std::find(served.begin(), served.end(), method.result.name) == served.end()) {
             const std::string name = textOf(method.result.name);
-            report.add(unservedMethod, name,
-                       "no provider serves its method " + name + "; add " +
-                           (hasType(same, ProviderType::Method)
-                                ? "it to SupportedMethods"
-                                : "5 (method) to ProviderType, and it to SupportedMethods"));
+            report.add(
+                "registration.unserved-method", name,
+                "no provider serves its method " + name +
+                    (hasType(same, ProviderType::Method) ? ", which SupportedMethods does not name"
+                                                         : ": its ProviderType lacks 5 (method)"));
         }
     }
 }
@@ -174,7 +98,7 @@ std::string otherPlaces(SchemaFacts& schema, const std::vector<Registration>& re
             return "; namespace " + place + " has it";
         }
     }
-    return "; compile its MOF first, or correct the name";
+    return "";
 }
 
 std::vector<std::string> classNames(const SchemaFacts& schema, const CIMNamespaceName& nameSpace) {
@@ -201,9 +125,9 @@ void checkClass(Findings& findings, SchemaFacts& schema, const Same& same,
                 const std::vector<Registration>& registrations) {
     const Registration& first = *same.front();
     const std::string name = textOf(first.className);
-    const Report report(findings, first.provider, name);
+    const Reporter report(findings, first.provider, name);
     if (!schema.schema().hasNamespace(first.nameSpace)) {
-        report.add(unknownNamespace, textOf(first.nameSpace),
+        report.add("registration.unknown-namespace", textOf(first.nameSpace),
                    "is registered in namespace " + textOf(first.nameSpace) +
                        ", which does not exist" +
                        otherPlaces(schema, registrations, first.className));
@@ -212,7 +136,7 @@ void checkClass(Findings& findings, SchemaFacts& schema, const Same& same,
     const Facts facts = schema.find(first.nameSpace, first.className);
     if (!facts) {
         const std::string near = didYouMean(name, classNames(schema, first.nameSpace));
-        report.add(registeredUnknownClass, textOf(first.nameSpace),
+        report.add("registration.unknown-class", textOf(first.nameSpace),
                    "is registered, but namespace " + textOf(first.nameSpace) +
                        " does not have the class" +
                        (near.empty() ? otherPlaces(schema, registrations, first.className) : near));
@@ -222,10 +146,8 @@ void checkClass(Findings& findings, SchemaFacts& schema, const Same& same,
     if (hasType(same, ProviderType::Method) && !hasType(same, ProviderType::Instance) &&
         !hasType(same, ProviderType::Indication) && !facts->keys().empty() &&
         !instancesOf(registrations, first.nameSpace, first.className)) {
-        report.add(
-            methodsAlone, "ProviderType",
-            "is registered for methods, but no provider for its instances; add 2 (instance) to "
-            "ProviderType");
+        report.add("registration.methods-alone", "ProviderType",
+                   "is registered for methods, but no provider for its instances");
     }
     checkMethods(report, *facts, same);
 }
@@ -241,41 +163,36 @@ void checkInheritance(Findings& findings, SchemaFacts& schema, const CIMNamespac
         if (!inherited) {
             continue;
         }
-        const Report report(findings, inherited->provider, facts.name());
+        const Reporter report(findings, inherited->provider, facts.name());
         if (own && own->provider == inherited->provider) {
-            report.add(classAndSubclass, textOf(lineage[i]),
+            report.add("registration.class-and-subclass", textOf(lineage[i]),
                        "is registered for instances as well as its superclass " +
-                           textOf(lineage[i]) +
-                           ", so that every instance arrives twice; use one provider for each "
-                           "class");
+                           textOf(lineage[i]) + ", by the same provider");
         } else if (!own && !facts.isAbstract() &&
                    schema.schema().instances(nameSpace, name).size() == 0) {
-            report.add(unservedSubclass, textOf(lineage[i]),
+            report.add("registration.unserved-subclass", textOf(lineage[i]),
                        "no provider is registered for its instances, only for its superclass " +
-                           textOf(lineage[i]) +
-                           ", and registration is not inherited; register a "
-                           "provider for exactly this class");
+                           textOf(lineage[i]));
         }
         return;
     }
 }
 
-void checkReferences(const Report& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
+void checkReferences(const Reporter& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
                      const ClassFacts& facts) {
     for (const Declared* reference : facts.references()) {
         if (!schema.find(nameSpace, reference->referenceClass)) {
             const std::string wanted = textOf(reference->referenceClass);
-            report.add(unknownReference, textOf(reference->name),
+            report.add("registration.unknown-reference-class", textOf(reference->name),
                        "reference " + textOf(reference->name) + " refers to class " + wanted +
                            ", which namespace " + textOf(nameSpace) + " does not have" +
                            didYouMean(wanted, classNames(schema, nameSpace)));
         }
     }
     if (facts.isAssociation() && !facts.isAbstract() && facts.references().size() < 2) {
-        report.add(tooFewEnds, "",
+        report.add("registration.association-ends", "",
                    "is an association with " + std::to_string(facts.references().size()) +
-                       " reference" + (facts.references().size() == 1 ? "" : "s") +
-                       "; declare both ends: [Key] A REF Left; [Key] B REF Right;");
+                       " reference" + (facts.references().size() == 1 ? "" : "s"));
     }
 }
 
@@ -292,7 +209,7 @@ void checkNamespace(Findings& findings, SchemaFacts& schema, const CIMNamespaceN
                 return one.className == className && one.nameSpace == nameSpace;
             });
         const std::string provider = served == registrations.end() ? "" : served->provider;
-        checkReferences(Report(findings, provider, name), schema, nameSpace, *facts);
+        checkReferences(Reporter(findings, provider, name), schema, nameSpace, *facts);
         checkInheritance(findings, schema, nameSpace, *facts, registrations);
     }
 }
@@ -305,13 +222,6 @@ struct NoCase {
 
 }  // namespace
 
-RuleList registrationRules() {
-    return {&noClass,          &methodsAlone,     &unknownNamespace, &registeredUnknownClass,
-            &associationType,  &notAnAssociation, &indicationType,   &registeredNotAnIndication,
-            &alertSuperclass,  &unknownMethod,    &unservedMethod,   &unservedSubclass,
-            &classAndSubclass, &keyless,          &unknownReference, &tooFewEnds};
-}
-
 void checkProviders(Findings& findings,
                     const std::vector<velmar_embedded::RegisteredModule>& modules,
                     const std::vector<Registration>& registrations) {
@@ -319,10 +229,9 @@ void checkProviders(Findings& findings,
         for (const std::string& provider : module.providers) {
             if (std::none_of(registrations.begin(), registrations.end(),
                              [&](const Registration& one) { return one.provider == provider; })) {
-                Report(findings, provider, "")
-                    .add(noClass, "PG_ProviderCapabilities",
-                         "is registered for no class, so it is not called; add an instance of "
-                         "PG_ProviderCapabilities with its ProviderName");
+                Reporter(findings, provider, "")
+                    .add("registration.no-class", "PG_ProviderCapabilities",
+                         "is registered for no class: no PG_ProviderCapabilities names it");
             }
         }
     }

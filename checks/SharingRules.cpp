@@ -17,28 +17,12 @@ namespace velmar_checks {
 
 namespace {
 
-const Rule changedBeforeEncoding{
-    "sharing.changed-before-encoding", Severity::Error,
-    "An instance changed between its delivery and its encoding. A server encodes on another thread "
-    "after the operation has returned, so this crashes it.",
-    "Never edit an instance that was handed out: edit a clone, and put it into the cache with "
-    "replace."};
-const Rule editedAfterDelivery{
-    "sharing.edited-after-delivery", Severity::Error,
-    "An instance was delivered, edited in place, and delivered again. With several clients one of "
-    "them is being encoded during the edit, which crashes a server.",
-    "Edit an instance once, before it is first handed out; afterwards edit a clone, and put it "
-    "into "
-    "the cache with replace."};
-
 // Living objects of one shard; with more of them knowledge is given up to save memory.
 const size_t capacity = 4096;
 
 std::string nameOf(const CIMConstObject& object) { return textOf(object.getPath().toString()); }
 
 }  // namespace
-
-RuleList sharingRules() { return {&changedBeforeEncoding, &editedAfterDelivery}; }
 
 Snapshot::Snapshot(const CIMConstObject& object) {
     const ObjectRep& rep = *HandleAccess::rep(object);
@@ -72,11 +56,10 @@ std::string Snapshot::difference(const CIMConstObject& now) const {
 void checkUnchanged(Findings& findings, const std::string& provider, const Handed& handed) {
     const std::string changed = handed.snapshot->difference(handed.object);
     if (!changed.empty()) {
-        Report(findings, provider, textOf(handed.object.getClassName()))
-            .add(changedBeforeEncoding, "",
+        Reporter(findings, provider, textOf(handed.object.getClassName()))
+            .add("sharing.changed-before-encoding", "",
                  changed + " of " + nameOf(handed.object) +
-                     " was edited after its delivery and before its encoding, which crashes a "
-                     "server; edit a clone and put it into the cache with replace");
+                     " was edited after its delivery and before its encoding");
     }
 }
 
@@ -98,7 +81,7 @@ void DeliveredObjects::forgetGone(Shard& shard) {
     shard.limit = 2 * shard.entries.size() + 64;
 }
 
-DeliveredObjects::Delivery DeliveredObjects::deliver(const Report& report,
+DeliveredObjects::Delivery DeliveredObjects::deliver(const Reporter& report,
                                                      const CIMConstObject& object,
                                                      const Facts& facts) {
     const std::shared_ptr<ObjectRep>& rep = HandleAccess::rep(object);
@@ -119,11 +102,9 @@ DeliveredObjects::Delivery DeliveredObjects::deliver(const Report& report,
         return {before, isGood};
     }
     if (before) {
-        report.add(editedAfterDelivery, "",
-                   changed + " of " + nameOf(object) +
-                       " was edited in place after it had been delivered; a server with several "
-                       "clients crashes on that, so edit a clone and put it into the cache with "
-                       "replace");
+        report.add(
+            "sharing.edited-after-delivery", "",
+            changed + " of " + nameOf(object) + " was edited in place after it had been delivered");
     }
     auto now = std::make_shared<const Snapshot>(object);
     std::lock_guard<std::mutex> guard(shard.lock);

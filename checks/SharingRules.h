@@ -59,7 +59,7 @@ class DeliveredObjects {
         bool isKnownGood;  ///< unchanged since noteGood with these facts
     };
     /// Reports the object if it was delivered before and edited since.
-    Delivery deliver(const Report& report, const Pegasus::CIMConstObject& object,
+    Delivery deliver(const Reporter& report, const Pegasus::CIMConstObject& object,
                      const Facts& facts);
     /// Nothing is wrong with the object as it is, measured by these facts.
     void noteGood(const Pegasus::CIMConstObject& object, const Facts& facts);

@@ -20,14 +20,6 @@ std::string shortened(const std::string& text) {
     return text.size() <= longestValue ? text : text.substr(0, longestValue) + "...";
 }
 
-const char* cppType(CIMType type) {
-    static const char* const names[] = {
-        "Boolean", "Uint8",       "Sint8",         "Uint16",    "Sint16",     "Uint32",
-        "Sint32",  "Uint64",      "Sint64",        "Real32",    "Real64",     "Char16",
-        "String",  "CIMDateTime", "CIMObjectPath", "CIMObject", "CIMInstance"};
-    return names[type];
-}
-
 // Letters that must change to get from one text to the other.
 size_t distance(const std::string& a, const std::string& b) {
     std::vector<size_t> row(b.size() + 1);
@@ -70,29 +62,6 @@ std::string describe(const CIMValue& value) {
     const std::string text = shortened(textOf(value.toString()));
     const bool quoted = value.getType() == CIMTYPE_STRING || value.getType() == CIMTYPE_REFERENCE;
     return type + (quoted ? " \"" + text + "\"" : " " + text);
-}
-
-std::string howToWrite(CIMType type, bool isArray, const CIMValue& found) {
-    const std::string name = cppType(type);
-    if (!isArray && found.getType() == CIMTYPE_BOOLEAN && !found.isArray() &&
-        type == CIMTYPE_STRING) {
-        return "CIMValue(\"text\") is a boolean, write CIMValue(String(\"text\"))";
-    }
-    if (isArray) {
-        return "write CIMValue(items) with an Array<" + name + ">";
-    }
-    switch (type) {
-        case CIMTYPE_DATETIME:
-            return "write CIMValue(CIMDateTime(String(\"20250101120000.000000+000\")))";
-        case CIMTYPE_REFERENCE:
-            return "write CIMValue(path) with a CIMObjectPath";
-        case CIMTYPE_OBJECT:
-        case CIMTYPE_INSTANCE:
-            return "write CIMValue(object) with a " + name;
-        default:
-            return "write CIMValue(" + name + "(" + (type == CIMTYPE_STRING ? "text" : "number") +
-                   "))";
-    }
 }
 
 std::string listing(const std::vector<std::string>& items) {

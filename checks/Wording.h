@@ -26,10 +26,6 @@ std::string textOf(const Pegasus::CIMObjectPath& path);
 std::string typeText(Pegasus::CIMType type, bool isArray);
 /// "boolean TRUE", "string \"front\"", "null uint16", "string[] of 3".
 std::string describe(const Pegasus::CIMValue& value);
-/// How a value of a type is written, for a place where another one was found; with the reason
-/// where people are known to stumble.
-std::string howToWrite(Pegasus::CIMType type, bool isArray, const Pegasus::CIMValue& found);
-
 /// "A, B and C".
 std::string listing(const std::vector<std::string>& items);
 /// "; did you mean X?" for the name that differs least, empty if none is near.

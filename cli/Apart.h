@@ -46,6 +46,7 @@ struct Record {
     ExitCode code = Unusable;
     bool hangs = false;                    ///< threads are left that do not return
     SharedText<size_t(1) << 20> findings;  ///< as they come, a line of JSON each
+    std::atomic<size_t> findingsLost{0};   ///< for want of room
     SharedText<size_t(1) << 20> problems;  ///< as they come, a line each
     SharedText<size_t(1) << 26> report;    ///< JSON
 };

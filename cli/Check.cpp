@@ -24,10 +24,12 @@
 #include "CheckReport.h"
 #include "Commands.h"
 #include "Package.h"
+#include "checks/Findings.h"
+#include "checks/Rules.h"
 #include "checks/driver/Driver.h"
-#include "checks/driver/DriverRules.h"
 
 using velmar_checks::Finding;
+using velmar_checks::Reporter;
 
 namespace velmar_cli {
 
@@ -39,48 +41,6 @@ struct CheckOptions {
     bool json = false;
     std::vector<std::string> allowed;  // ids of rules
 };
-
-// Findings of the driver beside those of the server: each once, with a count.
-class DriverFindings {
- public:
-    explicit DriverFindings(std::function<void(const Finding&)> tell) : _tell(std::move(tell)) {}
-
-    void add(Finding finding) {
-        std::lock_guard<std::mutex> guard(_lock);
-        const auto same = std::find_if(_all.begin(), _all.end(), [&](const Finding& one) {
-            return one.id == finding.id && one.className == finding.className &&
-                   one.element == finding.element;
-        });
-        if (same == _all.end()) {
-            _tell(finding);
-            _all.push_back(std::move(finding));
-        } else {
-            same->count++;
-        }
-    }
-    const std::vector<Finding>& all() const { return _all; }
-
- private:
-    const std::function<void(const Finding&)> _tell;
-    std::mutex _lock;
-    std::vector<Finding> _all;
-};
-
-Finding badMof(const velmar_embedded::MofError& error) {
-    Finding finding;
-    finding.id = "mof.error";
-    finding.element = error.file();
-    finding.text = error.what();
-    return finding;
-}
-
-Finding processFinding(const std::string& text) {
-    Finding finding;
-    finding.id = velmar_driver::rules::process.id;
-    finding.severity = velmar_driver::rules::process.severity;
-    finding.text = text;
-    return finding;
-}
 
 // Stops the server; false where a provider does not return.
 bool stopped(velmar_embedded::Server& server) {
@@ -103,14 +63,15 @@ class StandardDescriptors {
  public:
     StandardDescriptors() : _open(openOnes()) {}
 
-    void check(const std::function<void(Finding)>& report) const {
+    void check(const Reporter& package) const {
         const std::vector<int> left = openOnes();
         if (left != _open) {
-            report(processFinding(fmt::format(
-                "of the standard descriptors {} the process has {} left: a provider closes what it "
-                "did not open",
-                fmt::join(_open, ", "),
-                left.empty() ? "none" : fmt::format("{}", fmt::join(left, ", ")))));
+            package.add(
+                "driver.process", "descriptors",
+                fmt::format("of the standard descriptors {} the process has {} left: a "
+                            "provider closes what it did not open",
+                            fmt::join(_open, ", "),
+                            left.empty() ? "none" : fmt::format("{}", fmt::join(left, ", "))));
         }
     }
 
@@ -160,37 +121,38 @@ Results check(const CheckOptions& options, velmar_embedded::Server& server, Reco
     // A server that does not stop has it for longer than this call.
     const auto tell = [lock = std::make_shared<std::mutex>(), &record](const Finding& finding) {
         const std::lock_guard<std::mutex> guard(*lock);
-        record.findings.append(textOf(toJson(finding), -1));
+        record.findingsLost += !record.findings.append(textOf(toJson(finding), -1));
     };
-    DriverFindings driven(tell);
-    const auto add = [&](Finding finding) { driven.add(std::move(finding)); };
+    velmar_checks::Findings driven(tell);
+    const Reporter package(driven, "", "");
     const StandardDescriptors descriptors;
     observe(server, record, tell);
     try {
         options.package.load(server);
         server.start();
-        results.classes = velmar_driver::drive(server, options.drive, add);
+        results.classes = velmar_driver::drive(server, options.drive, driven);
     } catch (const velmar_embedded::MofError& error) {
         if (error.line() == 0) {
             throw;  // a file that cannot be read
         }
-        add(badMof(error));
+        package.add("mof.error", error.file(), error.what());
     }
     const char end[sizeof record.request.text] = "the end of the server";
     record.request.note(end);
     record.hangs = !stopped(server);
     if (record.hangs) {
-        add(processFinding(
-            std::string("the server does not stop within 15 s; what began last is ") +
-            (record.call.began == 0 ? "no provider call" : record.call.text) +
-            (strstr(record.call.text, "terminate") ? " or its destructor" : "")));
+        package.add("driver.process", "stop",
+                    std::string("the server does not stop within 15 s; what began last is ") +
+                        (record.call.began == 0 ? "no provider call" : record.call.text) +
+                        (strstr(record.call.text, "terminate") ? " or its destructor" : ""));
     }
-    descriptors.check(add);
+    descriptors.check(package);
     results.findings = server.findings();
     for (const Finding& finding : results.findings) {
         record.hangs |= finding.id == "loading.thread-left";
     }
-    results.findings.insert(results.findings.end(), driven.all().begin(), driven.all().end());
+    const std::vector<Finding> more = driven.all();
+    results.findings.insert(results.findings.end(), more.begin(), more.end());
     leaveOut(options.allowed, results);
     return results;
 }
@@ -201,14 +163,16 @@ ExitCode checkInto(Record& record, const CheckOptions& options) {
         dup2(STDERR_FILENO, STDOUT_FILENO);  // what providers print stays out of the document
     }
     auto server = std::make_unique<velmar_embedded::Server>();
-    const Results results = check(options, *server, record);
-    if (!record.report.append(textOf(toJson(results), -1))) {
-        throw std::length_error("there are too many findings to tell");
+    Results results = check(options, *server, record);
+    const ExitCode code = results.findings.empty() ? Good : Findings;
+    while (!record.report.append(textOf(toJson(results), -1))) {
+        results.more += results.findings.size() - results.findings.size() / 2;
+        results.findings.resize(results.findings.size() / 2);
     }
     if (record.hangs) {
         static_cast<void>(server.release());  // it cannot be destroyed
     }
-    return results.findings.empty() ? Good : Findings;
+    return code;
 }
 
 // What was found before the process of the package ended, and how it ended.
@@ -218,6 +182,7 @@ nlohmann::ordered_json unfinished(const Record& record, const CheckOptions& opti
     if (record.isClosed && record.code != Unusable) {
         document = nlohmann::ordered_json::parse(record.report.get());
     } else {
+        document["more"] = record.findingsLost.load();
         std::istringstream lines(record.findings.get());
         for (std::string line; std::getline(lines, line);) {
             auto finding = nlohmann::ordered_json::parse(line);
@@ -230,7 +195,9 @@ nlohmann::ordered_json unfinished(const Record& record, const CheckOptions& opti
             }
         }
     }
-    document["findings"].push_back(toJson(processFinding(how)));
+    velmar_checks::Findings end;
+    Reporter(end, "", "").add("driver.process", "", how);
+    document["findings"].push_back(toJson(end.all().front()));
     return document;
 }
 
@@ -281,15 +248,10 @@ ExitCode checkApart(const CheckOptions& options) {
 }
 
 void refuseUnknownRule(const std::string& id) {
-    velmar_checks::RuleList rules = velmar_checks::allRules();
-    const velmar_checks::RuleList driver = velmar_driver::driverRules();
-    rules.insert(rules.end(), driver.begin(), driver.end());
-    const bool isKnown =
-        std::any_of(rules.begin(), rules.end(),
-                    [&](const velmar_checks::Rule* rule) { return rule->id == id; });
-    if (!isKnown) {
+    if (velmar_checks::findRule(id) == nullptr) {
         throw UsageError("--allow " + id +
-                         ": no finding has this id; it stands in brackets after its text");
+                         ": no rule has this id; it stands in brackets after a finding's text, and "
+                         "velmar explain lists all");
     }
 }
 

@@ -6,6 +6,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <set>
+
+#include "checks/Rules.h"
 
 using nlohmann::ordered_json;
 using velmar_checks::Finding;
@@ -20,13 +23,22 @@ std::string counted(size_t count, const char* what) {
     return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
 }
 
-std::string lineOf(const ordered_json& json) {
-    Finding finding;
-    finding.id = json["id"];
-    finding.severity = json["severity"] == "error" ? Severity::Error : Severity::Warning;
-    finding.text = json["text"];
-    finding.count = json["count"];
-    return velmar_checks::toLine(finding) + "\n";
+// What the rule advises stands once, after its first finding.
+std::string linesOf(const ordered_json& findings) {
+    std::string text;
+    std::set<std::string> helped;
+    for (const ordered_json& json : findings) {
+        Finding finding;
+        finding.id = json["id"];
+        finding.severity = json["severity"] == "error" ? Severity::Error : Severity::Warning;
+        finding.text = json["text"];
+        finding.count = json["count"];
+        text += velmar_checks::toLine(finding) + "\n";
+        if (helped.insert(finding.id).second) {
+            text += velmar_checks::helpFor(finding) + "\n";
+        }
+    }
+    return text;
 }
 
 std::string table(const ordered_json& classes) {
@@ -54,18 +66,22 @@ std::string table(const ordered_json& classes) {
 }  // namespace
 
 ordered_json toJson(const Finding& finding) {
+    const velmar_checks::Rule& rule = *velmar_checks::findRule(finding.id);
     return {{"id", finding.id},
-            {"severity", finding.severity == Severity::Error ? "error" : "warning"},
+            {"severity", nameOf(finding.severity)},
             {"provider", finding.provider},
             {"class", finding.className},
             {"element", finding.element},
             {"text", finding.text},
+            {"meaning", rule.meaning},
+            {"remedy", rule.remedy},
             {"count", finding.count}};
 }
 
 ordered_json toJson(const Results& results) {
     ordered_json document = {{"findings", ordered_json::array()},
                              {"allowed", results.allowed},
+                             {"more", results.more},
                              {"classes", ordered_json::array()}};
     for (const Finding& one : results.findings) {
         document["findings"].push_back(toJson(one));
@@ -95,12 +111,10 @@ std::string textOf(const ordered_json& document, int indentation) {
 std::string forReaders(const ordered_json& document, const velmar_driver::DriveOptions& options) {
     const ordered_json& findings = document["findings"];
     const ordered_json& classes = document["classes"];
-    std::string text;
-    size_t errors = 0;
-    for (const ordered_json& one : findings) {
-        text += lineOf(one);
-        errors += one["severity"] == "error" ? 1 : 0;
-    }
+    std::string text = linesOf(findings);
+    const auto errors =
+        std::count_if(findings.begin(), findings.end(),
+                      [](const ordered_json& one) { return one["severity"] == "error"; });
     text += findings.empty() || classes.empty() ? "" : "\n";
     text += table(classes);
     for (const ordered_json& one : classes) {
@@ -121,8 +135,9 @@ std::string forReaders(const ordered_json& document, const velmar_driver::DriveO
                              : fmt::format("\n{}: {}, {}", counted(findings.size(), "finding"),
                                            counted(errors, "error"),
                                            counted(findings.size() - errors, "warning"));
-    const size_t allowed = document["allowed"];
-    return text + (allowed == 0 ? "" : fmt::format("; {} allowed", allowed)) + "\n";
+    const size_t allowed = document["allowed"], more = document["more"];
+    return text + (allowed == 0 ? "" : fmt::format("; {} allowed", allowed)) +
+           (more == 0 ? "" : fmt::format("; {} more that there is no room for", more)) + "\n";
 }
 
 }  // namespace velmar_cli

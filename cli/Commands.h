@@ -21,6 +21,7 @@ using Run = std::function<ExitCode()>;
 ExitCode guarded(const Run& run);
 
 void addCheck(CLI::App& app, Run& run);
+void addExplain(CLI::App& app, Run& run);
 void addGenerate(CLI::App& app, Run& run);
 void addNew(CLI::App& app, Run& run);
 /// Only with the wire, VELMAR_HAS_WIRE.

@@ -33,9 +33,11 @@ class EndSignals {
         sigaddset(&_set, SIGTERM);
         pthread_sigmask(SIG_BLOCK, &_set, nullptr);
     }
+    /// A second signal ends the process: a provider may block the orderly way.
     void wait() {
         int received = 0;
         sigwait(&_set, &received);
+        pthread_sigmask(SIG_UNBLOCK, &_set, nullptr);
     }
 
  private:

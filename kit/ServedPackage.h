@@ -50,7 +50,8 @@ inline void failOnFindings(const velmar_embedded::Server& server,
                            const std::set<std::string>& allowed = {}) {
     for (const velmar_checks::Finding& finding : server.findings()) {
         if (allowed.count(finding.id) == 0) {
-            ADD_FAILURE() << velmar_checks::toLine(finding);
+            ADD_FAILURE() << velmar_checks::toLine(finding) << "\n"
+                          << velmar_checks::helpFor(finding);
         }
     }
 }
@@ -136,10 +137,11 @@ class ServedPackage : public ::testing::Test {
         server.stop();
         failOnFindings(server, _allowed);
         if (_isThereTwice && _allowed.count("kit.two-copies") == 0) {
-            ADD_FAILURE() << "[kit.two-copies] the package is linked into the test and loaded as a "
-                             "module, too: what the test changes in one, clients do not see in "
-                             "the other; give PegasusCreateProvider to ServedPackage instead of "
-                             "the module's folder";
+            velmar_checks::Finding finding;
+            finding.id = "kit.two-copies";
+            finding.text = "the package is linked into the test and loaded as a module, too";
+            ADD_FAILURE() << velmar_checks::toLine(finding) << "\n"
+                          << velmar_checks::helpFor(finding);
         }
     }
     /// Findings of this id ("instance.null-key") are none of this test's failures.

@@ -3,7 +3,6 @@
 //
 // The associations of one class, from both ends.
 #include "checks/driver/Driver.h"
-#include "checks/driver/DriverRules.h"
 
 using namespace Pegasus;
 
@@ -84,7 +83,7 @@ class View {
                 // it says so, to the server's checks.
                 _session.call("referenceNames",
                               [&] { _client.referenceNames(_ns, _near.path, _class, _near.role); });
-                _doubts.add({&rules::reference, text(_near.role), _association,
+                _doubts.add({"driver.reference", text(_near.role), _association,
                              "referenceNames of " + nearText() + asked(role) + " does not give " +
                                  _association + ", which refers to it as " + text(_near.role) +
                                  " = " + text(_near.path.toString())});
@@ -120,7 +119,7 @@ class View {
             }
             // A class path stands for instances, which its own class's drive looks at.
             if (!isClassPath(_far.path) && byPath(names).count(shortText(_far.path)) == 0) {
-                _doubts.add({&rules::associator, text(_near.role), _association,
+                _doubts.add({"driver.associator", text(_near.role), _association,
                              "associatorNames of " + nearText() + asked(question.role) +
                                  " does not give " + shortText(_far.path) + ", to which " +
                                  _association + " links it"});
@@ -163,7 +162,7 @@ class View {
             _doubts.see(object);
             if (given.count(entry.first) == 0) {
                 _doubts.add(
-                    {&rules::objects, operation, object,
+                    {"driver.objects", operation, object,
                      operation + " of " + nearText() + " does not give " + entry.first + ", " +
                          (operation == "references" ? "referenceNames" : "associatorNames") +
                          " does"});
@@ -196,7 +195,7 @@ bool exists(Session& session, Doubts& doubts, Answers& answers, const End& end,
     const Outcome outcome = session.call(
         "getInstance", [&] { session.client.getInstance(session.about.nameSpace, end.path); });
     if (!outcome) {
-        doubts.add({&rules::farEnd, text(end.role), association,
+        doubts.add({"driver.far-end", text(end.role), association,
                     association + " refers to " + shortText(end.path) + " as " + text(end.role) +
                         ", and getInstance of that fails: " + outcome.describe()});
         return false;
@@ -213,7 +212,7 @@ void tryWrongRole(Session& session, const CIMObjectPath& path) {
                                                CIMName(), wrong);
     });
     if (outcome && names.size() > 0) {
-        session.find(rules::role, "associatorNames",
+        session.find("driver.role", "associatorNames",
                      "associatorNames of " + shortText(path) + " with the role \"" + text(wrong) +
                          "\", which the association does not have, gives " + shortText(names[0]));
     }

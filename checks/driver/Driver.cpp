@@ -11,8 +11,6 @@
 #include <mutex>
 #include <optional>
 
-#include "checks/driver/DriverRules.h"
-
 using velmar_embedded::ProviderType;
 
 namespace velmar_driver {
@@ -68,13 +66,13 @@ class Listening {
 }  // namespace
 
 std::vector<ClassReport> drive(velmar_embedded::Server& server, const DriveOptions& options,
-                               const Report& report) {
-    return drive(server, registeredClasses(server), options, report);
+                               velmar_checks::Findings& findings) {
+    return drive(server, registeredClasses(server), options, findings);
 }
 
 std::vector<ClassReport> drive(velmar_embedded::Server& server,
                                const std::vector<RegisteredClass>& classes,
-                               const DriveOptions& options, const Report& report) {
+                               const DriveOptions& options, velmar_checks::Findings& findings) {
     bool answers = true;
     std::vector<std::unique_ptr<Session>> sessions;
     // False where no more is asked of the class.
@@ -91,7 +89,7 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
         } catch (const Pegasus::Exception& e) {
             end = text(e.getMessage());
         }
-        session.find(rules::stopped, "", end + ", so no more is asked");
+        session.find("driver.stopped", "", end + ", so no more is asked");
         return false;
     };
     std::vector<Session*> withMethods;
@@ -99,7 +97,7 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
         if (one.definition.isUninitialized()) {
             continue;  // said already, when the registration was read
         }
-        sessions.push_back(std::make_unique<Session>(one, report, options.tries));
+        sessions.push_back(std::make_unique<Session>(one, findings, options.tries));
         Session& session = *sessions.back();
         if (guarded(session, [&] { driveClass(session, server, one, classes, options); }) &&
             options.call && one.serves(ProviderType::Method)) {
@@ -118,14 +116,7 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
         result.push_back(std::move(session->result));
     }
     if (options.clients > 0 && answers) {
-        std::mutex lock;
-        driveLoad(
-            classes, options,
-            [&](velmar_checks::Finding finding) {
-                std::lock_guard<std::mutex> guard(lock);
-                report(std::move(finding));
-            },
-            result);
+        driveLoad(classes, options, findings, result);
     }
     if (listening && answers) {
         listening->end();

@@ -25,14 +25,14 @@ struct DriveOptions {
     unsigned tries = 10;    ///< of what answers disagree in, after 0, 1, 2, 4 and so on ms
 };
 
-/// Drives every registered class. `report` is called on any thread, one call at a time.
+/// Drives every registered class.
 std::vector<ClassReport> drive(velmar_embedded::Server& server, const DriveOptions& options,
-                               const Report& report);
+                               velmar_checks::Findings& findings);
 
 /// The same for these classes.
 std::vector<ClassReport> drive(velmar_embedded::Server& server,
                                const std::vector<RegisteredClass>& classes,
-                               const DriveOptions& options, const Report& report);
+                               const DriveOptions& options, velmar_checks::Findings& findings);
 
 // The parts, for one class each.
 void driveInstances(Session& session, const DriveOptions& options);
@@ -44,7 +44,7 @@ void driveWrites(Session& session, const std::vector<RegisteredClass>& classes);
 
 /// Several clients at once, on classes that were driven before.
 void driveLoad(const std::vector<RegisteredClass>& classes, const DriveOptions& options,
-               const Report& report, std::vector<ClassReport>& results);
+               velmar_checks::Findings& findings, std::vector<ClassReport>& results);
 
 /// The names of the properties that have a value.
 std::set<std::string> filledIn(const Pegasus::CIMConstInstance& instance);

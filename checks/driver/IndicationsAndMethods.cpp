@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include "checks/driver/Driver.h"
-#include "checks/driver/DriverRules.h"
 #include "checks/driver/Samples.h"
 
 using namespace Pegasus;
@@ -104,7 +103,7 @@ void driveIndication(Session& session, velmar_embedded::Server& server,
                               [](const CIMInstance&) {});
     });
     if (!outcome) {
-        session.find(rules::subscribe, "createSubscription",
+        session.find("driver.subscribe", "createSubscription",
                      "\"" + query + "\" is refused: " + outcome.describe());
         return;
     }
@@ -139,7 +138,7 @@ void driveMethods(Session& session) {
         };
         const auto [outcome, returned] = call(target);
         if (outcome && returned.isNull()) {
-            session.find(rules::noReturnValue, name,
+            session.find("driver.no-return-value", name,
                          "method " + name + " of " + shortText(target) +
                              " returns no value, it is "
                              "declared with " +
@@ -147,7 +146,7 @@ void driveMethods(Session& session) {
         }
         if (outcome.code == CIM_ERR_NOT_SUPPORTED || outcome.code == CIM_ERR_METHOD_NOT_FOUND ||
             outcome.code == CIM_ERR_METHOD_NOT_AVAILABLE) {
-            session.find(rules::refusedMethod, name,
+            session.find("driver.refused-method", name,
                          "the class declares the method " + name + ", and calling it on " +
                              shortText(target) + " is refused: " + outcome.describe());
         }

@@ -7,7 +7,6 @@
 #include <tuple>
 
 #include "checks/driver/Driver.h"
-#include "checks/driver/DriverRules.h"
 
 using namespace Pegasus;
 
@@ -42,7 +41,7 @@ void compareNames(Doubts& doubts, const Enumerated& given) {
         for (const auto& one : some) {
             doubts.see(one.first);
             if (others.count(one.first) == 0) {
-                doubts.add({&rules::names, lacks, one.first,
+                doubts.add({"driver.names", lacks, one.first,
                             gives + " gives " + one.first + ", " + lacks + " does not"});
             }
         }
@@ -58,7 +57,7 @@ void compareKeys(Doubts& doubts, const Session& session, const Enumerated& given
             CIMObjectPath(String(), CIMNamespaceName(), session.about.name, name.getKeyBindings()));
         if (own != shown && given.names.count(own) != 0) {
             doubts.add(
-                {&rules::twice, text(name.getClassName().getString()), own,
+                {"driver.twice", text(name.getClassName().getString()), own,
                  "there are " + own + " and " + shown + ", of a subclass, with the same keys"});
         }
     }
@@ -68,13 +67,13 @@ void compareKeys(Doubts& doubts, const Session& session, const Enumerated& given
 typedef std::pair<std::string, CIMInstance> Answer;
 
 // Doubts values that only one of two answers has.
-void compareValues(Doubts& doubts, const velmar_checks::Rule& rule, const std::string& shown,
-                   const Answer& a, const Answer& b) {
+void compareValues(Doubts& doubts, const char* rule, const std::string& shown, const Answer& a,
+                   const Answer& b) {
     for (const auto& [with, without] : {std::tie(a, b), std::tie(b, a)}) {
         const std::set<std::string> there = filledIn(CIMConstInstance(without.second));
         for (const std::string& property : filledIn(CIMConstInstance(with.second))) {
             if (there.count(property) == 0) {
-                doubts.add({&rule, property, shown,
+                doubts.add({rule, property, shown,
                             without.first + " of " + shown + " gives no value for " + property +
                                 ", " + with.first + " does",
                             true});
@@ -100,7 +99,7 @@ void tryPropertyLists(Session& session, Doubts& doubts, const std::string& shown
         const Outcome outcome = session.call(
             "getInstance", [&] { got = getInstance(session, path, CIMPropertyList(names)); });
         if (!outcome || filledIn(CIMConstInstance(got)).count(property) == 0) {
-            doubts.add({&rules::propertyList, property, shown,
+            doubts.add({"driver.property-list", property, shown,
                         "getInstance of " + shown + " with the property list {" + property + "} " +
                             (outcome ? "gives no value for it; without a list it does"
                                      : "fails: " + outcome.describe()),
@@ -120,7 +119,7 @@ void driveInstance(Session& session, Doubts& doubts, const std::string& shown,
         const Outcome outcome = session.call(
             "getInstance", [&] { one.second = getInstance(session, path, CIMPropertyList()); });
         if (!outcome) {
-            doubts.add({&rules::get, "getInstance", shown,
+            doubts.add({"driver.get", "getInstance", shown,
                         "enumerateInstanceNames gives " + shown +
                             ", getInstance of it fails: " + outcome.describe()});
             return;
@@ -131,11 +130,11 @@ void driveInstance(Session& session, Doubts& doubts, const std::string& shown,
     }
     const auto enumerated = given.instances.find(shown);
     if (enumerated != given.instances.end()) {
-        compareValues(doubts, rules::getValues, shown, {"enumerateInstances", enumerated->second},
-                      got[0]);
+        compareValues(doubts, "driver.get-values", shown,
+                      {"enumerateInstances", enumerated->second}, got[0]);
     }
     if (isSample) {
-        compareValues(doubts, rules::unsteady, shown, got[0], got[1]);
+        compareValues(doubts, "driver.unsteady", shown, got[0], got[1]);
         tryPropertyLists(session, doubts, shown, path, filledIn(CIMConstInstance(got[0].second)));
     }
 }
@@ -148,7 +147,7 @@ void tryAbsent(Session& session, const CIMObjectPath& path) {
     const Outcome outcome =
         session.call("getInstance", [&] { getInstance(session, absent, CIMPropertyList()); });
     if (outcome.code != CIM_ERR_NOT_FOUND) {
-        session.find(rules::absent, "getInstance",
+        session.find("driver.absent", "getInstance",
                      "getInstance of " + shortText(absent) + ", which does not exist, " +
                          (outcome ? "gives an instance" : "fails with " + outcome.describe()) +
                          "; clients expect CIM_ERR_NOT_FOUND");

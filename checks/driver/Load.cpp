@@ -9,7 +9,6 @@
 #include <thread>
 
 #include "checks/driver/Driver.h"
-#include "checks/driver/DriverRules.h"
 
 using namespace Pegasus;
 using velmar_embedded::ProviderType;
@@ -66,7 +65,7 @@ Suspicions difference(const std::string& operation, const State& expected, const
     const auto add = [&](const std::string& element, const std::string& object,
                          const std::string& what) {
         result[element + "\n" + object] = {
-            &rules::load, element, object,
+            "driver.load", element, object,
             "under several clients " + operation + " of " + object + what, true};
     };
     for (const auto& [object, properties] : expected) {
@@ -92,8 +91,8 @@ Suspicions difference(const std::string& operation, const State& expected, const
 
 class Client {
  public:
-    Client(const Expected& expected, const Report& report, unsigned seed)
-        : _expected(expected), _session(*expected.about, report, 0), _random(seed) {}
+    Client(const Expected& expected, velmar_checks::Findings& findings, unsigned seed)
+        : _expected(expected), _session(*expected.about, findings, 0), _random(seed) {}
 
     void step() {
         switch (_random() % 3) {
@@ -123,7 +122,7 @@ class Client {
             outcome = {-1, e.what()};
         }
         if (!outcome && (outcome.code != CIM_ERR_NOT_FOUND || operation != "getInstance")) {
-            _session.find(rules::load, operation,
+            _session.find("driver.load", operation,
                           "under several clients " + operation + " fails: " + outcome.describe());
             return false;
         }
@@ -196,13 +195,14 @@ class Client {
 };
 
 // The clients, each on a thread of its own.
-void load(std::vector<Expected>& classes, const DriveOptions& options, const Report& report) {
+void load(std::vector<Expected>& classes, const DriveOptions& options,
+          velmar_checks::Findings& findings) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(options.seconds);
     std::vector<std::vector<std::unique_ptr<Client>>> clients(options.clients);
     std::vector<std::thread> threads;
     for (unsigned number = 0; number < options.clients; number++) {
         for (const Expected& one : classes) {
-            clients[number].push_back(std::make_unique<Client>(one, report, number + 1));
+            clients[number].push_back(std::make_unique<Client>(one, findings, number + 1));
         }
         threads.emplace_back([&mine = clients[number], end] {
             while (!mine.empty() && std::chrono::steady_clock::now() < end) {
@@ -225,17 +225,17 @@ void load(std::vector<Expected>& classes, const DriveOptions& options, const Rep
 }  // namespace
 
 void driveLoad(const std::vector<RegisteredClass>& classes, const DriveOptions& options,
-               const Report& report, std::vector<ClassReport>& results) {
+               velmar_checks::Findings& findings, std::vector<ClassReport>& results) {
     std::vector<Expected> all;
     for (const RegisteredClass& one : classes) {
         if (one.serves(ProviderType::Instance) && !one.definition.isUninitialized()) {
-            Session session(one, report, 0);
+            Session session(one, findings, 0);
             if (auto expected = expectation(one, session)) {
                 all.push_back(std::move(*expected));
             }
         }
     }
-    load(all, options, report);
+    load(all, options, findings);
     for (const Expected& expected : all) {
         const RegisteredClass& about = *expected.about;
         const auto result = std::find_if(results.begin(), results.end(), [&](const auto& one) {
@@ -249,7 +249,7 @@ void driveLoad(const std::vector<RegisteredClass>& classes, const DriveOptions& 
         if (result->changes) {
             continue;
         }
-        Session session(about, report, options.tries);
+        Session session(about, findings, options.tries);
         session.confirm([&](Doubts& doubts) {
             const auto now = expectation(about, session);
             const bool isSame = now && now->state == expected.state;

@@ -9,8 +9,6 @@
 #include <chrono>
 #include <thread>
 
-#include "checks/driver/DriverRules.h"
-
 using namespace Pegasus;
 
 namespace velmar_driver {
@@ -39,12 +37,12 @@ std::string Outcome::describe() const {
 
 void Doubts::add(Doubt doubt) {
     see(doubt.object);
-    std::string key = doubt.rule->id + ("\n" + doubt.element) + "\n" + doubt.object;
+    std::string key = doubt.rule + ("\n" + doubt.element) + "\n" + doubt.object;
     _all.emplace(std::move(key), std::move(doubt));
 }
 
-Session::Session(const RegisteredClass& ofClass, Report report, unsigned tries)
-    : about(ofClass), _report(std::move(report)), _tries(tries) {
+Session::Session(const RegisteredClass& ofClass, velmar_checks::Findings& findings, unsigned tries)
+    : about(ofClass), _findings(findings), _tries(tries) {
     client.connectLocal();
     result.nameSpace = velmar_driver::text(about.nameSpace.getString());
     result.className = about.text();
@@ -75,7 +73,7 @@ Outcome Session::call(const std::string& operation, const std::function<void()>&
 bool Session::expect(const std::string& operation, const std::function<void()>& work) {
     const Outcome outcome = call(operation, work);
     if (!outcome) {
-        find(rules::fails, operation, operation + " fails: " + outcome.describe());
+        find("driver.fails", operation, operation + " fails: " + outcome.describe());
     }
     return static_cast<bool>(outcome);
 }
@@ -84,14 +82,14 @@ bool Session::expect(Doubts& doubts, const std::string& operation, const std::st
                      const std::function<void()>& work) {
     const Outcome outcome = call(operation, work);
     if (!outcome) {
-        doubts.add({&rules::fails, operation, object,
+        doubts.add({"driver.fails", operation, object,
                     operation + " fails: " + outcome.describe() + ", asked about " + object});
     }
     return static_cast<bool>(outcome);
 }
 
 bool Session::isKnown(const Doubt& doubt) const {
-    return _found.count({doubt.rule->id, doubt.element}) != 0;
+    return _found.count({doubt.rule, doubt.element}) != 0;
 }
 
 namespace {
@@ -122,7 +120,7 @@ void Session::confirm(const std::function<void(Doubts&)>& ask) {
     std::map<std::string, std::pair<Doubt, std::string>> open;
     for (const auto& [key, doubt] : first._all) {
         if (isKnown(doubt)) {
-            find(*doubt.rule, doubt.element, doubt.sentence);
+            find(doubt.rule, doubt.element, doubt.sentence);
         } else {
             open.emplace(key, std::make_pair(doubt, ""));
         }
@@ -143,21 +141,15 @@ void Session::confirm(const std::function<void(Doubts&)>& ask) {
     for (const auto& [key, one] : open) {
         const auto& [doubt, rounds] = one;
         if (rounds.find(Gone) == std::string::npos || keepsComingBack(rounds)) {
-            find(*doubt.rule, doubt.element, doubt.sentence);
+            find(doubt.rule, doubt.element, doubt.sentence);
         }
     }
 }
 
-void Session::find(const velmar_checks::Rule& rule, const std::string& element,
+void Session::find(const std::string& rule, const std::string& element,
                    const std::string& sentence) {
-    velmar_checks::Finding finding;
-    finding.id = rule.id;
-    finding.severity = rule.severity;
-    finding.className = about.text();
-    finding.element = element;
-    finding.text = "class " + about.text() + ": " + sentence;
-    _found.insert({finding.id, element});
-    _report(finding);
+    _found.insert({rule, element});
+    velmar_checks::Reporter(_findings, "", about.text()).add(rule, element, sentence);
 }
 
 bool Session::isSample(const std::string& object) {

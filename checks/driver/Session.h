@@ -3,7 +3,7 @@
 //
 // The driver's client: makes calls, times them, and reports what comes out wrong.
 //
-// Not thread-safe: one session per thread; the report function is shared.
+// Not thread-safe: one session per thread; they share the findings.
 #ifndef VELMAR_CHECKS_DRIVER_SESSION_H
 #define VELMAR_CHECKS_DRIVER_SESSION_H
 
@@ -16,12 +16,10 @@
 #include <string>
 #include <vector>
 
-#include "checks/Rule.h"
+#include "checks/Findings.h"
 #include "checks/driver/RegisteredClasses.h"
 
 namespace velmar_driver {
-
-using Report = std::function<void(velmar_checks::Finding)>;
 
 /// What one class was asked and how it went.
 struct ClassReport {
@@ -57,7 +55,7 @@ class NoAnswer : public std::runtime_error {
 /// What two answers disagree in, about an object that one of them has: a mistake, or the trace of
 /// a change between them.
 struct Doubt {
-    const velmar_checks::Rule* rule;
+    const char* rule;
     std::string element;
     std::string object;
     std::string sentence;    ///< as of a finding
@@ -80,7 +78,7 @@ class Doubts {
 class Session {
  public:
     /// Connects to the started server. `tries` is how often confirm asks again.
-    Session(const RegisteredClass& about, Report report, unsigned tries);
+    Session(const RegisteredClass& about, velmar_checks::Findings& findings, unsigned tries);
 
     /// Runs `work`, times it as `operation` of the class, and says how it ended. Throws NoAnswer.
     Outcome call(const std::string& operation, const std::function<void()>& work);
@@ -98,8 +96,7 @@ class Session {
     void confirm(const std::function<void(Doubts&)>& ask);
 
     /// A finding about the class; `sentence` goes on after its name.
-    void find(const velmar_checks::Rule& rule, const std::string& element,
-              const std::string& sentence);
+    void find(const std::string& rule, const std::string& element, const std::string& sentence);
 
     /// Whether it is one of the first few objects that this was asked of: those get all questions,
     /// and the rest those only that tell whether it is like them.
@@ -112,7 +109,7 @@ class Session {
  private:
     bool isKnown(const Doubt& doubt) const;
 
-    const Report _report;
+    velmar_checks::Findings& _findings;
     std::set<std::string> _samples;
     const unsigned _tries;
     std::set<std::pair<std::string, std::string>> _found;  // rules and elements

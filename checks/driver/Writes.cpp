@@ -6,7 +6,6 @@
 #include <Pegasus/Common/System.h>
 
 #include "checks/driver/Driver.h"
-#include "checks/driver/DriverRules.h"
 
 using namespace Pegasus;
 using velmar_embedded::ProviderType;
@@ -116,7 +115,7 @@ void driveCascade(Session& session, const std::vector<RegisteredClass>& classes,
             left = session.client.enumerateInstanceNames(one.nameSpace, one.name);
         });
         if (byPath(left).count(shortText(association)) != 0) {
-            session.find(rules::cascade, one.text(),
+            session.find("driver.cascade", one.text(),
                          "deleting " + shortText(created) + " leaves " + shortText(association) +
                              ", which refers to it");
         }
@@ -152,7 +151,7 @@ void driveWrites(Session& session, const std::vector<RegisteredClass>& classes) 
         return;
     }
     if (!outcome) {
-        session.find(rules::create, "createInstance",
+        session.find("driver.create", "createInstance",
                      "createInstance of " + shortText(wanted) + ", a copy of " +
                          shortText(existing) + " under another key, fails: " + outcome.describe());
         return;
@@ -162,7 +161,7 @@ void driveWrites(Session& session, const std::vector<RegisteredClass>& classes) 
     if (!session.call("getInstance",
                       [&] { got = session.client.getInstance(ns, created, false); })) {
         session.find(
-            rules::create, "getInstance",
+            "driver.create", "getInstance",
             "createInstance gives " + shortText(created) + ", getInstance does not find it");
         return;
     }
@@ -170,7 +169,7 @@ void driveWrites(Session& session, const std::vector<RegisteredClass>& classes) 
     const std::set<std::string> kept = filledIn(CIMConstInstance(got));
     for (const std::string& property : given) {
         if (kept.count(property) == 0) {
-            session.find(rules::create, property,
+            session.find("driver.create", property,
                          "the instance created as " + shortText(created) + " has no value for " +
                              property + ", it was created with one");
         }
@@ -178,7 +177,7 @@ void driveWrites(Session& session, const std::vector<RegisteredClass>& classes) 
     driveCascade(session, classes, existing, created);
     session.expect("deleteInstance", [&] { session.client.deleteInstance(ns, created); });
     if (isThere(session, created)) {
-        session.find(rules::remove, "deleteInstance",
+        session.find("driver.delete", "deleteInstance",
                      "deleteInstance of " + shortText(created) +
                          " succeeds, and getInstance still gives it");
     }

@@ -232,7 +232,14 @@ TEST(IndicationMethodProvider, DisablingWaitsForItsOwnDeliveriesOnly) {
     std::thread sender([&] { busy.send(); });
     delivering.waitFor(1);
     idle.disableIndications();  // would never return
-    std::thread disabler([&] { busy.disableIndications(); });
+    // Being inside a delivery of another object makes no difference.
+    none.at = [&](int place) {
+        if (place == 4) {
+            busy.disableIndications();
+        }
+    };
+    idle.enableIndications(none);
+    std::thread disabler([&] { idle.send(); });
     EXPECT_FALSE(completed.reaches(1));
     goOn.up();
     sender.join();

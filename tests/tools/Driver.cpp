@@ -13,7 +13,7 @@
 #include <set>
 #include <utility>
 
-#include "checks/driver/DriverRules.h"
+#include "checks/driver/Driver.h"
 #include "support/ScriptedServer.h"
 
 using namespace support;
@@ -66,9 +66,12 @@ class Package : public ScriptedServer {
         for (const char* name : {"T_A", "T_Far", "T_Link"}) {
             classes.push_back({ns, name, server.repository().getClass(ns, name), all});
         }
+        velmar_checks::Findings findings;
+        reports = velmar_driver::drive(server, classes, options, findings);
         std::set<std::string> ids;
-        reports = velmar_driver::drive(server, classes, options,
-                                       [&](velmar_checks::Finding found) { ids.insert(found.id); });
+        for (const velmar_checks::Finding& one : findings.all()) {
+            ids.insert(one.id);
+        }
         return ids;
     }
 
@@ -315,7 +318,8 @@ TEST_F(Package, AlertsOfMethodsAreListenedTo) {
     const std::vector<RegisteredClass> classes = {
         {ns, "T_A", server.repository().getClass(ns, "T_A"), {ProviderType::Method}},
         {ns, "T_Alert", server.repository().getClass(ns, "T_Alert"), {ProviderType::Indication}}};
-    velmar_driver::drive(server, classes, options, [](velmar_checks::Finding) {});
+    velmar_checks::Findings ignored;
+    velmar_driver::drive(server, classes, options, ignored);
     EXPECT_GT(called, 0u);
     EXPECT_EQ(enabled, called);
     EXPECT_FALSE(isEnabled);
