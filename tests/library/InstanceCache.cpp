@@ -30,6 +30,8 @@ __attribute__((noinline)) void* operator new(size_t size) {
     }
     return memory;
 }
+// The address sanitizer has one of its own for this, which does not go with the `free` below.
+void* operator new(size_t size, const std::nothrow_t&) noexcept { return malloc(size); }
 __attribute__((noinline)) void operator delete(void* memory) noexcept { free(memory); }
 __attribute__((noinline)) void operator delete(void* memory, size_t) noexcept { free(memory); }
 
