@@ -276,7 +276,7 @@ ExitCode create(NewOptions& options) {
         fmt::print("note: {}\n", remark);
     }
     fmt::print(
-        "\nNext: look for FILL IN in {1}, then\n"
+        "\nNext: look for TODO in {1}, then\n"
         "    cmake -S {0} -B {2} && cmake --build {2}\n"
         "    ctest --test-dir {2}\n    velmar check{3} {0}\n",
         argument(options.folder), argument(options.folder + "/src"),

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
-
-#include <fmt/format.h>
-
+//
+// The typed classes and paths.
 #include "Names.h"
+#include "Printer.h"
 #include "Writers.h"
 
 namespace velmar_generator {
@@ -26,17 +26,28 @@ std::string enumeration(const Element& element, const std::string& owner) {
     const bool isText = element.type == Pegasus::CIMTYPE_STRING;
     static const char* const numbers[] = {"",       "Uint8",  "Sint8",  "Uint16", "Sint16",
                                           "Uint32", "Sint32", "Uint64", "Sint64"};
-    std::string text =
-        fmt::format("    /// Values of {} that have names; others are allowed.\n", owner);
-    text += isText ? fmt::format("    struct {} {{\n", element.enumName)
-                   : fmt::format("    enum class {} : Pegasus::{} {{\n", element.enumName,
-                                 numbers[element.type]);
+    std::string values;
     for (const NamedValue& value : element.values) {
-        text += isText ? fmt::format("        static constexpr const char* {} = {};\n",
-                                     value.cppName, value.value)
-                       : fmt::format("        {} = {},\n", value.cppName, value.value);
+        values += filled(
+            isText ? "static constexpr const char* $name$ = $value$;\n" : "$name$ = $value$,\n",
+            {{"name", value.cppName}, {"value", value.value}});
     }
-    return text + "    };\n";
+    return filled(isText ? R"(
+/// Values of $owner$ that have names; others are allowed.
+struct $name$ {
+    $values$
+};
+)"
+                         : R"(
+/// Values of $owner$ that have names; others are allowed.
+enum class $name$ : Pegasus::$number$ {
+    $values$
+};
+)",
+                  {{"owner", owner},
+                   {"name", element.enumName},
+                   {"number", isText ? "" : numbers[element.type]},
+                   {"values", values}});
 }
 
 std::string enumerations(const ClassModel& model) {
@@ -54,273 +65,368 @@ std::string enumerations(const ClassModel& model) {
 }
 
 std::string declaration(const Element& property, unsigned indentation) {
-    return comment(property.description, indentation) +
-           fmt::format("{}cim::Property<{}> {};\n", std::string(indentation, ' '), property.cppType,
-                       property.cppName);
+    return filled("$comment$\ncim::Property<$type$> $name$;\n",
+                  {{"comment", comment(property.description, indentation)},
+                   {"type", property.cppType},
+                   {"name", property.cppName}});
 }
 
 std::string keysStruct(const ClassModel& model) {
-    std::string text = "    /// What tells the instances of the class apart.\n    struct Keys {\n";
+    std::string declarations;
     std::string same;
     for (const Element* key : model.keys()) {
-        text += declaration(*key, 8);
-        same +=
-            fmt::format("{}_a.{} == _b.{}", same.empty() ? "" : " && ", key->cppName, key->cppName);
+        declarations += declaration(*key, 8);
+        same += (same.empty() ? "_a." : " && _a.") + key->cppName + " == _b." + key->cppName;
     }
-    return text + fmt::format(
-                      "        friend bool operator==(const Keys& _a, const Keys& _b) {{\n"
-                      "            return {};\n        }}\n    }};\n    Keys keys;\n\n",
-                      same);
+    return model.keys().empty() ? ""
+                                : filled(R"(
+/// The key properties.
+struct Keys {
+    $declarations$
+    friend bool operator==(const Keys& _a, const Keys& _b) {
+        return $same$;
+    }
+};
+Keys keys;
+
+)",
+                                         {{"declarations", declarations}, {"same", same}});
+}
+
+std::string members(const ClassModel& model) {
+    std::string text;
+    for (const Element& property : model.properties) {
+        text += property.isKey ? "" : declaration(property, 4);
+    }
+    return text.empty() ? "" : text + "\n";
 }
 
 // Key by key for the few keys that most classes have, and always all together.
 std::string constructors(const ClassModel& model) {
     const auto keys = model.keys();
     std::string text =
-        fmt::format("    /// With all properties null.\n    {}() {{}}\n", model.cppName);
+        filled("/// With all properties null.\n$Class$() {}\n", {{"Class", model.cppName}});
     if (keys.empty()) {
         return text;
     }
-    text += fmt::format("    explicit {}(const Keys& _with) : keys(_with) {{}}\n", model.cppName);
+    text += filled("explicit $Class$(const Keys& _with) : keys(_with) {}\n",
+                   {{"Class", model.cppName}});
     if (keys.size() <= 3) {
         std::string parameters;
         std::string body;
         for (const Element* key : keys) {
-            parameters += fmt::format("{}const cim::Property<{}>& _with{}",
-                                      parameters.empty() ? "" : ", ", key->cppType, key->cppName);
-            body += fmt::format("        keys.{} = _with{};\n", key->cppName, key->cppName);
+            parameters += (parameters.empty() ? "const cim::Property<" : ", const cim::Property<") +
+                          key->cppType + ">& _with" + key->cppName;
+            body += "keys." + key->cppName + " = _with" + key->cppName + ";\n";
         }
-        text += fmt::format("    {}{}({}) {{\n{}    }}\n", keys.size() == 1 ? "explicit " : "",
-                            model.cppName, parameters, body);
+        text += filled(R"(
+$explicit$$Class$($parameters$) {
+    $body$
+}
+)",
+                       {{"explicit", keys.size() == 1 ? "explicit " : ""},
+                        {"Class", model.cppName},
+                        {"parameters", parameters},
+                        {"body", body}});
     }
     return text;
 }
 
 std::string pathFunctions(const ClassModel& model) {
-    const std::string ofClass =
-        "    /// Of all instances of the class.\n"
-        "    static Path classPath() { return Path::classPath(); }\n\n";
-    if (model.keys().empty()) {
-        return ofClass;
-    }
     std::string keys;
     for (const Element* key : model.keys()) {
-        keys += fmt::format("        cim::addKey(_bindings, names().{}, keys.{}, {});\n",
-                            key->cppName, key->cppName, place(model, *key));
+        keys += filled("cim::addKey(_bindings, names().$key$, keys.$key$, $place$);\n",
+                       {{"key", key->cppName}, {"place", place(model, *key)}});
     }
-    return fmt::format(
-        "    /// With the local host name, the namespace, the class and the keys. Throws\n"
-        "    /// CIMException (CIM_ERR_INVALID_PARAMETER) for a key that is null.\n"
-        "    Path path() const {{ return Path(cim::localPath(Path::nameSpace(), className(), "
-        "keyBindings())); }}\n"
-        "{}"
-        "    Pegasus::Array<Pegasus::CIMKeyBinding> keyBindings() const {{\n"
-        "        Pegasus::Array<Pegasus::CIMKeyBinding> _bindings;\n"
-        "        _bindings.reserveCapacity({});\n{}        return _bindings;\n    }}\n\n",
-        ofClass, model.keys().size(), keys);
+    return filled(keys.empty() ? R"(
+/// Of all instances of the class.
+static Path classPath() { return Path::classPath(); }
+
+)"
+                               : R"(
+/// With the local host name, the namespace, the class and the keys. Throws
+/// CIMException (CIM_ERR_INVALID_PARAMETER) for a key that is null.
+Path path() const { return Path(cim::localPath(Path::nameSpace(), className(), keyBindings())); }
+/// Of all instances of the class.
+static Path classPath() { return Path::classPath(); }
+
+Pegasus::Array<Pegasus::CIMKeyBinding> keyBindings() const {
+    Pegasus::Array<Pegasus::CIMKeyBinding> _bindings;
+    _bindings.reserveCapacity($count$);
+    $keys$
+    return _bindings;
+}
+
+)",
+                  {{"count", std::to_string(model.keys().size())}, {"keys", keys}});
 }
 
 std::string instanceFunctions(const ClassModel& model) {
     std::string adds;
     for (const Element& property : model.properties) {
-        adds += fmt::format("        cim::add(_object, names().{}, {});\n", property.cppName,
-                            memberOf(property));
+        adds += filled("cim::add(_object, names().$name$, $member$);\n",
+                       {{"name", property.cppName}, {"member", memberOf(property)}});
     }
-    if (model.keys().empty()) {
-        return fmt::format(
-            "    /// With the properties that are not null, and without keys.\n"
-            "    Pegasus::CIMInstance instance() const {{\n"
-            "        Pegasus::CIMInstance _object(className());\n{}"
-            "        return _object;\n    }}\n",
-            adds);
-    }
-    return fmt::format(
-        "    /// At path(), with the properties that are not null: what an instance lacks is null "
-        "to\n"
-        "    /// a client, and less work to the server.\n"
-        "    Pegasus::CIMInstance instance() const {{ return instance(path().object()); }}\n"
-        "    /// The same at a path that is known already.\n"
-        "    Pegasus::CIMInstance instance(const Pegasus::CIMObjectPath& _at) const {{\n"
-        "        Pegasus::CIMInstance _object(className());\n        _object.setPath(_at);\n{}"
-        "        return _object;\n    }}\n",
-        adds);
+    return filled(model.keys().empty() ? R"(
+/// With the properties that are not null, and without keys.
+Pegasus::CIMInstance instance() const {
+    Pegasus::CIMInstance _object(className());
+    $adds$
+    return _object;
+}
+)"
+                                       : R"(
+/// At path(), with the properties that are not null: what an instance lacks is null to
+/// a client, and less work to the server.
+Pegasus::CIMInstance instance() const { return instance(path().object()); }
+/// The same at a path that is known already.
+Pegasus::CIMInstance instance(const Pegasus::CIMObjectPath& _at) const {
+    Pegasus::CIMInstance _object(className());
+    _object.setPath(_at);
+    $adds$
+    return _object;
+}
+)",
+                  {{"adds", adds}});
 }
 
 std::string fromFunction(const ClassModel& model) {
-    const std::string keys =
-        model.keys().empty() ? "" : "        cim::checkKeys(_given, _object.keyBindings());\n";
-    return fmt::format(
-        "    /// Throws CIMException (CIM_ERR_INVALID_PARAMETER), with what was found and what "
-        "was\n"
-        "    /// expected, for an instance of another class, a property that the class does not\n"
-        "    /// declare or of another type, and a key that is missing or not what the path says.\n"
-        "    /// Qualifiers are left behind.\n"
-        "    static {0} from(const Pegasus::CIMInstance& _given) {{\n"
-        "        {0} _object;\n"
-        "        cim::readAll(_given, _object, members(), {1});\n{2}        return _object;\n    "
-        "}}\n",
-        model.cppName, model.properties.size(), keys);
+    return filled(R"(
+/// Throws CIMException (CIM_ERR_INVALID_PARAMETER), with what was found and what was
+/// expected, for an instance of another class, a property that the class does not
+/// declare or of another type, and a key that is missing or not what the path says.
+/// Qualifiers are left behind.
+static $Class$ from(const Pegasus::CIMInstance& _given) {
+    $Class$ _object;
+    cim::readAll(_given, _object, members(), $count$);
+    $checkKeys$
+    return _object;
+}
+)",
+                  {{"Class", model.cppName},
+                   {"count", std::to_string(model.properties.size())},
+                   {"checkKeys",
+                    model.keys().empty() ? "" : "cim::checkKeys(_given, _object.keyBindings());"}});
 }
 
 std::string alertFunctions(const ClassModel& model) {
-    if (!model.isIndication) {
-        return "";
-    }
     std::string adds;
     std::string parameters;
     for (const Element& property : model.properties) {
-        adds += fmt::format("        cim::replace(_object, names().{}, {});\n", property.cppName,
-                            property.cppName);
+        const Variables variables = {{"name", property.cppName}, {"text", literal(property.name)}};
+        adds += filled("cim::replace(_object, names().$name$, $name$);\n", variables);
         if (property.name != "AlertingManagedElement") {  // sendIndication adds it
-            parameters += fmt::format("        cim::add(_result, {}, {});\n",
-                                      literal(property.name), property.cppName);
+            parameters += filled("cim::add(_result, $text$, $name$);\n", variables);
         }
     }
-    return fmt::format(
-        "    /// What the sender of an alert gives: the properties that are not null.\n"
-        "    Pegasus::Array<Pegasus::CIMParamValue> parameters() const {{\n"
-        "        Pegasus::Array<Pegasus::CIMParamValue> _result;\n{}        return _result;\n    "
-        "}}\n"
-        "    /// Sets the property of that name, if there is one and the value is of its type.\n"
-        "    void take(const Pegasus::String& _name, const Pegasus::CIMValue& _value) {{\n"
-        "        if (!Pegasus::CIMName::legal(_name)) {{\n            return;\n        }}\n"
-        "        const std::size_t _place = cim::findMember(members(), {}, "
-        "Pegasus::CIMName(_name), 0);\n"
-        "        if (_place < {} && members()[_place].fits(_value)) {{\n"
-        "            members()[_place].read(*this, _value);\n        }}\n    }}\n"
-        "    /// Sets the properties that are not null.\n"
-        "    void addTo(Pegasus::CIMInstance& _object) const {{\n{}    }}\n",
-        parameters, model.properties.size(), model.properties.size(), adds);
+    return !model.isIndication ? ""
+                               : filled(R"(
+/// What the sender of an alert gives: the properties that are not null.
+Pegasus::Array<Pegasus::CIMParamValue> parameters() const {
+    Pegasus::Array<Pegasus::CIMParamValue> _result;
+    $parameters$
+    return _result;
+}
+/// Sets the property of that name, if there is one and the value is of its type.
+void take(const Pegasus::String& _name, const Pegasus::CIMValue& _value) {
+    if (!Pegasus::CIMName::legal(_name)) {
+        return;
+    }
+    const std::size_t _place = cim::findMember(members(), $count$, Pegasus::CIMName(_name), 0);
+    if (_place < $count$ && members()[_place].fits(_value)) {
+        members()[_place].read(*this, _value);
+    }
+}
+/// Sets the properties that are not null.
+void addTo(Pegasus::CIMInstance& _object) const {
+    $adds$
+}
+)",
+                                        {{"parameters", parameters},
+                                         {"count", std::to_string(model.properties.size())},
+                                         {"adds", adds}});
 }
 
-std::string tables(const ClassModel& model) {
-    std::string names;
-    std::string members;
+std::string names(const ClassModel& model) {
+    std::string text;
     for (const Element& property : model.properties) {
-        names += fmt::format("        const Pegasus::CIMName {}{{{}}};\n", property.cppName,
-                             literal(property.name));
-        members += fmt::format(
-            "            {{&names().{0},\n"
-            "             []({1}& _object, const Pegasus::CIMValue& _value) {{\n"
-            "                 cim::read(_value, _object.{2}, {3});\n             }},\n"
-            "             &cim::fits<{4}>}},\n",
-            property.cppName, model.cppName, memberOf(property), place(model, property),
-            property.cppType);
-    }
-    std::string text = fmt::format(
-        " private:\n    // Made once: a name is checked letter by letter when it is made. Hidden, "
-        "since the dynamic\n"
-        "    // linker would give the tables of one module to every other with a class of this "
-        "name.\n"
-        "    struct Names {{\n{}    }};\n"
-        "    [[gnu::visibility(\"hidden\")]] static const Names& names() {{\n"
-        "        static const Names _all;\n        return _all;\n    }}\n",
-        names);
-    if (model.properties.empty()) {
-        text += fmt::format("    static const cim::Member<{}>* members() {{ return nullptr; }}\n",
-                            model.cppName);
-    } else {
-        text += fmt::format(
-            "    [[gnu::visibility(\"hidden\")]] static const cim::Member<{0}>* members() {{\n"
-            "        static const cim::Member<{0}> _all[] = {{\n{1}        }};\n"
-            "        return _all;\n    }}\n",
-            model.cppName, members);
+        text += filled("const Pegasus::CIMName $name${$text$};\n",
+                       {{"name", property.cppName}, {"text", literal(property.name)}});
     }
     return text;
 }
 
-std::string members(const ClassModel& model) {
-    std::string text;
+std::string memberTable(const ClassModel& model) {
+    std::string members;
     for (const Element& property : model.properties) {
-        if (!property.isKey) {
-            text += declaration(property, 4);
-        }
+        members += filled(R"(
+{&names().$name$,
+ []($Class$& _object, const Pegasus::CIMValue& _value) {
+     cim::read(_value, _object.$member$, $place$);
+ },
+ &cim::fits<$type$>},
+)",
+                          {{"name", property.cppName},
+                           {"Class", model.cppName},
+                           {"member", memberOf(property)},
+                           {"place", place(model, property)},
+                           {"type", property.cppType}});
     }
-    return text.empty() ? "" : text + "\n";
+    return filled(members.empty() ? R"(
+static const cim::Member<$Class$>* members() { return nullptr; }
+)"
+                                  : R"(
+[[gnu::visibility("hidden")]] static const cim::Member<$Class$>* members() {
+    static const cim::Member<$Class$> _all[] = {
+        $members$
+    };
+    return _all;
+}
+)",
+                  {{"Class", model.cppName}, {"members", members}});
+}
+
+std::string pathClass(const Options& options, const PathClass& one) {
+    return filled(R"(
+class $Name$ : public $Base$ {
+ public:
+    $Name$() {}
+    /// A path from elsewhere. Throws CIMException (CIM_ERR_INVALID_PARAMETER) when it is of
+    /// another class.
+    explicit $Name$(const Pegasus::CIMObjectPath& path)
+        : $Base$(cim::ofClass(path, $text$, parents, sizeof parents / sizeof *parents), Checked()) {}
+    static $Name$ classPath() {
+        return $Name$(cim::localPath(nameSpace(), className(), {}));
+    }
+    [[gnu::visibility("hidden")]] static const Pegasus::CIMName& className() {
+        static const Pegasus::CIMName name($text$);
+        return name;
+    }
+    [[gnu::visibility("hidden")]] static const Pegasus::CIMNamespaceName& nameSpace() {
+        static const Pegasus::CIMNamespaceName name($nameSpace$);
+        return name;
+    }
+
+ protected:
+    $Name$(const Pegasus::CIMObjectPath& path, Checked checked) : $Base$(path, checked) {}
+};
+
+)",
+                  {{"Name", classNameOf(one.name)},
+                   {"Base", one.superclass.empty() ? "cim::AnyPath" : classNameOf(one.superclass)},
+                   {"text", literal(one.name)},
+                   {"nameSpace", literal(options.cimNamespace)}});
 }
 
 }  // namespace
 
-std::string headerStart(const std::string& guard, const std::string& purpose,
-                        const std::vector<std::string>& includes) {
-    std::string text = "// Generated by velmar from the schema; changes are lost.\n//\n// " +
-                       purpose + "\n#ifndef " + guard + "\n#define " + guard + "\n\n";
-    for (const std::string& include : includes) {
-        text += "#include " + include + "\n";
-    }
-    return text + "\n";
-}
-
 std::string classHeader(const Options& options, const ClassModel& model) {
-    std::string text =
-        headerStart(fmt::format("VELMAR_GENERATED_{}_{}_H", options.cppNamespace, model.cppName),
-                    "Class " + model.name + " with types. A plain value.", {"\"Paths.h\""});
-    text += fmt::format("namespace {} {{\n\n", options.cppNamespace);
-    text += comment(model.description, 0);
-    text += fmt::format("class {} {{\n public:\n    using Path = paths::{};\n\n", model.cppName,
-                        model.cppName);
-    text += enumerations(model);
-    if (!model.keys().empty()) {
-        text += keysStruct(model);
+    return filled(R"(
+// Generated by velmar from the schema; changes are lost.
+//
+// Class $name$ with types. A plain value.
+#ifndef VELMAR_GENERATED_$namespace$_$Class$_H
+#define VELMAR_GENERATED_$namespace$_$Class$_H
+
+#include "Paths.h"
+
+namespace $namespace$ {
+
+$description$
+class $Class$ {
+ public:
+    using Path = paths::$Class$;
+
+    $enumerations$
+    $keys$
+    $members$
+    $constructors$
+
+    $pathFunctions$
+    $instanceFunctions$
+    $from$
+    $alertFunctions$
+    static const Pegasus::CIMName& className() { return Path::className(); }
+
+ private:
+    // Made once: a name is checked letter by letter when it is made. Hidden, since the dynamic
+    // linker would give the tables of one module to every other with a class of this name.
+    struct Names {
+        $names$
+    };
+    [[gnu::visibility("hidden")]] static const Names& names() {
+        static const Names _all;
+        return _all;
     }
-    text += members(model);
-    text += constructors(model) + "\n" + pathFunctions(model) + instanceFunctions(model) +
-            fromFunction(model) + alertFunctions(model);
-    text += fmt::format(
-        "    static const Pegasus::CIMName& className() {{ return "
-        "Path::className(); }}\n\n{}}};\n\n}}  // namespace {}\n\n#endif\n",
-        tables(model), options.cppNamespace);
-    return text;
+    $memberTable$
+};
+
+}  // namespace $namespace$
+
+#endif
+)",
+                  {{"namespace", options.cppNamespace},
+                   {"name", model.name},
+                   {"Class", model.cppName},
+                   {"description", comment(model.description, 0)},
+                   {"enumerations", enumerations(model)},
+                   {"keys", keysStruct(model)},
+                   {"members", members(model)},
+                   {"constructors", constructors(model)},
+                   {"pathFunctions", pathFunctions(model)},
+                   {"instanceFunctions", instanceFunctions(model)},
+                   {"from", fromFunction(model)},
+                   {"alertFunctions", alertFunctions(model)},
+                   {"names", names(model)},
+                   {"memberTable", memberTable(model)}});
 }
 
 std::string pathsHeader(const Options& options, const std::vector<ClassModel>& models,
                         const std::vector<PathClass>& classes) {
-    std::string text =
-        headerStart(fmt::format("VELMAR_GENERATED_{}_PATHS_H", options.cppNamespace),
-                    "Paths that know their class: those of a subclass are those of its superclass, "
-                    "too.",
-                    {"<velmar_typed/Values.h>"});
-    text +=
-        fmt::format("namespace {} {{\n\nnamespace cim = velmar_typed;\n\n", options.cppNamespace);
     // A compiler that lacks an include shows this line, not the path of the same name.
+    std::string declarations;
     for (const ClassModel& model : models) {
-        text += fmt::format("class {0};  // needs #include \"{0}.h\"\n", model.cppName);
+        declarations +=
+            filled("class $Class$;  // needs #include \"$Class$.h\"\n", {{"Class", model.cppName}});
     }
-    text += "\nnamespace paths {\n\n";
-    text += "[[gnu::visibility(\"hidden\")]] inline const cim::Parent parents[] = {\n";
+    std::string parents;
+    std::string paths;
     for (const PathClass& one : classes) {
-        text += fmt::format("    {{{}, {}}},\n", literal(one.name),
-                            one.superclass.empty() ? "nullptr" : literal(one.superclass));
+        parents += "{" + literal(one.name) + ", " +
+                   (one.superclass.empty() ? "nullptr" : literal(one.superclass)) + "},\n";
+        paths += pathClass(options, one);
     }
-    text += "};\n\n";
-    for (const PathClass& one : classes) {
-        const std::string name = classNameOf(one.name);
-        const std::string base =
-            one.superclass.empty() ? "cim::AnyPath" : classNameOf(one.superclass);
-        text += fmt::format(
-            "class {0} : public {1} {{\n public:\n    {0}() {{}}\n"
-            "    /// A path from elsewhere. Throws CIMException (CIM_ERR_INVALID_PARAMETER) when "
-            "it "
-            "is of\n    /// another class.\n"
-            "    explicit {0}(const Pegasus::CIMObjectPath& path)\n"
-            "        : {1}(cim::ofClass(path, {2}, parents, sizeof parents / sizeof *parents), "
-            "Checked()) {{}}\n"
-            "    static {0} classPath() {{\n"
-            "        return {0}(cim::localPath(nameSpace(), className(), {{}}));\n    }}\n"
-            "    [[gnu::visibility(\"hidden\")]] static const Pegasus::CIMName& className() {{\n"
-            "        static const Pegasus::CIMName name({2});\n        return name;\n    }}\n"
-            "    [[gnu::visibility(\"hidden\")]] static const Pegasus::CIMNamespaceName& "
-            "nameSpace() {{\n"
-            "        static const Pegasus::CIMNamespaceName name({3});\n        return name;\n"
-            "    }}\n\n protected:\n"
-            "    {0}(const Pegasus::CIMObjectPath& path, Checked checked) : {1}(path, checked) "
-            "{{}}\n"
-            "}};\n\n",
-            name, base, literal(one.name), literal(options.cimNamespace));
-    }
-    text += fmt::format("}}  // namespace paths\n}}  // namespace {}\n\n#endif\n",
-                        options.cppNamespace);
-    return text;
+    return filled(R"(
+// Generated by velmar from the schema; changes are lost.
+//
+// Paths that know their class: those of a subclass are those of its superclass, too.
+#ifndef VELMAR_GENERATED_$namespace$_PATHS_H
+#define VELMAR_GENERATED_$namespace$_PATHS_H
+
+#include <velmar_typed/Values.h>
+
+namespace $namespace$ {
+
+namespace cim = velmar_typed;
+
+$declarations$
+
+namespace paths {
+
+[[gnu::visibility("hidden")]] inline const cim::Parent parents[] = {
+    $parents$
+};
+
+$paths$
+}  // namespace paths
+}  // namespace $namespace$
+
+#endif
+)",
+                  {{"namespace", options.cppNamespace},
+                   {"declarations", declarations},
+                   {"parents", parents},
+                   {"paths", paths}});
 }
 
 }  // namespace velmar_generator

@@ -7,10 +7,7 @@
 
 #include <algorithm>
 #include <cctype>
-#include <iterator>
 #include <sstream>
-
-#include "Macros.h"
 
 namespace velmar_generator {
 
@@ -32,23 +29,35 @@ const std::set<std::string>& reserved() {
         // C++20.
         "char8_t", "co_await", "co_return", "co_yield", "concept", "consteval", "constinit",
         "import", "module", "requires",
+        // Macros of the standard headers, here and on other platforms, that a schema may well use.
+        "B0", "BUFSIZ", "CTRL", "DOMAIN", "ECHO", "EOF", "ERROR", "EXIT_FAILURE", "EXIT_SUCCESS",
+        "FALSE", "HUGE", "INFINITY", "MAX", "MIN", "NAN", "NULL", "OVERFLOW", "PATH_MAX", "PLOSS",
+        "RAND_MAX", "SING", "TLOSS", "TRUE", "UNDERFLOW", "alloca", "assert", "errno", "i386",
+        "linux", "major", "makedev", "minor", "offsetof", "stderr", "stdin", "stdout", "unix",
+        // Errors and signals.
+        "E2BIG", "EACCES", "EAGAIN", "EBADF", "EBUSY", "ECHILD", "ECONNABORTED", "ECONNREFUSED",
+        "ECONNRESET", "EDEADLK", "EDOM", "EEXIST", "EFAULT", "EFBIG", "EHOSTUNREACH", "EILSEQ",
+        "EINTR", "EINVAL", "EIO", "EISDIR", "EMFILE", "EMLINK", "ENFILE", "ENODEV", "ENOENT",
+        "ENOEXEC", "ENOLCK", "ENOMEM", "ENOSPC", "ENOSYS", "ENOTBLK", "ENOTDIR", "ENOTEMPTY",
+        "ENOTSUP", "ENOTTY", "ENXIO", "EPERM", "EPIPE", "ERANGE", "EROFS", "ESPIPE", "ESRCH",
+        "ETIMEDOUT", "ETXTBSY", "EXDEV", "SIGABRT", "SIGALRM", "SIGCHLD", "SIGCONT", "SIGFPE",
+        "SIGHUP", "SIGILL", "SIGINT", "SIGKILL", "SIGPIPE", "SIGQUIT", "SIGSEGV", "SIGSTOP",
+        "SIGTERM", "SIGUSR1", "SIGUSR2",
         // Namespaces and names that every generated file uses.
         "std", "Pegasus", "velmar_remote", "cim", "paths"};
-    return names;
-}
-
-const std::set<std::string>& macros() {
-    static const std::set<std::string> names = [] {
-        std::istringstream words(macroNames);
-        return std::set<std::string>(std::istream_iterator<std::string>(words), {});
-    }();
     return names;
 }
 
 }  // namespace
 
 bool isReserved(const std::string& name) {
-    return reserved().count(name) > 0 || macros().count(name) > 0 || name.rfind("PEGASUS_", 0) == 0;
+    // Whole families of macros.
+    for (const char* prefix : {"PEGASUS_", "PTHREAD_", "SCHED_"}) {
+        if (name.rfind(prefix, 0) == 0) {
+            return true;
+        }
+    }
+    return reserved().count(name) > 0;
 }
 
 std::string Scope::add(const std::string& text) {
@@ -115,7 +124,7 @@ std::string literal(const std::string& text) {
 }
 
 std::string comment(const std::string& text, unsigned indentation) {
-    const std::string start = std::string(indentation, ' ') + "///";
+    const std::string start = "///";
     std::string result;
     std::string line;
     const auto end = [&] {
@@ -130,7 +139,7 @@ std::string comment(const std::string& text, unsigned indentation) {
     };
     std::istringstream words(text);
     for (std::string word; words >> word;) {
-        if (!line.empty() && start.size() + line.size() + 1 + word.size() > 100) {
+        if (!line.empty() && indentation + start.size() + line.size() + 1 + word.size() > 100) {
             end();
         }
         line += " " + word;

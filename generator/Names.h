@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// CIM names and names of values as C++ identifiers. A name that C++, a macro of a common system
-// header or the generated code itself has taken gets an underscore at its end.
+// CIM names and names of values as C++ identifiers. A name that C++, a common macro of the
+// standard headers or the generated code itself has taken gets an underscore at its end.
 #ifndef VELMAR_GENERATOR_NAMES_H
 #define VELMAR_GENERATOR_NAMES_H
 
@@ -26,7 +26,7 @@ class Scope {
     std::set<std::string> _taken;
 };
 
-/// Whether C++ or a macro has the name.
+/// Whether C++ or a common macro of the standard headers has the name.
 bool isReserved(const std::string& name);
 
 /// The C++ class of a CIM class.
@@ -38,8 +38,8 @@ std::string lowerCase(std::string text);
 /// The text with quotes, as C++ and MOF write it.
 std::string literal(const std::string& text);
 
-/// The text as lines of a documentation comment, indented by so many blanks, with a line's end
-/// after the last; nothing for an empty text.
+/// The text as lines of a documentation comment, broken so that they fit behind `indentation`
+/// blanks; empty for an empty text.
 std::string comment(const std::string& text, unsigned indentation);
 
 /// C++ with its lines broken that are longer than 100 characters, where they have a place for it.

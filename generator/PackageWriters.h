@@ -29,8 +29,9 @@ std::string userSource(const Options& options, const ClassModel& model,
 std::string userTest(const Options& options, const ClassModel& model, const ClassModel* element,
                      const std::string& allowed);
 
-/// The type of a parameter of a method's hook.
+/// The types of a parameter and of the result of a method's hook.
 std::string parameterType(const Element& parameter);
+std::string resultType(const Method& method);
 
 }  // namespace velmar_generator
 

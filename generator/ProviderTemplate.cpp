@@ -2,23 +2,24 @@
 // SPDX-License-Identifier: MIT
 //
 // What the user gets to fill in for each class.
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cctype>
 
 #include "Names.h"
 #include "PackageWriters.h"
+#include "Printer.h"
 
 namespace velmar_generator {
 
 namespace {
 
-std::string parameters(const ClassModel& model, const Method& method) {
+// One to a line, those after the first behind the indentation.
+std::string parameters(const ClassModel& model, const Method& method,
+                       const std::string& indentation) {
     std::string text = "const Pegasus::OperationContext& context";
     text += method.isStatic ? "" : ", const " + model.cppName + "& self";
     for (const Element& parameter : method.parameters) {
-        text += fmt::format(",\n        {} {}", parameterType(parameter), parameter.cppName);
+        text += ",\n" + indentation + parameterType(parameter) + " " + parameter.cppName;
     }
     return text;
 }
@@ -30,10 +31,6 @@ std::string arguments(const Method& method) {
         text += ", " + parameter.cppName;
     }
     return text;
-}
-
-std::string resultType(const Method& method) {
-    return "cim::Property<" + method.result.cppType + ">";
 }
 
 // The typed class of a reference; null where the package has its paths only.
@@ -71,77 +68,98 @@ std::string sample(const ClassModel& model, const Element& element,
     }
 }
 
+// Statements that make an object and add it.
 std::string example(const ClassModel& model, const std::vector<ClassModel>& models) {
     std::string keys;
+    std::string statements;
     for (const Element* key : model.keys()) {
-        keys += (keys.empty() ? "" : ", ") + sample(model, *key, models);
+        const std::string value = sample(model, *key, models);
+        keys += (keys.empty() ? "" : ", ") + value;
+        statements += "//     one.keys." + key->cppName + " = " + value + ";\n";
     }
-    std::string text;
-    if (model.keys().size() <= 3) {
-        text = fmt::format("    //     {} one({});\n", model.cppName, keys);
-    } else {
-        text = fmt::format("    //     {} one;\n", model.cppName);
-        for (const Element* key : model.keys()) {
-            text += fmt::format("    //     one.keys.{} = {};\n", key->cppName,
-                                sample(model, *key, models));
-        }
+    std::string text = model.keys().size() <= 3
+                           ? "//     " + model.cppName + " one(" + keys + ");\n"
+                           : "//     " + model.cppName + " one;\n" + statements;
+    const auto shown = std::find_if(
+        model.properties.begin(), model.properties.end(), [&](const Element& property) {
+            return !property.isKey && property.origin == model.name && !property.isArray;
+        });
+    if (shown != model.properties.end()) {
+        text += "//     one." + shown->cppName + " = " + sample(model, *shown, models) + ";\n";
     }
-    for (const Element& property : model.properties) {
-        if (!property.isKey && property.origin == model.name && !property.isArray) {
-            text += fmt::format("    //     one.{} = {};\n", property.cppName,
-                                sample(model, property, models));
-            break;
-        }
-    }
-    return text + "    //     add(one);\n";
+    return text + "//     add(one);\n";
 }
 
 std::string alertHeader(const ClassModel& model) {
-    return fmt::format(
-        "/// Delivers {0} to its subscribers. A provider raises one with raise(alert, element).\n"
-        "class {0}Provider : public {0}ProviderBase {{\n protected:\n"
-        "    /// Sets what no sender sets; false drops the alert.\n"
-        "    bool prepare(const Pegasus::OperationContext& context, {0}& alert) override;\n}};\n",
-        model.cppName);
+    return filled(R"(
+/// Delivers $Class$ to its subscribers. A provider raises one with raise(alert, element).
+class $Class$Provider : public $Class$ProviderBase {
+ protected:
+    /// Sets what no sender sets; false drops the alert.
+    bool prepare(const Pegasus::OperationContext& context, $Class$& alert) override;
+};
+)",
+                  {{"Class", model.cppName}});
 }
 
 std::string instanceHeader(const ClassModel& model) {
-    std::string text = fmt::format(
-        "/// Serves {0}. Hooks run on many threads at once, and without a lock.\n"
-        "class {0}Provider : public {0}ProviderBase {{\n public:\n"
-        "    /// Comes once, before any request. What it throws makes the server try again later.\n"
-        "    void initialize(Pegasus::CIMOMHandle& cimom) override;\n\n protected:\n"
-        "    // Values that are read when they are asked for: take the comments away, here and in\n"
-        "    // the source.\n"
-        "    // void refresh(const Pegasus::OperationContext& context, {0}& copy) override;\n",
-        model.cppName);
+    std::string methods;
     for (const Method& method : model.methods) {
-        text += fmt::format("\n    {} {}(\n        {}) override;\n", resultType(method),
-                            method.cppName, parameters(model, method));
+        methods += filled(R"(
+
+$Result$ $name$(
+    $parameters$) override;
+)",
+                          {{"Result", resultType(method)},
+                           {"name", method.cppName},
+                           {"parameters", parameters(model, method, "    ")}});
     }
-    return text + "};\n";
+    return filled(R"(
+/// Serves $Class$. Hooks run on many threads at once, and without a lock.
+class $Class$Provider : public $Class$ProviderBase {
+ protected:
+    /// Called once, before the first request. If it throws, the server retries.
+    void populate() override;
+
+    // Values that are read when they are asked for: take the comments away, here and in
+    // the source.
+    // void refresh(const Pegasus::OperationContext& context, $Class$& copy) override;
+    $methods$
+};
+)",
+                  {{"Class", model.cppName}, {"methods", methods}});
 }
 
 std::string instanceSource(const ClassModel& model, const std::vector<ClassModel>& models) {
-    std::string text = fmt::format(
-        "void {0}Provider::initialize(Pegasus::CIMOMHandle& cimom) {{\n"
-        "    {0}ProviderBase::initialize(cimom);\n"
-        "    // FILL IN: what there is, and whenever it changes: add, update, erase. For example\n"
-        "{1}}}\n\n"
-        "// FILL IN: what is read when it is asked for. `copy` belongs to this request alone.\n"
-        "// void {0}Provider::refresh(const Pegasus::OperationContext& context, {0}& copy) {{\n"
-        "// }}\n",
-        model.cppName, example(model, models));
+    std::string methods;
     for (const Method& method : model.methods) {
-        text += fmt::format(
-            "\n{0} {1}Provider::{2}(\n        {3}) {{\n"
-            "    // FILL IN: what it does; until then clients hear that it is not "
-            "supported.\n"
-            "    return {1}ProviderBase::{2}({4});\n}}\n",
-            resultType(method), model.cppName, method.cppName, parameters(model, method),
-            arguments(method));
+        methods += filled(R"(
+
+$Result$ $Class$Provider::$name$(
+        $parameters$) {
+    // TODO: what it does; until then clients hear that it is not supported.
+    return $Class$ProviderBase::$name$($arguments$);
+}
+)",
+                          {{"Result", resultType(method)},
+                           {"Class", model.cppName},
+                           {"name", method.cppName},
+                           {"parameters", parameters(model, method, "        ")},
+                           {"arguments", arguments(method)}});
     }
-    return text;
+    return filled(
+        R"(
+void $Class$Provider::populate() {
+    // TODO: add the instances; later call add, update or erase. For example
+    $example$
+}
+
+// TODO: read what changes without a word. `copy` belongs to this request alone.
+// void $Class$Provider::refresh(const Pegasus::OperationContext& context, $Class$& copy) {
+// }
+$methods$
+)",
+        {{"Class", model.cppName}, {"example", example(model, models)}, {"methods", methods}});
 }
 
 std::string alertSource(const ClassModel& model) {
@@ -149,11 +167,17 @@ std::string alertSource(const ClassModel& model) {
     for (const Element& property : model.properties) {
         required += property.isRequired ? (required.empty() ? "" : ", ") + property.cppName : "";
     }
-    return fmt::format(
-        "bool {0}Provider::prepare(const Pegasus::OperationContext&, {0}&) {{\n"
-        "    // FILL IN: properties that are the same for all alerts.{1}\n    return true;\n}}\n",
-        model.cppName,
-        required.empty() ? "" : "\n    // Required, here or where it is raised: " + required);
+    return filled(
+        R"(
+bool $Class$Provider::prepare(const Pegasus::OperationContext&, $Class$&) {
+    // TODO: properties that are the same for all alerts.
+    $required$
+    return true;
+}
+)",
+        {{"Class", model.cppName},
+         {"required",
+          required.empty() ? "" : "// Required, here or where it is raised: " + required}});
 }
 
 std::string header(const Options& options, const std::string& name, const std::string& include,
@@ -166,10 +190,24 @@ std::string header(const Options& options, const std::string& name, const std::s
     const std::string prefix = upper(options.cppNamespace + "_");
     std::string guard = upper(name);
     guard = guard.find(prefix) == 0 ? guard : prefix + guard;
-    return fmt::format(
-        "#ifndef {0}_H\n#define {0}_H\n\n#include {1}\n\n"
-        "namespace {2} {{\n\n{3}\n}}  // namespace {2}\n\n#endif\n",
-        guard, include, options.cppNamespace, text);
+    return filled(R"(
+#ifndef $guard$_H
+#define $guard$_H
+
+#include $include$
+
+namespace $namespace$ {
+
+$text$
+
+}  // namespace $namespace$
+
+#endif
+)",
+                  {{"guard", guard},
+                   {"include", include},
+                   {"namespace", options.cppNamespace},
+                   {"text", text}});
 }
 
 }  // namespace
@@ -180,13 +218,15 @@ std::string userHeader(const Options& options, const ClassModel& model) {
 }
 
 std::string watcherHeader(const Options& options) {
-    return header(
-        options, options.watcher, "<velmar_typed/Watcher.h>",
-        fmt::format("/// Watches the device for the providers of this module, on a thread "
-                    "of its own.\n"
-                    "class {0} : public velmar_typed::Watcher {{\n protected:\n"
-                    "    void watch() override;\n}};\n",
-                    options.watcher));
+    return header(options, options.watcher, "<velmar_typed/Watcher.h>",
+                  filled(R"(
+/// Watches the device for the providers of this module, on a thread of its own.
+class $Watcher$ : public velmar_typed::Watcher {
+ protected:
+    void watch() override;
+};
+)",
+                         {{"Watcher", options.watcher}}));
 }
 
 std::string watcherSource(const Options& options, const std::vector<ClassModel>& models) {
@@ -194,19 +234,33 @@ std::string watcherSource(const Options& options, const std::vector<ClassModel>&
     std::string example;
     for (const ClassModel& model : models) {
         if (model.kind == Kind::Alert) {
-            includes += fmt::format("#include \"{}.h\"\n", model.cppName);
-            example += fmt::format("    //     raise({}(), path);\n", model.cppName);
+            includes += "#include \"" + model.cppName + ".h\"\n";
+            example += "//     raise(" + model.cppName + "(), path);\n";
         } else if (model.kind != Kind::None) {
-            includes += fmt::format("#include \"{}Provider.h\"\n", model.cppName);
-            example += fmt::format("    //     show<{0}Provider>(one, isThere);\n", model.cppName);
+            includes += "#include \"" + model.cppName + "Provider.h\"\n";
+            example += "//     show<" + model.cppName + "Provider>(one, isThere);\n";
         }
     }
-    return fmt::format(
-        "#include \"{0}.h\"\n\n{1}\nnamespace {2} {{\n\n"
-        "// Called again and again; what it throws is reported.\nvoid {0}::watch() {{\n"
-        "    // FILL IN: wait for a change of the device, a second at most, and hand it on:\n"
-        "{3}    wait(std::chrono::seconds(1));\n}}\n\n}}  // namespace {2}\n",
-        options.watcher, includes, options.cppNamespace, example);
+    return filled(R"(
+#include "$Watcher$.h"
+
+$includes$
+
+namespace $namespace$ {
+
+// Called again and again; what it throws is reported.
+void $Watcher$::watch() {
+    // TODO: wait for a change of the device, a second at most, and hand it on:
+    $example$
+    wait(std::chrono::seconds(1));
+}
+
+}  // namespace $namespace$
+)",
+                  {{"Watcher", options.watcher},
+                   {"includes", includes},
+                   {"namespace", options.cppNamespace},
+                   {"example", example}});
 }
 
 std::string userSource(const Options& options, const ClassModel& model,
@@ -217,12 +271,21 @@ std::string userSource(const Options& options, const ClassModel& model,
         const std::string line = end == nullptr ? "" : "// #include \"" + end->cppName + ".h\"\n";
         includes += includes.find(line) == std::string::npos ? line : "";
     }
-    const std::string body =
-        model.kind == Kind::Alert ? alertSource(model) : instanceSource(model, models);
-    return fmt::format(
-        "#include \"{0}Provider.h\"\n\n{1}{2}namespace {3} {{\n\n{4}\n"
-        "}}  // namespace {3}\n",
-        model.cppName, includes, includes.empty() ? "" : "\n", options.cppNamespace, body);
+    return filled(
+        R"(
+#include "$Class$Provider.h"
+
+$includes$
+namespace $namespace$ {
+
+$body$
+
+}  // namespace $namespace$
+)",
+        {{"Class", model.cppName},
+         {"includes", includes.empty() ? "" : includes + "\n"},
+         {"namespace", options.cppNamespace},
+         {"body", model.kind == Kind::Alert ? alertSource(model) : instanceSource(model, models)}});
 }
 
 }  // namespace velmar_generator

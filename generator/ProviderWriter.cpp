@@ -1,46 +1,81 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
-
-#include <fmt/format.h>
-
+//
+// What the user's providers derive from, the factory and the registration.
 #include "Names.h"
 #include "PackageWriters.h"
+#include "Printer.h"
 #include "Writers.h"
 
 namespace velmar_generator {
 
 namespace {
 
-std::string resultType(const Method& method) {
-    return "cim::Property<" + method.result.cppType + ">";
-}
-
 // The hook's parameters, one to a line; their names are comments since the default uses none.
 std::string signature(const ClassModel& model, const Method& method) {
-    std::string text = "\n            const Pegasus::OperationContext& /*context*/";
+    std::string text = "const Pegasus::OperationContext& /*context*/";
     if (!method.isStatic) {
-        text += fmt::format(",\n            const {}& /*self*/", model.cppName);
+        text += ",\nconst " + model.cppName + "& /*self*/";
     }
     for (const Element& parameter : method.parameters) {
-        text +=
-            fmt::format(",\n            {} /*{}*/", parameterType(parameter), parameter.cppName);
+        text += ",\n" + parameterType(parameter) + " /*" + parameter.cppName + "*/";
     }
-    return text;
+    return text + ") {";
 }
 
 std::string hook(const ClassModel& model, const Method& method) {
-    std::string text = comment(method.description, 4);
-    text += method.isStatic
-                ? "    /// Of the class: no object is needed.\n"
-                : "    /// `self` is this call's own copy; update makes changes known.\n";
+    std::string parameters;
     for (const Element& parameter : method.parameters) {
         if (!parameter.description.empty()) {
-            text += comment(parameter.cppName + ": " + parameter.description, 4);
+            parameters += comment(parameter.cppName + ": " + parameter.description, 4);
         }
     }
-    return text + fmt::format("    virtual {} {}({}) {{\n        cim::notWritten({});\n    }}\n",
-                              resultType(method), method.cppName, signature(model, method),
-                              literal(model.name + "." + method.name));
+    return filled(R"(
+$description$
+/// $object$
+$parameters$
+virtual $Result$ $name$(
+        $signature$
+    cim::notImplemented($place$);
+}
+)",
+                  {{"description", comment(method.description, 4)},
+                   {"object", method.isStatic
+                                  ? "Of the class: no object is needed."
+                                  : "`self` is this call's own copy; update makes changes known."},
+                   {"parameters", parameters},
+                   {"Result", resultType(method)},
+                   {"name", method.cppName},
+                   {"signature", signature(model, method)},
+                   {"place", literal(model.name + "." + method.name)}});
+}
+
+// Declares the local that an in-parameter is read into.
+std::string reading(const Method& method, const Element& parameter) {
+    const Variables variables = {{"local", "_the" + parameter.cppName},
+                                 {"Type", parameter.cppType},
+                                 {"name", literal(parameter.name)},
+                                 {"method", literal(method.name)}};
+    if (parameter.isIn && parameter.isRequired) {
+        return filled(parameter.isOut ? R"(
+cim::Property<$Type$> $local$;
+$local$ = _given.required<$Type$>($name$);
+)"
+                                      : R"(
+const auto $local$ = _given.required<$Type$>($name$);
+)",
+                      variables);
+    }
+    return filled(parameter.isIn ? R"(
+cim::Property<$Type$> $local$;
+if (!_given.get($name$, $local$) && !mayLeaveOut($method$, $name$)) {
+    cim::missing($name$);
+}
+)"
+                                 : R"(
+cim::Property<$Type$> $local$;
+)",
+                  variables);
 }
 
 std::string call(const ClassModel& model, const Method& method) {
@@ -49,42 +84,36 @@ std::string call(const ClassModel& model, const Method& method) {
     std::string arguments = "_context";
     std::string after;
     if (!method.isStatic) {
-        before += fmt::format("            const {0} _self = cim::calledOn<{0}>(_instance);\n",
-                              model.cppName);
+        before = filled("const $Class$ _self = cim::calledOn<$Class$>(_instance);\n",
+                        {{"Class", model.cppName}});
         arguments += ", _self";
     }
     for (const Element& parameter : method.parameters) {
         declared += literal(parameter.name) + ", ";
-        const std::string local = "_the" + parameter.cppName;
-        if (parameter.isRequired && parameter.isIn && !parameter.isOut) {
-            before += fmt::format("            const auto {} = _given.required<{}>({});\n", local,
-                                  parameter.cppType, literal(parameter.name));
-        } else {
-            before += fmt::format("            cim::Property<{}> {};\n", parameter.cppType, local);
-        }
-        if (parameter.isIn && parameter.isRequired && parameter.isOut) {
-            before += fmt::format("            {} = _given.required<{}>({});\n", local,
-                                  parameter.cppType, literal(parameter.name));
-        } else if (parameter.isIn && !parameter.isRequired) {
-            before += fmt::format(
-                "            if (!_given.get({0}, {1}) && !mayLeaveOut({2}, {0})) {{\n"
-                "                cim::missing({0});\n            }}\n",
-                literal(parameter.name), local, literal(method.name));
-        }
-        arguments += ", " + local;
+        before += reading(method, parameter);
+        arguments += ", _the" + parameter.cppName;
         if (parameter.isOut) {
-            after += fmt::format("            cim::add(_outParameters, {}, {});\n",
-                                 literal(parameter.name), local);
+            after += filled("cim::add(_outParameters, $name$, _the$cppName$);\n",
+                            {{"name", literal(parameter.name)}, {"cppName", parameter.cppName}});
         }
     }
-    return fmt::format(
-        "        if (_methodName == Pegasus::CIMName({})) {{\n"
-        "            const char* const _declared[] = {{{}nullptr}};\n"
-        "            const cim::InParameters _given(_inParameters, _declared);\n{}"
-        "            const {} _result = {}({});\n{}"
-        "            return cim::valueOf(_result);\n        }}\n",
-        literal(method.name), declared, before, resultType(method), method.cppName, arguments,
-        after);
+    return filled(R"(
+if (_methodName == Pegasus::CIMName($name$)) {
+    const char* const _declared[] = {$declared$nullptr};
+    const cim::InParameters _given(_inParameters, _declared);
+    $before$
+    const $Result$ _result = $cppName$($arguments$);
+    $after$
+    return cim::valueOf(_result);
+}
+)",
+                  {{"name", literal(method.name)},
+                   {"declared", declared},
+                   {"before", before},
+                   {"Result", resultType(method)},
+                   {"cppName", method.cppName},
+                   {"arguments", arguments},
+                   {"after", after}});
 }
 
 std::string dispatch(const ClassModel& model) {
@@ -97,21 +126,21 @@ std::string dispatch(const ClassModel& model) {
         calls += call(model, method);
         usesInstance = usesInstance || !method.isStatic;
     }
-    return fmt::format(
-        "\n    Pegasus::CIMValue callMethod(const Pegasus::OperationContext& _context,\n"
-        "                                 const Pegasus::CIMInstance&{},\n"
-        "                                 const Pegasus::CIMName& _methodName,\n"
-        "                                 const Pegasus::Array<Pegasus::CIMParamValue>& "
-        "_inParameters,\n"
-        "                                 Pegasus::Array<Pegasus::CIMParamValue>& _outParameters) "
-        "override {{\n{}{}"
-        "        throw Pegasus::CIMException(Pegasus::CIM_ERR_METHOD_NOT_FOUND, "
-        "_methodName.getString());\n    }}\n",
-        usesInstance ? " _instance" : "",
-        calls.find("_outParameters") == std::string::npos
-            ? "        static_cast<void>(_outParameters);\n"
-            : "",
-        calls);
+    const bool usesOut = calls.find("_outParameters") != std::string::npos;
+    return filled(R"(
+Pegasus::CIMValue callMethod(const Pegasus::OperationContext& _context,
+                             const Pegasus::CIMInstance&$instance$,
+                             const Pegasus::CIMName& _methodName,
+                             const Pegasus::Array<Pegasus::CIMParamValue>& _inParameters,
+                             Pegasus::Array<Pegasus::CIMParamValue>& _outParameters) override {
+    $unused$
+    $calls$
+    throw Pegasus::CIMException(Pegasus::CIM_ERR_METHOD_NOT_FOUND, _methodName.getString());
+}
+)",
+                  {{"instance", usesInstance ? " _instance" : ""},
+                   {"unused", usesOut ? "" : "static_cast<void>(_outParameters);"},
+                   {"calls", calls}});
 }
 
 std::string baseOf(const ClassModel& model) {
@@ -124,40 +153,20 @@ std::string baseOf(const ClassModel& model) {
     return library + (model.methods.empty() ? "CachedInstanceProvider" : "InstanceMethodProvider");
 }
 
-std::string typedBase(const ClassModel& model) {
-    return fmt::format("cim::Provider<{}, {},\n                           {}>", model.cppName,
-                       baseOf(model), model.clients);
-}
-
-std::string constructor(const Options& options, const ClassModel& model) {
-    std::string ends;
-    if (model.kind == Kind::Association) {
-        for (const Element* end : model.ends()) {
-            ends += fmt::format(", {}, {}", literal(end->name), literal(end->referenceClass));
-        }
-    }
-    return fmt::format(
-        "    {}ProviderBase()\n"
-        "        : {}(\n              {}{}) {}\n",
-        model.cppName, typedBase(model), literal(model.name), ends,
-        isUsualNamespace(options)
-            ? "{}"
-            : "{\n        // What is erased takes no associations along: they are in another "
-              "namespace, and the\n        // server may not know the class there.\n"
-              "        _cache.setIsAP();\n    }");
-}
-
 // Associations are found by whole ends only, and clients leave out what goes without saying.
 std::string ends(const ClassModel& model) {
-    if (model.kind != Kind::Association) {
-        return "";
-    }
-    std::string text =
-        fmt::format("\n    void complete({}& _object) const override {{\n", model.cppName);
+    std::string completed;
     for (const Element* end : model.ends()) {
-        text += fmt::format("        cim::complete(_object.keys.{});\n", end->cppName);
+        completed += "cim::complete(_object.keys." + end->cppName + ");\n";
     }
-    return text + "    }\n";
+    return model.kind != Kind::Association
+               ? ""
+               : filled(R"(
+void complete($Class$& _object) const override {
+    $completed$
+}
+)",
+                        {{"Class", model.cppName}, {"completed", completed}});
 }
 
 std::string alertBase(const ClassModel& model, bool enriched) {
@@ -168,43 +177,107 @@ std::string alertBase(const ClassModel& model, bool enriched) {
                    "QORP_ComputerSystem, and where the schema lacks them every alert would end in "
                    "an error.";
     return comment(reason, 0) +
-           fmt::format("class {0}ProviderBase : public cim::AlertProvider<{0}, {1}> {{}};\n",
-                       model.cppName, enriched ? "true" : "false");
+           filled(
+               "class $Class$ProviderBase : public cim::AlertProvider<$Class$, $enriched$> {};\n",
+               {{"Class", model.cppName}, {"enriched", enriched ? "true" : "false"}});
+}
+
+std::string instanceBase(const Options& options, const ClassModel& model) {
+    std::string references;
+    if (model.kind == Kind::Association) {
+        for (const Element* end : model.ends()) {
+            references += ", " + literal(end->name) + ", " + literal(end->referenceClass);
+        }
+    }
+    std::string hooks = ends(model);
+    const auto add = [&](const std::string& text) {
+        hooks += (hooks.empty() || text.empty() ? "" : "\n") + text;
+    };
+    for (const Method& method : model.methods) {
+        add(hook(model, method));
+    }
+    add(dispatch(model));
+    return filled(R"(
+$reason$
+class $Class$ProviderBase
+    : public $Base$ {
+ public:
+    $Class$ProviderBase()
+        : $Base$(
+              $name$$references$) {$body$}
+ $protected$
+    $hooks$
+};
+)",
+                  {{"reason", model.reason.empty() ? "" : comment(model.reason + ".", 0)},
+                   {"Class", model.cppName},
+                   {"Base", "cim::Provider<" + model.cppName + ", " + baseOf(model) +
+                                ",\n                           " + model.clients + ">"},
+                   {"name", literal(model.name)},
+                   {"references", references},
+                   {"body", isUsualNamespace(options) ? "" : R"(
+        // What is erased takes no associations along: they are in another namespace, and the
+        // server may not know the class there.
+        _cache.setIsAP();
+    )"},
+                   {"protected", hooks.empty() ? "" : "\nprotected:"},
+                   {"hooks", hooks}});
+}
+
+bool isScalar(const Element& element) {
+    switch (element.type) {
+        case Pegasus::CIMTYPE_STRING:
+        case Pegasus::CIMTYPE_DATETIME:
+        case Pegasus::CIMTYPE_REFERENCE:
+        case Pegasus::CIMTYPE_OBJECT:
+        case Pegasus::CIMTYPE_INSTANCE:
+            return false;
+        default:
+            return !element.isArray;
+    }
 }
 
 }  // namespace
 
-// A required in-parameter comes as its value, everything else may be null.
+std::string resultType(const Method& method) {
+    return "cim::Property<" + method.result.cppType + ">";
+}
+
+// A required in-parameter comes as its value, everything else may be null. Scalars come by value.
 std::string parameterType(const Element& parameter) {
     if (parameter.isOut) {
         return "cim::Property<" + parameter.cppType + ">&";
     }
-    return parameter.isRequired ? "const " + parameter.cppType + "&"
-                                : "const cim::Property<" + parameter.cppType + ">&";
+    if (!parameter.isRequired) {
+        return "const cim::Property<" + parameter.cppType + ">&";
+    }
+    return isScalar(parameter) ? parameter.cppType : "const " + parameter.cppType + "&";
 }
 
 std::string providerHeader(const Options& options, const ClassModel& model, bool enriched) {
-    std::string text = headerStart(
-        fmt::format("VELMAR_GENERATED_{}_{}PROVIDERBASE_H", options.cppNamespace, model.cppName),
-        "What the provider of " + model.name + " derives from.",
-        {"<velmar_typed/Providers.h>", literal(model.cppName + ".h")});
-    text += fmt::format("namespace {} {{\n\n", options.cppNamespace);
-    if (model.kind == Kind::Alert) {
-        text += alertBase(model, enriched);
-    } else {
-        if (!model.reason.empty()) {
-            text += comment(model.reason + ".", 0);
-        }
-        text += fmt::format("class {0}ProviderBase\n    : public {1} {{\n public:\n{2}",
-                            model.cppName, typedBase(model), constructor(options, model));
-        std::string hooks = ends(model);
-        for (const Method& method : model.methods) {
-            hooks += "\n" + hook(model, method);
-        }
-        text += hooks.empty() ? "" : "\n protected:" + hooks + dispatch(model);
-        text += "};\n";
-    }
-    return text + fmt::format("\n}}  // namespace {}\n\n#endif\n", options.cppNamespace);
+    return filled(R"(
+// Generated by velmar from the schema; changes are lost.
+//
+// What the provider of $name$ derives from.
+#ifndef VELMAR_GENERATED_$namespace$_$Class$PROVIDERBASE_H
+#define VELMAR_GENERATED_$namespace$_$Class$PROVIDERBASE_H
+
+#include <velmar_typed/Providers.h>
+#include "$Class$.h"
+
+namespace $namespace$ {
+
+$class$
+
+}  // namespace $namespace$
+
+#endif
+)",
+                  {{"name", model.name},
+                   {"namespace", options.cppNamespace},
+                   {"Class", model.cppName},
+                   {"class", model.kind == Kind::Alert ? alertBase(model, enriched)
+                                                       : instanceBase(options, model)}});
 }
 
 std::string factorySource(const Options& options, const std::vector<ClassModel>& served) {
@@ -212,36 +285,43 @@ std::string factorySource(const Options& options, const std::vector<ClassModel>&
     std::string makes;
     std::string watcher;
     if (!options.watcher.empty()) {
-        includes = fmt::format("#include \"{}.h\"\n", options.watcher);
-        watcher = fmt::format("    static const auto watcher = std::make_shared<{}::{}>();\n",
-                              options.cppNamespace, options.watcher);
+        includes = "#include \"" + options.watcher + ".h\"\n";
+        watcher = "static const auto watcher = std::make_shared<" + options.cppNamespace +
+                  "::" + options.watcher + ">();";
     }
     for (const ClassModel& model : served) {
-        includes += fmt::format("#include \"{}Provider.h\"\n", model.cppName);
-        makes += fmt::format(
-            "    if (providerName == {}) {{\n"
-            "        return velmar_typed::make<{}::{}Provider>({});\n    }}\n",
-            literal(model.name), options.cppNamespace, model.cppName,
-            watcher.empty() ? "" : "watcher");
+        includes += "#include \"" + model.cppName + "Provider.h\"\n";
+        makes += filled(R"(
+if (providerName == $name$) {
+    return velmar_typed::make<$namespace$::$Class$Provider>($watcher$);
+}
+)",
+                        {{"name", literal(model.name)},
+                         {"namespace", options.cppNamespace},
+                         {"Class", model.cppName},
+                         {"watcher", watcher.empty() ? "" : "watcher"}});
     }
-    return fmt::format(
-        "// Generated by velmar from the schema; changes are lost.\n//\n"
-        "// The module's way in: makes the provider objects that the registration "
-        "names.\n#include <Pegasus/Common/Config.h>\n#include <velmar_typed/Providers.h>\n\n{}\n"
-        "extern \"C\" PEGASUS_EXPORT Pegasus::CIMProvider* PegasusCreateProvider(\n"
-        "    const Pegasus::String& providerName) {{\n{}{}    return nullptr;\n}}\n",
-        includes, watcher, makes);
+    return filled(R"(
+// Generated by velmar from the schema; changes are lost.
+//
+// The module's way in: makes the provider objects that the registration names.
+#include <Pegasus/Common/Config.h>
+#include <velmar_typed/Providers.h>
+
+$includes$
+
+extern "C" PEGASUS_EXPORT Pegasus::CIMProvider* PegasusCreateProvider(
+    const Pegasus::String& providerName) {
+    $watcher$
+    $makes$
+    return nullptr;
+}
+)",
+                  {{"includes", includes}, {"watcher", watcher}, {"makes", makes}});
 }
 
 std::string registrationMof(const Options& options, const std::vector<ClassModel>& served) {
-    std::string text = fmt::format(
-        "// Generated by velmar from the schema; changes are lost.\n//\n"
-        "// Registers the providers of lib{0}.so, in the namespace root/PG_InterOp.\n"
-        "// ProviderType: 2 instances, 3 associations, 4 indications, 5 methods.\n\n"
-        "instance of PG_ProviderModule {{\n    Name = \"{0}Module\";\n    Vendor = \"{0}\";\n"
-        "    Version = \"1.0.0\";\n    InterfaceType = \"C++Default\";\n"
-        "    InterfaceVersion = \"2.6.0\";\n    Location = \"{0}\";\n}};\n",
-        options.module);
+    std::string providers;
     for (const ClassModel& model : served) {
         std::string types = model.kind == Kind::Alert         ? "4, 5"
                             : model.kind == Kind::Association ? "2, 3"
@@ -253,17 +333,46 @@ std::string registrationMof(const Options& options, const std::vector<ClassModel
                 methods += (methods.empty() ? "" : ", ") + literal(method.name);
             }
         }
-        text += fmt::format(
-            "\ninstance of PG_Provider {{\n    ProviderModuleName = \"{0}Module\";\n"
-            "    Name = \"{1}\";\n}};\n"
-            "instance of PG_ProviderCapabilities {{\n    ProviderModuleName = \"{0}Module\";\n"
-            "    ProviderName = \"{1}\";\n    CapabilityID = \"{1}\";\n    ClassName = \"{1}\";\n"
-            "    Namespaces = {{ \"{2}\" }};\n    ProviderType = {{ {3} }};\n"
-            "    SupportedMethods = {4};\n    SupportedProperties = NULL;\n}};\n",
-            options.module, model.name, options.cimNamespace, types,
-            methods.empty() ? "NULL" : "{ " + methods + " }");
+        providers += filled(R"(
+
+instance of PG_Provider {
+    ProviderModuleName = "$module$Module";
+    Name = "$class$";
+};
+instance of PG_ProviderCapabilities {
+    ProviderModuleName = "$module$Module";
+    ProviderName = "$class$";
+    CapabilityID = "$class$";
+    ClassName = "$class$";
+    Namespaces = { "$namespace$" };
+    ProviderType = { $types$ };
+    SupportedMethods = $methods$;
+    SupportedProperties = NULL;
+};
+)",
+                            {{"module", options.module},
+                             {"class", model.name},
+                             {"namespace", options.cimNamespace},
+                             {"types", types},
+                             {"methods", methods.empty() ? "NULL" : "{ " + methods + " }"}});
     }
-    return text;
+    return filled(R"(
+// Generated by velmar from the schema; changes are lost.
+//
+// Registers the providers of lib$module$.so, in the namespace root/PG_InterOp.
+// ProviderType: 2 instances, 3 associations, 4 indications, 5 methods.
+
+instance of PG_ProviderModule {
+    Name = "$module$Module";
+    Vendor = "$module$";
+    Version = "1.0.0";
+    InterfaceType = "C++Default";
+    InterfaceVersion = "2.6.0";
+    Location = "$module$";
+};
+$providers$
+)",
+                  {{"module", options.module}, {"providers", providers}});
 }
 
 }  // namespace velmar_generator

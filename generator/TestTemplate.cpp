@@ -9,6 +9,7 @@
 
 #include "Names.h"
 #include "PackageWriters.h"
+#include "Printer.h"
 
 namespace velmar_generator {
 
@@ -41,11 +42,18 @@ std::string sampleKey(const ClassModel& model, const Element& key, bool absent) 
 std::string sampleFunction(const ClassModel& model, bool absent) {
     std::string keys;
     for (const Element* key : model.keys()) {
-        keys +=
-            fmt::format("    object.keys.{} = {};\n", key->cppName, sampleKey(model, *key, absent));
+        keys += "object.keys." + key->cppName + " = " + sampleKey(model, *key, absent) + ";\n";
     }
-    return fmt::format("{0} {1}() {{\n    {0} object;\n{2}    return object;\n}}\n\n",
-                       model.cppName, absent ? "absent" : "sample", keys);
+    return filled(
+        R"(
+$Class$ $name$() {
+    $Class$ object;
+    $keys$
+    return object;
+}
+
+)",
+        {{"Class", model.cppName}, {"name", absent ? "absent" : "sample"}, {"keys", keys}});
 }
 
 // A first required parameter that is not given is what a method refuses; where there is none, an
@@ -58,25 +66,30 @@ std::string methodTest(const ClassModel& model) {
         if (method.isStatic && !refuses) {
             continue;
         }
-        calls +=
-            fmt::format("    EXPECT_EQ(call({}, {}), Pegasus::{});\n",
-                        method.isStatic || refuses ? "sample()" : "absent()", literal(method.name),
-                        refuses ? "CIM_ERR_INVALID_PARAMETER" : "CIM_ERR_NOT_FOUND");
+        calls += filled("EXPECT_EQ(call($object$, $method$), Pegasus::$code$);\n",
+                        {{"object", method.isStatic || refuses ? "sample()" : "absent()"},
+                         {"method", literal(method.name)},
+                         {"code", refuses ? "CIM_ERR_INVALID_PARAMETER" : "CIM_ERR_NOT_FOUND"}});
     }
-    if (calls.empty()) {
-        return "";
-    }
-    return fmt::format(
-        "TEST_F({0}Test, RefusesCallsThatCannotBe) {{\n"
-        "    const auto call = [&](const {0}& object, const char* method) {{\n"
-        "        velmar_kit::MethodResultRecorder recorder;\n        try {{\n"
-        "            provider->invokeMethod(Pegasus::OperationContext(), object.path(),\n"
-        "                                   Pegasus::CIMName(method),\n"
-        "                                   Pegasus::Array<Pegasus::CIMParamValue>(), recorder);\n"
-        "        }} catch (const Pegasus::CIMException& error) {{\n"
-        "            return error.getCode();\n        }}\n"
-        "        return Pegasus::CIM_ERR_SUCCESS;\n    }};\n{1}}}\n\n",
-        model.cppName, calls);
+    return calls.empty() ? ""
+                         : filled(R"(
+TEST_F($Class$Test, RefusesCallsThatCannotBe) {
+    const auto call = [&](const $Class$& object, const char* method) {
+        velmar_kit::MethodResultRecorder recorder;
+        try {
+            provider->invokeMethod(Pegasus::OperationContext(), object.path(),
+                                   Pegasus::CIMName(method),
+                                   Pegasus::Array<Pegasus::CIMParamValue>(), recorder);
+        } catch (const Pegasus::CIMException& error) {
+            return error.getCode();
+        }
+        return Pegasus::CIM_ERR_SUCCESS;
+    };
+    $calls$
+}
+
+)",
+                                  {{"Class", model.cppName}, {"calls", calls}});
 }
 
 // An expression of a value for a property or parameter; empty for references and embedded objects.
@@ -105,75 +118,97 @@ std::string callTest(const ClassModel& model) {
         for (const Element& parameter : method.parameters) {
             const std::string value = parameter.isIn ? sampleValue(model, parameter) : "";
             if (!value.empty()) {
-                parameters += fmt::format(
-                    "    cim::add(given, {},\n             cim::Property<{}>(\n                 "
-                    "{}));\n",
-                    literal(parameter.name), parameter.cppType, value);
+                parameters += filled(R"(
+cim::add(given, $name$,
+         cim::Property<$Type$>(
+             $value$));
+)",
+                                     {{"name", literal(parameter.name)},
+                                      {"Type", parameter.cppType},
+                                      {"value", value}});
             }
             isWhole = isWhole && !(parameter.isIn && parameter.isRequired && value.empty());
         }
         if (isWhole) {
-            calls += fmt::format("    given.clear();\n{}    call({});\n", parameters,
-                                 literal(method.name));
+            calls += "given.clear();\n" + parameters + "call(" + literal(method.name) + ");\n";
         }
     }
-    if (calls.empty()) {
-        return "";
-    }
-    return fmt::format(
-        "TEST_F({0}Test, AnswersItsMethods) {{\n"
-        "    Pegasus::Array<Pegasus::CIMParamValue> given;\n"
-        "    const auto call = [&](const char* method) {{\n"
-        "        SCOPED_TRACE(method);\n"
-        "        velmar_kit::MethodResultRecorder recorder;\n        try {{\n"
-        "            provider->invokeMethod(Pegasus::OperationContext(), sample().path(),\n"
-        "                                   Pegasus::CIMName(method), given, recorder);\n"
-        "            EXPECT_FALSE(recorder.returnValue.isNull()) << method;\n"
-        "        }} catch (const Pegasus::CIMException&) {{  // it may refuse what it is given\n"
-        "        }}\n    }};\n{1}}}\n\n",
-        model.cppName, calls);
+    return calls.empty() ? ""
+                         : filled(R"(
+TEST_F($Class$Test, AnswersItsMethods) {
+    Pegasus::Array<Pegasus::CIMParamValue> given;
+    const auto call = [&](const char* method) {
+        SCOPED_TRACE(method);
+        velmar_kit::MethodResultRecorder recorder;
+        try {
+            provider->invokeMethod(Pegasus::OperationContext(), sample().path(),
+                                   Pegasus::CIMName(method), given, recorder);
+            EXPECT_FALSE(recorder.returnValue.isNull()) << method;
+        } catch (const Pegasus::CIMException&) {  // it may refuse what it is given
+        }
+    };
+    $calls$
+}
+
+)",
+                                  {{"Class", model.cppName}, {"calls", calls}});
 }
 
 std::string instanceTest(const ClassModel& model) {
     const std::string methods = methodTest(model) + callTest(model);
-    std::string samples = sampleFunction(model, false);
-    if (methods.find("absent()") != std::string::npos) {
-        samples += sampleFunction(model, true);
+    const bool usesAbsent = methods.find("absent()") != std::string::npos;
+    return filled(R"(
+namespace {
+
+$samples$
+// Without a server: the object as the server would make it, and handlers that record.
+class $Class$Test : public ::testing::Test {
+ protected:
+    $Class$Test() {
+        provider->initialize(cimom);
+        provider->add(sample());
     }
-    return fmt::format(
-        "namespace {{\n\n{2}"
-        "// Without a server: the object as the server would make it, and handlers that record.\n"
-        "class {0}Test : public ::testing::Test {{\n protected:\n"
-        "    {0}Test() {{\n        provider->initialize(cimom);\n"
-        "        provider->add(sample());\n    }}\n"
-        "    ~{0}Test() override {{ provider->terminate(); }}  // deletes it\n"
-        "    Pegasus::CIMOMHandle cimom;\n"
-        "    {0}Provider* const provider = new {0}Provider;\n}};\n\n"
-        "TEST_F({0}Test, HandsOutTheSameByGetAndByEnumerate) {{\n"
-        "    velmar_kit::InstanceRecorder all;\n"
-        "    provider->enumerateInstances(Pegasus::OperationContext(), {0}::classPath(), false, "
-        "false,\n                                 Pegasus::CIMPropertyList(), all);\n"
-        "    ASSERT_FALSE(all.delivered.empty());\n"
-        "    for (const Pegasus::CIMInstance& instance : all.delivered) {{\n"
-        "        velmar_kit::InstanceRecorder one;\n        try {{\n"
-        "            provider->getInstance(Pegasus::OperationContext(), instance.getPath(), false, "
-        "false,\n                                  Pegasus::CIMPropertyList(), one);\n"
-        "        }} catch (const Pegasus::CIMException& error) {{\n"
-        "            // Others may go meanwhile, the test's own stays.\n"
-        "            EXPECT_EQ(error.getCode(), Pegasus::CIM_ERR_NOT_FOUND);\n"
-        "            EXPECT_FALSE(instance.getPath() == sample().path().object());\n"
-        "            continue;\n        }}\n"
-        "        ASSERT_EQ(one.delivered.size(), 1u);\n"
-        "        // Fits the class, with the same properties; values may have changed meanwhile.\n"
-        "        EXPECT_NO_THROW({0}::from(one.delivered[0]));\n"
-        "        EXPECT_EQ(one.delivered[0].getPropertyCount(), instance.getPropertyCount());\n"
-        "    }}\n}}\n\n"
-        "TEST_F({0}Test, KnowsEachObjectOnce) {{\n"
-        "    EXPECT_THROW(provider->add(sample()), Pegasus::CIMException);\n"
-        "    EXPECT_TRUE(provider->find(sample().path()).has_value());\n"
-        "    EXPECT_NO_THROW(provider->update(sample()));\n}}\n\n"
-        "{1}}}  // namespace\n",
-        model.cppName, methods, samples);
+    ~$Class$Test() override { provider->terminate(); }  // deletes it
+    Pegasus::CIMOMHandle cimom;
+    $Class$Provider* const provider = new $Class$Provider;
+};
+
+TEST_F($Class$Test, HandsOutTheSameByGetAndByEnumerate) {
+    velmar_kit::InstanceRecorder all;
+    provider->enumerateInstances(Pegasus::OperationContext(), $Class$::classPath(), false, false,
+                                 Pegasus::CIMPropertyList(), all);
+    ASSERT_FALSE(all.delivered.empty());
+    for (const Pegasus::CIMInstance& instance : all.delivered) {
+        velmar_kit::InstanceRecorder one;
+        try {
+            provider->getInstance(Pegasus::OperationContext(), instance.getPath(), false, false,
+                                  Pegasus::CIMPropertyList(), one);
+        } catch (const Pegasus::CIMException& error) {
+            // Others may go meanwhile, the test's own stays.
+            EXPECT_EQ(error.getCode(), Pegasus::CIM_ERR_NOT_FOUND);
+            EXPECT_FALSE(instance.getPath() == sample().path().object());
+            continue;
+        }
+        ASSERT_EQ(one.delivered.size(), 1u);
+        // Fits the class, with the same properties; values may have changed meanwhile.
+        EXPECT_NO_THROW($Class$::from(one.delivered[0]));
+        EXPECT_EQ(one.delivered[0].getPropertyCount(), instance.getPropertyCount());
+    }
+}
+
+TEST_F($Class$Test, KnowsEachObjectOnce) {
+    EXPECT_THROW(provider->add(sample()), Pegasus::CIMException);
+    EXPECT_TRUE(provider->find(sample().path()).has_value());
+    EXPECT_NO_THROW(provider->update(sample()));
+}
+
+$methods$
+}  // namespace
+)",
+                  {{"Class", model.cppName},
+                   {"samples",
+                    sampleFunction(model, false) + (usesAbsent ? sampleFunction(model, true) : "")},
+                   {"methods", methods}});
 }
 
 // Statements that give `alert` what its class requires.
@@ -182,7 +217,7 @@ std::string requiredValues(const ClassModel& model) {
     for (const Element& property : model.properties) {
         const std::string value = property.isRequired ? sampleValue(model, property) : "";
         if (!value.empty()) {
-            text += fmt::format("    alert.{} = {};\n", property.cppName, value);
+            text += "alert." + property.cppName + " = " + value + ";\n";
         }
     }
     return text;
@@ -190,43 +225,64 @@ std::string requiredValues(const ClassModel& model) {
 
 std::string alertTest(const ClassModel& model, const ClassModel* element,
                       const std::string& allowed) {
-    // Without one, the alert is about what its own class stands for.
-    const std::string& about = element == nullptr ? model.cppName : element->cppName;
-    return fmt::format(
-        "namespace {{\n\n"
-        "// A server with the package as it is linked into this test.\n"
-        "class {0}Test : public velmar_kit::ServedPackage {{\n protected:\n"
-        "    {0}Test()\n"
-        "        : ServedPackage({{{{PACKAGE_SCHEMA}}, {{PACKAGE_REGISTRATION}}, {{}}}}, "
-        "PegasusCreateProvider) {{{3}}}\n}};\n\n"
-        "TEST_F({0}Test, ReachesItsSubscriber) {{\n"
-        "    velmar_kit::Subscriber subscriber(server, {2});\n"
-        "    {0} alert;\n{4}"
-        "    cim::raise(alert, {1}::classPath());\n"
-        "    EXPECT_FALSE(subscriber.waitFor(1).empty());\n}}\n\n}}  // namespace\n",
-        model.cppName, about, literal(model.name),
-        allowed.empty() ? ""
-                        : "\n        // The schema has more classes than there are objects of.\n"
-                          "        allow(" +
-                              literal(allowed) + ");\n    ",
-        requiredValues(model));
+    return filled(
+        R"(
+namespace {
+
+// A server with the package as it is linked into this test.
+class $Class$Test : public velmar_kit::ServedPackage {
+ protected:
+    $Class$Test()
+        : ServedPackage({{PACKAGE_SCHEMA}, {PACKAGE_REGISTRATION}, {}}, PegasusCreateProvider) {$allow$}
+};
+
+TEST_F($Class$Test, ReachesItsSubscriber) {
+    velmar_kit::Subscriber subscriber(server, $name$);
+    $Class$ alert;
+    $values$
+    cim::raise(alert, $Element$::classPath());
+    EXPECT_FALSE(subscriber.waitFor(1).empty());
+}
+
+}  // namespace
+)",
+        {{"Class", model.cppName},
+         {"allow", allowed.empty()
+                       ? ""
+                       : "\n        // The schema has more classes than there are objects of.\n"
+                         "        allow(" +
+                             literal(allowed) + ");\n    "},
+         {"name", literal(model.name)},
+         {"values", requiredValues(model)},
+         // Without one, the alert is about what its own class stands for.
+         {"Element", element == nullptr ? model.cppName : element->cppName}});
 }
 
 }  // namespace
 
 std::string userTest(const Options& options, const ClassModel& model, const ClassModel* element,
                      const std::string& allowed) {
-    std::string includes =
-        fmt::format("#include \"{}Provider.h\"\n\n#include <gtest/gtest.h>\n", model.cppName);
-    if (model.kind == Kind::Alert) {
-        includes += "#include <velmar_kit/ServedPackage.h>\n";
-        includes += element == nullptr ? "" : "\n#include \"" + element->cppName + ".h\"\n";
-    } else {
-        includes += "#include <velmar_kit/Printers.h>\n#include <velmar_kit/RecordingHandlers.h>\n";
+    const bool isAlert = model.kind == Kind::Alert;
+    std::string kit = isAlert ? "#include <velmar_kit/ServedPackage.h>\n"
+                              : "#include <velmar_kit/Printers.h>\n"
+                                "#include <velmar_kit/RecordingHandlers.h>\n";
+    if (isAlert && element != nullptr) {
+        kit += "\n#include \"" + element->cppName + ".h\"\n";
     }
-    return fmt::format(
-        "{}\nusing namespace {};\n\n{}", includes, options.cppNamespace,
-        model.kind == Kind::Alert ? alertTest(model, element, allowed) : instanceTest(model));
+    return filled(R"(
+#include "$Class$Provider.h"
+
+#include <gtest/gtest.h>
+$kit$
+
+using namespace $namespace$;
+
+$test$
+)",
+                  {{"Class", model.cppName},
+                   {"kit", kit},
+                   {"namespace", options.cppNamespace},
+                   {"test", isAlert ? alertTest(model, element, allowed) : instanceTest(model)}});
 }
 
 }  // namespace velmar_generator

@@ -5,7 +5,6 @@
 #ifndef VELMAR_GENERATOR_WRITERS_H
 #define VELMAR_GENERATOR_WRITERS_H
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -22,11 +21,6 @@ struct PathClass {
 /// The one in which the library raises alerts and looks for associations.
 inline constexpr const char* USUAL_NAMESPACE = "root/velmar_remote";
 bool isUsualNamespace(const Options& options);
-
-/// What a generated file begins with: what it is, its include guard and its includes, quoted as
-/// they are written.
-std::string headerStart(const std::string& guard, const std::string& purpose,
-                        const std::vector<std::string>& includes);
 
 /// Paths.h: superclasses stand before their subclasses. `models` have headers of their own.
 std::string pathsHeader(const Options& options, const std::vector<ClassModel>& models,

@@ -4,7 +4,7 @@
 // Providers on the bases that are generated from SiteSchema.mof: each says what there is, with
 // types, and its base does the rest.
 //
-// initialize throws CIMException when the site cannot be loaded; the server then terminates the
+// populate throws CIMException when the site cannot be loaded; the server then terminates the
 // object and tries again with a new one at the next request.
 #ifndef SITE_TYPEDPROVIDERS_H
 #define SITE_TYPEDPROVIDERS_H
@@ -23,9 +23,8 @@
 namespace site {
 
 class ControlPointProvider : public QOR_HWCtrlPointProviderBase {
- public:
-    void initialize(Pegasus::CIMOMHandle& cimom) override {
-        QOR_HWCtrlPointProviderBase::initialize(cimom);
+ protected:
+    void populate() override {
         _site = openSite();
         for (const Domain& domain : _site->domains) {
             for (const ControlPoint& point : domain.controlPoints) {
@@ -42,9 +41,8 @@ class ControlPointProvider : public QOR_HWCtrlPointProviderBase {
 };
 
 class PackageProvider : public QOR_PhysicalPackageProviderBase {
- public:
-    void initialize(Pegasus::CIMOMHandle& cimom) override {
-        QOR_PhysicalPackageProviderBase::initialize(cimom);
+ protected:
+    void populate() override {
         _site = openSite();
         forEachSystem(*_site, [&](const Domain&, const HostingSystem& system) {
             QOR_PhysicalPackage one(system.packageTag);
@@ -61,9 +59,8 @@ class PackageProvider : public QOR_PhysicalPackageProviderBase {
 };
 
 class HostingProvider : public QOR_HostedDependencyProviderBase {
- public:
-    void initialize(Pegasus::CIMOMHandle& cimom) override {
-        QOR_HostedDependencyProviderBase::initialize(cimom);
+ protected:
+    void populate() override {
         _site = openSite();
         forEachSystem(*_site, [&](const Domain&, const HostingSystem& system) {
             const QORP_CEC_CS host(systemName(system));
@@ -79,9 +76,8 @@ class HostingProvider : public QOR_HostedDependencyProviderBase {
 };
 
 class PackagingProvider : public QOR_ComputerSystemPackageProviderBase {
- public:
-    void initialize(Pegasus::CIMOMHandle& cimom) override {
-        QOR_ComputerSystemPackageProviderBase::initialize(cimom);
+ protected:
+    void populate() override {
         _site = openSite();
         forEachSystem(*_site, [&](const Domain&, const HostingSystem& system) {
             add(QOR_ComputerSystemPackage(QOR_PhysicalPackage(system.packageTag).path(),

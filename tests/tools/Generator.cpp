@@ -185,7 +185,7 @@ TEST(GeneratedNames, AreIdentifiersAndUnique) {
                                                           {"EINVAL", "EINVAL_"}}) {
         EXPECT_EQ(scope.add(text), name) << text;
     }
-    EXPECT_EQ(comment("ends in a backslash \\", 2), "  /// ends in a backslash\n");
+    EXPECT_EQ(comment("ends in a backslash \\", 2), "/// ends in a backslash\n");
     EXPECT_EQ(literal("a\"\\\n"), "\"a\\\"\\\\\\012\"");
     const std::string part(60, 'x');
     EXPECT_EQ(wrapped("  f(\"" + part + ", (\", " + part + ");\n// " + part + ", " + part + "\n"),

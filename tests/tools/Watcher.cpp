@@ -132,10 +132,7 @@ TEST_F(Watched, GoesOnForTheOthers) {
     };
     struct Slow : TRAP_PartProvider {
         std::function<void()> reading;
-        void initialize(CIMOMHandle& cimom) override {
-            TRAP_PartProvider::initialize(cimom);
-            reading();
-        }
+        void populate() override { reading(); }
     };
     CIMOMHandle cimom;
     const auto watcher = std::make_shared<TrapWatcher>();

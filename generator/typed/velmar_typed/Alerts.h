@@ -72,11 +72,37 @@ bool raise(const Alert& alert, const Element& element) {
     return raise(alert, element.path());
 }
 
+/// What each generated base has: an initialize that cannot be forgotten.
+template <class Base>
+class Populated : public Base {
+ public:
+    using Base::Base;
+    using IsPopulated = void;
+
+    /// Override populate() instead.
+    void initialize(Pegasus::CIMOMHandle& cimom) final {
+        beginning();
+        Base::initialize(cimom);
+        populate();
+        begun();
+    }
+
+ protected:
+    /// Hook: adds what there is. Called once, before the first request. If it throws, the server
+    /// retries.
+    virtual void populate() {}
+
+ private:
+    // For make().
+    virtual void beginning() {}
+    virtual void begun() {}
+};
+
 /// The provider of alerts of class T. ENRICHED: with what the library finds in the CIM model.
 template <class T, bool ENRICHED>
-class AlertProvider : public velmar_remote::IndicationMethodProvider {
+class AlertProvider : public Populated<velmar_remote::IndicationMethodProvider> {
  public:
-    AlertProvider() : IndicationMethodProvider(T::className().getString(), nullptr) {}
+    AlertProvider() : Populated(T::className().getString(), nullptr) {}
 
  protected:
     /// As velmar_typed::raise; of this class or another. Not in prepare.

@@ -5,7 +5,7 @@
 // when they are asked for, methods with typed parameters.
 //
 // Thread-safe as the library's base classes are; no lock is held in a hook or while the CIM server
-// is asked.
+// is asked. See update for the one function of a user's that runs with a lock held.
 #ifndef VELMAR_TYPED_PROVIDERS_H
 #define VELMAR_TYPED_PROVIDERS_H
 
@@ -32,14 +32,11 @@ enum Clients : unsigned { READ = 0, CREATE = 1, DELETE = 2 };
 /// The provider of class T on one of the library's base classes. The instances in its cache are
 /// never edited: each change puts a new one in the place of the old.
 template <class T, class Base, unsigned CLIENTS>
-class Provider : public Base {
+class Provider : public Populated<Base> {
  public:
     using Object = T;
     using Typed = Provider;
-
-    template <class... Arguments>
-    explicit Provider(const char* className, Arguments&&... arguments)
-        : Base(className, std::forward<Arguments>(arguments)...) {}
+    using Populated<Base>::Populated;
 
     /// From here on clients see the object. Throws CIMException: CIM_ERR_ALREADY_EXISTS when there
     /// is one with its keys, CIM_ERR_INVALID_PARAMETER for a null key.
@@ -70,11 +67,11 @@ class Provider : public Base {
         this->_cache.insert(instance);
         this->_cache.replace(instance);
     }
-    /// Changes the object of that path: `edit` gets a copy, which then takes its place. Other
-    /// changes wait, so that none is lost: in `edit`, change nothing else of this provider, and do
-    /// not ask the CIM server. Throws CIMException: CIM_ERR_NOT_FOUND when there is none,
-    /// CIM_ERR_FAILED for a change inside a change; what `edit` throws passes through, and nothing
-    /// has changed.
+    /// Changes the object of that path: `edit` gets a copy, which then takes its place. `edit` runs
+    /// with the lock of changes held, since a change between its reading and its replacing would be
+    /// lost: in `edit`, change nothing else of this provider, and do not ask the CIM server.
+    /// Throws CIMException: CIM_ERR_NOT_FOUND when there is none, CIM_ERR_FAILED for a change
+    /// inside a change; what `edit` throws passes through, and nothing has changed.
     template <class Edit>
     void update(const typename T::Path& path, Edit&& edit) {
         const Change change(*this, "update");
@@ -334,7 +331,7 @@ T calledOn(const Pegasus::CIMInstance& instance) {
          std::string(parameter) + ": is missing; give it, null where it has no value");
 }
 
-[[noreturn]] inline void notWritten(const char* method) {
+[[noreturn]] inline void notImplemented(const char* method) {
     fail(Pegasus::CIM_ERR_NOT_SUPPORTED, std::string(method) + " is not implemented");
 }
 
@@ -352,24 +349,15 @@ constexpr bool isTyped = false;
 template <class P>
 constexpr bool isTyped<P, std::void_t<typename P::Typed>> = true;
 
-/// P as the server gets it: known to its watcher while it lives.
+/// P with its watcher, which it leaves first of all at its end.
 template <class P>
-class Made : public P {
+class WithWatcher : public P {
     static_assert(!std::is_final_v<P>, "a provider class must not be final");
 
  public:
-    explicit Made(std::shared_ptr<Watcher> watcher) : _watcher(std::move(watcher)) {
+    explicit WithWatcher(std::shared_ptr<Watcher> watcher) : _watcher(std::move(watcher)) {
         if constexpr (isTyped<P>) {
             this->setRefreshes(Probe<P>::refreshes());
-        }
-    }
-    void initialize(Pegasus::CIMOMHandle& cimom) override {
-        if (_watcher) {
-            _watcher->enter(*this);
-        }
-        P::initialize(cimom);
-        if (_watcher) {
-            _watcher->ready(*this);
         }
     }
     void terminate() override {
@@ -379,8 +367,42 @@ class Made : public P {
         P::terminate();
     }
 
+ protected:
+    void enter() {
+        if (_watcher) {
+            _watcher->enter(*this);
+        }
+    }
+    void ready() {
+        if (_watcher) {
+            _watcher->ready(*this);
+        }
+    }
+
  private:
     const std::shared_ptr<Watcher> _watcher;
+};
+
+/// P as the server gets it: known to its watcher while it lives.
+template <class P, class = void>
+class Made : public WithWatcher<P> {
+ public:
+    using WithWatcher<P>::WithWatcher;
+    void initialize(Pegasus::CIMOMHandle& cimom) override {
+        this->enter();
+        P::initialize(cimom);
+        this->ready();
+    }
+};
+/// The same on a generated base.
+template <class P>
+class Made<P, typename P::IsPopulated> : public WithWatcher<P> {
+ public:
+    using WithWatcher<P>::WithWatcher;
+
+ private:
+    void beginning() override { this->enter(); }
+    void begun() override { this->ready(); }
 };
 
 /// A provider object, for the CIM server, whose last call, terminate, deletes it.

@@ -45,6 +45,12 @@ class Watcher {
     /// is older than any change that it is given.
     void enter(Pegasus::CIMProvider& provider) {
         const std::lock_guard<std::mutex> guard(_lock);
+        for (Member& member : _members) {
+            if (member.provider == nullptr) {
+                member = {&provider, Entering};
+                return;
+            }
+        }
         _members.push_back({&provider, Entering});
     }
     /// Starts the thread unless it runs. Throws std::system_error where there are too many.
@@ -56,6 +62,9 @@ class Watcher {
     /// Ends the thread, which waits for a running watch(), and starts it again for the others.
     void leave(Pegasus::CIMProvider& provider) {
         std::unique_lock<std::mutex> guard(_lock);
+        if (neverWasReady(provider)) {  // the thread may be waiting for the server meanwhile
+            return;
+        }
         set(provider, Leaving);
         _changed.wait(guard, [this] { return !_ending; });
         _ending = true;
@@ -96,10 +105,11 @@ class Watcher {
     void with(Act&& act) {
         std::unique_lock<std::mutex> guard(_lock);
         for (Member& member : _members) {  // stays where it is as long as the thread runs
+            const Pegasus::CIMProvider* const asked = member.provider;
             P* const provider = dynamic_cast<P*>(member.provider);
             if (provider != nullptr) {
                 _changed.wait(guard, [&] { return member.state != Entering; });
-                if (member.state == Ready) {
+                if (member.state == Ready && member.provider == asked) {
                     guard.unlock();
                     attempt([&] { act(*provider); });
                     guard.lock();
@@ -140,11 +150,21 @@ class Watcher {
  private:
     enum State { Entering, Ready, Leaving };
     struct Member {
-        Pegasus::CIMProvider* provider;
+        Pegasus::CIMProvider* provider;  ///< null: a place for another
         State state;
     };
 
-    // These two with the lock held.
+    // These with the lock held.
+    bool neverWasReady(const Pegasus::CIMProvider& provider) {
+        for (Member& member : _members) {
+            if (member.provider == &provider && member.state == Entering) {
+                member = {nullptr, Leaving};
+                _changed.notify_all();
+                return true;
+            }
+        }
+        return false;
+    }
     void set(Pegasus::CIMProvider& provider, State state) {
         for (Member& member : _members) {
             member.state = member.provider == &provider ? state : member.state;

@@ -68,7 +68,7 @@ class TRAP_MethodsProvider : public TRAP_MethodsProviderBase {
         return std::string(method) == "Mix" && std::string(parameter) != "Text";
     }
     cim::Property<Pegasus::String> Mix(
-        const Pegasus::OperationContext&, const TRAP_Methods& self, const Pegasus::Uint32& Needed,
+        const Pegasus::OperationContext&, const TRAP_Methods& self, Pegasus::Uint32 Needed,
         const cim::Property<Pegasus::String>& Text, cim::Property<Pegasus::Uint32>& Both,
         cim::Property<Pegasus::String>& BothNeeded, cim::Property<paths::TRAP_Part>& Made,
         const cim::Property<std::vector<paths::TRAP_Part>>& Given,
