@@ -3,6 +3,7 @@
 //
 // velmar new: a provider package for classes of a schema.
 #include <fmt/format.h>
+#include <velmar_embedded/schema/Mof.h>
 #include <velmar_embedded/schema/MofOutline.h>
 
 #include <cctype>
@@ -136,28 +137,48 @@ void refuseUnfit(const std::string& what, const std::string& name) {
     }
 }
 
-// The user's files as they are, beside each other as they were; those of an include folder have its
-// place.
+// Where a file stands in the package: as seen from the folder of the first schema or from an
+// include folder, whichever is nearer.
+fs::path placeOf(const std::string& file, const NewOptions& options) {
+    const fs::path base = fs::absolute(options.schemas.front()).parent_path().lexically_normal();
+    const fs::path path = fs::absolute(file).lexically_normal();
+    fs::path place = path.lexically_relative(base);
+    for (const std::string& folder : options.includes) {
+        const fs::path from = path.lexically_relative(fs::absolute(folder).lexically_normal());
+        if (!isOutside(from) &&
+            (isOutside(place) || from.string().size() < place.string().size())) {
+            place = from;
+        }
+    }
+    if (isOutside(place)) {
+        throw UsageError(file + ": is not in or below " + base.string() +
+                         ", where the first MOF file is, nor of a folder of --include; put what "
+                         "belongs together there");
+    }
+    refuseUnfit("the MOF file", place.string());
+    return "mof" / place;
+}
+
+// The user's files as they are, where they find each other.
 std::vector<GeneratedFile> userMofFiles(const NewOptions& options) {
     std::vector<GeneratedFile> files;
-    const fs::path base = fs::absolute(options.schemas.front()).parent_path().lexically_normal();
-    std::vector<fs::path> bases = {base};
-    for (const std::string& folder : options.includes) {
-        bases.push_back(fs::absolute(folder).lexically_normal());
-    }
     for (const std::string& file :
          velmar_embedded::withIncludes(options.schemas, options.includes)) {
-        fs::path place;
-        for (auto one = bases.begin(); one != bases.end() && isOutside(place); ++one) {
-            place = fs::absolute(file).lexically_normal().lexically_relative(*one);
+        const fs::path place = placeOf(file, options);
+        const std::string text = textOf(file);
+        for (const std::string& name : velmar_embedded::outlineOfMof(text).includes) {
+            const std::string included =
+                velmar_embedded::includedFile(file, name, options.includes);
+            const fs::path expected = (place.parent_path() / name).lexically_normal();
+            if (fs::path(name).is_relative() && placeOf(included, options) != expected) {
+                throw UsageError(fmt::format(
+                    "{}: includes \"{}\", which is {} and would stand in the package as {}; write "
+                    "the path from {} in the #pragma, or give one --include folder",
+                    file, name, included, placeOf(included, options).string(),
+                    fs::path(file).parent_path().string()));
+            }
         }
-        if (isOutside(place)) {
-            throw UsageError(file + ": is not in or below " + base.string() +
-                             ", where the first MOF file is, nor of a folder of --include; put "
-                             "what belongs together there");
-        }
-        refuseUnfit("the MOF file", place.string());
-        files.push_back({"mof/" + place.string(), textOf(file)});
+        files.push_back({place.string(), text});
     }
     return files;
 }
@@ -197,9 +218,8 @@ std::vector<GeneratedFile> mofFiles(const NewOptions& options, const std::string
         }
         return files;
     }
-    const fs::path base = fs::absolute(options.schemas.front()).parent_path().lexically_normal();
     for (const std::string& schema : options.schemas) {
-        const fs::path place = fs::absolute(schema).lexically_normal().lexically_relative(base);
+        const fs::path place = placeOf(schema, options).lexically_relative("mof");
         text += "#pragma include (\"" + place.string() + "\")\n";
     }
     std::string top = "mof/" + module + "Schema.mof";

@@ -64,12 +64,18 @@ Contents contentsOf(const std::string& folder) {
 // What another file includes comes with that one.
 std::set<std::string> withoutIncluded(const std::set<std::string>& files,
                                       const std::vector<std::string>& includeDirectories) {
-    std::set<std::string> result = files;
+    std::set<fs::path> included;
     for (const std::string& file : files) {
         const std::vector<std::string> read =
             velmar_embedded::withIncludes({file}, includeDirectories);
         for (size_t i = 1; i < read.size(); i++) {
-            result.erase(read[i]);
+            included.insert(fs::weakly_canonical(read[i]));
+        }
+    }
+    std::set<std::string> result;
+    for (const std::string& file : files) {
+        if (included.count(fs::weakly_canonical(file)) == 0) {
+            result.insert(file);
         }
     }
     return result;
