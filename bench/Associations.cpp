@@ -5,7 +5,7 @@
 // through the embedded server.
 #include <benchmark/benchmark.h>
 
-#include <velmar_kit/RecordingHandlers.h>
+#include <velmar_testing/RecordingHandlers.h>
 #include "Common/Util.h"
 #include "support/LinkServer.h"
 
@@ -27,7 +27,7 @@ void AssociatorNames(benchmark::State& state) {
     fill(provider._cache, state.range(0));
     const CIMObjectPath hub = path(full(thing("hub")));
     for (auto _ : state) {
-        velmar_kit::ObjectPathRecorder handler;
+        velmar_testing::ObjectPathRecorder handler;
         provider.associatorNames(OperationContext(), hub, CIMName(), CIMName(), "", "", handler);
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
@@ -37,7 +37,7 @@ void ReferenceNames(benchmark::State& state) {
     fill(provider._cache, state.range(0));
     const CIMObjectPath hub = path(full(thing("hub")));
     for (auto _ : state) {
-        velmar_kit::ObjectPathRecorder handler;
+        velmar_testing::ObjectPathRecorder handler;
         provider.referenceNames(OperationContext(), hub, CIMName(), "", handler);
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
@@ -54,7 +54,7 @@ void ReferenceNamesTwoKeys(benchmark::State& state) {
     }
     const CIMObjectPath hub = path(twoKeys("hub"));
     for (auto _ : state) {
-        velmar_kit::ObjectPathRecorder handler;
+        velmar_testing::ObjectPathRecorder handler;
         provider.referenceNames(OperationContext(), hub, CIMName(), "", handler);
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));

@@ -6,7 +6,7 @@
 // without (0), beside one that makes its copies by hand.
 #include <Common/CachedInstanceProvider.h>
 #include <benchmark/benchmark.h>
-#include <velmar_kit/RecordingHandlers.h>
+#include <velmar_testing/RecordingHandlers.h>
 
 #include <string>
 #include <vector>
@@ -123,7 +123,7 @@ void get(benchmark::State& state, velmar_remote::CachedInstanceProvider& items) 
     bench::B_Item item("one0");
     const CIMObjectPath path = item.path();
     for (auto _ : state) {
-        velmar_kit::InstanceRecorder got;
+        velmar_testing::InstanceRecorder got;
         items.getInstance(OperationContext(), path, false, false, CIMPropertyList(), got);
         benchmark::DoNotOptimize(got.delivered);
     }
@@ -132,7 +132,7 @@ void get(benchmark::State& state, velmar_remote::CachedInstanceProvider& items) 
 void enumerate(benchmark::State& state, velmar_remote::CachedInstanceProvider& items) {
     const CIMObjectPath path = bench::B_Item::classPath();
     for (auto _ : state) {
-        velmar_kit::InstanceRecorder got;
+        velmar_testing::InstanceRecorder got;
         items.enumerateInstances(OperationContext(), path, false, false, CIMPropertyList(), got);
         benchmark::DoNotOptimize(got.delivered);
     }

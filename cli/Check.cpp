@@ -24,9 +24,9 @@
 #include "CheckReport.h"
 #include "Commands.h"
 #include "Package.h"
+#include "check/Driver.h"
 #include "checks/Findings.h"
 #include "checks/Rules.h"
-#include "checks/driver/Driver.h"
 
 using velmar_checks::Finding;
 using velmar_checks::Reporter;

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "checks/driver/Driver.h"
+#include "check/Driver.h"
 
 namespace velmar_cli {
 

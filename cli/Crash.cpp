@@ -17,7 +17,7 @@
 
 #include "Backtrace.h"
 #include "Commands.h"
-#include "exchange/Request.h"
+#include "client/Request.h"
 
 namespace velmar_cli {
 

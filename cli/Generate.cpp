@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 //
 // velmar generate: typed code for the classes of a schema. Builds call it.
-#include <velmar_embedded/schema/MofOutline.h>
+#include "schema/MofOutline.h"
 
 #include <fstream>
 #include <iostream>

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "generator/Generator.h"
+#include "generate/Generator.h"
 
 namespace velmar_cli {
 

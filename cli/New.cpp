@@ -4,7 +4,7 @@
 // velmar new: a provider package for classes of a schema.
 #include <fmt/format.h>
 #include <velmar_embedded/schema/Mof.h>
-#include <velmar_embedded/schema/MofOutline.h>
+#include "schema/MofOutline.h"
 
 #include <cctype>
 #include <cstring>
@@ -17,8 +17,8 @@
 #include "Commands.h"
 #include "GeneratorOptions.h"
 #include "Package.h"
-#include "generator/Names.h"
-#include "generator/Package.h"
+#include "generate/Names.h"
+#include "generate/Package.h"
 
 namespace fs = std::filesystem;
 

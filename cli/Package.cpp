@@ -4,7 +4,7 @@
 #include "Package.h"
 
 #include <fmt/format.h>
-#include <velmar_embedded/schema/MofOutline.h>
+#include "schema/MofOutline.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -13,7 +13,7 @@
 #include <set>
 
 #include "GeneratorOptions.h"
-#include "generator/Names.h"
+#include "generate/Names.h"
 
 namespace fs = std::filesystem;
 

@@ -19,21 +19,21 @@ function(velmar_install target runtime development)
             PUBLIC_HEADER DESTINATION "${_include_dir}/Common" COMPONENT ${development})
 endfunction()
 
-# velmar_install_headers(COMPONENT FOLDER DESTINATION HEADER...): keeps the headers' folders.
+# velmar_install_headers(COMPONENT FOLDER DESTINATION [OPTION...]): options of install(DIRECTORY).
 function(velmar_install_headers component folder destination)
-    foreach(_header IN LISTS ARGN)
-        get_filename_component(_folder "${_header}" DIRECTORY)
-        install(FILES "${PROJECT_SOURCE_DIR}/${folder}/${_header}" COMPONENT ${component}
-                DESTINATION "${_include_dir}/${destination}/${_folder}")
-    endforeach()
+    install(DIRECTORY "${PROJECT_SOURCE_DIR}/${folder}/" COMPONENT ${component}
+            DESTINATION "${_include_dir}/${destination}" ${ARGN})
 endfunction()
 
 velmar_install(velmar_remote velmar_remote_runtime velmar_remote_development)
-velmar_install_headers(velmar_remote_development generator/typed/velmar_typed velmar_typed
-                       ${VELMAR_TYPED_HEADERS})
-velmar_install(velmar_kit velmar_remote_kit velmar_remote_kit)
-get_target_property(_headers velmar_kit VELMAR_HEADERS)
-velmar_install_headers(velmar_remote_kit kit kit/velmar_kit ${_headers})
+velmar_install_headers(velmar_remote_development generate/typed "")
+velmar_install(velmar_testing velmar_remote_testing velmar_remote_testing)
+if(VELMAR_REAL_PEGASUS)  # ServedPackage.h serves a package from the embedded CIM server
+    velmar_install_headers(velmar_remote_testing testing/include testing
+                           PATTERN ServedPackage.h EXCLUDE)
+else()
+    velmar_install_headers(velmar_remote_testing testing/include testing)
+endif()
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
         COMPONENT velmar_remote_runtime)
 if(NOT VELMAR_REAL_PEGASUS)
@@ -41,24 +41,17 @@ if(NOT VELMAR_REAL_PEGASUS)
     if(BUILD_SHARED_LIBS)
         velmar_install(velmar_embedded_guard velmar_remote_runtime velmar_remote_runtime)
     endif()
-    get_target_property(_headers velmar_embedded VELMAR_PEGASUS_HEADERS)
-    velmar_install_headers(velmar_remote_embedded embedded/Pegasus embedded/Pegasus ${_headers})
-    get_target_property(_headers velmar_embedded VELMAR_HEADERS)
-    velmar_install_headers(velmar_remote_embedded embedded embedded/velmar_embedded ${_headers})
-    velmar_install_headers(velmar_remote_embedded checks embedded/velmar_checks Finding.h)
+    velmar_install_headers(velmar_remote_embedded server/include embedded)
 endif()
 if(TARGET velmar_wire)
     velmar_install(velmar_wire velmar_remote_runtime velmar_remote_wire)
-    get_target_property(_headers velmar_wire VELMAR_HEADERS)
-    velmar_install_headers(velmar_remote_wire wire wire/velmar_wire ${_headers})
+    velmar_install_headers(velmar_remote_wire server/http/include wire)
 endif()
 if(TARGET velmar AND NOT VELMAR_REAL_PEGASUS)
     set_target_properties(velmar PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
     install(TARGETS velmar DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT velmar_remote_cli)
-    get_target_property(_mof_files velmar_generator VELMAR_MOF_FILES)
-    list(TRANSFORM _mof_files PREPEND "${PROJECT_SOURCE_DIR}/generator/")
-    install(FILES ${_mof_files} DESTINATION "${CMAKE_INSTALL_DATADIR}/velmar_remote/mof"
-            COMPONENT velmar_remote_cli)
+    install(DIRECTORY "${PROJECT_SOURCE_DIR}/generate/mof"
+            DESTINATION "${CMAKE_INSTALL_DATADIR}/velmar_remote" COMPONENT velmar_remote_cli)
     install(FILES "${PROJECT_SOURCE_DIR}/cli/completion.bash" RENAME velmar
             DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
             COMPONENT velmar_remote_cli)

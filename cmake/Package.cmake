@@ -47,7 +47,7 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
 if(NOT VELMAR_REAL_PEGASUS)  # whose libraries belong to no package
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
     list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
-         "${PROJECT_BINARY_DIR}/Common" "${PROJECT_BINARY_DIR}/embedded" "${PROJECT_BINARY_DIR}/wire")
+         "${PROJECT_BINARY_DIR}/Common" "${PROJECT_BINARY_DIR}/server" "${PROJECT_BINARY_DIR}/server/http")
 endif()
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${_library})
@@ -59,7 +59,7 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/triggers")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${_development})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${_library} (= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Headers, CMake and pkg-config files, the test kit, and an embedded CIM server
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Headers, CMake and pkg-config files, what tests of providers use, and an embedded CIM server
  that provider libraries are built and tested with.")
 if(VELMAR_REAL_PEGASUS)
     set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libc6, libstdc++6")
@@ -77,7 +77,7 @@ include(CPack)
 foreach(_component runtime)
     cpack_add_component(velmar_remote_${_component} GROUP library)
 endforeach()
-foreach(_component development embedded kit wire)
+foreach(_component development embedded testing wire)
     cpack_add_component(velmar_remote_${_component} GROUP development)
 endforeach()
 cpack_add_component(velmar_remote_cli GROUP command)

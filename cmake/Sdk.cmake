@@ -19,7 +19,7 @@ if(DEFINED VELMAR_REMOTE_SERVER AND NOT VELMAR_REMOTE_SERVER STREQUAL VELMAR_SER
 endif()
 
 if(NOT VELMAR_REAL_PEGASUS)
-    add_subdirectory(embedded)
+    add_subdirectory(server)
     return()
 endif()
 if(NOT PEGASUS_ROOT OR NOT PEGASUS_HOME)

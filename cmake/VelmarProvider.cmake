@@ -283,7 +283,7 @@ function(velmar_add_provider_test _name)
     # The tests of different classes have helpers of the same names.
     set_target_properties(test_${_name} PROPERTIES UNITY_BUILD OFF)
     add_dependencies(test_${_name} ${_name})
-    target_link_libraries(test_${_name} PRIVATE ${_name}_objects velmar_remote::kit
+    target_link_libraries(test_${_name} PRIVATE ${_name}_objects velmar_remote::testing
                           GTest::gtest_main)
     # A list of files is one initializer: {PACKAGE_SCHEMA}.
     get_target_property(_schemas ${_name} VELMAR_SCHEMAS)

@@ -10,8 +10,8 @@
 #include <cstdlib>
 #include <string>
 
+#include <velmar_embedded/schema/Mof.h>
 #include "Parts.h"
-#include "schema/Mof.h"
 
 VELMAR_FUZZ_BY_PARTS(velmar_fuzz::partsOfMof)
 

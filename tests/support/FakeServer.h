@@ -19,8 +19,8 @@
 #include <utility>
 #include <vector>
 
-#include "exchange/Channel.h"
-#include "exchange/LocalServer.h"
+#include "client/Channel.h"
+#include "client/LocalServer.h"
 #include "support/LinkServer.h"
 
 namespace support {

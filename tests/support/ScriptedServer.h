@@ -28,7 +28,7 @@
 #include <vector>
 
 #include <velmar_embedded/Server.h>
-#include <velmar_embedded/exchange/Request.h>
+#include "client/Request.h"
 #ifdef VELMAR_TEST_OVER_HTTP
 #include <velmar_wire/WireServer.h>
 #endif

@@ -1,0 +1,59 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// Goes through everything that a package serves, as a client would, and reports answers that do
+// not agree with each other.
+//
+// Needs a started server. Not thread-safe.
+#ifndef VELMAR_CHECKS_DRIVER_DRIVER_H
+#define VELMAR_CHECKS_DRIVER_DRIVER_H
+
+#include <velmar_embedded/Server.h>
+
+#include <vector>
+
+#include "check/Session.h"
+
+namespace velmar_driver {
+
+struct DriveOptions {
+    bool write = false;     ///< create and delete instances; they are deleted again
+    bool call = false;      ///< call methods, with sample values, and raise alerts
+    unsigned limit = 100;   ///< instances looked at one by one, for each class
+    unsigned clients = 0;   ///< at once, after all else; 0: none
+    unsigned seconds = 10;  ///< that they go on
+    unsigned tries = 10;    ///< of what answers disagree in, after 0, 1, 2, 4 and so on ms
+};
+
+/// Drives every registered class.
+std::vector<ClassReport> drive(velmar_embedded::Server& server, const DriveOptions& options,
+                               velmar_checks::Findings& findings);
+
+/// The same for these classes.
+std::vector<ClassReport> drive(velmar_embedded::Server& server,
+                               const std::vector<RegisteredClass>& classes,
+                               const DriveOptions& options, velmar_checks::Findings& findings);
+
+// The parts, for one class each.
+void driveInstances(Session& session, const DriveOptions& options);
+void driveAssociation(Session& session, const DriveOptions& options);
+void driveIndication(Session& session, velmar_embedded::Server& server,
+                     const std::vector<RegisteredClass>& classes, const DriveOptions& options);
+void driveMethods(Session& session);
+void driveWrites(Session& session, const std::vector<RegisteredClass>& classes);
+
+/// Several clients at once, on classes that were driven before.
+void driveLoad(const std::vector<RegisteredClass>& classes, const DriveOptions& options,
+               velmar_checks::Findings& findings, std::vector<ClassReport>& results);
+
+/// The names of the properties that have a value.
+std::set<std::string> filledIn(const Pegasus::CIMConstInstance& instance);
+
+/// A path of the session's class that differs in one key, the first one that is text; the path
+/// itself where there is none.
+Pegasus::CIMObjectPath another(const Session& session, const Pegasus::CIMObjectPath& path,
+                               const std::string& suffix);
+
+}  // namespace velmar_driver
+
+#endif

@@ -1,0 +1,96 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// The checks as the server sees them: it tells what happens, they say what is wrong with it.
+//
+// Thread-safe, except enable, observe and observeLoads, which come before the server starts.
+#ifndef VELMAR_CHECKS_CHECKS_H
+#define VELMAR_CHECKS_CHECKS_H
+
+#include <Pegasus/Common/CIMIndication.h>
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMName.h>
+
+#include <functional>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <velmar_embedded/schema/Repository.h>
+#include "checks/ClassFacts.h"
+#include "checks/Findings.h"
+#include "checks/SharingRules.h"
+#include "providers/LoadedProvider.h"
+#include "providers/RegistrationReader.h"
+#include "providers/Registry.h"
+#include "providers/Teller.h"
+
+namespace velmar_checks {
+
+class Checks : public velmar_embedded::LoadObserver {
+ public:
+    /// Borrows all three; the registry may be made later. The teller calls observers of findings.
+    Checks(const velmar_embedded::Repository& schema, const velmar_embedded::Registry& registry,
+           velmar_embedded::Teller& teller)
+        : _registry(registry),
+          _teller(teller),
+          _findings([this](const Finding& finding) { tell(finding); }),
+          _schema(schema) {}
+
+    void enable(bool on) { _on = on; }
+    bool areOn() const { return _on; }
+    /// Called by the teller with each new finding; without one findings go to stderr.
+    void observe(std::function<void(const Finding&)> observer) { _observer = std::move(observer); }
+
+    /// Called before a provider is loaded or terminated, on the thread that does it, with the
+    /// provider's name and the step; the checks need not be on.
+    void observeLoads(std::function<void(const std::string&, const char*)> observer) {
+        _loadObserver = std::move(observer);
+    }
+
+    Findings& findings() { return _findings; }
+    SchemaFacts& schema() { return _schema; }
+    DeliveredObjects& deliveredObjects() { return _deliveredObjects; }
+
+    /// The registrations and the schema as they are now; what was found before is not told again.
+    void checkPackage(const std::vector<velmar_embedded::RegisteredModule>& modules);
+    /// Whether another provider serves the instances of a class, and is watched itself.
+    bool isServedByOther(const Pegasus::CIMNamespaceName& nameSpace,
+                         const Pegasus::CIMName& className, const std::string& provider) const;
+    /// A provider delivers an indication.
+    void checkIndication(const std::string& provider, const Pegasus::CIMIndication& indication);
+    /// The server stores a created instance itself.
+    void noteStored(const Pegasus::CIMNamespaceName& nameSpace,
+                    const Pegasus::CIMInstance& instance);
+    /// Lets go of what providers delivered, before their libraries are closed.
+    void forgetDelivered() { _deliveredObjects.clear(); }
+    /// The modules of these locations could not be closed, since threads run in them.
+    void checkClosed(const std::vector<std::string>& busy);
+
+    void loading(const std::string& provider) override;
+    void terminating(const std::string& provider) override;
+    void notCreated(const std::string& provider) override;
+    void notInitialized(const std::string& provider) override;
+    void notTerminated(const std::string& provider) override;
+    void loaded(const std::string& provider, const Pegasus::CIMProvider& object,
+                bool staysLoaded) override;
+
+ private:
+    void tell(const Finding& finding);
+
+    const velmar_embedded::Registry& _registry;
+    velmar_embedded::Teller& _teller;
+    std::function<void(const Finding&)> _observer;
+    std::function<void(const std::string&, const char*)> _loadObserver;
+    bool _on = true;
+    Findings _findings;
+    SchemaFacts _schema;
+    DeliveredObjects _deliveredObjects;
+    std::mutex _packageLock;
+    std::set<std::string> _packageFindings;  // their lines
+};
+
+}  // namespace velmar_checks
+
+#endif

@@ -1,0 +1,202 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+
+#include "client/ClientConnection.h"
+
+#include <Pegasus/Client/CIMClient.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <utility>
+
+#include "model/CIMReps.h"
+
+using namespace Pegasus;
+
+namespace velmar_embedded {
+
+String userName() {
+    char buffer[4096];
+    passwd entry;
+    passwd* found = nullptr;
+    if (getpwuid_r(geteuid(), &entry, buffer, sizeof buffer, &found) != 0 || !found) {
+        return String();
+    }
+    return String(found->pw_name);
+}
+
+namespace {
+
+CIMObjectPath classPath(const CIMName& className) {
+    return CIMObjectPath(String(), CIMNamespaceName(), className);
+}
+
+CIMObjectPath withoutPlace(const CIMObjectPath& path) {
+    return CIMObjectPath(String(), CIMNamespaceName(), path.getClassName(), path.getKeyBindings());
+}
+
+// What decoding the request in the server would give: nothing shared with the caller.
+void copyContents(Request& request) {
+    if (!request.instance.isUninitialized()) {
+        request.instance = request.instance.clone();
+        const bool isNew = request.operation == Operation::CreateInstance;
+        request.path = isNew ? classPath(request.path.getClassName()) : withoutPlace(request.path);
+        request.instance.setPath(request.path);
+    }
+    if (!request.cimClass.isUninitialized()) {
+        request.cimClass = request.cimClass.clone();
+    }
+    Array<CIMParamValue> parameters;
+    for (Uint32 i = 0; i < request.parameters.size(); i++) {
+        parameters.append(request.parameters[i].clone());
+    }
+    request.parameters = parameters;
+    static const String& user = *new String(userName());  // lives on for what runs at exit
+    request.context = OperationContext();
+    request.context.insert(IdentityContainer(user));
+}
+
+CIMException clientError(const Failure& failure) {
+    return CIMException(failure.code, failure.clientMessage());
+}
+
+[[noreturn]] void malformedAnswer(const Request& request) {
+    String message("malformed response: no object in the answer to ");
+    message.append(String(operationName(request.operation)));
+    throw CIMClientXmlException(message);
+}
+
+// The order of the list, which names all of them.
+void putInOrder(NamedList<CIMProperty>& properties, const CIMPropertyList& list) {
+    NamedList<CIMProperty> ordered;
+    for (Uint32 i = 0; i < list.size(); i++) {
+        const Uint32 index = properties.find(list[i]);
+        if (index != PEG_NOT_FOUND && ordered.find(list[i]) == PEG_NOT_FOUND) {
+            ordered.add(properties.at(index), "property");
+        }
+    }
+    properties = std::move(ordered);
+}
+
+CIMInstance transmitted(const CIMInstance& delivered, const Request& request,
+                        const Answer& answer) {
+    CIMInstance instance = delivered.clone();
+    instance.instanceFilter(request.includeQualifiers, request.includeClassOrigin,
+                            answer.propertyList);
+    if (request.operation == Operation::EnumerateInstances && !answer.propertyList.isNull()) {
+        putInOrder(HandleAccess::rep(instance)->properties, answer.propertyList);
+    }
+    return instance;
+}
+
+CIMObject transmitted(const CIMObject& delivered, const Request& request, const Answer& answer) {
+    if (delivered.isClass()) {
+        return delivered.clone();
+    }
+    return CIMObject(transmitted(CIMInstance(delivered), request, answer));
+}
+
+// What encoding the answer would leave of it.
+Answer transmitted(const Request& request, Answer delivered) {
+    const bool single = request.operation == Operation::GetInstance;
+    if ((single && delivered.instances.size() == 0) ||
+        (request.operation == Operation::CreateInstance && delivered.paths.size() == 0)) {
+        malformedAnswer(request);
+    }
+    for (const auto& guard : delivered.guards) {
+        guard->encoding();
+    }
+    Answer answer;
+    answer.classes = delivered.classes;
+    answer.names = delivered.names;
+    answer.qualifiers = delivered.qualifiers;
+    answer.returnValue = delivered.returnValue;
+    for (Uint32 i = 0; i < delivered.instances.size(); i++) {
+        CIMInstance instance = transmitted(delivered.instances[i], request, delivered);
+        instance.setPath(single ? classPath(instance.getClassName())
+                                : withoutPlace(instance.getPath()));
+        answer.instances.append(instance);
+    }
+    const bool placed = request.operation == Operation::AssociatorNames ||
+                        request.operation == Operation::ReferenceNames;
+    for (Uint32 i = 0; i < delivered.paths.size(); i++) {
+        answer.paths.append(placed ? delivered.paths[i] : withoutPlace(delivered.paths[i]));
+    }
+    for (Uint32 i = 0; i < delivered.objects.size(); i++) {
+        answer.objects.append(transmitted(delivered.objects[i], request, delivered));
+    }
+    for (Uint32 i = 0; i < delivered.parameters.size(); i++) {
+        answer.parameters.append(delivered.parameters[i].clone());
+    }
+    return answer;
+}
+
+std::shared_ptr<Pending> submitFor(LocalServer& server,
+                                   const std::shared_ptr<const Request>& request) {
+    try {
+        return server.submit(request);
+    } catch (const CIMException& e) {
+        throw clientError({e.getCode(), e.getMessage()});
+    }
+}
+
+}  // namespace
+
+void ClientConnection::connectLocal() {
+    _server = LocalServer::started();
+    if (!_server) {
+        throw CannotConnectException(
+            String("Cannot connect to local CIM server: no server is started in this process"));
+    }
+}
+
+void ClientConnection::connect(const String& host, Uint32 port, const String& user,
+                               const String& password) {
+    const Connector* const connector = Connector::installed();
+    if (!connector) {
+        throw CannotConnectException(
+            String("Cannot connect to ") + host +
+            String(": this program knows no network; link velmar_remote::wire, or use "
+                   "connectLocal"));
+    }
+    _remote = connector->connect(host, port, user, password, _timeout);
+}
+
+Answer ClientConnection::exchange(Request request) {
+    if (_remote) {
+        return _remote->exchange(request, _timeout);
+    }
+    if (!_server) {
+        throw NotConnectedException();
+    }
+    copyContents(request);
+    const auto sent = std::make_shared<const Request>(std::move(request));
+    const std::shared_ptr<Pending> pending = submitFor(*_server, sent);
+    if (!pending->wait(std::chrono::milliseconds(_timeout))) {
+        _server->noteTimeout(*sent, _timeout);
+        throw ConnectionTimeoutException();
+    }
+    if (pending->failure()) {
+        throw clientError(*pending->failure());
+    }
+    return transmitted(*sent, std::move(pending->answer()));
+}
+
+Answer HandleConnection::exchange(Request request) {
+    const Gate::Pass pass(_gate, operationName(request.operation));
+    if (!_connection.isConnected()) {
+        _connection.connectLocal();
+    }
+    try {
+        return _connection.exchange(std::move(request));
+    } catch (const CIMException& e) {
+        // Another server may be there for the next upcall.
+        if (e.getCode() == CIM_ERR_SERVER_IS_SHUTTING_DOWN) {
+            _connection.disconnect();
+        }
+        throw;
+    }
+}
+
+}  // namespace velmar_embedded

@@ -1,0 +1,61 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// The messages of DSP0201: requests and their responses, exports and theirs.
+#ifndef VELMAR_WIRE_MESSAGES_H
+#define VELMAR_WIRE_MESSAGES_H
+
+#include <Pegasus/Common/CIMInstance.h>
+
+#include <optional>
+#include <string>
+
+#include "Intrinsics.h"
+#include "client/Request.h"
+
+namespace velmar_wire {
+
+/// A simple request as it was sent.
+struct Call {
+    std::string id;
+    std::string method;
+    const Intrinsic* intrinsic = nullptr;  ///< null for an extrinsic method, or when refused
+    bool isExtrinsic = false;
+    Pegasus::CIMNamespaceName nameSpace;
+    Pegasus::CIMObjectPath object;  ///< of an extrinsic method: namespace, class and keys
+    std::optional<velmar_embedded::Request> request;
+    std::optional<velmar_embedded::Failure> refusal;  ///< why the request was not read
+};
+
+// Server side.
+
+/// Throws MessageFault for what is no simple request of the protocol version that its HTTP header
+/// says; a request that cannot be served is one with a refusal.
+Call readCall(const std::string& body, const std::string& protocolInHeader = "1.0");
+std::string responseTo(const Call& call, const velmar_embedded::Answer& answer);
+/// `text` is the whole DESCRIPTION; an empty one is left out.
+std::string errorTo(const Call& call, Pegasus::CIMStatusCode code, const Pegasus::String& text);
+/// A response that lacks its result.
+std::string emptyResponseTo(const Call& call);
+
+// Client side.
+
+std::string requestMessage(const velmar_embedded::Request& request, unsigned id);
+/// "GetInstance", for an extrinsic method its own name.
+std::string methodOf(const velmar_embedded::Request& request);
+/// The value of the CIMObject header.
+std::string objectOf(const velmar_embedded::Request& request);
+/// The same for a request that was read.
+std::string objectOf(const Call& call);
+/// Throws CIMException for an error in the response, MessageFault if it is not a response to
+/// the request.
+velmar_embedded::Answer readResponse(const velmar_embedded::Request& request,
+                                     const std::string& body);
+
+// Exports.
+
+std::string exportMessage(const Pegasus::CIMInstance& indication, unsigned id);
+
+}  // namespace velmar_wire
+
+#endif

@@ -1,0 +1,113 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// Serves requests on worker threads: routes them to providers and to the schema.
+//
+// The functions are thread-safe and throw what goes wrong; the worker turns that into a Failure.
+#ifndef VELMAR_EMBEDDED_REQUESTS_DISPATCH_H
+#define VELMAR_EMBEDDED_REQUESTS_DISPATCH_H
+
+#include <Pegasus/Common/CIMObjectPath.h>
+
+#include <functional>
+#include <vector>
+
+#include <velmar_embedded/ServerTypes.h>
+#include <velmar_embedded/schema/Repository.h>
+#include "checks/CallWatch.h"
+#include "checks/Checks.h"
+#include "client/Request.h"
+#include "providers/Problems.h"
+#include "providers/Registry.h"
+#include "providers/RunningCalls.h"
+#include "requests/WorkerPool.h"
+
+namespace velmar_embedded {
+
+/// What serving needs of the server.
+struct Services {
+    Repository& repository;
+    Registry& registry;
+    WorkerPool& workers;
+    Problems& problems;
+    RunningCalls& running;
+    velmar_checks::Checks& checks;
+    std::function<void(const ProviderCall&)> observeCall;  ///< set before the first request
+    std::function<void(const Arrival&)> observeArrival;    ///< the same
+};
+
+Answer serve(Services& services, const Request& request);
+
+// What `serve` chooses from.
+Answer serveClass(Services& services, const Request& request);
+Answer serveInstance(Services& services, const Request& request);
+Answer serveMethod(Services& services, const Request& request);
+Answer serveAssociation(Services& services, const Request& request);
+
+/// Throws CIMException: CIM_ERR_INVALID_NAMESPACE for an unknown namespace, `code` with the class
+/// name for an unknown class.
+void requireClass(const Services& services, const Pegasus::CIMNamespaceName& nameSpace,
+                  const Pegasus::CIMName& className, Pegasus::CIMStatusCode code);
+
+/// The path that a provider gets: this host, the request's namespace, and the keys given.
+Pegasus::CIMObjectPath providerPath(
+    const Request& request, const Pegasus::CIMName& className,
+    const Pegasus::Array<Pegasus::CIMKeyBinding>& keys = Pegasus::Array<Pegasus::CIMKeyBinding>());
+
+/// The class as the request's flags and property list want it; its path holds the name alone.
+Pegasus::CIMClass classFor(const Services& services, const Request& request,
+                           const Pegasus::CIMName& className);
+
+/// Runs the tasks in parallel on workers and throws the failure of the first that failed; clients
+/// hear the text of one among several without its code, if `plain`.
+void fanOut(Services& services, std::vector<std::function<void()>> tasks, bool plain);
+
+/// Throws CIMException (CIM_ERR_FAILED) when the request that this thread serves is nested deeper
+/// than Nesting::limit.
+void checkNesting(const Purpose& purpose, const LoadedProvider& provider);
+
+/// Runs a provider's operation, which delivers to the handler, under the eyes of the checks.
+template <class Handler, class Call>
+void callWatched(Services& services, const LoadedProvider& provider, const Request& request,
+                 const Pegasus::CIMName& asked, Handler& handler, Answer& answer, Call&& call) {
+    velmar_checks::CallWatch watch(services.checks, provider.name(), request, asked);
+    handler.watch(&watch);
+    try {
+        call();
+    } catch (...) {
+        handler.watch(nullptr);
+        watch.threw();
+        throw;
+    }
+    handler.watch(nullptr);
+    watch.returned();
+    if (watch.guard()) {
+        answer.guards.push_back(watch.guard());
+    }
+}
+
+/// Calls an operation of a provider's interface, which is loaded first. It delivers to `handler`
+/// what becomes part of `answer`; `asked` is the class that it is asked for.
+template <class Interface, class Handler, class Call>
+void callProvider(Services& services, LoadedProvider& provider, const Request& request,
+                  const Pegasus::CIMObjectPath& path, const Pegasus::CIMName& asked,
+                  Handler& handler, Answer& answer, Call&& call) {
+    const Purpose purpose{operationName(request.operation), &path.getClassName()};
+    checkNesting(purpose, provider);
+    const RunningCalls::Scope running(services.running, purpose, provider.title(), &request);
+    Interface& object = provider.load<Interface>(purpose);
+    if (services.observeCall) {
+        services.observeCall(
+            {purpose.operation, provider.name(), path, request.fromHandle,
+             static_cast<const char*>(request.methodName.getString().getCString())});
+    }
+    if (services.checks.areOn() && !provider.isOwn()) {
+        callWatched(services, provider, request, asked, handler, answer, [&] { call(object); });
+    } else {
+        call(object);
+    }
+}
+
+}  // namespace velmar_embedded
+
+#endif
