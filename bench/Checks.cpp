@@ -58,7 +58,7 @@ class Items : public Things {
 
 // One server at a time.
 struct Site {
-    Site(bool checks, bool fresh) {
+    Site(bool checks, bool fresh) : server({nullptr, checks}) {
         Items* const items = new Items(fresh);
         for (int i = 0; i < 100; i++) {
             items->_cache.insert(makeItem(i));
@@ -69,7 +69,6 @@ struct Site {
         server.registerProvider(
             "Items", items,
             {{"B_Item", {NAMESPACE}, {ProviderType::Instance, ProviderType::Method}, {}}});
-        server.enableChecks(checks);
         server.start();
     }
     velmar_embedded::Server server;

@@ -43,7 +43,7 @@ RegisteredClass& entry(std::vector<RegisteredClass>& classes, velmar_embedded::S
 
 std::vector<RegisteredClass> registeredClasses(velmar_embedded::Server& server) {
     const Array<CIMInstance> registrations = server.repository().instances(
-        CIMNamespaceName("root/PG_InterOp"), CIMName("PG_ProviderCapabilities"));
+        CIMNamespaceName(velmar_embedded::interopNamespace), CIMName("PG_ProviderCapabilities"));
     std::vector<RegisteredClass> classes;
     for (Uint32 i = 0; i < registrations.size(); i++) {
         const CIMName name(valueOf<String>(registrations[i], "ClassName"));

@@ -88,24 +88,48 @@ class StandardDescriptors {
     const std::vector<int> _open;
 };
 
-void observe(velmar_embedded::Server& server, Record& record,
-             const std::function<void(const Finding&)>& tell) {
-    server.observeFindings(tell);  // the record gets them, in case the end is missing
-    server.observeProblems([&](const std::string& text) {
-        std::string line = text;
-        std::replace(line.begin(), line.end(), '\n', ' ');
-        record.problems.append(line + "\n");
-    });
-    server.observeArrivals([&](const velmar_embedded::Arrival& arrival) {
+// Keeps in the record what is heard, in case the end is missing.
+class CheckObserver : public CallObserver {
+ public:
+    explicit CheckObserver(Record& record) : _record(record) {}
+
+    void onRequest(const velmar_embedded::Arrival& arrival) override {
         if (!arrival.fromHandle) {
-            char text[sizeof record.request.text] = "";
+            char text[sizeof _record.request.text] = "";
             snprintf(text, sizeof text, "%s of %s", arrival.operation.c_str(),
                      static_cast<const char*>(arrival.path.toString().getCString()));
-            record.request.note(text);
+            _record.request.note(text);
         }
-    });
-    watchForCrashes(server, record.call);
-}
+    }
+    void onProblem(const std::string& text) override {
+        std::string line = text;
+        std::replace(line.begin(), line.end(), '\n', ' ');
+        _record.problems.append(line + "\n");
+    }
+    void onFinding(const Finding& finding) override {
+        const std::lock_guard<std::mutex> guard(_lock);
+        _record.findingsLost += !_record.findings.append(textOf(toJson(finding), -1));
+    }
+
+ private:
+    Record& _record;
+    std::mutex _lock;
+};
+
+// A server that does not stop, and its observer, stay.
+struct CheckedServer {
+    explicit CheckedServer(Record& record) : observer(record), server(optionsWith(observer)) {}
+
+    CheckObserver observer;
+    velmar_embedded::Server server;
+
+ private:
+    static velmar_embedded::ServerOptions optionsWith(CheckObserver& observer) {
+        velmar_embedded::ServerOptions options;
+        options.observer = &observer;
+        return options;
+    }
+};
 
 void leaveOut(const std::vector<std::string>& allowed, Results& results) {
     const auto isAllowed = [&](const Finding& finding) {
@@ -116,17 +140,14 @@ void leaveOut(const std::vector<std::string>& allowed, Results& results) {
     results.findings.erase(end, results.findings.end());
 }
 
-Results check(const CheckOptions& options, velmar_embedded::Server& server, Record& record) {
+Results check(const CheckOptions& options, CheckedServer& checked, Record& record) {
     Results results;
-    // A server that does not stop has it for longer than this call.
-    const auto tell = [lock = std::make_shared<std::mutex>(), &record](const Finding& finding) {
-        const std::lock_guard<std::mutex> guard(*lock);
-        record.findingsLost += !record.findings.append(textOf(toJson(finding), -1));
-    };
-    velmar_checks::Findings driven(tell);
+    velmar_embedded::Server& server = checked.server;
+    velmar_checks::Findings driven(
+        [&](const Finding& finding) { checked.observer.onFinding(finding); });
     const Reporter package(driven, "", "");
     const StandardDescriptors descriptors;
-    observe(server, record, tell);
+    watchForCrashes(record.call);
     try {
         options.package.load(server);
         server.start();
@@ -162,7 +183,7 @@ ExitCode checkInto(Record& record, const CheckOptions& options) {
     if (options.json) {
         dup2(STDERR_FILENO, STDOUT_FILENO);  // what providers print stays out of the document
     }
-    auto server = std::make_unique<velmar_embedded::Server>();
+    auto server = std::make_unique<CheckedServer>(record);
     Results results = check(options, *server, record);
     const ExitCode code = results.findings.empty() ? Good : Findings;
     while (!record.report.append(textOf(toJson(results), -1))) {

@@ -164,19 +164,6 @@ void note() {
     lastCall->note(current);
 }
 
-void noteCall(const velmar_embedded::ProviderCall& call) {
-    const Pegasus::CString path = call.path.toString().getCString();
-    snprintf(current, sizeof current, "provider \"%s\", operation %s%s%s, %s",
-             call.provider.c_str(), call.operation.c_str(), call.method.empty() ? "" : " ",
-             call.method.c_str(), static_cast<const char*>(path));
-    note();
-}
-
-void noteLoad(const std::string& provider, const char* step) {
-    snprintf(current, sizeof current, "provider \"%s\", its %s", provider.c_str(), step);
-    note();
-}
-
 // A provider that ends the process does so on a thread of the server.
 void onExit() {
     if (current[0] != '\0' && getpid() == process && pthread_equal(pthread_self(), watching) == 0) {
@@ -210,10 +197,21 @@ void LastCall::keep(const char (&what)[1024]) {
     began = now();
 }
 
-void watchForCrashes(velmar_embedded::Server& server, LastCall& last) {
+void CallObserver::onCall(const velmar_embedded::ProviderCall& call) {
+    const Pegasus::CString path = call.path.toString().getCString();
+    snprintf(current, sizeof current, "provider \"%s\", operation %s%s%s, %s",
+             call.provider.c_str(), call.operation.c_str(), call.method.empty() ? "" : " ",
+             call.method.c_str(), static_cast<const char*>(path));
+    note();
+}
+
+void CallObserver::onLoad(const std::string& provider, const char* step) {
+    snprintf(current, sizeof current, "provider \"%s\", its %s", provider.c_str(), step);
+    note();
+}
+
+void watchForCrashes(LastCall& last) {
     lastCall = &last;
-    server.observeCalls(noteCall);
-    server.observeLoads(noteLoad);
     watching = pthread_self();
     process = getpid();
     atexit(onExit);

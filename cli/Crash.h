@@ -5,10 +5,11 @@
 #ifndef VELMAR_CLI_CRASH_H
 #define VELMAR_CLI_CRASH_H
 
-#include <velmar_embedded/Server.h>
+#include <velmar_embedded/Observer.h>
 
 #include <atomic>
 #include <cstdint>
+#include <string>
 
 namespace velmar_cli {
 
@@ -29,9 +30,16 @@ int64_t now();
 /// From here on, stderr gets the call and a backtrace where the process ends by SIGSEGV (also where
 /// the stack is used up), SIGBUS, SIGFPE, SIGILL or SIGABRT, the text of an exception that nothing
 /// catches, and the call in which a provider calls exit; the process then ends as it would have.
-/// Calls are written down in `last`, which must outlive the server. Takes the server's observers of
-/// calls and loads. Call it once, before the server starts.
-void watchForCrashes(velmar_embedded::Server& server, LastCall& last);
+/// Calls that a CallObserver hears of are written down in `last`, which must outlive the server.
+/// Call it once, before the server starts.
+void watchForCrashes(LastCall& last);
+
+/// Notes the call that each thread is in.
+class CallObserver : public velmar_embedded::Observer {
+ public:
+    void onCall(const velmar_embedded::ProviderCall& call) override;
+    void onLoad(const std::string& provider, const char* step) override;
+};
 
 }  // namespace velmar_cli
 

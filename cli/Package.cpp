@@ -174,7 +174,7 @@ void Package::load(velmar_embedded::Server& server) const {
         server.compileMof(nameSpace, file, includes);
     }
     for (const std::string& file : registrations) {
-        server.compileMof("root/PG_InterOp", file, includes);
+        server.compileMof(velmar_embedded::interopNamespace, file, includes);
     }
     for (const std::string& directory : modules) {
         server.addProviderDirectory(directory);

@@ -57,9 +57,12 @@ ExitCode serve(Arguments& arguments) {
     arguments.package.resolve();
     arguments.wire.delivery.interval =
         std::chrono::milliseconds(static_cast<long long>(arguments.retryInterval * 1000));
-    velmar_embedded::Server server;
     static LastCall last;
-    watchForCrashes(server, last);
+    watchForCrashes(last);
+    CallObserver observer;
+    velmar_embedded::ServerOptions options;
+    options.observer = &observer;
+    velmar_embedded::Server server(options);
     arguments.package.load(server);
     server.start();
     {

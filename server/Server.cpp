@@ -8,46 +8,13 @@
 #include <stdexcept>
 #include <utility>
 
-#include "RunningServer.h"
-#include "model/Utf8.h"
+#include "ServerImpl.h"
 
 using namespace Pegasus;
 
 namespace velmar_embedded {
 
-struct Server::Impl {
-    std::shared_ptr<RunningServer> server = std::make_shared<RunningServer>();
-
-    // Runs a compilation into a namespace and registers what it brought.
-    template <class Compile>
-    void compile(const std::string& file, const std::string& nameSpace, Compile compile,
-                 Module::EntryPoint entryPoint = nullptr) {
-        RegistrationReader& reader = server->registrationReader();
-        const auto stored = [&](const CIMNamespaceName& in, const CIMObjectPath& path,
-                                const std::string& from,
-                                unsigned line) { reader.note(in, path, from, line); };
-        try {
-            compile(CIMNamespaceName(nameSpace.c_str()), stored);
-        } catch (const InvalidNamespaceNameException& e) {
-            throw MofError(file, MofFault(0, utf8(e.getMessage())));
-        }
-        reader.readInstances(entryPoint);
-        server->registered();
-    }
-
-    void registerProvider(const std::string& name, ProviderFactory create,
-                          const std::vector<Capabilities>& capabilities) {
-        auto provider = server->registry().addProvider(
-            name, std::move(create),
-            [server = server.get(), name] { return server->makeChannel(name); });
-        for (const Capabilities& served : capabilities) {
-            server->registry().addCapabilities(provider, served);
-        }
-        server->registered();
-    }
-};
-
-Server::Server() : _impl(std::make_unique<Impl>()) {}
+Server::Server(const ServerOptions& options) : _impl(std::make_shared<Impl>(options)) {}
 
 Server::~Server() { stop(); }
 
@@ -66,10 +33,8 @@ void Server::compileMofText(const std::string& nameSpace, const std::string& tex
 }
 
 void Server::addProviderDirectory(const std::string& directory) {
-    _impl->server->registrationReader().addDirectory(directory);
+    _impl->registrationReader.addDirectory(directory);
 }
-
-void Server::keepModules() { _impl->server->registrationReader().keepModules(); }
 
 void Server::registerProvider(const std::string& name, CIMProvider* provider,
                               const std::vector<Capabilities>& capabilities) {
@@ -103,69 +68,54 @@ void Server::registerProvider(const std::string& registration,
     const auto compile = [&](const CIMNamespaceName& into, const MofObserver& stored) {
         velmar_embedded::compileMof(repository(), into, registration, {stored, {}, {}});
     };
-    _impl->compile(registration, "root/PG_InterOp", compile, entryPoint);
+    _impl->compile(registration, interopNamespace, compile, entryPoint);
 }
 
-void Server::start() { _impl->server->start(); }
+void Server::start() { _impl->start(); }
 
-void Server::stop() { _impl->server->stop(); }
-
-void Server::setStopPatience(std::chrono::milliseconds patience) {
-    _impl->server->setStopPatience(patience);
-}
+void Server::stop() { _impl->stop(); }
 
 std::string Server::subscribe(const std::string& query,
                               const std::vector<std::string>& sourceNameSpaces,
                               std::function<void(const CIMInstance&)> subscriber,
                               size_t queueCapacity) {
-    return _impl->server->subscribe(query, sourceNameSpaces, std::move(subscriber), queueCapacity);
+    const std::shared_ptr<Subscription> subscription =
+        _impl->subscriptions.prepare(query, sourceNameSpaces, std::move(subscriber), queueCapacity);
+    if (!_impl->subscriptions.store(subscription)) {
+        _impl->admission.complete([&] { _impl->subscriptions.create(subscription); });
+    }
+    return subscription->id;
 }
 
-void Server::unsubscribe(const std::string& id) { _impl->server->unsubscribe(id); }
+void Server::unsubscribe(const std::string& id) {
+    if (_impl->subscriptions.removeStored(id)) {
+        return;
+    }
+    std::shared_ptr<Subscription> removed;
+    _impl->admission.complete([&] { removed = _impl->subscriptions.remove(id); });
+    _impl->subscriptions.close(removed);  // on this thread, which may be in a subscriber
+}
 
 void Server::drain() {
-    _impl->server->subscriptions().drain();
-    _impl->server->teller().flush();
+    _impl->subscriptions.drain();
+    _impl->notices.flush();
 }
 
-IndicationCounts Server::indicationCounts() const {
-    return _impl->server->subscriptions().counts();
-}
+IndicationCounts Server::indicationCounts() const { return _impl->subscriptions.counts(); }
 
 IndicationCounts Server::indicationCounts(const std::string& id) const {
-    return _impl->server->subscriptions().counts(id);
+    return _impl->subscriptions.counts(id);
 }
 
 void Server::setDestinations(std::shared_ptr<Destinations> destinations) {
-    _impl->server->setDestinations(std::move(destinations));
+    const std::lock_guard<std::mutex> guard(_impl->destinationsLock);
+    _impl->destinations = std::move(destinations);
 }
 
-Repository& Server::repository() { return _impl->server->repository(); }
-
-void Server::observeCalls(std::function<void(const ProviderCall&)> observer) {
-    _impl->server->services().observeCall = std::move(observer);
-}
-
-void Server::observeLoads(std::function<void(const std::string&, const char*)> observer) {
-    _impl->server->checks().observeLoads(std::move(observer));
-}
-
-void Server::observeArrivals(std::function<void(const Arrival&)> observer) {
-    _impl->server->services().observeArrival = std::move(observer);
-}
-
-void Server::enableChecks(bool on) { _impl->server->checks().enable(on); }
-
-void Server::observeFindings(std::function<void(const velmar_checks::Finding&)> observer) {
-    _impl->server->checks().observe(std::move(observer));
-}
+Repository& Server::repository() { return _impl->repository; }
 
 std::vector<velmar_checks::Finding> Server::findings() const {
-    return _impl->server->checks().findings().all();
-}
-
-void Server::observeProblems(std::function<void(const std::string&)> observer) {
-    _impl->server->problems().observe(std::move(observer));
+    return _impl->checks.findings().all();
 }
 
 }  // namespace velmar_embedded

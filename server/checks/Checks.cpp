@@ -3,8 +3,6 @@
 
 #include "checks/Checks.h"
 
-#include <stdio.h>
-
 #include "checks/CreationRules.h"
 #include "checks/IndicationRules.h"
 #include "checks/LoadingRules.h"
@@ -14,20 +12,6 @@
 using namespace Pegasus;
 
 namespace velmar_checks {
-
-void Checks::tell(const Finding& finding) {
-    auto toObserver = [this, finding] {
-        try {
-            _observer(finding);
-        } catch (...) {
-            fprintf(stderr, "CIM server: the observer of findings failed, told of %s\n",
-                    toLine(finding).c_str());
-        }
-    };
-    if (!_observer || !_teller.queue(toObserver)) {
-        fprintf(stderr, "CIM server: %s\n%s\n", toLine(finding).c_str(), helpFor(finding).c_str());
-    }
-}
 
 void Checks::checkPackage(const std::vector<velmar_embedded::RegisteredModule>& modules) {
     if (!_on) {
@@ -65,7 +49,7 @@ void Checks::checkIndication(const std::string& provider, const CIMIndication& i
 
 void Checks::noteStored(const CIMNamespaceName& nameSpace, const CIMInstance& instance) {
     const Facts facts = _on ? _schema.find(nameSpace, instance.getClassName()) : nullptr;
-    if (facts && nameSpace != CIMNamespaceName("root/PG_InterOp")) {
+    if (facts && nameSpace != CIMNamespaceName(velmar_embedded::interopNamespace)) {
         const Reporter report(_findings, "", facts->name());
         checkGiven(report, *facts, "createInstance", instance);
         velmar_checks::noteStored(report, nameSpace, facts->name());
@@ -79,14 +63,14 @@ void Checks::checkClosed(const std::vector<std::string>& busy) {
 }
 
 void Checks::loading(const std::string& provider) {
-    if (_loadObserver) {
-        _loadObserver(provider, "constructor or initialize");
+    if (_notices.observer() != nullptr) {
+        _notices.observer()->onLoad(provider, "constructor or initialize");
     }
 }
 
 void Checks::terminating(const std::string& provider) {
-    if (_loadObserver) {
-        _loadObserver(provider, "terminate");
+    if (_notices.observer() != nullptr) {
+        _notices.observer()->onLoad(provider, "terminate");
     }
 }
 

@@ -3,7 +3,7 @@
 //
 // The checks as the server sees them: it tells what happens, they say what is wrong with it.
 //
-// Thread-safe, except enable, observe and observeLoads, which come before the server starts.
+// Thread-safe.
 #ifndef VELMAR_CHECKS_CHECKS_H
 #define VELMAR_CHECKS_CHECKS_H
 
@@ -22,32 +22,24 @@
 #include "checks/Findings.h"
 #include "checks/SharingRules.h"
 #include "providers/LoadedProvider.h"
+#include "providers/Notices.h"
 #include "providers/RegistrationReader.h"
 #include "providers/Registry.h"
-#include "providers/Teller.h"
 
 namespace velmar_checks {
 
 class Checks : public velmar_embedded::LoadObserver {
  public:
-    /// Borrows all three; the registry may be made later. The teller calls observers of findings.
+    /// Borrows all three; the registry may be made later.
     Checks(const velmar_embedded::Repository& schema, const velmar_embedded::Registry& registry,
-           velmar_embedded::Teller& teller)
+           velmar_embedded::Notices& notices, bool on)
         : _registry(registry),
-          _teller(teller),
-          _findings([this](const Finding& finding) { tell(finding); }),
+          _notices(notices),
+          _on(on),
+          _findings([this](const Finding& finding) { _notices.finding(finding); }),
           _schema(schema) {}
 
-    void enable(bool on) { _on = on; }
     bool areOn() const { return _on; }
-    /// Called by the teller with each new finding; without one findings go to stderr.
-    void observe(std::function<void(const Finding&)> observer) { _observer = std::move(observer); }
-
-    /// Called before a provider is loaded or terminated, on the thread that does it, with the
-    /// provider's name and the step; the checks need not be on.
-    void observeLoads(std::function<void(const std::string&, const char*)> observer) {
-        _loadObserver = std::move(observer);
-    }
 
     Findings& findings() { return _findings; }
     SchemaFacts& schema() { return _schema; }
@@ -77,13 +69,9 @@ class Checks : public velmar_embedded::LoadObserver {
                 bool staysLoaded) override;
 
  private:
-    void tell(const Finding& finding);
-
     const velmar_embedded::Registry& _registry;
-    velmar_embedded::Teller& _teller;
-    std::function<void(const Finding&)> _observer;
-    std::function<void(const std::string&, const char*)> _loadObserver;
-    bool _on = true;
+    velmar_embedded::Notices& _notices;
+    const bool _on;
     Findings _findings;
     SchemaFacts _schema;
     DeliveredObjects _deliveredObjects;

@@ -101,7 +101,7 @@ class IndicationSource::Handler : public IndicationResponseHandler {
         }
     }
     void blame(const char* fault) {
-        _source._services.problems.report(_source._provider.title() + ": " + fault +
+        _source._services.notices.problem(_source._provider.title() + ": " + fault +
                                           ", which ends a real server's process");
     }
 
@@ -128,13 +128,13 @@ bool IndicationSource::call(const Purpose& purpose, const CIMObjectPath& path, C
     const RunningCalls::Scope running(_services.running, purpose, _provider.title());
     try {
         auto& provider = _provider.load<CIMIndicationProvider>(purpose);
-        if (_services.observeCall) {
-            _services.observeCall({purpose.operation, _provider.name(), path, false, ""});
+        if (Observer* const observer = _services.notices.observer()) {
+            observer->onCall({purpose.operation, _provider.name(), path, false, ""});
         }
         call(provider);
         return true;
     } catch (...) {
-        _services.problems.report(_provider.title() + ": " + purpose.text() +
+        _services.notices.problem(_provider.title() + ": " + purpose.text() +
                                   " failed: " + describeCurrentException());
         return false;
     }

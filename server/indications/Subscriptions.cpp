@@ -36,7 +36,7 @@ CIMObjectPath end(const char* className, const std::string& name) {
     keys.append(
         CIMKeyBinding("SystemCreationClassName", CIMValue(System::getSystemCreationClassName())));
     keys.append(CIMKeyBinding("SystemName", CIMValue(System::getFullyQualifiedHostName())));
-    return CIMObjectPath(String(), CIMNamespaceName("root/PG_InterOp"), className, keys);
+    return CIMObjectPath(String(), CIMNamespaceName(interopNamespace), className, keys);
 }
 
 CIMInstance subscriptionInstance(const std::string& id) {
@@ -46,7 +46,7 @@ CIMInstance subscriptionInstance(const std::string& id) {
     Array<CIMKeyBinding> keys;
     keys.append(CIMKeyBinding("Filter", filter));
     keys.append(CIMKeyBinding("Handler", handler));
-    CIMObjectPath path(String(), CIMNamespaceName("root/PG_InterOp"), className, keys);
+    CIMObjectPath path(String(), CIMNamespaceName(interopNamespace), className, keys);
     path.setHost(System::getHostName());
     CIMInstance instance(className);
     instance.addProperty(CIMProperty("Filter", filter));
@@ -123,7 +123,7 @@ std::shared_ptr<Subscription> Subscriptions::prepare(const std::string& query,
     };
     subscription->queue = std::make_shared<IndicationQueue>(
         _services.workers, "subscription " + subscription->id + " (" + query + ")", capacity,
-        deliver, [this](const std::string& problem) { _services.problems.report(problem); });
+        deliver, [this](const std::string& problem) { _services.notices.problem(problem); });
     return subscription;
 }
 
@@ -185,7 +185,7 @@ void Subscriptions::offer(const std::shared_ptr<Subscription>& subscription, boo
             }
         });
         if (failure) {
-            _services.problems.report(utf8(failure->message));
+            _services.notices.problem(utf8(failure->message));
         }
     }
     if (subscription->accepted.empty()) {
@@ -217,7 +217,7 @@ void Subscriptions::createStored() {
     for (const std::shared_ptr<Subscription>& subscription : stored) {
         const auto failure = failureOf([&] { offer(subscription, false); });
         if (failure) {
-            _services.problems.report(subscription->queue->name() +
+            _services.notices.problem(subscription->queue->name() +
                                       " failed: " + utf8(failure->codedMessage()));
         }
     }
@@ -252,7 +252,7 @@ std::shared_ptr<Subscription> Subscriptions::remove(const std::string& id) {
     for (const Target& target : subscription->accepted) {
         const auto failure = failureOf([&] { target.first->remove(*subscription, target.second); });
         if (failure) {
-            _services.problems.report(utf8(failure->message));
+            _services.notices.problem(utf8(failure->message));
         }
     }
     return subscription;

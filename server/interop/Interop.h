@@ -21,14 +21,12 @@ namespace velmar_embedded {
 struct InteropServices {
     Repository& repository;
     Subscriptions& subscriptions;
-    Problems& problems;
+    Notices& notices;
     /// Null where nothing delivers to other processes.
     std::function<std::shared_ptr<Destinations>()> destinations;
     /// For the handle of the provider that is named.
     std::function<std::shared_ptr<Channel>(const std::string&)> makeChannel;
 };
-
-constexpr const char* interopNamespace = "root/PG_InterOp";
 
 /// Declares the classes and registers their providers. The namespace must be there.
 void addInterop(const InteropServices& services, Registry& registry);

@@ -300,9 +300,9 @@ class SubscriptionProvider : public CIMInstanceProvider {
             throw CIMException(CIM_ERR_NOT_SUPPORTED,
                                "This server delivers to no listener: it is not on the wire.");
         }
-        Problems& problems = _services.problems;
+        Notices& notices = _services.notices;
         return destinations->open(plain(required(destination, "Destination")),
-                                  [&problems](const std::string& text) { problems.report(text); });
+                                  [&notices](const std::string& text) { notices.problem(text); });
     }
 
     // An instance that a subscription refers to.

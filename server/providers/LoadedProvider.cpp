@@ -27,12 +27,12 @@ namespace {
 }  // namespace
 
 LoadedProvider::LoadedProvider(std::string name, ProviderFactory create, ChannelFactory makeChannel,
-                               Problems& problems, RunningCalls& running, LoadObserver* observer)
+                               Notices& notices, RunningCalls& running, LoadObserver* observer)
     : _name(std::move(name)),
       _title("provider \"" + _name + "\""),
       _create(std::move(create)),
       _makeChannel(std::move(makeChannel)),
-      _problems(problems),
+      _notices(notices),
       _running(running),
       _observer(observer),
       _loading(_title + " in its initialize") {}
@@ -73,7 +73,7 @@ CIMProvider* LoadedProvider::create(const Purpose& purpose) {
             throw;
         }
         // A caller after the first one hears the same error, whatever is missing for a new try.
-        _problems.report(_title + ": could not be re-created for " + purpose.text() +
+        _notices.problem(_title + ": could not be re-created for " + purpose.text() +
                          " after its initialize failed: " + describeCurrentException());
         failInitialization();
     }
@@ -90,7 +90,7 @@ void LoadedProvider::initialize(CIMProvider& object, const std::shared_ptr<Chann
         if (_observer) {
             _observer->notInitialized(_name);
         }
-        _problems.report(_title + ": initialize for " + purpose.text() +
+        _notices.problem(_title + ": initialize for " + purpose.text() +
                          " failed: " + describeCurrentException());
         terminate(object);
         failInitialization();
@@ -111,7 +111,7 @@ void LoadedProvider::terminate(CIMProvider& object) {
         if (_observer) {
             _observer->notTerminated(_name);
         }
-        _problems.report(_title + ": terminate failed: " + describeCurrentException());
+        _notices.problem(_title + ": terminate failed: " + describeCurrentException());
     }
 }
 

@@ -17,7 +17,7 @@
 
 #include "client/Channel.h"
 #include "client/Gate.h"
-#include "providers/Problems.h"
+#include "providers/Notices.h"
 #include "providers/RunningCalls.h"
 
 namespace velmar_embedded {
@@ -52,7 +52,7 @@ class LoadedProvider {
     /// `makeChannel` gives the channel of the handle for initialize. A provider of the server's
     /// own has no observer.
     LoadedProvider(std::string name, ProviderFactory create, ChannelFactory makeChannel,
-                   Problems& problems, RunningCalls& running, LoadObserver* observer);
+                   Notices& notices, RunningCalls& running, LoadObserver* observer);
     LoadedProvider(const LoadedProvider&) = delete;
     LoadedProvider& operator=(const LoadedProvider&) = delete;
 
@@ -92,7 +92,7 @@ class LoadedProvider {
     const std::string _title;
     const ProviderFactory _create;
     const ChannelFactory _makeChannel;
-    Problems& _problems;
+    Notices& _notices;
     RunningCalls& _running;
     LoadObserver* const _observer;
     Gate _loading;

@@ -16,8 +16,6 @@ namespace velmar_embedded {
 
 namespace {
 
-const char* const interopNamespace = "root/PG_InterOp";
-
 const char* const registrationClasses = R"(
 Qualifier Abstract : boolean = false, Scope(class, association, indication),
     Flavor(Restricted);
@@ -117,11 +115,11 @@ class RegistrationReader::Reader {
     const CIMConstInstance _instance;
 };
 
-RegistrationReader::RegistrationReader(Repository& repository, Registry& registry,
-                                       Problems& problems, MakeChannel makeChannel)
+RegistrationReader::RegistrationReader(Repository& repository, Registry& registry, Notices& notices,
+                                       MakeChannel makeChannel)
     : _repository(repository),
       _registry(registry),
-      _problems(problems),
+      _notices(notices),
       _makeChannel(std::move(makeChannel)) {
     _repository.createNamespace(CIMNamespaceName("root"));
     compileMofText(_repository, CIMNamespaceName(interopNamespace), registrationClasses,
@@ -222,7 +220,7 @@ void RegistrationReader::readCapabilities(const Reader& instance) {
                               "6 indication consumer, 7 instance query");
         }
         if (types[i] > 5) {
-            _problems.report("provider " + quoted(name) + ", class " + capabilities.className +
+            _notices.problem("provider " + quoted(name) + ", class " + capabilities.className +
                              ": this server does not use it as " +
                              (types[i] == 6 ? "indication consumer" : "instance query provider") +
                              " (ProviderType " + std::to_string(types[i]) + ")");
@@ -255,7 +253,8 @@ std::vector<RegisteredModule> RegistrationReader::modules() const {
     return result;
 }
 
-std::vector<std::string> RegistrationReader::closeModules(std::chrono::milliseconds patience) {
+std::vector<std::string> RegistrationReader::closeModules(std::chrono::milliseconds patience,
+                                                          bool keepsOpen) {
     std::map<std::string, std::shared_ptr<Module>> modules;
     {
         std::lock_guard<std::mutex> guard(_lock);
@@ -267,7 +266,7 @@ std::vector<std::string> RegistrationReader::closeModules(std::chrono::milliseco
         if (module->waitForThreads(patience) > 0) {
             busy.push_back(module->location());
         }
-        if (_keepsModules) {
+        if (keepsOpen) {
             module->keepLoaded();
         }
     }

@@ -7,7 +7,6 @@
 #ifndef VELMAR_EMBEDDED_PROVIDERS_REGISTRATIONREADER_H
 #define VELMAR_EMBEDDED_PROVIDERS_REGISTRATIONREADER_H
 
-#include <atomic>
 #include <chrono>
 #include <functional>
 #include <map>
@@ -39,13 +38,11 @@ class RegistrationReader {
 
     /// Declares the namespaces root and root/PG_InterOp, the latter with the registration classes
     /// and those above them. Registrations that are of no use here are reported.
-    RegistrationReader(Repository& repository, Registry& registry, Problems& problems,
+    RegistrationReader(Repository& repository, Registry& registry, Notices& notices,
                        MakeChannel makeChannel);
 
     /// Libraries are searched in the directories in the order of these calls.
     void addDirectory(const std::string& directory);
-    /// closeModules then leaves the libraries open.
-    void keepModules() { _keepsModules = true; }
     /// Notes where an instance of a registration class was declared; others are of no interest.
     void note(const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMObjectPath& path,
               const std::string& file, unsigned line);
@@ -56,7 +53,8 @@ class RegistrationReader {
     std::vector<RegisteredModule> modules() const;
     /// Closes the libraries; their providers must have gone from the registry. Those with threads
     /// that do not leave them within `patience` stay open: gives the locations of these.
-    std::vector<std::string> closeModules(std::chrono::milliseconds patience);
+    /// `keepsOpen`: all stay open.
+    std::vector<std::string> closeModules(std::chrono::milliseconds patience, bool keepsOpen);
 
  private:
     class Reader;
@@ -72,7 +70,7 @@ class RegistrationReader {
 
     Repository& _repository;
     Registry& _registry;
-    Problems& _problems;
+    Notices& _notices;
     const MakeChannel _makeChannel;
     mutable std::mutex _lock;
     std::set<std::string> _known;              // paths of the instances that were read
@@ -82,7 +80,6 @@ class RegistrationReader {
     std::map<std::pair<std::string, std::string>, std::shared_ptr<LoadedProvider>> _providers;
     mutable std::mutex _directoriesLock;
     std::vector<std::string> _directories;
-    std::atomic<bool> _keepsModules{false};
 };
 
 }  // namespace velmar_embedded

@@ -30,7 +30,7 @@ std::shared_ptr<LoadedProvider> Registry::addProvider(const std::string& name,
                                                       ProviderFactory create,
                                                       ChannelFactory makeChannel, bool own) {
     auto provider =
-        std::make_shared<LoadedProvider>(name, std::move(create), std::move(makeChannel), _problems,
+        std::make_shared<LoadedProvider>(name, std::move(create), std::move(makeChannel), _notices,
                                          _running, own ? nullptr : &_observer);
     std::unique_lock<std::shared_mutex> guard(_lock);
     _providers.push_back(provider);

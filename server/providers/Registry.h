@@ -40,8 +40,8 @@ struct Registration {
 class Registry {
  public:
     /// What providers report to, where their calls are kept, and who is told of their loading.
-    Registry(Problems& problems, RunningCalls& running, LoadObserver& observer)
-        : _problems(problems), _running(running), _observer(observer) {}
+    Registry(Notices& notices, RunningCalls& running, LoadObserver& observer)
+        : _notices(notices), _running(running), _observer(observer) {}
     Registry(const Registry&) = delete;
     Registry& operator=(const Registry&) = delete;
 
@@ -81,7 +81,7 @@ class Registry {
     };
     const Entry* findEntry(const std::string& key) const;
 
-    Problems& _problems;
+    Notices& _notices;
     RunningCalls& _running;
     LoadObserver& _observer;
     mutable std::shared_mutex _lock;

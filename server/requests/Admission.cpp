@@ -54,21 +54,22 @@ void Admission::leave() {
 
 std::shared_ptr<Pending> Admission::submit(std::shared_ptr<const Request> request,
                                            Gate::Chain chain) {
-    if (_services.observeArrival) {
-        _services.observeArrival(
-            {operationName(request->operation), request->path, request->fromHandle});
-    }
-    return run(request->fromHandle, chain, [this, request] { return serve(_services, *request); });
+    return run(
+        request->fromHandle, chain, [this, request] { return serve(_services, *request); },
+        request.get());
 }
 
 std::shared_ptr<Pending> Admission::run(bool fromHandle, Gate::Chain chain,
-                                        std::function<Answer()> work) {
+                                        std::function<Answer()> work, const Request* seen) {
     if (!enter(fromHandle)) {
         throw CIMException(CIM_ERR_SERVER_IS_SHUTTING_DOWN,
                            String("the server is shutting down or was stopped"));
     }
     auto pending = std::make_shared<Pending>();
     try {
+        if (Observer* const observer = _services.notices.observer(); observer && seen) {
+            observer->onRequest({operationName(seen->operation), seen->path, seen->fromHandle});
+        }
         const unsigned depth = Nesting::depth() + 1;
         _services.workers.run([this, pending, chain, depth, work = std::move(work)] {
             const Gate::Scope gates(chain);
@@ -78,7 +79,7 @@ std::shared_ptr<Pending> Admission::run(bool fromHandle, Gate::Chain chain,
             pending->finish(std::move(answer), std::move(failure));
             leave();
         });
-    } catch (const std::exception& e) {
+    } catch (...) {
         leave();
         throw Failure::ofCurrentException().exception();
     }

@@ -40,7 +40,9 @@ class Admission {
  private:
     enum class State { Prepared, Running, Draining, Stopped };
 
-    std::shared_ptr<Pending> run(bool fromHandle, Gate::Chain chain, std::function<Answer()> work);
+    // `seen` is what the observer hears of; null: nothing.
+    std::shared_ptr<Pending> run(bool fromHandle, Gate::Chain chain, std::function<Answer()> work,
+                                 const Request* seen = nullptr);
     bool enter(bool fromHandle);
     void leave();
 

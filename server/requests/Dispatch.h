@@ -17,7 +17,7 @@
 #include "checks/CallWatch.h"
 #include "checks/Checks.h"
 #include "client/Request.h"
-#include "providers/Problems.h"
+#include "providers/Notices.h"
 #include "providers/Registry.h"
 #include "providers/RunningCalls.h"
 #include "requests/WorkerPool.h"
@@ -29,11 +29,9 @@ struct Services {
     Repository& repository;
     Registry& registry;
     WorkerPool& workers;
-    Problems& problems;
+    Notices& notices;
     RunningCalls& running;
     velmar_checks::Checks& checks;
-    std::function<void(const ProviderCall&)> observeCall;  ///< set before the first request
-    std::function<void(const Arrival&)> observeArrival;    ///< the same
 };
 
 Answer serve(Services& services, const Request& request);
@@ -96,10 +94,9 @@ void callProvider(Services& services, LoadedProvider& provider, const Request& r
     checkNesting(purpose, provider);
     const RunningCalls::Scope running(services.running, purpose, provider.title(), &request);
     Interface& object = provider.load<Interface>(purpose);
-    if (services.observeCall) {
-        services.observeCall(
-            {purpose.operation, provider.name(), path, request.fromHandle,
-             static_cast<const char*>(request.methodName.getString().getCString())});
+    if (Observer* const observer = services.notices.observer()) {
+        observer->onCall({purpose.operation, provider.name(), path, request.fromHandle,
+                          static_cast<const char*>(request.methodName.getString().getCString())});
     }
     if (services.checks.areOn() && !provider.isOwn()) {
         callWatched(services, provider, request, asked, handler, answer, [&] { call(object); });

@@ -8,9 +8,9 @@
 
 #include <mutex>
 
+#include "requests/AssociationLookup.h"
 #include "requests/Collectors.h"
 #include "requests/Dispatch.h"
-#include "schema/AssociationLookup.h"
 
 using namespace Pegasus;
 

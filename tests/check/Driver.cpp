@@ -32,8 +32,6 @@ class Package : public ScriptedServer {
     velmar_driver::DriveOptions options;
 
     Package() {
-        server.observeFindings([](const velmar_checks::Finding&) {});  // of the checks themselves
-        server.observeProblems([](const std::string&) {});
         put(as, item(A1, 1));
         put(as, item("T_A.k=\"2\"", 2));
         put(fars, item(FAR1));

@@ -190,9 +190,7 @@ const std::vector<Mistake> mistakes{
     {"thread left behind",
      [](auto& p) {
          loadedFrom("TestModule", "Leaver")(p);
-         p.further = [further = p.further](auto& server) {
-             server.setStopPatience(std::chrono::milliseconds(20)), further(server);
-         };
+         p.options.stopPatience = std::chrono::milliseconds(20);
      },
      "loading.thread-left",
      {"libTestModule.so"}},
@@ -578,7 +576,7 @@ TEST(Checks, CountWhatRepeatsAndCanBeSwitchedOff) {
     EXPECT_GT(findings[0].count, 2u);
     EXPECT_EQ(findings[0].provider + findings[0].className + findings[0].element,
               "FansACME_FanModel");
-    package.further = [](velmar_embedded::Server& server) { server.enableChecks(false); };
+    package.options.checks = false;
     EXPECT_EQ(lines(package.use()), "");
 }
 

@@ -22,14 +22,14 @@ class Reports : public ScriptedServer {
     const char *const query = "SELECT * FROM T_Alert", *const alertPath = "root/test:T_Alert";
     std::function<void(const std::string&)> onProblem = [](const std::string&) {};
 
-    Reports() {
+    explicit Reports(const velmar_embedded::ServerOptions& options = {}) : ScriptedServer(options) {
         server.compileMofText("root/test", "class T_Alert { string Note; };");
-        server.observeProblems([this](const std::string& problem) {
+        observer.problem = [this](const std::string& problem) {
             onProblem(problem);
             std::lock_guard<std::mutex> guard(_lock);
             _problems += problem + "\n";
             _told.notify_all();
-        });
+        };
     }
     void TearDown() override { server.stop(); }  // before what providers use goes
 
@@ -137,8 +137,11 @@ TEST_F(Reports, ClientsThatWaitInVain) {
     server.stop();
 }
 
-TEST_F(Reports, StopSaysWhatItWaitsFor) {
-    server.setStopPatience(std::chrono::milliseconds(0));
+struct ReportsAtOnce : Reports {
+    ReportsAtOnce() : Reports({nullptr, true, false, std::chrono::milliseconds(0)}) {}
+};
+
+TEST_F(ReportsAtOnce, StopSaysWhatItWaitsFor) {
     Count begun, mayEnd;
     Scripted* provider = provide("P", {"T_A", "T_B"});
     provider->get = [&](const auto& call, auto& handler) {

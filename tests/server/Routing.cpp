@@ -94,7 +94,7 @@ class Routing : public ScriptedServer {
     CIMOMHandle cimom;
 
     Routing() {
-        server.observeArrivals([this](const auto& arrival) { _fromHandle = arrival.fromHandle; });
+        observer.request = [this](const auto& arrival) { _fromHandle = arrival.fromHandle; };
     }
     /// A provider whose calls are noted.
     Scripted* noting(const std::string& name, const std::vector<std::string>& classes,

@@ -55,7 +55,7 @@ TEST_F(Server, LifeCycle) {
 TEST_F(Server, FirstRequestsWaitForOneInitializeAndRunAtOnce) {
     const int threads = 8;
     Count arrived, initialized, inside;
-    server.observeArrivals([&](const auto&) { arrived.up(); });
+    observer.request = [&](const auto&) { arrived.up(); };
     Scripted* provider = provide("P", {"T_A", "T_B"});
     provider->onInitialize = [&](CIMOMHandle&) {
         arrived.waitFor(threads);
@@ -130,10 +130,10 @@ TEST_F(Server, LoadsModulesByRegistration) {
     server.addProviderDirectory(TEST_MODULE_DIR);
     std::string problems;
     Count reported;
-    server.observeProblems([&](const std::string& problem) {
+    observer.problem = [&](const std::string& problem) {
         problems += problem;
         reported.up();
-    });
+    };
     // A registration counts once, whatever is compiled after it.
     server.compileMofText("root/PG_InterOp",
                           module("M", "TestModule") + provider("ModuleProvider") +

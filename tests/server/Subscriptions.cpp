@@ -33,13 +33,13 @@ class Subscriptions : public ScriptedServer {
             class T_SubAlert : T_Alert { };
         )");
         server.compileMofText("root/other", "class T_Base { }; class T_Alert : T_Base { };");
-        server.observeProblems([this](const std::string& problem) {
+        observer.problem = [this](const std::string& problem) {
             {
                 const std::lock_guard<std::mutex> lock(_mutex);
                 problems += problem + "\n";
             }
             reports.up();
-        });
+        };
     }
     void TearDown() override { server.stop(); }  // before what providers and subscribers use goes
 

@@ -14,6 +14,7 @@
 #include "Common/IndicationMethodProvider.h"
 #include "Common/Util.h"
 #include "support/LinkServer.h"
+#include "support/TestObserver.h"
 
 namespace support {
 
@@ -102,6 +103,7 @@ struct FanPackage {
     std::string method = "Spin";
     CIMInstance created = fan("new");
     std::string furtherMof;  ///< compiled when the server runs
+    velmar_embedded::ServerOptions options;
     std::function<void(velmar_embedded::Server&)> further = [](velmar_embedded::Server&) {};
 
     /// Uses everything there is, whatever fails; gives the findings.
@@ -209,10 +211,10 @@ inline std::vector<velmar_checks::Finding> FanPackage::use() {
         } catch (...) {
         }
     };
-    velmar_embedded::Server server;
     std::vector<std::string> told;
-    server.observeFindings([&](const velmar_checks::Finding& one) { told.push_back(one.id); });
-    server.observeProblems([](const std::string&) {});
+    TestObserver observer;
+    observer.finding = [&](const velmar_checks::Finding& one) { told.push_back(one.id); };
+    velmar_embedded::Server server(observer.with(options));
     server.compileMofText(NAMESPACE, schema);
     server.registerProvider(
         "Fans", [this] { return new FanProvider(*this); }, fanTypes);

@@ -34,6 +34,7 @@
 #endif
 #include "support/HeldLocks.h"
 #include "support/Objects.h"
+#include "support/TestObserver.h"
 
 namespace support {
 
@@ -273,11 +274,13 @@ class Alerts : public CIMIndicationProvider {
 class ScriptedServer : public ::testing::Test {
  protected:
     const CIMNamespaceName ns{"root/test"};
+    TestObserver observer;
     velmar_embedded::Server server;
     CIMClient client;
     OperationContext none;
 
-    ScriptedServer() {
+    explicit ScriptedServer(const velmar_embedded::ServerOptions& options = {})
+        : server(observer.with(options)) {
         server.compileMofText("root/test", R"(
             Qualifier Key : boolean = false, Scope(property, reference),
                 Flavor(DisableOverride, ToSubclass);

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest-spi.h>
 
+#include "support/TestObserver.h"
+
 using namespace Pegasus;
 
 namespace {
@@ -32,8 +34,8 @@ TEST_F(Site, AlertReachesASubscriberOnce) {
 }
 
 TEST(Findings, AreFailures) {
-    velmar_embedded::Server server;
-    server.observeFindings([](const velmar_checks::Finding&) {});
+    support::TestObserver observer;
+    velmar_embedded::Server server(observer.with());
     server.compileMofText("root/test", "class Unserved { string Name; };");
     velmar_embedded::Capabilities served{"Missing", {"root/test"}, {}, {}};
     served.types.push_back(velmar_embedded::ProviderType::Instance);

@@ -22,7 +22,7 @@
 #include <vector>
 
 #include <velmar_checks/Finding.h>
-
+#include <velmar_embedded/Observer.h>
 #include <velmar_embedded/ServerTypes.h>
 #include <velmar_embedded/schema/Mof.h>
 #include <velmar_embedded/schema/Repository.h>
@@ -32,11 +32,24 @@ namespace velmar_embedded {
 
 class Destinations;
 
+/// What a server is made with.
+struct ServerOptions {
+    Observer* observer = nullptr;  ///< borrowed, outlives the server; null: as `Observer` does
+    /// The checks say what is wrong with registrations, classes, what providers deliver and what
+    /// clients give; clients are answered the same with and without.
+    bool checks = true;
+    /// Leaves provider libraries open at stop, so that what a leak checker reports at the end of
+    /// the process has names.
+    bool keepModules = false;
+    /// How long stop waits before it reports as problems what for.
+    std::chrono::milliseconds stopPatience{5000};
+};
+
 /// A CIM server inside this process.
 class Server {
  public:
     /// Knows the namespaces root and root/PG_InterOp, the latter with the PG_ registration classes.
-    Server();
+    explicit Server(const ServerOptions& options = {});
     /// Stops the server.
     ~Server();
     Server(const Server&) = delete;
@@ -53,9 +66,6 @@ class Server {
 
     /// Folder in which provider modules (lib<Location>.so) are searched, after those added before.
     void addProviderDirectory(const std::string& directory);
-    /// Leaves provider libraries open at stop, so that what a leak checker reports at the end of
-    /// the process has names.
-    void keepModules();
     /// Registers an object made in this process. The server owns it from here on and drives it
     /// like a loaded one: initialize before its first call, terminate (which deletes it) at stop.
     /// One that no request has asked for is deleted.
@@ -75,12 +85,9 @@ class Server {
     void start();
     /// Refuses new requests, waits for running operations, disables indications, hands over what
     /// is queued, terminates the providers, closes their libraries and tells the remaining
-    /// problems. Quiet when not started. Not in a subscriber; throws std::logic_error in an
-    /// observer of problems or findings.
+    /// problems. Quiet when not started. Not in a subscriber; throws std::logic_error in
+    /// Observer::onProblem and onFinding.
     void stop();
-    /// How long stop waits before it reports as problems what for; 5 s unless set before stop.
-    void setStopPatience(std::chrono::milliseconds patience);
-
     /// Subscribes to the indications of a class and its subclasses that come from the source
     /// namespaces; returns the id of the subscription. The indication providers registered for
     /// them (those registered later take no part) are loaded, get createSubscription and, at their
@@ -104,7 +111,7 @@ class Server {
     /// not wait for. Throws CIMException (CIM_ERR_NOT_FOUND).
     void unsubscribe(const std::string& id);
     /// Waits until what was delivered before has been handed to the subscribers, and the problems
-    /// and findings reported before have been told (not in an observer of these, which does not
+    /// and findings reported before have been told (not in the observer of these, which does not
     /// wait for itself). Throws std::logic_error in a subscriber.
     void drain();
     /// Of all subscriptions since start, the ended ones included. An indication counts once for
@@ -120,35 +127,13 @@ class Server {
     /// Classes and instances that no provider serves. It lives as long as the server.
     Repository& repository();
 
-    /// Called on the worker thread before every provider call; set before start.
-    void observeCalls(std::function<void(const ProviderCall&)> observer);
-    /// Called before a provider's object is made and initialized, and before it is terminated, with
-    /// its name and "constructor or initialize" or "terminate", on the thread that does it; set
-    /// before start.
-    void observeLoads(std::function<void(const std::string&, const char*)> observer);
-    /// Called on the caller's thread for every request that arrives; set before start.
-    void observeArrivals(std::function<void(const Arrival&)> observer);
-    /// Called with what no caller hears of, one problem at a time, in their order, on a thread of
-    /// its own (from where all but stop may be called): why an initialize or a terminate failed, a
-    /// provider that refuses a subscription or delivers after it was disabled, a full queue, a
-    /// subscriber that throws, a client that timed out, what a slow stop waits for. Set
-    /// before start; without one, and after stop, they go to stderr.
-    void observeProblems(std::function<void(const std::string&)> observer);
-
-    /// The checks say what is wrong with registrations, classes, what providers deliver and what
-    /// clients give; clients are answered the same with and without. On unless switched off before
-    /// start.
-    void enableChecks(bool on);
-    /// Called with each new finding, on the thread of observeProblems; set before start. Without an
-    /// observer they go to stderr, one line each.
-    void observeFindings(std::function<void(const velmar_checks::Finding&)> observer);
     /// All findings so far, each once with its count; what concerns a request is there when its
     /// caller has the answer.
     std::vector<velmar_checks::Finding> findings() const;
 
  private:
     struct Impl;
-    std::unique_ptr<Impl> _impl;
+    std::shared_ptr<Impl> _impl;
 };
 
 }  // namespace velmar_embedded

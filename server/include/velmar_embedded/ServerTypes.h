@@ -17,6 +17,9 @@
 
 namespace velmar_embedded {
 
+/// Where registrations, subscriptions and what the server says of itself are.
+constexpr const char* interopNamespace = "root/PG_InterOp";
+
 /// Provider types, with the numbers of PG_ProviderCapabilities.ProviderType.
 enum class ProviderType { Instance = 2, Association = 3, Indication = 4, Method = 5 };
 

@@ -102,6 +102,19 @@ class Subscriber {
 
 /// Serves a package while a test runs; `client` is connected to it.
 class ServedPackage : public ::testing::Test {
+ private:
+    // Findings are failures at the end.
+    struct Quiet : velmar_embedded::Observer {
+        velmar_embedded::ServerOptions options() {
+            velmar_embedded::ServerOptions result;
+            result.observer = this;
+            result.keepModules = true;
+            return result;
+        }
+        void onFinding(const velmar_checks::Finding&) override {}
+    };
+    Quiet _observer;  // older than the server
+
  protected:
     /// PegasusCreateProvider of a package.
     using EntryPoint = Pegasus::CIMProvider* (*)(const Pegasus::String& providerName);
@@ -111,6 +124,7 @@ class ServedPackage : public ::testing::Test {
     /// have. Throws velmar_embedded::MofError.
     explicit ServedPackage(const PackageFiles& files, EntryPoint entryPoint = nullptr)
         : nameSpace(files.nameSpace.c_str()),
+          server(_observer.options()),
           _isThereTwice(entryPoint == nullptr && !files.modules.empty() &&
                         PegasusCreateProvider != nullptr) {
         for (const std::string& schema : files.schemas) {
@@ -118,7 +132,7 @@ class ServedPackage : public ::testing::Test {
         }
         for (const std::string& registration : files.registrations) {
             if (entryPoint == nullptr) {
-                server.compileMof("root/PG_InterOp", registration, files.includes);
+                server.compileMof(velmar_embedded::interopNamespace, registration, files.includes);
             } else {
                 server.registerProvider(registration, entryPoint);
             }
@@ -126,8 +140,6 @@ class ServedPackage : public ::testing::Test {
         for (const std::string& directory : files.modules) {
             server.addProviderDirectory(directory);
         }
-        server.keepModules();
-        server.observeFindings([](const velmar_checks::Finding&) {});  // failures at the end
         server.start();
         client.connectLocal();
     }

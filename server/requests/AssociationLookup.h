@@ -6,8 +6,8 @@
 //
 // Thread-safe: reads the schema only. Paths and objects come without host, and with the namespace
 // only where it is stored so.
-#ifndef VELMAR_EMBEDDED_SCHEMA_ASSOCIATIONLOOKUP_H
-#define VELMAR_EMBEDDED_SCHEMA_ASSOCIATIONLOOKUP_H
+#ifndef VELMAR_EMBEDDED_REQUESTS_ASSOCIATIONLOOKUP_H
+#define VELMAR_EMBEDDED_REQUESTS_ASSOCIATIONLOOKUP_H
 
 #include <Pegasus/Common/CIMName.h>
 #include <Pegasus/Common/CIMObject.h>

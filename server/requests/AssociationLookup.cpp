@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 
-#include "schema/AssociationLookup.h"
+#include "requests/AssociationLookup.h"
 
 #include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Common/CIMProperty.h>

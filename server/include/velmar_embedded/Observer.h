@@ -1,0 +1,42 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// Hears what happens in a server.
+#ifndef VELMAR_EMBEDDED_OBSERVER_H
+#define VELMAR_EMBEDDED_OBSERVER_H
+
+#include <velmar_checks/Finding.h>
+#include <velmar_embedded/ServerTypes.h>
+
+#include <string>
+
+namespace velmar_embedded {
+
+/// Derive from it and override what is wanted; the rest does nothing. The server calls it on many
+/// threads at once, except where a function says otherwise.
+class Observer {
+ public:
+    virtual ~Observer() = default;
+
+    /// A request arrives. On its caller's thread, before the request is routed.
+    virtual void onRequest(const Arrival&) {}
+    /// The server is about to call a provider. On the thread that does it.
+    virtual void onCall(const ProviderCall&) {}
+    /// A provider's object is about to be made and initialized, or terminated: `step` is
+    /// "constructor or initialize" or "terminate". On the thread that does it.
+    virtual void onLoad(const std::string& /*provider*/, const char* /*step*/) {}
+
+    // These two come one at a time, in the order of what they tell of, on a thread of their own.
+    // From there all of the server may be called but stop; drain does not wait for them.
+
+    /// What no caller hears of: why an initialize or a terminate failed, a provider that refuses a
+    /// subscription or delivers after it was disabled, a full queue, a subscriber that throws, a
+    /// client that timed out, what a slow stop waits for. Writes it to stderr.
+    virtual void onProblem(const std::string& text);
+    /// A finding that is new. Writes it to stderr.
+    virtual void onFinding(const velmar_checks::Finding& finding);
+};
+
+}  // namespace velmar_embedded
+
+#endif
