@@ -83,10 +83,10 @@ class View {
                 // it says so, to the server's checks.
                 _session.call("referenceNames",
                               [&] { _client.referenceNames(_ns, _near.path, _class, _near.role); });
-                _doubts.add({"driver.reference", text(_near.role), _association,
+                _doubts.add({"driver.reference", utf8(_near.role), _association,
                              "referenceNames of " + nearText() + asked(role) + " does not give " +
-                                 _association + ", which refers to it as " + text(_near.role) +
-                                 " = " + text(_near.path.toString())});
+                                 _association + ", which refers to it as " + utf8(_near.role) +
+                                 " = " + utf8(_near.path.toString())});
                 return;
             }
             compare("references", names, objects);
@@ -108,8 +108,8 @@ class View {
                 return;
             }
             const std::string key = nearText() + asked(question.role) +
-                                    text(question.resultClass.getString()) +
-                                    text(question.resultRole);
+                                    utf8(question.resultClass.getString()) +
+                                    utf8(question.resultRole);
             const bool answered = once("associatorNames", key, _answers.names, names, [&] {
                 return _client.associatorNames(_ns, _near.path, _class, question.resultClass,
                                                question.role, question.resultRole);
@@ -119,7 +119,7 @@ class View {
             }
             // A class path stands for instances, which its own class's drive looks at.
             if (!isClassPath(_far.path) && byPath(names).count(shortText(_far.path)) == 0) {
-                _doubts.add({"driver.associator", text(_near.role), _association,
+                _doubts.add({"driver.associator", utf8(_near.role), _association,
                              "associatorNames of " + nearText() + asked(question.role) +
                                  " does not give " + shortText(_far.path) + ", to which " +
                                  _association + " links it"});
@@ -171,7 +171,7 @@ class View {
     }
 
     static std::string asked(const String& role) {
-        return role.size() == 0 ? "" : " with the role \"" + text(role) + "\"";
+        return role.size() == 0 ? "" : " with the role \"" + utf8(role) + "\"";
     }
 
     Session& _session;
@@ -195,8 +195,8 @@ bool exists(Session& session, Doubts& doubts, Answers& answers, const End& end,
     const Outcome outcome = session.call(
         "getInstance", [&] { session.client.getInstance(session.about.nameSpace, end.path); });
     if (!outcome) {
-        doubts.add({"driver.far-end", text(end.role), association,
-                    association + " refers to " + shortText(end.path) + " as " + text(end.role) +
+        doubts.add({"driver.far-end", utf8(end.role), association,
+                    association + " refers to " + shortText(end.path) + " as " + utf8(end.role) +
                         ", and getInstance of that fails: " + outcome.describe()});
         return false;
     }
@@ -213,7 +213,7 @@ void tryWrongRole(Session& session, const CIMObjectPath& path) {
     });
     if (outcome && names.size() > 0) {
         session.find("driver.role", "associatorNames",
-                     "associatorNames of " + shortText(path) + " with the role \"" + text(wrong) +
+                     "associatorNames of " + shortText(path) + " with the role \"" + utf8(wrong) +
                          "\", which the association does not have, gives " + shortText(names[0]));
     }
 }

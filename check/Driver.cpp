@@ -44,7 +44,7 @@ class Listening {
             if (!one.definition.isUninitialized() && one.serves(ProviderType::Indication)) {
                 try {
                     _ids.push_back(server.subscribe("SELECT * FROM " + one.text(),
-                                                    {text(one.nameSpace.getString())},
+                                                    {utf8(one.nameSpace.getString())},
                                                     [](const Pegasus::CIMInstance&) {}));
                 } catch (const Pegasus::Exception&) {  // driveIndication has said it
                 }
@@ -87,7 +87,7 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
         } catch (const std::exception& e) {
             end = e.what();
         } catch (const Pegasus::Exception& e) {
-            end = text(e.getMessage());
+            end = utf8(e.getMessage());
         }
         session.find("driver.stopped", "", end + ", so no more is asked");
         return false;

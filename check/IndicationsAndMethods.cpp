@@ -99,7 +99,7 @@ void driveIndication(Session& session, velmar_embedded::Server& server,
     const std::string query = "SELECT * FROM " + session.about.text();
     std::string id;
     const Outcome outcome = session.call("subscribe", [&] {
-        id = server.subscribe(query, {text(session.about.nameSpace.getString())},
+        id = server.subscribe(query, {utf8(session.about.nameSpace.getString())},
                               [](const CIMInstance&) {});
     });
     if (!outcome) {
@@ -127,7 +127,7 @@ void driveMethods(Session& session) {
         if (!given || target.getClassName().isNull() || facts.isSend(method.result.name)) {
             continue;  // send is a matter of driveIndication
         }
-        const std::string name = text(method.result.name.getString());
+        const std::string name = utf8(method.result.name.getString());
         const auto call = [&](const CIMObjectPath& path) {
             CIMValue returned;
             Array<CIMParamValue> out;

@@ -57,7 +57,7 @@ void compareKeys(Doubts& doubts, const Session& session, const Enumerated& given
             CIMObjectPath(String(), CIMNamespaceName(), session.about.name, name.getKeyBindings()));
         if (own != shown && given.names.count(own) != 0) {
             doubts.add(
-                {"driver.twice", text(name.getClassName().getString()), own,
+                {"driver.twice", utf8(name.getClassName().getString()), own,
                  "there are " + own + " and " + shown + ", of a subclass, with the same keys"});
         }
     }
@@ -161,7 +161,7 @@ std::set<std::string> filledIn(const CIMConstInstance& instance) {
     for (Uint32 i = 0; i < instance.getPropertyCount(); i++) {
         const CIMConstProperty property = instance.getProperty(i);
         if (!property.getValue().isNull()) {
-            result.insert(text(property.getName().getString()));
+            result.insert(utf8(property.getName().getString()));
         }
     }
     return result;

@@ -240,7 +240,7 @@ void driveLoad(const std::vector<RegisteredClass>& classes, const DriveOptions& 
         const RegisteredClass& about = *expected.about;
         const auto result = std::find_if(results.begin(), results.end(), [&](const auto& one) {
             return one.className == about.text() &&
-                   one.nameSpace == text(about.nameSpace.getString());
+                   one.nameSpace == utf8(about.nameSpace.getString());
         });
         result->callsUnderLoad = expected.calls;
         // Objects that come and go stay for a while, and alone again the class must answer as

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "model/Text.h"
+
 namespace velmar_driver {
 
 struct RegisteredClass {
@@ -21,7 +23,7 @@ struct RegisteredClass {
     std::set<velmar_embedded::ProviderType> types;
 
     bool serves(velmar_embedded::ProviderType type) const { return types.count(type) != 0; }
-    std::string text() const { return std::string(name.getString().getCString()); }
+    std::string text() const { return velmar_embedded::utf8(name); }
 };
 
 /// The classes of all registrations, each once, in the order of their registration.

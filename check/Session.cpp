@@ -44,7 +44,7 @@ void Doubts::add(Doubt doubt) {
 Session::Session(const RegisteredClass& ofClass, velmar_checks::Findings& findings, unsigned tries)
     : about(ofClass), _findings(findings), _tries(tries) {
     client.connectLocal();
-    result.nameSpace = velmar_driver::text(about.nameSpace.getString());
+    result.nameSpace = utf8(about.nameSpace.getString());
     result.className = about.text();
 }
 
@@ -58,12 +58,12 @@ Outcome Session::call(const std::string& operation, const std::function<void()>&
     try {
         work();
     } catch (const CIMException& e) {
-        outcome = {static_cast<int>(e.getCode()), velmar_driver::text(e.getMessage())};
+        outcome = {static_cast<int>(e.getCode()), utf8(e.getMessage())};
     } catch (const ConnectionTimeoutException&) {
         throw NoAnswer(operation + " gives no answer within " +
                        std::to_string(client.getTimeout() / 1000) + " s");
     } catch (const Exception& e) {
-        outcome = {-1, velmar_driver::text(e.getMessage())};
+        outcome = {-1, utf8(e.getMessage())};
     }
     const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;
     result.milliseconds.push_back(took.count());
@@ -159,12 +159,8 @@ bool Session::isSample(const std::string& object) {
     return _samples.count(object) != 0;
 }
 
-std::string text(const String& string) { return std::string(string.getCString()); }
-
 std::string shortText(const CIMObjectPath& path) {
-    return text(
-        CIMObjectPath(String(), CIMNamespaceName(), path.getClassName(), path.getKeyBindings())
-            .toString());
+    return utf8(velmar_embedded::withoutPlace(path));
 }
 
 namespace {

@@ -18,6 +18,7 @@
 
 #include "check/RegisteredClasses.h"
 #include "checks/Findings.h"
+#include "model/Text.h"
 
 namespace velmar_driver {
 
@@ -115,7 +116,7 @@ class Session {
     std::set<std::pair<std::string, std::string>> _found;  // rules and elements
 };
 
-std::string text(const Pegasus::String& string);
+using velmar_embedded::utf8;
 /// Class and keys, the form in which paths of different origins are compared and shown.
 std::string shortText(const Pegasus::CIMObjectPath& path);
 

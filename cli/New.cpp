@@ -9,16 +9,15 @@
 #include <cctype>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <set>
-#include <sstream>
 
 #include "Commands.h"
 #include "GeneratorOptions.h"
 #include "Package.h"
 #include "generate/Names.h"
 #include "generate/Package.h"
+#include "model/Text.h"
 
 namespace fs = std::filesystem;
 
@@ -118,10 +117,9 @@ StandardFiles compile(const NewOptions& options, velmar_embedded::Repository& re
 bool isOutside(const fs::path& place) { return place.empty() || *place.begin() == ".."; }
 
 std::string textOf(const std::string& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
+    std::string text;
+    velmar_embedded::readMof(file, text);
+    return text;
 }
 
 // Build tools and MOF take no such character for a part of a name.
@@ -281,7 +279,7 @@ ExitCode create(NewOptions& options) {
         generator.module = moduleName(options.folder);
     }
     if (generator.cppNamespace.empty()) {
-        generator.cppNamespace = velmar_generator::lowerCase(generator.module);
+        generator.cppNamespace = velmar_embedded::lowerCase(generator.module);
     }
     velmar_embedded::Repository repository;
     const auto needed = compile(options, repository);

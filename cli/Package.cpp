@@ -14,6 +14,7 @@
 
 #include "GeneratorOptions.h"
 #include "generate/Names.h"
+#include "model/Text.h"
 
 namespace fs = std::filesystem;
 
@@ -48,7 +49,7 @@ Contents contentsOf(const std::string& folder) {
             if (isPrivate(path)) {
                 entry.disable_recursion_pending();
             }
-        } else if (velmar_generator::lowerCase(path.extension().string()) == ".mof") {
+        } else if (velmar_embedded::lowerCase(path.extension().string()) == ".mof") {
             const std::string file = path.lexically_normal().string();
             (velmar_embedded::outlineOfMofFile(file).registersProviders() ? found.registrations
                                                                           : found.schemas)

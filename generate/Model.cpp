@@ -11,6 +11,8 @@
 #include <cstdlib>
 
 #include "Names.h"
+#include "model/Text.h"
+#include "schema/Qualified.h"
 
 using namespace Pegasus;
 
@@ -18,48 +20,11 @@ namespace velmar_generator {
 
 namespace {
 
-std::string utf8(const String& text) { return std::string(text.getCString()); }
-std::string utf8(const CIMName& name) { return utf8(name.getString()); }
-
-template <class Feature>
-bool isTrue(const Feature& feature, const char* qualifier, bool byDefault = false) {
-    const Uint32 place = feature.findQualifier(CIMName(qualifier));
-    if (place == PEG_NOT_FOUND) {
-        return byDefault;
-    }
-    const CIMValue& value = feature.getQualifier(place).getValue();
-    Boolean set = false;
-    if (value.getType() == CIMTYPE_BOOLEAN && !value.isArray() && !value.isNull()) {
-        value.get(set);
-    }
-    return set;
-}
-
-template <class Feature>
-std::string textOf(const Feature& feature, const char* qualifier) {
-    const Uint32 place = feature.findQualifier(CIMName(qualifier));
-    String text;
-    if (place != PEG_NOT_FOUND && feature.getQualifier(place).getType() == CIMTYPE_STRING &&
-        !feature.getQualifier(place).isArray()) {
-        feature.getQualifier(place).getValue().get(text);
-    }
-    return utf8(text);
-}
-
-template <class Feature>
-std::vector<std::string> textsOf(const Feature& feature, const char* qualifier) {
-    const Uint32 place = feature.findQualifier(CIMName(qualifier));
-    Array<String> texts;
-    if (place != PEG_NOT_FOUND && feature.getQualifier(place).getType() == CIMTYPE_STRING &&
-        feature.getQualifier(place).isArray()) {
-        feature.getQualifier(place).getValue().get(texts);
-    }
-    std::vector<std::string> result;
-    for (Uint32 i = 0; i < texts.size(); i++) {
-        result.push_back(utf8(texts[i]));
-    }
-    return result;
-}
+using velmar_embedded::isTrue;
+using velmar_embedded::lowerCase;
+using velmar_embedded::qualifierText;
+using velmar_embedded::qualifierTexts;
+using velmar_embedded::utf8;
 
 bool isInteger(CIMType type) { return type >= CIMTYPE_UINT8 && type <= CIMTYPE_SINT64; }
 bool isSigned(CIMType type) {
@@ -110,8 +75,8 @@ std::string number(const std::string& text, CIMType type) {
 // `typeName` is the name of what they become members of.
 template <class Feature>
 void readValues(const Feature& feature, Element& element, const std::string& typeName) {
-    const std::vector<std::string> values = textsOf(feature, "Values");
-    std::vector<std::string> map = textsOf(feature, "ValueMap");
+    const std::vector<std::string> values = qualifierTexts(feature, "Values");
+    std::vector<std::string> map = qualifierTexts(feature, "ValueMap");
     const bool isText = element.type == CIMTYPE_STRING;
     if (map.empty() && !isText) {
         for (size_t i = 0; i < values.size(); i++) {
@@ -144,16 +109,8 @@ template <class Feature>
 Element readElement(const Feature& feature, const std::string& name, const std::string& typeName) {
     Element element;
     element.name = name;
-    element.description = textOf(feature, "Description");
-    element.type = feature.getType();
-    if (element.type == CIMTYPE_STRING) {
-        // Declared as strings, they travel as objects.
-        if (isTrue(feature, "EmbeddedObject")) {
-            element.type = CIMTYPE_OBJECT;
-        } else if (!textOf(feature, "EmbeddedInstance").empty()) {
-            element.type = CIMTYPE_INSTANCE;
-        }
-    }
+    element.description = qualifierText(feature, "Description");
+    element.type = velmar_embedded::valueType(feature);
     readValues(feature, element, typeName);
     return element;
 }
@@ -299,7 +256,7 @@ Method Reader::readMethod(const CIMConstMethod& method, Scope& functions, Scope&
     Method result;
     result.name = utf8(method.getName());
     result.cppName = functions.add(result.name);
-    result.description = textOf(method, "Description");
+    result.description = qualifierText(method, "Description");
     result.isStatic = isTrue(method, "Static");
     result.result = readElement(method, result.name, result.name + "Result");
     nameType(result.result, result.name + "Result", types, className + "::");
@@ -331,7 +288,7 @@ ClassModel Reader::read(const std::string& name) const {
     model.name = utf8(cimClass.getClassName());
     model.cppName = classNameOf(model.name);
     model.superclass = utf8(cimClass.getSuperClassName());
-    model.description = textOf(cimClass, "Description");
+    model.description = qualifierText(cimClass, "Description");
     model.isAbstract = isTrue(cimClass, "Abstract");
     model.isIndication = isTrue(cimClass, "Indication");
 

@@ -102,12 +102,6 @@ std::string classNameOf(const std::string& name) {
         .add(name);
 }
 
-std::string lowerCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
-
 std::string literal(const std::string& text) {
     std::string result = "\"";
     for (const char c : text) {

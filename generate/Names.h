@@ -32,9 +32,6 @@ bool isReserved(const std::string& name);
 /// The C++ class of a CIM class.
 std::string classNameOf(const std::string& name);
 
-/// The text with its ASCII letters in lower case.
-std::string lowerCase(std::string text);
-
 /// The text with quotes, as C++ and MOF write it.
 std::string literal(const std::string& text);
 

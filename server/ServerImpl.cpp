@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-#include "model/Utf8.h"
+#include "model/Text.h"
 #include "requests/ServerChannel.h"
 
 using namespace Pegasus;

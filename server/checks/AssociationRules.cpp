@@ -30,23 +30,23 @@ void checkEndPlace(const Reporter& report, SchemaFacts& schema, const CIMNamespa
                                          : noHost              ? "the host"
                                                                : "the namespace");
     } else if (!String::equalNoCase(end.getHost(), host)) {
-        wrong = "has the host " + textOf(end.getHost());
+        wrong = "has the host " + utf8(end.getHost());
     } else if (end.getNameSpace() != nameSpace &&
                !schema.find(end.getNameSpace(), end.getClassName())) {
         // Associations may reach into other namespaces.
-        wrong = "has the namespace " + textOf(end.getNameSpace()) + ", which has no class " +
-                textOf(end.getClassName());
+        wrong = "has the namespace " + utf8(end.getNameSpace()) + ", which has no class " +
+                utf8(end.getClassName());
     } else {
         return;
     }
     report.add("association.end-place", name,
-               "end " + name + " (" + textOf(end) + ") " + wrong + ", requests carry //" +
-                   textOf(host) + "/" + textOf(nameSpace));
+               "end " + name + " (" + utf8(end) + ") " + wrong + ", requests carry //" +
+                   utf8(host) + "/" + utf8(nameSpace));
 }
 
 void checkEnd(const Reporter& report, SchemaFacts& schema, const CIMNamespaceName& nameSpace,
               const Declared& reference, const CIMObjectPath& end) {
-    const std::string name = textOf(reference.name);
+    const std::string name = utf8(reference.name);
     if (end.getClassName().isNull()) {
         report.add("association.null-end", name, "end " + name + " is an empty path");
         return;
@@ -58,9 +58,8 @@ void checkEnd(const Reporter& report, SchemaFacts& schema, const CIMNamespaceNam
     }
     if (!facts || !facts->isA(reference.referenceClass)) {
         report.add("association.end-class", name,
-                   "end " + name + " (" + textOf(end) + ") is of class " +
-                       textOf(end.getClassName()) +
-                       (facts ? "" : ", which namespace " + textOf(place) + " does not have") +
+                   "end " + name + " (" + utf8(end) + ") is of class " + utf8(end.getClassName()) +
+                       (facts ? "" : ", which namespace " + utf8(place) + " does not have") +
                        ", the class declares " + reference.typeText());
     }
     if (end.getKeyBindings().size() > 0) {
@@ -81,7 +80,7 @@ void checkEnds(const Reporter& report, SchemaFacts& schema, const CIMNamespaceNa
             continue;  // a missing key has a rule of its own, the others may be left out
         }
         const CIMValue value = object.getProperty(index).getValue();
-        const std::string name = textOf(reference->name);
+        const std::string name = utf8(reference->name);
         if (value.isNull()) {
             report.add("association.null-end", name,
                        "end " + name + " is null; give it the path of an object");
@@ -127,14 +126,14 @@ void checkFarClass(const Reporter& report, const ClassFacts& association,
     } else if (!resultClass.isNull() && !delivered.isA(resultClass)) {
         report.add("association.far-class", delivered.name(),
                    "delivers an object of class " + delivered.name() + " as associated, but only " +
-                       textOf(resultClass) + " was asked for");
+                       utf8(resultClass) + " was asked for");
     }
 }
 
 void checkRefusedRole(const Reporter& report, const ClassFacts& association, const String& role) {
     for (const Declared* reference : association.references()) {
-        const std::string name = textOf(reference->name);
-        if (name == textOf(role)) {  // in other letter case it may be refused
+        const std::string name = utf8(reference->name);
+        if (name == utf8(role)) {  // in other letter case it may be refused
             report.add("association.refused-role", name,
                        "refuses the role " + name + ", which the class declares");
         }

@@ -62,7 +62,7 @@ CallWatch::CallWatch(Checks& checks, const std::string& provider, const Request&
       _asked(asked),
       _facts(checks.schema().find(request.nameSpace, asked)),
       _provider(provider),
-      _report(checks.findings(), provider, _facts ? _facts->name() : textOf(asked)),
+      _report(checks.findings(), provider, _facts ? _facts->name() : utf8(asked)),
       _protocol(operationName(request.operation), isSingle(request.operation)) {
     if (_facts) {
         checkRequest();
@@ -121,7 +121,7 @@ void CallWatch::checkObject(const CIMConstObject& object) {
     const CIMName asked = answersAboutAssociations() ? CIMName() : _asked;
     const Facts facts =
         checkClass(_report, schema, _request.nameSpace, asked, object.getClassName());
-    const Reporter report = _report.about(facts ? facts->name() : textOf(object.getClassName()));
+    const Reporter report = _report.about(facts ? facts->name() : utf8(object.getClassName()));
     const DeliveredObjects::Delivery delivery =
         _checks.deliveredObjects().deliver(report, object, facts);
     if (!_request.fromHandle) {
@@ -208,7 +208,7 @@ void CallWatch::delivered(const CIMParamValue& outParameter) {
 
 void CallWatch::threw() {
     if (_requestIsGood) {  // else it is what the caller deserved
-        _protocol.threw(_report, textOf(_request.methodName));
+        _protocol.threw(_report, utf8(_request.methodName));
     }
     if (!_facts) {
         return;
@@ -216,7 +216,7 @@ void CallWatch::threw() {
     try {
         throw;
     } catch (const CIMException& e) {
-        checkFailure(e.getCode(), textOf(e.getMessage()));
+        checkFailure(e.getCode(), utf8(e.getMessage()));
     } catch (...) {
     }
 }

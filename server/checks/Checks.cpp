@@ -43,7 +43,7 @@ bool Checks::isServedByOther(const CIMNamespaceName& nameSpace, const CIMName& c
 void Checks::checkIndication(const std::string& provider, const CIMIndication& indication) {
     if (_on && !indication.isUninitialized()) {
         velmar_checks::checkIndication(
-            Reporter(_findings, provider, textOf(indication.getClassName())), _schema, indication);
+            Reporter(_findings, provider, utf8(indication.getClassName())), _schema, indication);
     }
 }
 

@@ -14,42 +14,15 @@
 #include <mutex>
 
 #include "checks/Wording.h"
+#include "schema/Qualified.h"
 
 using namespace Pegasus;
 
 namespace velmar_checks {
 
+using velmar_embedded::isTrue;
+
 namespace {
-
-template <class Feature>
-CIMValue qualifier(const Feature& feature, const char* name) {
-    const Uint32 index = feature.findQualifier(CIMName(name));
-    return index == PEG_NOT_FOUND ? CIMValue() : feature.getQualifier(index).getValue();
-}
-
-template <class Feature>
-bool isTrue(const Feature& feature, const char* name, bool otherwise = false) {
-    const CIMValue value = qualifier(feature, name);
-    Boolean result = otherwise;
-    if (!value.isNull() && !value.isArray() && value.getType() == CIMTYPE_BOOLEAN) {
-        value.get(result);
-    }
-    return result;
-}
-
-template <class Feature>
-std::vector<std::string> valueMap(const Feature& feature) {
-    const CIMValue value = qualifier(feature, "ValueMap");
-    std::vector<std::string> texts;
-    if (!value.isNull() && value.isArray() && value.getType() == CIMTYPE_STRING) {
-        Array<String> entries;
-        value.get(entries);
-        for (Uint32 i = 0; i < entries.size(); i++) {
-            texts.push_back(textOf(entries[i]));
-        }
-    }
-    return texts;
-}
 
 // Of a property or a parameter.
 template <class Feature>
@@ -61,10 +34,9 @@ Declared declared(const Feature& feature) {
     result.isKey = isTrue(feature, "Key");
     result.isRequired = isTrue(feature, "Required");
     result.isIn = isTrue(feature, "In", true);
-    result.isEmbedded = isTrue(feature, "EmbeddedObject") ||
-                        feature.findQualifier(CIMName("EmbeddedInstance")) != PEG_NOT_FOUND;
+    result.isEmbedded = velmar_embedded::valueType(feature) != result.type;
     result.referenceClass = feature.getReferenceClassName();
-    result.valueMap = valueMap(feature);
+    result.valueMap = velmar_embedded::qualifierTexts(feature, "ValueMap");
     return result;
 }
 
@@ -73,7 +45,7 @@ MethodFacts methodFacts(const CIMConstMethod& method) {
     facts.result.name = method.getName();
     facts.result.type = method.getType();
     facts.isStatic = isTrue(method, "Static");
-    facts.result.valueMap = valueMap(method);
+    facts.result.valueMap = velmar_embedded::qualifierTexts(method, "ValueMap");
     for (Uint32 i = 0; i < method.getParameterCount(); i++) {
         facts.parameters.push_back(declared(method.getParameter(i)));
     }
@@ -84,7 +56,7 @@ template <class Items>
 std::vector<std::string> names(const Items& items) {
     std::vector<std::string> result;
     for (const auto& item : items) {
-        result.push_back(textOf(item.name));
+        result.push_back(utf8(item.name));
     }
     return result;
 }
@@ -111,7 +83,7 @@ bool Declared::fits(const CIMValue& value) const {
 
 std::string Declared::typeText() const {
     if (type == CIMTYPE_REFERENCE && !referenceClass.isNull()) {
-        return textOf(referenceClass) + " REF" + (isArray ? "[]" : "");
+        return utf8(referenceClass) + " REF" + (isArray ? "[]" : "");
     }
     return velmar_checks::typeText(type, isArray);
 }
@@ -127,7 +99,7 @@ const Declared* MethodFacts::parameter(const std::string& name) const {
 std::vector<std::string> MethodFacts::parameterNames() const { return names(parameters); }
 
 ClassFacts::ClassFacts(const CIMClass& cimClass, const Array<CIMName>& lineage)
-    : _name(textOf(cimClass.getClassName())),
+    : _name(utf8(cimClass.getClassName())),
       _isAssociation(cimClass.isAssociation()),
       _isIndication(isTrue(cimClass, "Indication")),
       _isAbstract(cimClass.isAbstract()) {
@@ -176,7 +148,7 @@ std::vector<std::string> ClassFacts::propertyNames() const { return names(_prope
 std::vector<std::string> ClassFacts::keyNames() const {
     std::vector<std::string> result;
     for (const Declared* key : _keys) {
-        result.push_back(textOf(key->name));
+        result.push_back(utf8(key->name));
     }
     return result;
 }
@@ -184,7 +156,7 @@ std::vector<std::string> ClassFacts::keyNames() const {
 std::vector<std::string> ClassFacts::methodNames() const {
     std::vector<std::string> result;
     for (const MethodFacts& method : _methods) {
-        result.push_back(textOf(method.result.name));
+        result.push_back(utf8(method.result.name));
     }
     return result;
 }

@@ -35,7 +35,7 @@ void checkGiven(const Reporter& report, const ClassFacts& facts, const std::stri
         if ((!declared.isKey && !declared.isRequired) || hasValue(instance, declared.name)) {
             continue;
         }
-        const std::string name = textOf(declared.name);
+        const std::string name = utf8(declared.name);
         report.add(declared.isKey ? "creation.missing-key" : "creation.missing-property", name,
                    operation + " was given no value for " +
                        (declared.isKey ? "key property " : "the Required property ") + name);
@@ -46,7 +46,7 @@ void noteStored(const Reporter& report, const CIMNamespaceName& nameSpace,
                 const std::string& className) {
     report.add("creation.stored", "",
                "no provider is registered for instances of class " + className + " in namespace " +
-                   textOf(nameSpace) + ", so the server stored the created one itself");
+                   utf8(nameSpace) + ", so the server stored the created one itself");
 }
 
 }  // namespace velmar_checks

@@ -61,7 +61,7 @@ void checkIndicationProperty(const Reporter& report, const ClassFacts& facts,
                              const CIMConstProperty& property) {
     const CIMValue value = property.getValue();
     const Declared* declared = facts.property(property.getName());
-    const std::string name = textOf(property.getName());
+    const std::string name = utf8(property.getName());
     if (!declared) {
         if (!value.isNull() && !isAddedByLibrary(property.getName())) {
             report.add("indication.undeclared-property", name,
@@ -80,7 +80,7 @@ void checkIndicationProperty(const Reporter& report, const ClassFacts& facts,
 
 void checkIndication(const Reporter& report, SchemaFacts& schema, const CIMIndication& indication) {
     const CIMNamespaceName nameSpace = indication.getPath().getNameSpace();
-    const std::string className = textOf(indication.getClassName());
+    const std::string className = utf8(indication.getClassName());
     if (nameSpace.isNull()) {
         report.add("indication.no-namespace", "",
                    "delivers an indication whose path has no namespace");
@@ -90,7 +90,7 @@ void checkIndication(const Reporter& report, SchemaFacts& schema, const CIMIndic
     if (!facts) {
         report.add("indication.unknown-class", "",
                    "delivers an indication of class " + className + ", which namespace " +
-                       textOf(nameSpace) + " does not have");
+                       utf8(nameSpace) + " does not have");
         return;
     }
     if (!facts->isIndication()) {
@@ -106,7 +106,7 @@ void checkIndication(const Reporter& report, SchemaFacts& schema, const CIMIndic
         if (declared.isRequired &&
             (index == PEG_NOT_FOUND ||
              CIMConstInstance(indication).getProperty(index).getValue().isNull())) {
-            const std::string name = textOf(declared.name);
+            const std::string name = utf8(declared.name);
             report.add(
                 "indication.missing-property", name,
                 "delivers an indication without a value for " + name + ", which is Required");
@@ -122,7 +122,7 @@ void checkEnrichment(const Reporter& report, const CIMName& method, const std::s
             continue;
         }
         report.add("indication.enrichment-classes", name,
-                   "method " + textOf(method) + " raised no alert: class " + name +
+                   "method " + utf8(method) + " raised no alert: class " + name +
                        " is unknown in root/velmar_remote");
     }
 }

@@ -44,9 +44,9 @@ void checkKeyAgrees(const Reporter& report, const CIMConstProperty& property,
         }
         CIMKeyBinding key = keys[i];
         if (!key.equal(property.getValue())) {
-            const std::string name = textOf(property.getName());
+            const std::string name = utf8(property.getName());
             report.add("instance.keys-differ", name,
-                       "key " + name + " of the path is \"" + textOf(key.getValue()) +
+                       "key " + name + " of the path is \"" + utf8(key.getValue()) +
                            "\", property " + name + " is " + describe(property.getValue()));
         }
         return;
@@ -86,12 +86,12 @@ void checkProperty(const Reporter& report, const char* undeclared, const char* t
     const Declared* declared = facts.property(property.getName());
     const CIMValue value = property.getValue();
     if (!declared) {
-        const std::string name = textOf(property.getName());
+        const std::string name = utf8(property.getName());
         report.add(undeclared, name,
                    origin + "property " + name + ", which the class does not declare" +
                        didYouMean(name, facts.propertyNames()));
     } else if (!value.isNull() && !declared->fits(value)) {  // helpers make nulls of any type
-        const std::string name = textOf(declared->name);
+        const std::string name = utf8(declared->name);
         report.add(type, name,
                    origin + "property " + name + (origin.empty() ? " is " : " as ") +
                        describe(value) + ", the class declares " + declared->typeText());
@@ -102,14 +102,14 @@ Facts checkClass(const Reporter& report, SchemaFacts& schema, const CIMNamespace
                  const CIMName& asked, const CIMName& delivered) {
     Facts facts = schema.find(nameSpace, delivered);
     if (!facts) {
-        report.add("instance.unknown-class", textOf(delivered),
-                   "delivers an instance of class " + textOf(delivered) + ", which namespace " +
-                       textOf(nameSpace) + " does not have" +
-                       didYouMean(textOf(delivered), {textOf(asked)}));
+        report.add("instance.unknown-class", utf8(delivered),
+                   "delivers an instance of class " + utf8(delivered) + ", which namespace " +
+                       utf8(nameSpace) + " does not have" +
+                       didYouMean(utf8(delivered), {utf8(asked)}));
     } else if (!asked.isNull() && delivered != asked && !facts->isA(asked)) {
         report.add("instance.class", facts->name(),
                    "delivers an instance of class " + facts->name() + ", but was asked for " +
-                       textOf(asked) + ", which is not its superclass");
+                       utf8(asked) + ", which is not its superclass");
     }
     return facts;
 }
@@ -129,7 +129,7 @@ void checkContents(const Reporter& report, const ClassFacts& facts, const CIMCon
             continue;
         }
         if (!declared->valueMap.empty()) {
-            const std::string name = textOf(declared->name);
+            const std::string name = utf8(declared->name);
             const std::string wrong = valueOutside(declared->valueMap, value);
             if (!wrong.empty()) {
                 report.add("instance.value-map", name,
@@ -148,7 +148,7 @@ void checkKeyProperties(const Reporter& report, const ClassFacts& facts,
                         const CIMConstObject& object, const CIMPropertyList& propertyList) {
     for (const Declared* key : facts.keys()) {
         const Uint32 index = object.findProperty(key->name);
-        const std::string name = textOf(key->name);
+        const std::string name = utf8(key->name);
         if (index != PEG_NOT_FOUND) {
             if (object.getProperty(index).getValue().isNull()) {
                 report.add("instance.null-key", name, "key property " + name + " is null");
@@ -166,29 +166,29 @@ void checkPathKeys(const Reporter& report, const ClassFacts& facts, const CIMObj
     if (keys.size() == 0) {
         if (required && !facts.keys().empty()) {
             report.add("instance.no-path", "",
-                       "delivers the path " + textOf(path) + " without the key" +
+                       "delivers the path " + utf8(path) + " without the key" +
                            (facts.keys().size() > 1 ? "s " : " ") + listing(facts.keyNames()));
         }
         return;
     }
     for (Uint32 i = 0; i < keys.size(); i++) {
-        const std::string name = textOf(keys[i].getName());
+        const std::string name = utf8(keys[i].getName());
         const Declared* key = facts.property(keys[i].getName());
         if (!key || !key->isKey) {
             report.add("instance.path-unknown-key", name,
-                       "the path " + textOf(path) + " has the key " + name +
+                       "the path " + utf8(path) + " has the key " + name +
                            (facts.keyNames().empty() ? ", the class has none"
                                                      : ", the class's keys are ") +
                            listing(facts.keyNames()) + didYouMean(name, facts.keyNames()));
         } else if (keys[i].getType() != bindingType(key->type)) {
             report.add("instance.path-key-type", name,
-                       "key " + name + " of the path " + textOf(path) + " is " +
+                       "key " + name + " of the path " + utf8(path) + " is " +
                            bindingText(keys[i].getType()) + ", the class declares " +
                            key->typeText());
         }
         if (i > 0 && keys[i].getName() == keys[i - 1].getName()) {  // they are sorted by name
             report.add("instance.path-repeated-key", name,
-                       "the path " + textOf(path) + " has the key " + name + " twice");
+                       "the path " + utf8(path) + " has the key " + name + " twice");
         }
     }
     for (const Declared* key : facts.keys()) {
@@ -197,9 +197,9 @@ void checkPathKeys(const Reporter& report, const ClassFacts& facts, const CIMObj
             found = keys[i].getName() == key->name;
         }
         if (!found) {
-            const std::string name = textOf(key->name);
+            const std::string name = utf8(key->name);
             report.add("instance.path-missing-key", name,
-                       "the path " + textOf(path) + " lacks the key " + name + " of the class");
+                       "the path " + utf8(path) + " lacks the key " + name + " of the class");
         }
     }
 }
@@ -208,8 +208,8 @@ void checkPlace(const Reporter& report, const CIMNamespaceName& nameSpace,
                 const CIMObjectPath& path) {
     if (!path.getNameSpace().isNull() && path.getNameSpace() != nameSpace) {
         report.add("instance.path-place", "namespace",
-                   "the path " + textOf(path) + " has the namespace " +
-                       textOf(path.getNameSpace()) + ", the request has " + textOf(nameSpace));
+                   "the path " + utf8(path) + " has the namespace " + utf8(path.getNameSpace()) +
+                       ", the request has " + utf8(nameSpace));
     }
     if (path.getHost().size() == 0) {
         return;
@@ -217,8 +217,8 @@ void checkPlace(const Reporter& report, const CIMNamespaceName& nameSpace,
     const String host = System::getHostName();
     if (!String::equalNoCase(path.getHost(), host)) {
         report.add("instance.path-place", "host",
-                   "the path " + textOf(path) + " has the host " + textOf(path.getHost()) +
-                       ", requests carry " + textOf(host));
+                   "the path " + utf8(path) + " has the host " + utf8(path.getHost()) +
+                       ", requests carry " + utf8(host));
     }
 }
 
@@ -231,7 +231,7 @@ void DistinctPaths::check(const Reporter& report, const CIMObjectPath& path) {
     for (auto one = seen.first; one != seen.second; ++one) {
         if (sameKeys(one->second, path)) {
             report.add("instance.duplicate-path", "",
-                       "delivers the path " + textOf(path) + " twice in one enumeration");
+                       "delivers the path " + utf8(path) + " twice in one enumeration");
             return;
         }
     }

@@ -78,7 +78,7 @@ void checkNotCreated(Findings& findings, const std::string& provider) {
     try {
         throw;
     } catch (const ModuleError& e) {
-        const std::string reason = textOf(e.getMessage());
+        const std::string reason = utf8(e.getMessage());
         switch (e.kind()) {
             case ModuleError::NotFound:
                 Reporter(findings, "", "")
@@ -132,7 +132,7 @@ void checkLoaded(Findings& findings, const std::string& provider, const CIMProvi
             [&](const Registration& r) { return r.provider == provider && r.type == one.type; });
         const bool isRegistered = registered != registrations.end();
         if (isRegistered && !one.isIn(object)) {
-            report.about(textOf(registered->className))
+            report.about(utf8(registered->className))
                 .add("loading.interface", one.className,
                      std::string("is registered with ProviderType ") + one.typeName +
                          ", but its object is not a " + one.className);

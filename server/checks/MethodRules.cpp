@@ -19,7 +19,7 @@ bool isPropertyOfAlert(const ClassFacts& facts, const CIMName& method,
 }
 
 std::string element(const MethodFacts& method, const std::string& parameter) {
-    return textOf(method.result.name) + "." + parameter;
+    return utf8(method.result.name) + "." + parameter;
 }
 
 void checkRequired(const Reporter& report, const MethodFacts& method,
@@ -32,9 +32,9 @@ void checkRequired(const Reporter& report, const MethodFacts& method,
                 String::equalNoCase(inParameters[i].getParameterName(), declared.name.getString());
         }
         if (!given) {
-            const std::string name = textOf(declared.name);
+            const std::string name = utf8(declared.name);
             report.add("method.missing-parameter", element(method, name),
-                       "method " + textOf(method.result.name) + " was called without parameter " +
+                       "method " + utf8(method.result.name) + " was called without parameter " +
                            name + ", which is Required");
         }
     }
@@ -49,15 +49,14 @@ const MethodFacts* checkCall(const Reporter& report, const ClassFacts& facts, co
         return nullptr;
     }
     if (!method) {
-        const std::string near = didYouMean(textOf(name), facts.methodNames());
-        report.add(
-            "method.undeclared", textOf(name),
-            "method " + textOf(name) + " was called, which the class does not declare" + near);
+        const std::string near = didYouMean(utf8(name), facts.methodNames());
+        report.add("method.undeclared", utf8(name),
+                   "method " + utf8(name) + " was called, which the class does not declare" + near);
         return nullptr;
     }
-    const std::string called = "method " + textOf(method->result.name) + " was called with ";
+    const std::string called = "method " + utf8(method->result.name) + " was called with ";
     for (Uint32 i = 0; i < inParameters.size(); i++) {
-        const std::string parameter = textOf(inParameters[i].getParameterName());
+        const std::string parameter = utf8(inParameters[i].getParameterName());
         const CIMValue value = inParameters[i].getValue();
         const Declared* declared = method->parameter(parameter);
         if (!declared) {
@@ -78,7 +77,7 @@ const MethodFacts* checkCall(const Reporter& report, const ClassFacts& facts, co
 
 void checkReturnValue(const Reporter& report, const MethodFacts& method, const CIMValue& value) {
     if (!value.isNull() && !method.result.fits(value)) {
-        const std::string name = textOf(method.result.name);
+        const std::string name = utf8(method.result.name);
         report.add("method.return-type", name,
                    "method " + name + " returned " + describe(value) + ", the class declares " +
                        method.result.typeText());
@@ -87,9 +86,8 @@ void checkReturnValue(const Reporter& report, const MethodFacts& method, const C
 
 void checkOutParameter(const Reporter& report, const MethodFacts& method,
                        const CIMParamValue& parameter) {
-    const std::string name = textOf(parameter.getParameterName());
-    const std::string given =
-        "method " + textOf(method.result.name) + " gave out-parameter " + name;
+    const std::string name = utf8(parameter.getParameterName());
+    const std::string given = "method " + utf8(method.result.name) + " gave out-parameter " + name;
     const Declared* declared = method.parameter(name);
     const CIMValue value = parameter.getValue();
     if (!declared) {

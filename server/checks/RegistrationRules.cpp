@@ -69,15 +69,15 @@ void checkMethods(const Reporter& report, const ClassFacts& facts, const Same& s
     }
     for (const CIMName& method : served) {
         if (!facts.method(method) && !facts.isSend(method)) {
-            report.add("registration.unknown-method", textOf(method),
-                       "SupportedMethods names " + textOf(method) +
+            report.add("registration.unknown-method", utf8(method),
+                       "SupportedMethods names " + utf8(method) +
                            ", which the class does not declare" +
-                           didYouMean(textOf(method), facts.methodNames()));
+                           didYouMean(utf8(method), facts.methodNames()));
         }
     }
     for (const MethodFacts& method : facts.methods()) {
         if (!all && std::find(served.begin(), served.end(), method.result.name) == served.end()) {
-            const std::string name = textOf(method.result.name);
+            const std::string name = utf8(method.result.name);
             report.add(
                 "registration.unserved-method", name,
                 "no provider serves its method " + name +
@@ -91,7 +91,7 @@ std::string otherPlaces(SchemaFacts& schema, const std::vector<Registration>& re
                         const CIMName& className) {
     std::set<std::string> places{"root/velmar_remote"};
     for (const Registration& one : registrations) {
-        places.insert(textOf(one.nameSpace));
+        places.insert(utf8(one.nameSpace));
     }
     for (const std::string& place : places) {
         if (schema.find(CIMNamespaceName(place.c_str()), className)) {
@@ -105,7 +105,7 @@ std::vector<std::string> classNames(const SchemaFacts& schema, const CIMNamespac
     std::vector<std::string> names;
     const Array<CIMName> found = schema.schema().subclassNames(nameSpace, CIMName(), true);
     for (Uint32 i = 0; i < found.size(); i++) {
-        names.push_back(textOf(found[i]));
+        names.push_back(utf8(found[i]));
     }
     return names;
 }
@@ -124,11 +124,11 @@ const Registration* instancesOf(const std::vector<Registration>& registrations,
 void checkClass(Findings& findings, SchemaFacts& schema, const Same& same,
                 const std::vector<Registration>& registrations) {
     const Registration& first = *same.front();
-    const std::string name = textOf(first.className);
+    const std::string name = utf8(first.className);
     const Reporter report(findings, first.provider, name);
     if (!schema.schema().hasNamespace(first.nameSpace)) {
-        report.add("registration.unknown-namespace", textOf(first.nameSpace),
-                   "is registered in namespace " + textOf(first.nameSpace) +
+        report.add("registration.unknown-namespace", utf8(first.nameSpace),
+                   "is registered in namespace " + utf8(first.nameSpace) +
                        ", which does not exist" +
                        otherPlaces(schema, registrations, first.className));
         return;
@@ -136,8 +136,8 @@ void checkClass(Findings& findings, SchemaFacts& schema, const Same& same,
     const Facts facts = schema.find(first.nameSpace, first.className);
     if (!facts) {
         const std::string near = didYouMean(name, classNames(schema, first.nameSpace));
-        report.add("registration.unknown-class", textOf(first.nameSpace),
-                   "is registered, but namespace " + textOf(first.nameSpace) +
+        report.add("registration.unknown-class", utf8(first.nameSpace),
+                   "is registered, but namespace " + utf8(first.nameSpace) +
                        " does not have the class" +
                        (near.empty() ? otherPlaces(schema, registrations, first.className) : near));
         return;
@@ -165,14 +165,14 @@ void checkInheritance(Findings& findings, SchemaFacts& schema, const CIMNamespac
         }
         const Reporter report(findings, inherited->provider, facts.name());
         if (own && own->provider == inherited->provider) {
-            report.add("registration.class-and-subclass", textOf(lineage[i]),
-                       "is registered for instances as well as its superclass " +
-                           textOf(lineage[i]) + ", by the same provider");
+            report.add("registration.class-and-subclass", utf8(lineage[i]),
+                       "is registered for instances as well as its superclass " + utf8(lineage[i]) +
+                           ", by the same provider");
         } else if (!own && !facts.isAbstract() &&
                    schema.schema().instances(nameSpace, name).size() == 0) {
-            report.add("registration.unserved-subclass", textOf(lineage[i]),
+            report.add("registration.unserved-subclass", utf8(lineage[i]),
                        "no provider is registered for its instances, only for its superclass " +
-                           textOf(lineage[i]));
+                           utf8(lineage[i]));
         }
         return;
     }
@@ -182,10 +182,10 @@ void checkReferences(const Reporter& report, SchemaFacts& schema, const CIMNames
                      const ClassFacts& facts) {
     for (const Declared* reference : facts.references()) {
         if (!schema.find(nameSpace, reference->referenceClass)) {
-            const std::string wanted = textOf(reference->referenceClass);
-            report.add("registration.unknown-reference-class", textOf(reference->name),
-                       "reference " + textOf(reference->name) + " refers to class " + wanted +
-                           ", which namespace " + textOf(nameSpace) + " does not have" +
+            const std::string wanted = utf8(reference->referenceClass);
+            report.add("registration.unknown-reference-class", utf8(reference->name),
+                       "reference " + utf8(reference->name) + " refers to class " + wanted +
+                           ", which namespace " + utf8(nameSpace) + " does not have" +
                            didYouMean(wanted, classNames(schema, nameSpace)));
         }
     }

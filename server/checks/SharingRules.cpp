@@ -20,7 +20,7 @@ namespace {
 // Living objects of one shard; with more of them knowledge is given up to save memory.
 const size_t capacity = 4096;
 
-std::string nameOf(const CIMConstObject& object) { return textOf(object.getPath().toString()); }
+std::string nameOf(const CIMConstObject& object) { return utf8(object.getPath().toString()); }
 
 }  // namespace
 
@@ -47,7 +47,7 @@ std::string Snapshot::difference(const CIMConstObject& now) const {
     }
     for (const CIMProperty& property : rep.properties) {
         if (std::find(_entries.begin(), _entries.end(), entryOf(property)) == _entries.end()) {
-            return "property " + textOf(property.getName());
+            return "property " + utf8(property.getName());
         }
     }
     return "the list of properties";
@@ -56,7 +56,7 @@ std::string Snapshot::difference(const CIMConstObject& now) const {
 void checkUnchanged(Findings& findings, const std::string& provider, const Handed& handed) {
     const std::string changed = handed.snapshot->difference(handed.object);
     if (!changed.empty()) {
-        Reporter(findings, provider, textOf(handed.object.getClassName()))
+        Reporter(findings, provider, utf8(handed.object.getClassName()))
             .add("sharing.changed-before-encoding", "",
                  changed + " of " + nameOf(handed.object) +
                      " was edited after its delivery and before its encoding");

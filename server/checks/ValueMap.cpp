@@ -66,15 +66,15 @@ bool isInteger(CIMType type) { return type >= CIMTYPE_UINT8 && type <= CIMTYPE_S
 std::vector<std::string> elements(const CIMValue& value) {
     std::vector<std::string> texts;
     if (!value.isArray()) {
-        texts.push_back(textOf(value.toString()));
+        texts.push_back(utf8(value.toString()));
     } else if (value.getType() == CIMTYPE_STRING) {
         Array<String> strings;
         value.get(strings);
         for (Uint32 i = 0; i < strings.size(); i++) {
-            texts.push_back(textOf(strings[i]));
+            texts.push_back(utf8(strings[i]));
         }
     } else {
-        const std::string all = textOf(value.toString());  // a blank follows each element
+        const std::string all = utf8(value.toString());  // a blank follows each element
         for (size_t from = 0, to; (to = all.find(' ', from)) != std::string::npos; from = to + 1) {
             texts.push_back(all.substr(from, to - from));
         }

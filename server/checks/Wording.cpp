@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <cctype>
 
-#include "model/Utf8.h"
-
 using namespace Pegasus;
 
 namespace velmar_checks {
@@ -42,11 +40,6 @@ size_t distance(const std::string& a, const std::string& b) {
 
 }  // namespace
 
-std::string textOf(const String& text) { return velmar_embedded::utf8(text); }
-std::string textOf(const CIMName& name) { return textOf(name.getString()); }
-std::string textOf(const CIMNamespaceName& name) { return textOf(name.getString()); }
-std::string textOf(const CIMObjectPath& path) { return textOf(path.toString()); }
-
 std::string typeText(CIMType type, bool isArray) {
     return std::string(cimTypeToString(type)) + (isArray ? "[]" : "");
 }
@@ -59,7 +52,7 @@ std::string describe(const CIMValue& value) {
     if (value.isArray()) {
         return type + " of " + std::to_string(value.getArraySize());
     }
-    const std::string text = shortened(textOf(value.toString()));
+    const std::string text = shortened(utf8(value.toString()));
     const bool quoted = value.getType() == CIMTYPE_STRING || value.getType() == CIMTYPE_REFERENCE;
     return type + (quoted ? " \"" + text + "\"" : " " + text);
 }

@@ -15,12 +15,11 @@
 #include <string>
 #include <vector>
 
+#include "model/Text.h"
+
 namespace velmar_checks {
 
-std::string textOf(const Pegasus::String& text);
-std::string textOf(const Pegasus::CIMName& name);
-std::string textOf(const Pegasus::CIMNamespaceName& name);
-std::string textOf(const Pegasus::CIMObjectPath& path);
+using velmar_embedded::utf8;
 
 /// "string", "uint32[]".
 std::string typeText(Pegasus::CIMType type, bool isArray);

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "model/CIMReps.h"
+#include "model/Text.h"
 
 using namespace Pegasus;
 
@@ -30,10 +31,6 @@ namespace {
 
 CIMObjectPath classPath(const CIMName& className) {
     return CIMObjectPath(String(), CIMNamespaceName(), className);
-}
-
-CIMObjectPath withoutPlace(const CIMObjectPath& path) {
-    return CIMObjectPath(String(), CIMNamespaceName(), path.getClassName(), path.getKeyBindings());
 }
 
 // What decoding the request in the server would give: nothing shared with the caller.

@@ -10,7 +10,7 @@
 #include <memory>
 #include <typeinfo>
 
-#include "model/Utf8.h"
+#include "model/Text.h"
 
 using namespace Pegasus;
 

@@ -107,8 +107,6 @@ T itemOf(pugi::xml_node element) {
 
 String stringOf(const std::string& text) { return String(text.data(), Uint32(text.size())); }
 
-std::string textOf(const String& text) { return std::string(text.getCString()); }
-
 String attributeOf(pugi::xml_node element, const char* attribute) {
     const pugi::xml_attribute found = element.attribute(attribute);
     if (!found) {

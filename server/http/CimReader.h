@@ -19,12 +19,13 @@
 #include <velmar_embedded/ServerTypes.h>
 
 #include "Xml.h"
+#include "model/Text.h"
 
 namespace velmar_wire {
 
 /// A text as the object model has it.
+using velmar_embedded::utf8;
 Pegasus::String stringOf(const std::string& text);
-std::string textOf(const Pegasus::String& text);
 
 /// The text of an attribute that has to be there.
 Pegasus::String attributeOf(pugi::xml_node element, const char* attribute);

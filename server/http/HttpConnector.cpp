@@ -145,12 +145,12 @@ class HttpConnector : public velmar_embedded::Connector {
                                                            const String& password,
                                                            Uint32 timeout) const override {
         const int milliseconds = int(std::min<Uint32>(timeout, 0x7FFFFFFF));
-        if (port == 0 || port > 65535 || !isReachable(textOf(host), int(port), milliseconds)) {
+        if (port == 0 || port > 65535 || !isReachable(utf8(host), int(port), milliseconds)) {
             throw CannotConnectException(
-                stringOf("Cannot connect to " + textOf(host) + ":" + std::to_string(port)));
+                stringOf("Cannot connect to " + utf8(host) + ":" + std::to_string(port)));
         }
-        return std::make_unique<HttpServerConnection>(textOf(host), int(port), textOf(user),
-                                                      textOf(password));
+        return std::make_unique<HttpServerConnection>(utf8(host), int(port), utf8(user),
+                                                      utf8(password));
     }
 };
 

@@ -93,7 +93,7 @@ void readIntrinsic(Call& call, pugi::xml_node element) {
             invalid(child, std::string("Expected IPARAMVALUE, got ") + child.name());
         }
         const pugi::xml_node value = firstElement(child);
-        values.emplace_back(textOf(attributeOf(child, "NAME")),
+        values.emplace_back(utf8(attributeOf(child, "NAME")),
                             value ? onlyElement(child) : pugi::xml_node());
     }
     call.intrinsic = findIntrinsic(call.method);
@@ -164,8 +164,8 @@ void writeExtrinsic(XmlWriter& writer, const Request& request) {
 }
 
 std::string placeOf(const CIMNamespaceName& nameSpace, const CIMObjectPath& object) {
-    return textOf(CIMObjectPath(String(), nameSpace, object.getClassName(), object.getKeyBindings())
-                      .toString());
+    return utf8(CIMObjectPath(String(), nameSpace, object.getClassName(), object.getKeyBindings())
+                    .toString());
 }
 
 }  // namespace
@@ -175,7 +175,7 @@ Call readCall(const std::string& body, const std::string& protocolInHeader) {
         const Document document(body, 500'000);
         const pugi::xml_node message = messageOf(document, &protocolInHeader);
         Call call;
-        call.id = textOf(attributeOf(message, "ID"));
+        call.id = utf8(attributeOf(message, "ID"));
         const pugi::xml_node request = onlyElement(message);
         if (is(request, "MULTIREQ")) {
             // With the header that says so it would have been refused before.
@@ -185,7 +185,7 @@ Call readCall(const std::string& body, const std::string& protocolInHeader) {
             invalid(request, std::string("Expected SIMPLEREQ, got ") + request.name());
         }
         const pugi::xml_node element = onlyElement(request);
-        call.method = textOf(attributeOf(element, "NAME"));
+        call.method = utf8(attributeOf(element, "NAME"));
         if (is(element, "IMETHODCALL")) {
             readIntrinsic(call, element);
         } else if (is(element, "METHODCALL")) {
@@ -216,18 +216,18 @@ std::string requestMessage(const Request& request, unsigned id) {
 }
 
 std::string methodOf(const Request& request) {
-    return request.operation == Operation::InvokeMethod ? textOf(request.methodName.getString())
+    return request.operation == Operation::InvokeMethod ? utf8(request.methodName.getString())
                                                         : findIntrinsic(request.operation)->name;
 }
 
 std::string objectOf(const Request& request) {
     return request.operation == Operation::InvokeMethod ? placeOf(request.nameSpace, request.path)
-                                                        : textOf(request.nameSpace.getString());
+                                                        : utf8(request.nameSpace.getString());
 }
 
 std::string objectOf(const Call& call) {
     return call.isExtrinsic ? placeOf(call.nameSpace, call.object)
-                            : textOf(call.nameSpace.getString());
+                            : utf8(call.nameSpace.getString());
 }
 
 std::string exportMessage(const CIMInstance& indication, unsigned id) {

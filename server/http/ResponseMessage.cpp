@@ -58,7 +58,7 @@ void writeMethodResult(XmlWriter& writer, const Answer& answer) {
 void throwError(pugi::xml_node element) {
     const String code = attributeOf(element, "CODE");
     char* end = nullptr;
-    const std::string digits = textOf(code);
+    const std::string digits = utf8(code);
     const unsigned long number = strtoul(digits.c_str(), &end, 10);
     if (digits.empty() || *end || number == 0 || number > 0xFFFF) {
         meaningless(element, "Illegal value for ERROR.CODE attribute");
@@ -99,7 +99,7 @@ void readMethodResult(pugi::xml_node element, Answer& answer) {
 
 void checkVersion(pugi::xml_node element, const char* attribute, const char* begin,
                   const char* what, const char* cimError) {
-    const std::string version = textOf(attributeOf(element, attribute));
+    const std::string version = utf8(attributeOf(element, attribute));
     const std::string text = std::string(what) + " version \"" + version + "\" is not supported.";
     if (version.rfind(begin, 0) != 0) {
         throw MessageFault(Defect::Unsupported, text, -1, cimError);
@@ -143,7 +143,7 @@ pugi::xml_node messageOf(const Document& document, const std::string* protocolIn
     if (!message.attribute("ID")) {
         invalid(message, "Invalid or missing MESSAGE.ID attribute");
     }
-    const std::string version = textOf(attributeOf(message, "PROTOCOLVERSION"));
+    const std::string version = utf8(attributeOf(message, "PROTOCOLVERSION"));
     if (protocolInHeader && version != *protocolInHeader &&
         !(isProtocol1(version) && isProtocol1(*protocolInHeader))) {
         throw MessageFault(Defect::HeaderMismatch,

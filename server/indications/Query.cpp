@@ -12,7 +12,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "model/Utf8.h"
+#include "model/Text.h"
 
 using namespace Pegasus;
 

@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "client/ClientConnection.h"
-#include "model/Utf8.h"
+#include "model/Text.h"
 
 using namespace Pegasus;
 

@@ -18,6 +18,7 @@
 
 #include "client/Gate.h"
 #include "interop/Interop.h"
+#include "model/Text.h"
 
 using namespace Pegasus;
 
@@ -72,12 +73,6 @@ void setIfMissing(CIMInstance& instance, const char* name, const String& value) 
     } else if (instance.getProperty(index).getValue().isNull()) {
         instance.getProperty(index).setValue(CIMValue(value));
     }
-}
-
-std::string plain(const String& text) { return std::string(text.getCString()); }
-
-CIMObjectPath withoutPlace(const CIMObjectPath& path) {
-    return CIMObjectPath(String(), CIMNamespaceName(), path.getClassName(), path.getKeyBindings());
 }
 
 // The same for a path and the paths in its keys.
@@ -188,7 +183,7 @@ class SubscriptionProvider : public CIMInstanceProvider {
             std::lock_guard<std::mutex> guard(_owner._lock);
             const bool isAwaited = _state.use_count() > 2;  // this one and the map's
             if (_state->id.empty() && !isAwaited) {
-                _owner._states.erase(plain(path.toString()));
+                _owner._states.erase(utf8(path));
             }
         }
         Change(const Change&) = delete;
@@ -209,7 +204,7 @@ class SubscriptionProvider : public CIMInstanceProvider {
     };
 
     std::shared_ptr<State> stateOf(const CIMObjectPath& path) {
-        const std::string key = plain(path.toString());
+        const std::string key = utf8(path);
         std::lock_guard<std::mutex> guard(_lock);
         std::shared_ptr<State>& state = _states[key];
         if (!state) {
@@ -246,7 +241,7 @@ class SubscriptionProvider : public CIMInstanceProvider {
     }
 
     void checkFilter(const CIMInstance& filter) const {
-        const Query query = Subscriptions::filterQuery(plain(required(filter, "Query")));
+        const Query query = Subscriptions::filterQuery(utf8(required(filter, "Query")));
         const String language = required(filter, "QueryLanguage");
         static const char* const known[] = {"WQL", "DMTF:CQL", "CIM:CQL"};
         if (std::none_of(std::begin(known), std::end(known),
@@ -280,11 +275,11 @@ class SubscriptionProvider : public CIMInstanceProvider {
         std::vector<std::string> nameSpaces;
         const auto listed = valueOr<Array<String>>(filter, "SourceNamespaces", Array<String>());
         for (Uint32 i = 0; i < listed.size(); i++) {
-            nameSpaces.push_back(plain(listed[i]));
+            nameSpaces.push_back(utf8(listed[i]));
         }
         if (nameSpaces.empty()) {
             nameSpaces.push_back(
-                plain(valueOr<String>(filter, "SourceNamespace", String(interopNamespace))));
+                utf8(valueOr<String>(filter, "SourceNamespace", String(interopNamespace))));
         }
         return nameSpaces;
     }
@@ -301,7 +296,7 @@ class SubscriptionProvider : public CIMInstanceProvider {
                                "This server delivers to no listener: it is not on the wire.");
         }
         Notices& notices = _services.notices;
-        return destinations->open(plain(required(destination, "Destination")),
+        return destinations->open(utf8(required(destination, "Destination")),
                                   [&notices](const std::string& text) { notices.problem(text); });
     }
 
@@ -405,7 +400,7 @@ class SubscriptionProvider : public CIMInstanceProvider {
         path.setNameSpace(interopNamespace);
         subscription.setPath(path);
         const auto prepared = _services.subscriptions.prepare(
-            plain(required(filter, "Query")), sourcesOf(filter),
+            utf8(required(filter, "Query")), sourcesOf(filter),
             [destination](const CIMInstance& indication) { destination->take(indication); },
             queueCapacity, subscription);
         _services.subscriptions.create(prepared);

@@ -8,7 +8,7 @@
 
 #include <velmar_embedded/schema/Mof.h>
 #include "client/Request.h"
-#include "model/Utf8.h"
+#include "model/Text.h"
 
 using namespace Pegasus;
 

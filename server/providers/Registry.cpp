@@ -4,8 +4,9 @@
 #include "providers/Registry.h"
 
 #include <algorithm>
-#include <cctype>
 #include <mutex>
+
+#include "model/Text.h"
 
 using namespace Pegasus;
 
@@ -14,14 +15,8 @@ namespace velmar_embedded {
 namespace {
 
 std::string keyOf(const CIMNamespaceName& nameSpace, const CIMName& className, ProviderType type) {
-    std::string key(nameSpace.getString().getCString());
-    key += ':';
-    key += className.getString().getCString();
-    std::transform(key.begin(), key.end(), key.begin(),
-                   [](unsigned char c) { return c < 0x80 ? std::tolower(c) : c; });
-    key += '#';
-    key += static_cast<char>('0' + static_cast<int>(type));
-    return key;
+    return lowerCase(utf8(nameSpace) + ':' + utf8(className) + '#') +
+           std::to_string(static_cast<int>(type));
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 
 #include <utility>
 
-#include "model/Utf8.h"
+#include "model/Text.h"
 
 namespace velmar_embedded {
 

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 
+#include "model/Text.h"
+
 using namespace Pegasus;
 
 namespace velmar_embedded {
@@ -44,11 +46,7 @@ bool means(const CIMObjectPath& stored, const Request& request) {
         (!nameSpace.isNull() && nameSpace != request.nameSpace)) {
         return false;
     }
-    auto bare = [](const CIMObjectPath& path) {
-        return CIMObjectPath(String(), CIMNamespaceName(), path.getClassName(),
-                             path.getKeyBindings());
-    };
-    return bare(stored) == bare(request.path);
+    return withoutPlace(stored) == withoutPlace(request.path);
 }
 
 struct StoredEnd {

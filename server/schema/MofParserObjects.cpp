@@ -8,7 +8,7 @@
 
 #include <charconv>
 
-#include "model/Utf8.h"
+#include "model/Text.h"
 #include "schema/MofParser.h"
 
 namespace velmar_embedded {

@@ -138,12 +138,6 @@ T element(const MofToken& literal, const MofAliases& aliases) {
 
 }  // namespace
 
-std::string lowerCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
-
 bool findType(const MofToken& token, CIMType& type) {
     for (int i = CIMTYPE_BOOLEAN; i <= CIMTYPE_DATETIME; ++i) {
         type = static_cast<CIMType>(i);

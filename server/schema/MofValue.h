@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "model/Text.h"
 #include "schema/MofLexer.h"
 
 namespace velmar_embedded {
@@ -28,8 +29,6 @@ struct MofValue {
 
 /// Lower-case alias with its `$` to the instance's path (class and keys).
 using MofAliases = std::map<std::string, Pegasus::CIMObjectPath>;
-
-std::string lowerCase(std::string text);
 
 /// Finds the type that a keyword names; false for anything else (a class name, say).
 bool findType(const MofToken& token, Pegasus::CIMType& type);
