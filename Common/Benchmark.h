@@ -20,7 +20,7 @@ class Benchmark {
     Benchmark() { start(); }
     virtual ~Benchmark() {}
 
-    /// Starts the measurement anew.
+    /// Starts the measurement again.
     void start() { m_start = Pegasus::TimeValue::getCurrentTime(); }
 
     /// Milliseconds since the start, exact below 2^32 of them (49.7 days).

@@ -73,7 +73,7 @@ class IndicationMethodProvider : public Pegasus::CIMIndicationProvider,
     /// Serves "send" (case ignored; any other name: CIM_ERR_METHOD_NOT_FOUND with the name).
     /// Returns sint32 0 while disabled; else 1, and only then builds and delivers the indication.
     /// An exception on the way replaces the caller's 1 (status 4 for a system in no domain, 6 for a
-    /// partition that cannot be found, 1 for what is no CIMException); the identifier taken is not
+    /// partition that cannot be found, 1 for any other exception); the identifier taken is not
     /// used again.
     void invokeMethod(const Pegasus::OperationContext& context,
                       const Pegasus::CIMObjectPath& objectReference,

@@ -84,7 +84,7 @@ class RequestObject {
 class End {
  public:
     /// A reference was read when its key was stored and is known to be well-formed; any other key
-    /// is read here, and what is no path throws MalformedObjectNameException.
+    /// is read here, and a malformed path throws MalformedObjectNameException.
     explicit End(const CIMKeyBinding& key)
         : _key(key), _isReference(key.getType() == CIMKeyBinding::REFERENCE) {
         if (!_isReference) {

@@ -137,7 +137,7 @@ std::string forReaders(const ordered_json& document, const velmar_driver::DriveO
                                            counted(findings.size() - errors, "warning"));
     const size_t allowed = document["allowed"], more = document["more"];
     return text + (allowed == 0 ? "" : fmt::format("; {} allowed", allowed)) +
-           (more == 0 ? "" : fmt::format("; {} more that there is no room for", more)) + "\n";
+           (more == 0 ? "" : fmt::format("; {} more were dropped for lack of room", more)) + "\n";
 }
 
 }  // namespace velmar_cli

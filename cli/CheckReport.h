@@ -16,7 +16,7 @@ namespace velmar_cli {
 struct Results {
     std::vector<velmar_checks::Finding> findings;
     size_t allowed = 0;  ///< findings that are not among them
-    size_t more = 0;     ///< findings that there is no room for
+    size_t more = 0;     ///< findings dropped for lack of room
     std::vector<velmar_driver::ClassReport> classes;
 };
 

@@ -51,7 +51,7 @@ void checkNumbers(const SmBios::Table& table, uint8_t i) {
     require(accepted([&] { table.getQWord(i); }) == (i + 8u <= end));
 }
 
-// False when there is no such string.
+// Returns false if the string is missing.
 bool checkString(const SmBios::Table& table, uint8_t i) {
     const std::vector<uint8_t>& data = table.getData();
     return accepted([&] {

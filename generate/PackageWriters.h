@@ -25,7 +25,7 @@ std::string userHeader(const Options& options, const ClassModel& model);
 std::string userSource(const Options& options, const ClassModel& model,
                        const std::vector<ClassModel>& models);
 /// `element` is what an alert's test raises it about; null: nothing fits. Findings with the id
-/// `allowed` are none of its failures; empty: all are.
+/// `allowed` do not fail it; empty: all fail it.
 std::string userTest(const Options& options, const ClassModel& model, const ClassModel* element,
                      const std::string& allowed);
 

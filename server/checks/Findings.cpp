@@ -57,7 +57,7 @@ void Reporter::add(const std::string& id, const std::string& element,
                    const std::string& sentence) const {
     const Rule* const rule = findRule(id);
     if (rule == nullptr) {
-        throw std::logic_error("there is no rule " + id);
+        throw std::logic_error("unknown rule " + id);
     }
     _added++;
     std::string who;

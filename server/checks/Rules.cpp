@@ -101,14 +101,14 @@ const std::vector<RuleGroup>& allRules() {
               "PegasusCreateProvider gave no object for the registered provider name.",
               "Compare with the same name in PegasusCreateProvider as in PG_Provider.Name."},
              {"loading.not-created", Severity::Error,
-              "Making the provider's object ended with an exception.",
+              "The provider's constructor, or PegasusCreateProvider, threw an exception.",
               "Catch it in the constructor, or do the work in initialize."},
              {"loading.initialize-failed", Severity::Error,
-              "The provider's initialize ended with an exception. Clients hear \"provider "
+              "The provider's initialize threw an exception. Clients hear \"provider "
               "initialization failed\" at every request, each of which tries again.",
               "See the exception's text; catch in initialize what the provider can do without."},
              {"loading.terminate-failed", Severity::Error,
-              "The provider's terminate ended with an exception: the object is not deleted, and "
+              "The provider's terminate threw an exception: the object is not deleted, and "
               "what it holds stays.",
               "Catch it in terminate, and let it end with the base class's terminate."},
              {"loading.may-be-unloaded", Severity::Warning,
@@ -162,7 +162,7 @@ const std::vector<RuleGroup>& allRules() {
               "return value; the client gets CIM_ERR_FAILED, \"The object is not initialized.\".",
               "Deliver only what has contents; deliver nothing for a null return value."},
              {"protocol.exception", Severity::Warning,
-              "An operation ended with an exception other than CIMException: the client gets "
+              "An operation threw an exception other than CIMException: the client gets "
               "CIM_ERR_FAILED with its bare text.",
               "Throw a CIMException with a status and a message, or avoid the exception. A "
               "TypeMismatchException before the first delivery of invokeMethod also means that the "
@@ -188,7 +188,7 @@ const std::vector<RuleGroup>& allRules() {
               "declares.",
               HOW_TO_WRITE},
              {"instance.value-map", Severity::Warning,
-              "A property's value is none of those that the class's ValueMap names.",
+              "A property's value is missing from the class's ValueMap.",
               "Use a value of the ValueMap, or add the value to it."},
              {"instance.missing-key", Severity::Error,
               "An instance lacks a key property, although no property list leaves it out.",

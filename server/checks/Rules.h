@@ -28,7 +28,7 @@ struct RuleGroup {
 
 const std::vector<RuleGroup>& allRules();
 
-/// Returns nullptr if there is no such rule.
+/// Returns nullptr for an unknown id.
 const Rule* findRule(const std::string& id);
 
 /// The tables of docs/findings.md.

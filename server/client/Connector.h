@@ -21,7 +21,7 @@ class RemoteServer {
     virtual ~RemoteServer() = default;
     /// Waits `timeout` milliseconds for the answer, which is as a client sees it. Throws
     /// CIMException, ConnectionTimeoutException, CannotConnectException, and the exceptions of
-    /// CIMClient for what is no answer.
+    /// CIMClient for a malformed answer.
     virtual Answer exchange(const Request& request, Pegasus::Uint32 timeout) = 0;
 };
 

@@ -91,7 +91,7 @@ T itemOf(pugi::xml_node element) {
         if constexpr (isObjectType<T>) {
             return T(embeddedObjectOf(element, text));
         } else {
-            // A real's sign and digits, as DSP0201 writes them: no words for what is no number.
+            // A real's sign and digits, as DSP0201 writes them; words for other values are refused.
             const bool real = std::is_floating_point_v<T>;
             const auto value = parsed<T>(stringOf(real && text[0] == '+' ? text.substr(1) : text));
             if (!value || (real && text.find_first_not_of("+-.0123456789eE") != text.npos)) {

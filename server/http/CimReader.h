@@ -4,7 +4,7 @@
 // The CIM elements of DSP0201, read. What writes them is model/CIMXml.h.
 //
 // All functions take the element itself, unless said otherwise, and throw MessageFault; what the
-// object model refuses (a name that is none, a property twice) passes through as its exception.
+// object model refuses (an invalid name, a property twice) passes through as its exception.
 #ifndef VELMAR_WIRE_CIMREADER_H
 #define VELMAR_WIRE_CIMREADER_H
 

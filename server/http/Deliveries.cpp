@@ -160,7 +160,7 @@ void Listener::take(const CIMInstance& indication) {
     }
     _changed.notify_all();
     if (first) {
-        lost(std::to_string(waiting) + " alerts wait for it, and there is no room for " +
+        lost("its queue of " + std::to_string(waiting) + " alerts has no room for " +
              std::to_string(message.size()) + " bytes more");
     }
 }

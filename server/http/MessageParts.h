@@ -18,8 +18,8 @@ namespace velmar_wire {
 void openMessage(Pegasus::XmlWriter& writer, const std::string& id, const char* kind);
 void closeMessage(Pegasus::XmlWriter& writer, const char* kind);
 
-/// The MESSAGE of a document. Throws MessageFault when it is none, of a version not served, or of
-/// another major one than the header.
+/// The MESSAGE of a document. Throws MessageFault when it is not a message, of a version not
+/// served, or of another major one than the header.
 pugi::xml_node messageOf(const Document& document, const std::string* protocolInHeader = nullptr);
 
 /// Runs `read`; what the object model refuses becomes a MessageFault.

@@ -29,8 +29,8 @@ struct Call {
 
 // Server side.
 
-/// Throws MessageFault for what is no simple request of the protocol version that its HTTP header
-/// says; a request that cannot be served is one with a refusal.
+/// Throws MessageFault for anything but a simple request of the protocol version that its HTTP
+/// header says; a request that cannot be served is one with a refusal.
 Call readCall(const std::string& body, const std::string& protocolInHeader = "1.0");
 std::string responseTo(const Call& call, const velmar_embedded::Answer& answer);
 /// `text` is the whole DESCRIPTION; an empty one is left out.

@@ -70,7 +70,7 @@ bool is(pugi::xml_node element, const char* name);
 /// The elements in an element; a text between them counts for nothing.
 pugi::xml_node firstElement(pugi::xml_node parent);
 pugi::xml_node nextElement(pugi::xml_node element);
-/// The one element in an element. Throws MessageFault when there is none or another.
+/// The one element in an element. Throws MessageFault unless there is exactly one.
 pugi::xml_node onlyElement(pugi::xml_node parent);
 /// All text in an element, whatever comments and CDATA sections it is cut into.
 std::string textIn(pugi::xml_node element);

@@ -293,7 +293,7 @@ class SubscriptionProvider : public CIMInstanceProvider {
         const std::shared_ptr<Destinations> destinations = _services.destinations();
         if (!destinations) {
             throw CIMException(CIM_ERR_NOT_SUPPORTED,
-                               "This server delivers to no listener: it is not on the wire.");
+                               "This server cannot deliver to listeners: HTTP is not enabled.");
         }
         Notices& notices = _services.notices;
         return destinations->open(utf8(required(destination, "Destination")),

@@ -11,7 +11,7 @@
 
 namespace Pegasus {
 
-/// False, with `number` unchanged, for a text that is none or does not fit.
+/// False, with `number` unchanged, for a text that is not a number or does not fit.
 bool parseUnsigned(const Char16* text, Uint32 size, Uint64& number);
 bool parseUnsigned(const String& text, Uint64& number);
 /// The same with an optional sign before it.

@@ -52,7 +52,7 @@ PEGASUS_CIM_TYPES(PEGASUS_CIM_TYPE_OF)
 
 template <class T>
 inline constexpr bool isObjectType = std::is_same_v<T, CIMObject> || std::is_same_v<T, CIMInstance>;
-/// Numbers only: booleans are none.
+/// Numbers only: booleans are excluded.
 template <class T>
 inline constexpr bool isNumberType = std::is_arithmetic_v<T> && !std::is_same_v<T, Boolean>;
 
@@ -62,7 +62,7 @@ struct TypeTag {
 };
 
 /// Calls `visit` with the TypeTag of the C++ type of `type`. Throws TypeMismatchException for what
-/// is no type.
+/// is not a type.
 template <class Visit>
 auto withType(CIMType type, Visit&& visit) {
     switch (type) {

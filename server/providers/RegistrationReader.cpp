@@ -214,10 +214,11 @@ void RegistrationReader::readCapabilities(const Reader& instance) {
     const Array<Uint16> types = instance.list<Uint16>("ProviderType", true);
     for (Uint32 i = 0; i < types.size(); i++) {
         if (types[i] < 2 || types[i] > 7) {
-            instance.fail("ProviderType",
-                          std::to_string(types[i]) +
-                              " is none of 2 instance, 3 association, 4 indication, 5 method, "
-                              "6 indication consumer, 7 instance query");
+            instance.fail(
+                "ProviderType",
+                std::to_string(types[i]) +
+                    " is unknown; expected 2 instance, 3 association, 4 indication, 5 method, "
+                    "6 indication consumer or 7 instance query");
         }
         if (types[i] > 5) {
             _notices.problem("provider " + quoted(name) + ", class " + capabilities.className +

@@ -200,7 +200,7 @@ constexpr bool takes<Enumeration<E>, U> =
 template <class T>
 constexpr bool isNumber = std::is_arithmetic_v<T> && !std::is_same_v<T, bool>;
 
-/// Nobody has one.
+/// Takes no value.
 template <class T>
 class NoNumber {
     NoNumber();

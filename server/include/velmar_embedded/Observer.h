@@ -29,9 +29,9 @@ class Observer {
     // These two come one at a time, in the order of what they tell of, on a thread of their own.
     // From there all of the server may be called but stop; drain does not wait for them.
 
-    /// What no caller hears of: why an initialize or a terminate failed, a provider that refuses a
-    /// subscription or delivers after it was disabled, a full queue, a subscriber that throws, a
-    /// client that timed out, what a slow stop waits for. Writes it to stderr.
+    /// A problem that no client sees: why an initialize or a terminate failed, a provider that
+    /// refuses a subscription or delivers after it was disabled, a full queue, a subscriber that
+    /// throws, a client that timed out, what a slow stop waits for. Writes it to stderr.
     virtual void onProblem(const std::string& text);
     /// A finding that is new. Writes it to stderr.
     virtual void onFinding(const velmar_checks::Finding& finding);

@@ -41,7 +41,7 @@ struct ServerOptions {
     /// Leaves provider libraries open at stop, so that what a leak checker reports at the end of
     /// the process has names.
     bool keepModules = false;
-    /// How long stop waits before it reports as problems what for.
+    /// How long stop waits before it reports what it is waiting for.
     std::chrono::milliseconds stopPatience{5000};
 };
 

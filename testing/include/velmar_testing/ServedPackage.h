@@ -156,7 +156,7 @@ class ServedPackage : public ::testing::Test {
                           << velmar_checks::helpFor(finding);
         }
     }
-    /// Findings of this id ("instance.null-key") are none of this test's failures.
+    /// Findings of this id ("instance.null-key") do not fail the test.
     void allow(const std::string& id) { _allowed.insert(id); }
 
     const Pegasus::CIMNamespaceName nameSpace;  ///< of the package's classes

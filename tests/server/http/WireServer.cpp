@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// The server on its socket: what misbehaving clients get, and that nobody else notices them; the
+// The server on its socket: what misbehaving clients get, and that the others do not notice; the
 // delivery of alerts; the client's side of what can go wrong.
 #include <Pegasus/Common/CIMIndication.h>
 #include <arpa/inet.h>

@@ -65,7 +65,7 @@ class PEGASUS_EXPORT CIMObjectPath {
     /// Parses `objectName`; throws MalformedObjectNameException.
     CIMObjectPath(const String& objectName);
     /// Null names and an empty host are accepted. Throws MalformedObjectNameException for a host
-    /// that is none and for a REFERENCE binding that is no path.
+    /// that is malformed and for a REFERENCE binding that is not a path.
     CIMObjectPath(const String& host, const CIMNamespaceName& nameSpace, const CIMName& className,
                   const Array<CIMKeyBinding>& keyBindings = Array<CIMKeyBinding>());
     ~CIMObjectPath();
