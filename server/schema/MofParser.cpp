@@ -148,7 +148,7 @@ void MofParser::qualifierDeclaration() {
     const MofToken typeName = identifier("a type");
     CIMType type;
     if (!findType(typeName, type)) {
-        throw MofFault(typeName.line, "unknown type " + typeName.text);
+        throw unknownType(typeName);
     }
     Declarator array;
     arraySuffix(array);

@@ -73,7 +73,7 @@ MofParser::Declarator MofParser::declarator() {
     const MofToken type = identifier("a type");
     if (!findType(type, result.type)) {
         if (!_token.is("ref")) {
-            throw MofFault(type.line, "unknown type " + type.text);
+            throw unknownType(type);
         }
         advance();
         result.type = CIMTYPE_REFERENCE;

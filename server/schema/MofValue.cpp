@@ -148,6 +148,12 @@ bool findType(const MofToken& token, CIMType& type) {
     return false;
 }
 
+MofFault unknownType(const MofToken& token) {
+    return MofFault(token.line, "unknown type " + token.text +
+                                    "; expected boolean, char16, datetime, real32, real64, string, "
+                                    "sint8 to sint64, uint8 to uint64, or CLASS REF");
+}
+
 CIMValue convert(const MofValue& value, CIMType type, bool isArray, const MofAliases& aliases) {
     if (!value.isArray && value.literals.front().is("null")) {
         return CIMValue(type, isArray);

@@ -32,6 +32,8 @@ using MofAliases = std::map<std::string, Pegasus::CIMObjectPath>;
 
 /// Finds the type that a keyword names; false for anything else (a class name, say).
 bool findType(const MofToken& token, Pegasus::CIMType& type);
+/// For a token that is not one.
+MofFault unknownType(const MofToken& token);
 
 /// Throws MofFault, with the literal and the type, for a literal of another kind, a number out of
 /// the type's range, a malformed date-time or path, and an unknown alias.

@@ -211,7 +211,7 @@ TEST_F(Schema, ValuesAndMistakes) {
         {"class X { string S = \"\xff\"; };", "1: a literal is not UTF-8"},
         {"class X { string S; }\nclass Y {};", "2: syntax error at class: expected ;"},
         {"class X { uint8 A[0]; };", "1: syntax error at 0: expected an array size"},
-        {"class X { text S; };", "1: unknown type text"},
+        {"class X { text S; };", "1: unknown type text; expected boolean,"},
         {"Qualifier Q : boolean, Scope(all);", "1: syntax error at all: expected a scope"},
         {"class X { B REF M(); };", "1: the method M returns a reference"},
         {"class X { B REF R[]; };", "1: the property R is an array of references"},
