@@ -20,6 +20,7 @@ using Run = std::function<ExitCode()>;
 /// Runs it and turns what it throws into a line on stderr.
 ExitCode guarded(const Run& run);
 
+void addAsk(CLI::App& app, Run& run);
 void addCheck(CLI::App& app, Run& run);
 void addExplain(CLI::App& app, Run& run);
 void addGenerate(CLI::App& app, Run& run);

@@ -16,7 +16,7 @@ namespace velmar_cli {
 
 namespace {
 
-struct Arguments {
+struct ExplainOptions {
     std::string id;
     bool markdown = false;
 };
@@ -47,7 +47,7 @@ ExitCode explain(const std::string& id) {
     return Good;
 }
 
-ExitCode run(const Arguments& arguments) {
+ExitCode run(const ExplainOptions& arguments) {
     if (arguments.markdown) {
         fmt::print("{}", velmar_checks::rulesAsMarkdown());
         return Good;
@@ -60,7 +60,7 @@ ExitCode run(const Arguments& arguments) {
 void addExplain(CLI::App& app, Run& run) {
     auto* const command = app.add_subcommand(
         "explain", "Says what a finding means, and what to do about it; without an id lists all");
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<ExplainOptions>();
     command->add_option("id", arguments->id, "In brackets after the finding's text")
         ->type_name("ID");
     command->add_flag("--markdown", arguments->markdown, "Print the tables of docs/findings.md");

@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
     velmar_cli::addNew(app, run);
     velmar_cli::addGenerate(app, run);
     velmar_cli::addCheck(app, run);
+    velmar_cli::addAsk(app, run);
     velmar_cli::addExplain(app, run);
 #ifdef VELMAR_HAS_WIRE
     velmar_cli::addServe(app, run);

@@ -4,7 +4,6 @@
 #include "Package.h"
 
 #include <fmt/format.h>
-#include "schema/MofOutline.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -13,8 +12,8 @@
 #include <set>
 
 #include "GeneratorOptions.h"
-#include "generate/Names.h"
 #include "model/Text.h"
+#include "schema/MofOutline.h"
 
 namespace fs = std::filesystem;
 
@@ -113,9 +112,14 @@ void fill(std::vector<std::string>& list, const std::set<std::string>& found) {
 
 }  // namespace
 
-void Package::addOptions(CLI::App& command) {
-    command.add_option("package", folder, "Folder with the package's MOF files and modules")
-        ->check(CLI::ExistingDirectory);
+void Package::addOptions(CLI::App& command, Needs given) {
+    needs = given;
+    command
+        .add_option("package", folder,
+                    needs == Needs::All ? "Folder with the package's MOF files and modules"
+                                        : "Folder with MOF files and modules, or a MOF file")
+        ->check(needs == Needs::All ? CLI::Validator(CLI::ExistingDirectory)
+                                    : CLI::Validator(CLI::ExistingPath));
     command.add_option("--schema", schemas, "MOF files of the classes, in this order")
         ->check(CLI::ExistingPath);
     command.add_option("--registration", registrations, "MOF files of the registrations")
@@ -147,7 +151,10 @@ void Package::resolve() {
             throw UsageError(*found + " is a folder, where a MOF file is expected");
         }
     }
-    if (!folder.empty()) {
+    if (!folder.empty() && !fs::is_directory(folder)) {
+        (velmar_embedded::outlineOfMofFile(folder).registersProviders() ? registrations : schemas)
+            .push_back(folder);
+    } else if (!folder.empty()) {
         const Contents found = contentsOf(folder);
         fill(schemas, withoutIncluded(found.schemas, includes));
         fill(registrations, onceEach(found.registrations));
@@ -157,17 +164,36 @@ void Package::resolve() {
         fill(modules, found.modules);
     }
     const std::string place = folder.empty() ? "" : " in " + folder;
+    if (needs == Needs::Model && (registrations.empty() || modules.empty())) {
+        leaveOutProviders(place);
+    }
     if (schemas.empty()) {
         throw UsageError("no MOF file of the classes" + place + "; name it with --schema");
     }
-    if (registrations.empty()) {
+    if (needs == Needs::All && registrations.empty()) {
         throw UsageError("no MOF file of the registrations (instances of PG_Provider)" + place +
                          "; build the package, or name it with --registration");
     }
-    if (modules.empty()) {
+    if (needs == Needs::All && modules.empty()) {
         throw UsageError("no provider library (lib*.so)" + place +
                          "; build the package, or name the folder with --modules");
     }
+}
+
+void Package::leaveOutProviders(const std::string& place) {
+    if (!modules.empty()) {
+        fmt::print(stderr,
+                   "note: no MOF file of the registrations{}: the classes are served without "
+                   "providers\n",
+                   place);
+    } else if (!registrations.empty() || fs::exists(fs::path(folder) / "CMakeLists.txt")) {
+        fmt::print(stderr,
+                   "note: no provider library (lib*.so){}: the classes are served without "
+                   "providers; build the package to have them\n",
+                   place);
+    }
+    registrations.clear();
+    modules.clear();
 }
 
 void Package::load(velmar_embedded::Server& server) const {

@@ -17,7 +17,7 @@ namespace velmar_cli {
 
 namespace {
 
-struct Arguments {
+struct ServeOptions {
     Package package;
     velmar_wire::Options wire;
     double retryInterval = 30;
@@ -52,7 +52,7 @@ void tell(const velmar_wire::Refusals& refused) {
     }
 }
 
-ExitCode serve(Arguments& arguments) {
+ExitCode serve(ServeOptions& arguments) {
     EndSignals end;
     arguments.package.resolve();
     arguments.wire.delivery.interval =
@@ -79,9 +79,10 @@ ExitCode serve(Arguments& arguments) {
 
 void addServe(CLI::App& app, Run& run) {
     auto* const command = app.add_subcommand(
-        "serve", "Serves a package to WBEM clients of this host until SIGINT or SIGTERM");
-    const auto arguments = std::make_shared<Arguments>();
-    arguments->package.addOptions(*command);
+        "serve",
+        "Serves a package, or a model alone, to WBEM clients of this host until SIGINT or SIGTERM");
+    const auto arguments = std::make_shared<ServeOptions>();
+    arguments->package.addOptions(*command, Needs::Model);
     arguments->wire.port = 5988;
     command->add_option("--port", arguments->wire.port, "Port on 127.0.0.1; 0: a free one")
         ->capture_default_str();

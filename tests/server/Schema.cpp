@@ -13,6 +13,7 @@
 #include <velmar_embedded/schema/Mof.h>
 #include <velmar_embedded/schema/Repository.h>
 #include "schema/MofOutline.h"
+#include "schema/MofWriter.h"
 #include "support/Objects.h"
 
 using namespace Pegasus;
@@ -462,6 +463,32 @@ TEST_F(Schema, InheritanceAndWhatAllClassesHoldAreLimited) {
     indexed.removeProperty(64);
     EXPECT_EQ(indexed.clone().addProperty(CIMProperty("P66", Uint8(1))).findProperty("P66"), 64u);
     EXPECT_THROW(indexed.addProperty(CIMProperty("p2", Uint8(1))), AlreadyExistsException);
+}
+
+// What is written as MOF compiles again, to the same.
+TEST(MofWriter, WritesWhatCompilesAgain) {
+    velmar_embedded::Repository schema;
+    const CIMNamespaceName first("root/first"), second("root/second");
+    velmar_embedded::compileMofText(schema, first, std::string(DECLARATIONS) + R"(
+        instance of V { Id = "a\"b\\c\n\x0007"; Flag = true; U8 = 255; S8 = -128; R64 = 1.5;
+            U64 = 18446744073709551615; C = 'x'; S = "\xC3\xA4"; D = "20250101120000.000000+000";
+            R = "K.Name=\"k\""; A = {"one, two", ""}; N = {1, 2, 3, 4}; };)",
+                                    "first.mof");
+    std::string mof;
+    for (const char* name : {"B", "M", "A", "V"}) {
+        mof += velmar_embedded::mofOf(schema.getClass(first, CIMName(name)));
+    }
+    const CIMInstance stored = schema.instances(first, CIMName("V"))[0];
+    mof += velmar_embedded::mofOf(stored);
+    const std::string qualifiers(DECLARATIONS, std::string(DECLARATIONS).find("[Abstract"));
+    velmar_embedded::compileMofText(schema, second, qualifiers + mof, "second.mof");
+    std::string again;
+    for (const char* name : {"B", "M", "A", "V"}) {
+        again += velmar_embedded::mofOf(schema.getClass(second, CIMName(name)));
+    }
+    const CIMInstance read = schema.instances(second, CIMName("V"))[0];
+    EXPECT_EQ(again + velmar_embedded::mofOf(read), mof);
+    EXPECT_EQ(shown(read.getProperty(read.findProperty("Id")).getValue()), "a\"b\\c\n\x07");
 }
 
 }  // namespace

@@ -1,0 +1,27 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// Objects as MOF (DMTF DSP0004), which the compiler reads again.
+//
+// Keeps no state, thread-safe.
+#ifndef VELMAR_EMBEDDED_SCHEMA_MOFWRITER_H
+#define VELMAR_EMBEDDED_SCHEMA_MOFWRITER_H
+
+#include <Pegasus/Common/CIMClass.h>
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMValue.h>
+
+#include <string>
+
+namespace velmar_embedded {
+
+/// "NULL", "12", "\"text\"", "{1, 2}". An embedded object is a string with its MOF.
+std::string mofOf(const Pegasus::CIMValue& value);
+/// Ends with a line's end, as the next.
+std::string mofOf(const Pegasus::CIMInstance& instance);
+/// With its qualifiers; of properties and methods those that `cimClass` has.
+std::string mofOf(const Pegasus::CIMClass& cimClass);
+
+}  // namespace velmar_embedded
+
+#endif
