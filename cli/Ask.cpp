@@ -6,7 +6,6 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -242,24 +241,6 @@ const Operation& operationOf(const std::vector<std::string>& words) {
     return *operation;
 }
 
-// http://HOST[:PORT]
-void connect(CIMClient& client, const std::string& url, const std::string& user) {
-    const std::string scheme = "http://";
-    const std::string place =
-        url.substr(scheme.size(), url.find('/', scheme.size()) - scheme.size());
-    const size_t colon =
-        place.find(':', place.find(']') == std::string::npos ? 0 : place.find(']'));
-    const std::string port = colon == std::string::npos ? "5988" : place.substr(colon + 1);
-    const bool isNumber = !port.empty() && port.size() < 6 &&
-                          port.find_first_not_of("0123456789") == std::string::npos;
-    if (place.substr(0, colon).empty() || !isNumber) {
-        throw UsageError(url + ": expected http://HOST:PORT");
-    }
-    const char* const password = std::getenv("VELMAR_PASSWORD");
-    client.connect(place.substr(0, colon).c_str(), Uint32(std::stoul(port)), user.c_str(),
-                   password == nullptr ? "" : password);
-}
-
 ExitCode ask(const AskOptions& options, CIMClient& client, const Operation& operation,
              std::vector<std::string> words) {
     const AskArguments arguments(client, CIMNamespaceName(options.package.nameSpace.c_str()));
@@ -288,7 +269,7 @@ ExitCode run(AskOptions& options) {
     const Operation& operation = operationOf(words);
     CIMClient client;
     if (target.rfind("http://", 0) == 0) {
-        connect(client, target, options.user);
+        connectTo(client, target, options.user);
         return ask(options, client, operation, words);
     }
     options.package.folder = target;

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "Package.h"
 #include "checks/Wording.h"
@@ -65,6 +66,7 @@ std::pair<std::string, std::string> nameAndValue(const std::string& word) {
 const Declared& declaredAs(const std::string& name, const std::vector<const Declared*>& list,
                            const std::string& owner, const char* what) {
     std::vector<std::string> names;
+    names.reserve(list.size());
     for (const Declared* one : list) {
         names.push_back(utf8(one->name));
         if (String::equalNoCase(one->name.getString(), text(name))) {
@@ -87,6 +89,23 @@ std::string withoutPlace(const std::string& path) {
 
 }  // namespace
 
+void connectTo(CIMClient& client, const std::string& url, const std::string& user) {
+    const std::string scheme = "http://";
+    const std::string place =
+        url.substr(scheme.size(), url.find('/', scheme.size()) - scheme.size());
+    const size_t colon =
+        place.find(':', place.find(']') == std::string::npos ? 0 : place.find(']'));
+    const std::string port = colon == std::string::npos ? "5988" : place.substr(colon + 1);
+    const bool isNumber = !port.empty() && port.size() < 6 &&
+                          port.find_first_not_of("0123456789") == std::string::npos;
+    if (place.substr(0, colon).empty() || !isNumber) {
+        throw UsageError(url + ": expected http://HOST:PORT");
+    }
+    const char* const password = std::getenv("VELMAR_PASSWORD");
+    client.connect(place.substr(0, colon).c_str(), Uint32(std::stoul(port)), user.c_str(),
+                   password == nullptr ? "" : password);
+}
+
 velmar_checks::Facts AskArguments::factsOf(const std::string& className) const {
     if (!CIMName::legal(text(className))) {
         throw UsageError(className + ": expected the name of a class");
@@ -101,6 +120,7 @@ velmar_checks::Facts AskArguments::factsOf(const std::string& className) const {
     }
     const Array<CIMName> all = _client.enumerateClassNames(_nameSpace, CIMName(), true);
     std::vector<std::string> names;
+    names.reserve(all.size());
     for (Uint32 i = 0; i < all.size(); i++) {
         names.push_back(utf8(all[i]));
     }
@@ -165,6 +185,7 @@ CIMValue AskArguments::value(const std::string& word, const std::vector<Declared
                              const std::string& owner, const Declared*& found) const {
     const auto [name, given] = nameAndValue(word);
     std::vector<const Declared*> all;
+    all.reserve(list.size());
     for (const Declared& one : list) {
         all.push_back(&one);
     }

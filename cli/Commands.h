@@ -25,7 +25,8 @@ void addCheck(CLI::App& app, Run& run);
 void addExplain(CLI::App& app, Run& run);
 void addGenerate(CLI::App& app, Run& run);
 void addNew(CLI::App& app, Run& run);
-/// Only with the wire, VELMAR_HAS_WIRE.
+/// These only with HTTP, VELMAR_HAS_WIRE.
+void addListen(CLI::App& app, Run& run);
 void addServe(CLI::App& app, Run& run);
 
 }  // namespace velmar_cli

@@ -35,6 +35,7 @@ int main(int argc, char** argv) {
     velmar_cli::addAsk(app, run);
     velmar_cli::addExplain(app, run);
 #ifdef VELMAR_HAS_WIRE
+    velmar_cli::addListen(app, run);
     velmar_cli::addServe(app, run);
 #endif
 

@@ -11,6 +11,7 @@
 
 #include "Commands.h"
 #include "Crash.h"
+#include "EndSignals.h"
 #include "Package.h"
 
 namespace velmar_cli {
@@ -21,27 +22,6 @@ struct ServeOptions {
     Package package;
     velmar_wire::Options wire;
     double retryInterval = 30;
-};
-
-// The signals that end a server come to the thread that waits for them, from before the first
-// other thread is there.
-class EndSignals {
- public:
-    EndSignals() {
-        sigemptyset(&_set);
-        sigaddset(&_set, SIGINT);
-        sigaddset(&_set, SIGTERM);
-        pthread_sigmask(SIG_BLOCK, &_set, nullptr);
-    }
-    /// A second signal ends the process: a provider may block the orderly way.
-    void wait() {
-        int received = 0;
-        sigwait(&_set, &received);
-        pthread_sigmask(SIG_UNBLOCK, &_set, nullptr);
-    }
-
- private:
-    sigset_t _set;
 };
 
 void tell(const velmar_wire::Refusals& refused) {

@@ -55,6 +55,7 @@ MethodFacts methodFacts(const CIMConstMethod& method) {
 template <class Items>
 std::vector<std::string> names(const Items& items) {
     std::vector<std::string> result;
+    result.reserve(items.size());
     for (const auto& item : items) {
         result.push_back(utf8(item.name));
     }

@@ -140,15 +140,16 @@ class Listener : public velmar_embedded::Destination {
 
 void Listener::take(const CIMInstance& indication) {
     std::string message = exportMessage(indication, ++_lastId);
+    const size_t size = message.size();
     bool first = false;
     size_t waiting = 0;
     {
         std::lock_guard<std::mutex> guard(_lock);
         waiting = _queue.size();
-        const bool fits = !_stopping && waiting < _policy.queueCapacity &&
-                          _bytes + message.size() <= _policy.queueBytes;
+        const bool fits =
+            !_stopping && waiting < _policy.queueCapacity && _bytes + size <= _policy.queueBytes;
         if (fits) {
-            _bytes += message.size();
+            _bytes += size;
             _queue.push_back(std::move(message));
             if (!_thread.joinable()) {
                 _thread = std::thread(&Listener::work, this);
@@ -161,7 +162,7 @@ void Listener::take(const CIMInstance& indication) {
     _changed.notify_all();
     if (first) {
         lost("its queue of " + std::to_string(waiting) + " alerts has no room for " +
-             std::to_string(message.size()) + " bytes more");
+             std::to_string(size) + " bytes more");
     }
 }
 

@@ -56,6 +56,16 @@ velmar_embedded::Answer readResponse(const velmar_embedded::Request& request,
 
 std::string exportMessage(const Pegasus::CIMInstance& indication, unsigned id);
 
+/// An indication as a listener gets it.
+struct Export {
+    std::string id;  ///< of the message
+    Pegasus::CIMInstance indication;
+};
+/// Throws MessageFault.
+Export readExport(const std::string& body);
+/// That the listener has it.
+std::string exportResponse(const std::string& id);
+
 }  // namespace velmar_wire
 
 #endif

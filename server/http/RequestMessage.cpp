@@ -240,4 +240,30 @@ std::string exportMessage(const CIMInstance& indication, unsigned id) {
     return writer.take();
 }
 
+Export readExport(const std::string& body) {
+    const Document document(body, 500'000);
+    const pugi::xml_node message = messageOf(document);
+    return guarded([&] {
+        pugi::xml_node element = message;
+        for (const char* const name :
+             {"SIMPLEEXPREQ", "EXPMETHODCALL", "EXPPARAMVALUE", "INSTANCE"}) {
+            element = onlyElement(element);
+            if (!is(element, name)) {
+                invalid(element, std::string("Expected ") + name + " element");
+            }
+        }
+        return Export{utf8(attributeOf(message, "ID")), instanceOf(element)};
+    });
+}
+
+std::string exportResponse(const std::string& id) {
+    XmlWriter writer;
+    openMessage(writer, id, "SIMPLEEXPRSP");
+    writer.raw(
+        "<EXPMETHODRESPONSE NAME=\"ExportIndication\"><IRETURNVALUE></IRETURNVALUE>"
+        "</EXPMETHODRESPONSE>");
+    closeMessage(writer, "SIMPLEEXPRSP");
+    return writer.take();
+}
+
 }  // namespace velmar_wire
