@@ -51,6 +51,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             require(again.request && requestMessage(*again.request, 1) == written);
         }
     }
+    Export alert;
+    if (accepted([&] { alert = readExport(body); })) {
+        const std::string written = exportMessage(alert.indication, 1);
+        require(exportMessage(readExport(written).indication, 1) == written);
+    }
     for (int i = 0; i <= int(Operation::InvokeMethod); i++) {
         accepted([&] {
             try {

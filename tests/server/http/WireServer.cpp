@@ -13,9 +13,11 @@
 #include <list>
 #include <new>
 
+#include <velmar_wire/AlertListener.h>
 #include <velmar_wire/WireServer.h>
 #include "Deliveries.h"
 #include "HttpServer.h"
+#include "Messages.h"
 #include "support/ScriptedServer.h"
 
 using namespace support;
@@ -343,6 +345,36 @@ TEST(Deliveries, AListenerThatIsNotThereHoldsNobodyUp) {
     EXPECT_GE(dropped, 1);
     deliveries.stop();
     EXPECT_EQ(reported.value(), dropped + 1);  // those that are given up
+}
+
+TEST(AlertListener, TakesWhatServersExportAndRefusesTheRest) {
+    std::string log;
+    Count came;
+    const velmar_wire::AlertListener listener([&](const CIMInstance& alert) {
+        log += property(alert, "Note") + " ";
+        came.up();
+        if (came.value() == 1) {
+            throw std::runtime_error("again, please");
+        }
+    });
+    velmar_wire::DeliveryPolicy policy;
+    policy.interval = 1ms;
+    velmar_wire::Deliveries deliveries(policy);
+    const auto destination = deliveries.open(listener.url(), [](const std::string&) {});
+    destination->take(numbered(7));
+    destination->take(numbered(8));
+    came.waitFor(3);
+    deliveries.stop();
+    EXPECT_EQ(log, "7 7 8 ");
+    const std::string request = velmar_wire::exportMessage(numbered(9), 1);
+    httplib::Client client(listener.url());
+    const auto status = [&](const std::string& message) {
+        const auto result = client.Post("/", message, "application/xml");
+        return result ? result->status : 0;
+    };
+    EXPECT_EQ(status(request), 200);
+    EXPECT_EQ(status(request.substr(0, request.size() / 2)), 400);
+    EXPECT_EQ(status("<?xml version=\"1.0\"?><CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"/>"), 400);
 }
 
 TEST(Deliveries, ListenersAndWhatWaitsForThemAreLimited) {
