@@ -49,15 +49,20 @@ ordered_json jsonOf(const CIMValue& value) {
     return velmar_embedded::mofOf(value);
 }
 
+// A server's texts may hold what a terminal obeys.
+std::string printable(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
+    return text;
+}
+
 std::string pathText(const CIMObjectPath& path) {
-    return utf8(velmar_embedded::withoutPlace(path));
+    return printable(utf8(velmar_embedded::withoutPlace(path)));
 }
 
 std::string cell(const CIMValue& value) {
     const bool isPlain = !value.isArray() && !value.isNull() && value.getType() < CIMTYPE_OBJECT;
-    std::string text = isPlain ? utf8(value.toString()) : velmar_embedded::mofOf(value);
-    std::replace(text.begin(), text.end(), '\n', ' ');
-    return text;
+    return printable(isPlain ? utf8(value.toString()) : velmar_embedded::mofOf(value));
 }
 
 std::string propertyList(const CIMInstance& instance) {
