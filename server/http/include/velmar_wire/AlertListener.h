@@ -22,6 +22,7 @@ namespace velmar_wire {
 /// Listens on 127.0.0.1 for indications that servers export (DMTF DSP0200).
 class AlertListener {
  public:
+    /// What gets each alert.
     using Take = std::function<void(const Pegasus::CIMInstance& alert)>;
 
     /// `take` gets each alert, one at a time, on a thread of the listener. What it throws makes the
