@@ -59,8 +59,8 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/triggers")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${_development})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${_library} (= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Headers, CMake and pkg-config files, what tests of providers use, and an embedded CIM server
- that provider libraries are built and tested with.")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Headers, CMake and pkg-config files, what tests of providers use, and an
+ embedded CIM server that provider libraries are built and tested with.")
 if(VELMAR_REAL_PEGASUS)
     set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libc6, libstdc++6")
     string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
