@@ -31,11 +31,13 @@ ordered_json jsonOf(const CIMValue& value) {
     if (isText && !value.isArray()) {
         return utf8(value.toString());
     }
-    if (!isText && !value.isArray() && value.getType() <= CIMTYPE_REAL64) {
-        std::string text = velmar_embedded::mofOf(value);
-        std::transform(text.begin(), text.end(), text.begin(),
-                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-        return ordered_json::parse(text);
+    if (!isText && value.getType() <= CIMTYPE_REAL64) {
+        std::string text = velmar_embedded::lowerCase(velmar_embedded::mofOf(value));
+        if (value.isArray()) {
+            text.front() = '[';
+            text.back() = ']';
+        }
+        return ordered_json::accept(text) ? ordered_json::parse(text) : ordered_json(text);
     }
     if (value.getType() == CIMTYPE_STRING) {
         Array<String> elements;

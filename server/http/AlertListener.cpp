@@ -46,6 +46,10 @@ struct AlertListener::Impl {
     }
 
     void answer(const httplib::Request& request, httplib::Response& response) {
+        if (request.has_header("Origin")) {  // a page in a browser
+            response.status = 403;
+            return;
+        }
         try {
             const Export alert = readExport(request.body);
             const std::lock_guard<std::mutex> guard(lock);

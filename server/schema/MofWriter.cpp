@@ -17,12 +17,12 @@ namespace velmar_embedded {
 
 namespace {
 
-std::string quoted(const std::string& text) {
+std::string quoted(const std::string& text, char quote = '"') {
     static const char hexadecimal[] = "0123456789ABCDEF";
-    std::string result = "\"";
+    std::string result(1, quote);
     for (const char c : text) {
         const auto code = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
+        if (c == quote || c == '\\') {
             result += '\\';
             result += c;
         } else if (c == '\n') {
@@ -33,7 +33,7 @@ std::string quoted(const std::string& text) {
             result += c;
         }
     }
-    return result + "\"";
+    return result + quote;
 }
 
 template <class T>
@@ -47,7 +47,7 @@ std::string one(const T& element) {
         const std::string text = utf8(value.toString());
         switch (value.getType()) {
             case CIMTYPE_CHAR16:
-                return "'" + text + "'";
+                return quoted(text, '\'');
             case CIMTYPE_STRING:
             case CIMTYPE_DATETIME:
             case CIMTYPE_REFERENCE:

@@ -471,7 +471,7 @@ TEST(MofWriter, WritesWhatCompilesAgain) {
     const CIMNamespaceName first("root/first"), second("root/second");
     velmar_embedded::compileMofText(schema, first, std::string(DECLARATIONS) + R"(
         instance of V { Id = "a\"b\\c\n\x0007"; Flag = true; U8 = 255; S8 = -128; R64 = 1.5;
-            U64 = 18446744073709551615; C = 'x'; S = "\xC3\xA4"; D = "20250101120000.000000+000";
+            U64 = 18446744073709551615; C = '\\'; S = "\xC3\xA4"; D = "20250101120000.000000+000";
             R = "K.Name=\"k\""; A = {"one, two", ""}; N = {1, 2, 3, 4}; };)",
                                     "first.mof");
     std::string mof;
