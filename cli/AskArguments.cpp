@@ -80,6 +80,16 @@ const Declared& declaredAs(const std::string& name, const std::vector<const Decl
                                                  : "; it has " + velmar_checks::listing(names)));
 }
 
+// `word` is what the value was given in.
+CIMValue typed(const std::string& word, const Declared& declared, const CIMValue& value) {
+    try {
+        return velmar_embedded::typedValue(declared.name.getString(), value, declared.type,
+                                           declared.isArray);
+    } catch (const CIMException&) {
+        throw UsageError(fmt::format("{}: expected {}", word, declared.typeText()));
+    }
+}
+
 // A path's class and keys, without the host and namespace in front.
 std::string withoutPlace(const std::string& path) {
     const size_t end = path.find_first_of("=\"");
@@ -151,15 +161,17 @@ CIMKeyBinding AskArguments::key(const std::string& name, const std::string& give
         case CIMTYPE_REFERENCE:
             return CIMKeyBinding(declared.name, instance(value).toString(),
                                  CIMKeyBinding::REFERENCE);
-        case CIMTYPE_BOOLEAN:
-            return CIMKeyBinding(declared.name, text(value), CIMKeyBinding::BOOLEAN);
         case CIMTYPE_STRING:
         case CIMTYPE_DATETIME:
         case CIMTYPE_CHAR16:
             return CIMKeyBinding(declared.name, text(value), CIMKeyBinding::STRING);
         default:
-            return CIMKeyBinding(declared.name, text(value), CIMKeyBinding::NUMERIC);
+            break;
     }
+    typed(name + "=" + given, declared, CIMValue(text(value)));
+    return CIMKeyBinding(
+        declared.name, text(value),
+        declared.type == CIMTYPE_BOOLEAN ? CIMKeyBinding::BOOLEAN : CIMKeyBinding::NUMERIC);
 }
 
 CIMObjectPath AskArguments::instance(const std::string& given) const {
@@ -211,14 +223,7 @@ CIMValue AskArguments::value(const std::string& word, const std::vector<Declared
     if (declared.type == CIMTYPE_REFERENCE) {
         return declared.isArray ? CIMValue(paths) : CIMValue(paths[0]);
     }
-    try {
-        return velmar_embedded::typedValue(
-            text(name), declared.isArray ? CIMValue(elements) : CIMValue(elements[0]),
-            declared.type, declared.isArray);
-    } catch (const CIMException&) {
-        throw UsageError(
-            fmt::format("{}: {} is {}, and \"{}\" is not", word, name, declared.typeText(), given));
-    }
+    return typed(word, declared, declared.isArray ? CIMValue(elements) : CIMValue(elements[0]));
 }
 
 }  // namespace velmar_cli
