@@ -480,6 +480,7 @@ TEST(MofWriter, WritesWhatCompilesAgain) {
     }
     const CIMInstance stored = schema.instances(first, CIMName("V"))[0];
     mof += velmar_embedded::mofOf(stored);
+    EXPECT_NE(mof.find("sint8 Fixed[3] = {-1, 0, 1};"), std::string::npos) << mof;
     const std::string qualifiers(DECLARATIONS, std::string(DECLARATIONS).find("[Abstract"));
     velmar_embedded::compileMofText(schema, second, qualifiers + mof, "second.mof");
     std::string again;

@@ -373,6 +373,9 @@ TEST(AlertListener, TakesWhatServersExportAndRefusesTheRest) {
         return result ? result->status : 0;
     };
     EXPECT_EQ(status(request), 200);
+    const auto fromPage =
+        client.Post("/", {{"Origin", "http://page.test"}}, request, "application/xml");
+    EXPECT_EQ(fromPage ? fromPage->status : 0, 403);
     EXPECT_EQ(status(request.substr(0, request.size() / 2)), 400);
     EXPECT_EQ(status("<?xml version=\"1.0\"?><CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"/>"), 400);
 }
