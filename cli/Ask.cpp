@@ -6,6 +6,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -13,8 +14,8 @@
 #include "AskArguments.h"
 #include "AskOutput.h"
 #include "Commands.h"
-#include "Crash.h"
 #include "Package.h"
+#include "Watch.h"
 #include "checks/Wording.h"
 #include "model/Text.h"
 
@@ -31,6 +32,7 @@ struct AskOptions {
     std::vector<std::string> words;
     std::string user;
     std::string associationClass, resultClass, role, resultRole;
+    WatchOptions seen;
     bool isMof = false;
     bool isJson = false;
 
@@ -258,6 +260,14 @@ ExitCode ask(const AskOptions& options, CIMClient& client, const Operation& oper
     }
 }
 
+// Providers raise alerts only for those who want them.
+void subscribe(velmar_embedded::Server& server, const std::string& nameSpace) {
+    try {
+        server.subscribe("SELECT * FROM CIM_Indication", {nameSpace}, [](const auto&) {});
+    } catch (const CIMException&) {  // nothing there raises alerts
+    }
+}
+
 ExitCode run(AskOptions& options) {
     std::vector<std::string> words = options.words;
     std::string target = ".";
@@ -269,6 +279,12 @@ ExitCode run(AskOptions& options) {
     const Operation& operation = operationOf(words);
     CIMClient client;
     if (target.rfind("http://", 0) == 0) {
+        if (options.seen.wantJournal() || !options.seen.faults.empty()) {
+            throw UsageError(
+                target +
+                " runs elsewhere: --explain, --trace, --svg and --fault need a package, which runs "
+                "in this process");
+        }
         connectTo(client, target, options.user);
         return ask(options, client, operation, words);
     }
@@ -276,15 +292,29 @@ ExitCode run(AskOptions& options) {
     options.package.resolve();
     static LastCall last;
     watchForCrashes(last);
-    CallObserver observer;
+    const bool isAboutClasses = operation.name[1] == 'c';
+    std::atomic<bool> isAsking{false};
+    Watcher watcher(options.seen, [&](const velmar_embedded::Event& root) {
+        // Names and types of the arguments are looked up, too.
+        const bool isLookup =
+            root.events.empty() && root.step.operation.find("Class") != std::string::npos;
+        return !isAsking || (isLookup && !isAboutClasses);
+    });
     velmar_embedded::ServerOptions server;
-    server.observer = &observer;
+    server.observer = &watcher;
     server.checks = false;  // velmar check says what is wrong
     velmar_embedded::Server running(server);
     options.package.load(running);
     running.start();
     client.connectLocal();
+    if (options.seen.wantJournal()) {
+        subscribe(running, options.package.nameSpace);
+    }
+    options.seen.disturb(running);
+    isAsking = true;
     const ExitCode code = ask(options, client, operation, words);
+    running.drain();
+    isAsking = false;
     client.disconnect();
     running.stop();
     return code;
@@ -324,6 +354,7 @@ void addAsk(CLI::App& app, Run& run) {
     command->add_option("--result-role", arguments->resultRole, "Of a and an: the far end's role");
     command->add_option("--user", arguments->user,
                         "User at a server; VELMAR_PASSWORD in the environment is the password");
+    arguments->seen.addOptions(*command);
     command->add_flag("--mof", arguments->isMof, "Print MOF");
     command->add_flag("--json", arguments->isJson, "Print JSON");
     command->footer(help());

@@ -24,6 +24,7 @@
 #include "CheckReport.h"
 #include "Commands.h"
 #include "Package.h"
+#include "Watch.h"
 #include "check/Driver.h"
 #include "checks/Findings.h"
 #include "checks/Rules.h"
@@ -38,7 +39,9 @@ namespace {
 struct CheckOptions {
     Package package;
     velmar_driver::DriveOptions drive;
+    WatchOptions seen;
     bool json = false;
+    bool figures = false;
     std::vector<std::string> allowed;  // ids of rules
 };
 
@@ -89,15 +92,16 @@ class StandardDescriptors {
 };
 
 // Keeps in the record what is heard, in case the end is missing.
-class CheckObserver : public CallObserver {
+class CheckObserver : public Watcher {
  public:
-    explicit CheckObserver(Record& record) : _record(record) {}
+    CheckObserver(Record& record, const WatchOptions& seen) : Watcher(seen), _record(record) {}
 
-    void onRequest(const velmar_embedded::Arrival& arrival) override {
-        if (!arrival.fromHandle) {
+    void onBegin(const velmar_embedded::Step& step) override {
+        Watcher::onBegin(step);
+        if (step.kind == velmar_embedded::Step::Kind::Request) {
             char text[sizeof _record.request.text] = "";
-            snprintf(text, sizeof text, "%s of %s", arrival.operation.c_str(),
-                     static_cast<const char*>(arrival.path.toString().getCString()));
+            snprintf(text, sizeof text, "%s of %s", step.operation.c_str(),
+                     static_cast<const char*>(step.path.toString().getCString()));
             _record.request.note(text);
         }
     }
@@ -118,7 +122,8 @@ class CheckObserver : public CallObserver {
 
 // A server that does not stop, and its observer, stay.
 struct CheckedServer {
-    explicit CheckedServer(Record& record) : observer(record), server(optionsWith(observer)) {}
+    CheckedServer(Record& record, const WatchOptions& seen)
+        : observer(record, seen), server(optionsWith(observer)) {}
 
     CheckObserver observer;
     velmar_embedded::Server server;
@@ -150,6 +155,7 @@ Results check(const CheckOptions& options, CheckedServer& checked, Record& recor
     watchForCrashes(record.call);
     try {
         options.package.load(server);
+        options.seen.disturb(server);
         server.start();
         results.classes = velmar_driver::drive(server, options.drive, driven);
     } catch (const velmar_embedded::MofError& error) {
@@ -175,6 +181,7 @@ Results check(const CheckOptions& options, CheckedServer& checked, Record& recor
     const std::vector<Finding> more = driven.all();
     results.findings.insert(results.findings.end(), more.begin(), more.end());
     leaveOut(options.allowed, results);
+    results.figures = checked.observer.figures.figures();
     return results;
 }
 
@@ -183,7 +190,7 @@ ExitCode checkInto(Record& record, const CheckOptions& options) {
     if (options.json) {
         dup2(STDERR_FILENO, STDOUT_FILENO);  // what providers print stays out of the document
     }
-    auto server = std::make_unique<CheckedServer>(record);
+    auto server = std::make_unique<CheckedServer>(record, options.seen);
     Results results = check(options, *server, record);
     const ExitCode code = results.findings.empty() ? Good : Findings;
     while (!record.report.append(textOf(toJson(results), -1))) {
@@ -256,7 +263,7 @@ ExitCode checkApart(const CheckOptions& options) {
                                                 ? nlohmann::ordered_json::parse(record.report.get())
                                                 : unfinished(record, options, fault);
     const std::string text =
-        options.json ? textOf(document, 2) : forReaders(document, options.drive);
+        options.json ? textOf(document, 2) : forReaders(document, options.drive, options.figures);
     if (fwrite(text.data(), 1, text.size(), stdout) != text.size() || fflush(stdout) != 0) {
         fmt::print(stderr, "velmar: cannot write the report: {}\n", strerror(errno));
         return Unusable;
@@ -301,6 +308,10 @@ void addCheck(CLI::App& app, Run& run) {
         .add_option("--allow", options->allowed,
                     "Ids of rules whose findings are counted, and no more")
         ->type_name("ID");
+    options->seen.addOptions(command);
+    command.add_flag("--figures", options->figures,
+                     "Print for each class and operation how often providers were called, and how "
+                     "long that took");
     command.add_flag("--json", options->json, "Print the results for machines");
     command.footer(
         "Ends with 0 when nothing is wrong, 1 with findings, 2 for input that cannot be used.\n\n"

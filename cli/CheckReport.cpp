@@ -101,14 +101,61 @@ ordered_json toJson(const Results& results) {
                                        {"medianMilliseconds", one.median()},
                                        {"largestMilliseconds", one.largest()}});
     }
+    document["figures"] = toJson(results.figures);
     return document;
+}
+
+ordered_json toJson(const std::vector<velmar_embedded::Figure>& figures) {
+    const auto milliseconds = [](std::chrono::nanoseconds time) {
+        return std::chrono::duration<double, std::milli>(time).count();
+    };
+    ordered_json list = ordered_json::array();
+    for (const velmar_embedded::Figure& one : figures) {
+        list.push_back({{"class", one.className},
+                        {"operation", one.operation},
+                        {"calls", one.calls},
+                        {"errors", one.errors},
+                        {"delivered", one.delivered},
+                        {"requests", one.requests},
+                        {"p50Milliseconds", milliseconds(one.p50)},
+                        {"p90Milliseconds", milliseconds(one.p90)},
+                        {"p99Milliseconds", milliseconds(one.p99)},
+                        {"largestMilliseconds", milliseconds(one.largest)}});
+    }
+    return list;
+}
+
+std::string tableOf(const ordered_json& figures) {
+    if (figures.empty()) {
+        return "";
+    }
+    const auto nameOf = [](const ordered_json& one) {
+        return one["class"].get<std::string>() + " " + one["operation"].get<std::string>();
+    };
+    size_t width = 9;
+    for (const ordered_json& one : figures) {
+        width = std::max(width, nameOf(one).size());
+    }
+    std::string text = fmt::format(
+        "{:<{}}  {:>6}  {:>6}  {:>7}  {:>8}  {:>8}  {:>8}  {:>8}  {:>10}\n", "operation", width,
+        "calls", "errors", "objects", "requests", "p50 ms", "p90 ms", "p99 ms", "largest ms");
+    for (const ordered_json& one : figures) {
+        text += fmt::format(
+            "{:<{}}  {:>6}  {:>6}  {:>7}  {:>8}  {:>8.3f}  {:>8.3f}  {:>8.3f}  {:>10.3f}\n",
+            nameOf(one), width, one["calls"].get<size_t>(), one["errors"].get<size_t>(),
+            one["delivered"].get<size_t>(), one["requests"].get<size_t>(),
+            one["p50Milliseconds"].get<double>(), one["p90Milliseconds"].get<double>(),
+            one["p99Milliseconds"].get<double>(), one["largestMilliseconds"].get<double>());
+    }
+    return text;
 }
 
 std::string textOf(const ordered_json& document, int indentation) {
     return document.dump(indentation, ' ', false, ordered_json::error_handler_t::replace) + "\n";
 }
 
-std::string forReaders(const ordered_json& document, const velmar_driver::DriveOptions& options) {
+std::string forReaders(const ordered_json& document, const velmar_driver::DriveOptions& options,
+                       bool figures) {
     const ordered_json& findings = document["findings"];
     const ordered_json& classes = document["classes"];
     std::string text = linesOf(findings);
@@ -130,6 +177,9 @@ std::string forReaders(const ordered_json& document, const velmar_driver::DriveO
         }
         text += fmt::format("\n{} at once: {} in {} s\n", counted(options.clients, "client"),
                             counted(calls, "call"), options.seconds);
+    }
+    if (figures) {
+        text += "\n" + tableOf(document["figures"]);
     }
     text += findings.empty() ? "\nno findings"
                              : fmt::format("\n{}: {}, {}", counted(findings.size(), "finding"),

@@ -5,6 +5,8 @@
 #ifndef VELMAR_CLI_CHECKREPORT_H
 #define VELMAR_CLI_CHECKREPORT_H
 
+#include <velmar_embedded/Figures.h>
+
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -18,16 +20,20 @@ struct Results {
     size_t allowed = 0;  ///< findings that are not among them
     size_t more = 0;     ///< findings dropped for lack of room
     std::vector<velmar_driver::ClassReport> classes;
+    std::vector<velmar_embedded::Figure> figures;
 };
 
 nlohmann::ordered_json toJson(const velmar_checks::Finding& finding);
 nlohmann::ordered_json toJson(const Results& results);
+nlohmann::ordered_json toJson(const std::vector<velmar_embedded::Figure>& figures);
+/// A line for each of the figures in a list that toJson gave.
+std::string tableOf(const nlohmann::ordered_json& figures);
 /// Its text; bytes that are not UTF-8 are replaced.
 std::string textOf(const nlohmann::ordered_json& document, int indentation);
 
 /// Findings, a line each, a table of the classes, and their sums, of what toJson(Results) gave.
 std::string forReaders(const nlohmann::ordered_json& document,
-                       const velmar_driver::DriveOptions& options);
+                       const velmar_driver::DriveOptions& options, bool figures);
 
 }  // namespace velmar_cli
 

@@ -19,6 +19,8 @@
 #include "Commands.h"
 #include "client/Request.h"
 
+using velmar_embedded::Step;
+
 namespace velmar_cli {
 
 namespace {
@@ -197,17 +199,19 @@ void LastCall::keep(const char (&what)[1024]) {
     began = now();
 }
 
-void CallObserver::onCall(const velmar_embedded::ProviderCall& call) {
-    const Pegasus::CString path = call.path.toString().getCString();
-    snprintf(current, sizeof current, "provider \"%s\", operation %s%s%s, %s",
-             call.provider.c_str(), call.operation.c_str(), call.method.empty() ? "" : " ",
-             call.method.c_str(), static_cast<const char*>(path));
-    note();
-}
-
-void CallObserver::onLoad(const std::string& provider, const char* step) {
-    snprintf(current, sizeof current, "provider \"%s\", its %s", provider.c_str(), step);
-    note();
+void CallObserver::onBegin(const Step& step) {
+    const char* const provider = step.provider.c_str();
+    if (step.kind == Step::Kind::Call) {
+        const Pegasus::CString path = step.path.toString().getCString();
+        snprintf(current, sizeof current, "provider \"%s\", operation %s%s%s, %s", provider,
+                 step.operation.c_str(), step.method.empty() ? "" : " ", step.method.c_str(),
+                 static_cast<const char*>(path));
+        note();
+    } else if (step.kind == Step::Kind::Load) {
+        snprintf(current, sizeof current, "provider \"%s\", its %s", provider,
+                 step.operation == "initialize" ? "constructor or initialize" : "terminate");
+        note();
+    }
 }
 
 void watchForCrashes(LastCall& last) {

@@ -37,8 +37,7 @@ void watchForCrashes(LastCall& last);
 /// Notes the call that each thread is in.
 class CallObserver : public velmar_embedded::Observer {
  public:
-    void onCall(const velmar_embedded::ProviderCall& call) override;
-    void onLoad(const std::string& provider, const char* step) override;
+    void onBegin(const velmar_embedded::Step& step) override;
 };
 
 }  // namespace velmar_cli

@@ -112,6 +112,8 @@ void Server::setDestinations(std::shared_ptr<Destinations> destinations) {
     _impl->destinations = std::move(destinations);
 }
 
+Faults& Server::faults() { return _impl->notices.faults; }
+
 Repository& Server::repository() { return _impl->repository; }
 
 std::vector<velmar_checks::Finding> Server::findings() const {

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "model/Text.h"
+#include "providers/Course.h"
 #include "requests/ServerChannel.h"
 
 using namespace Pegasus;
@@ -158,6 +159,13 @@ void Server::Impl::stop() {
 
 std::shared_ptr<Pending> Server::Impl::submit(std::shared_ptr<const Request> request) {
     return admission.submit(std::move(request), nullptr);
+}
+
+void Server::Impl::connecting() {
+    asStep(
+        notices,
+        [] { return Step{Step::Kind::Connect, "connectLocal", "", "", CIMObjectPath(), ""}; },
+        [] { return 0; });
 }
 
 void Server::Impl::noteTimeout(const Request& request, Uint32 milliseconds) {

@@ -34,6 +34,7 @@ struct Server::Impl : LocalServer, std::enable_shared_from_this<Server::Impl> {
     explicit Impl(const ServerOptions& given);
 
     std::shared_ptr<Pending> submit(std::shared_ptr<const Request> request) override;
+    void connecting() override;
     void noteTimeout(const Request& request, Pegasus::Uint32 milliseconds) override;
 
     /// Compiles into a namespace, and registers what that brought. With an entry point, the

@@ -62,18 +62,6 @@ void Checks::checkClosed(const std::vector<std::string>& busy) {
     }
 }
 
-void Checks::loading(const std::string& provider) {
-    if (_notices.observer() != nullptr) {
-        _notices.observer()->onLoad(provider, "constructor or initialize");
-    }
-}
-
-void Checks::terminating(const std::string& provider) {
-    if (_notices.observer() != nullptr) {
-        _notices.observer()->onLoad(provider, "terminate");
-    }
-}
-
 void Checks::notCreated(const std::string& provider) {
     if (_on) {
         checkNotCreated(_findings, provider);

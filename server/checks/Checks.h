@@ -60,8 +60,6 @@ class Checks : public velmar_embedded::LoadObserver {
     /// The modules of these locations could not be closed, since threads run in them.
     void checkClosed(const std::vector<std::string>& busy);
 
-    void loading(const std::string& provider) override;
-    void terminating(const std::string& provider) override;
     void notCreated(const std::string& provider) override;
     void notInitialized(const std::string& provider) override;
     void notTerminated(const std::string& provider) override;

@@ -146,6 +146,12 @@ void ClientConnection::connectLocal() {
         throw CannotConnectException(
             String("Cannot connect to local CIM server: no server is started in this process"));
     }
+    try {
+        _server->connecting();
+    } catch (...) {
+        _server.reset();
+        throw;
+    }
 }
 
 void ClientConnection::connect(const String& host, Uint32 port, const String& user,
@@ -173,6 +179,10 @@ Answer ClientConnection::exchange(Request request) {
     if (!pending->wait(std::chrono::milliseconds(_timeout))) {
         _server->noteTimeout(*sent, _timeout);
         throw ConnectionTimeoutException();
+    }
+    if (pending->failure() && pending->failure()->isLost) {
+        throw CannotConnectException(String("Connection to the local CIM server was lost: ") +
+                                     pending->failure()->message);
     }
     if (pending->failure()) {
         throw clientError(*pending->failure());

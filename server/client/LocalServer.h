@@ -44,6 +44,9 @@ class LocalServer {
     /// (CIM_ERR_SERVER_IS_SHUTTING_DOWN) when the server takes no more.
     virtual std::shared_ptr<Pending> submit(std::shared_ptr<const Request> request) = 0;
 
+    /// A client connects. Throws CannotConnectException where it is refused.
+    virtual void connecting() {}
+
     /// The client of a submitted request has stopped waiting for it, after so many milliseconds.
     virtual void noteTimeout(const Request& request, Pegasus::Uint32 milliseconds) = 0;
 

@@ -70,6 +70,8 @@ Failure Failure::ofCurrentException() {
         throw;
     } catch (const PlainError& e) {
         return {e.getCode(), e.getMessage(), true};
+    } catch (const LostConnection& e) {
+        return {e.getCode(), e.getMessage(), false, true};
     } catch (const CIMException& e) {
         return {e.getCode(), e.getMessage()};
     } catch (const Exception& e) {

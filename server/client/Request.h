@@ -19,6 +19,7 @@
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/OperationContext.h>
 
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -101,6 +102,8 @@ struct Request {
     Pegasus::CIMObjectPath path;  ///< class or instance, as the caller gave it
     bool fromHandle = false;      ///< an in-memory upcall, not a client's request
     Pegasus::OperationContext context;
+    /// When it wanted its turn, if it may have waited for that.
+    std::chrono::steady_clock::time_point asked;
 
     bool deepInheritance = true;
     bool localOnly = false;
@@ -146,6 +149,12 @@ struct Answer {
     Pegasus::CIMPropertyList propertyList;
     /// One for each provider that delivered objects; empty unless asked for.
     std::vector<std::shared_ptr<const AnswerGuard>> guards;
+
+    /// Of objects and names.
+    size_t size() const {
+        return classes.size() + names.size() + qualifiers.size() + instances.size() + paths.size() +
+               objects.size() + parameters.size() + !returnValue.isNull();
+    }
 };
 
 /// An error whose text reaches clients as it is, without the code's name before it: so it is where
@@ -156,10 +165,17 @@ class PlainError : public Pegasus::CIMException {
 };
 
 /// An error as it leaves an operation: every exception becomes a code and a text.
+/// The client's connection is lost while it waits for the answer.
+class LostConnection : public Pegasus::CIMException {
+ public:
+    using CIMException::CIMException;
+};
+
 struct Failure {
     Pegasus::CIMStatusCode code;
     Pegasus::String message;
     bool isPlain = false;  ///< see PlainError
+    bool isLost = false;   ///< see LostConnection
 
     /// Of the exception being handled; call it in a catch block.
     static Failure ofCurrentException();

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "client/Request.h"
+#include "providers/Course.h"
 
 using namespace Pegasus;
 
@@ -19,37 +20,61 @@ thread_local bool insideSubscriber = false;
 }  // namespace
 
 IndicationQueue::IndicationQueue(WorkerPool& workers, std::string name, size_t capacity,
-                                 Deliver deliver, Report report)
+                                 Deliver deliver, Notices& notices)
     : _workers(workers),
       _name(std::move(name)),
       _capacity(capacity),
       _deliver(std::move(deliver)),
-      _report(std::move(report)) {}
+      _notices(notices) {}
+
+Step IndicationQueue::stepOf(Step::Kind kind, const std::string& provider,
+                             const CIMInstance& indication) {
+    Step step{kind, "deliver", provider, "", CIMObjectPath(), ""};
+    if (!indication.isUninitialized()) {
+        step.path = indication.getPath();
+        step.path.setClassName(indication.getClassName());
+    }
+    return step;
+}
 
 bool IndicationQueue::inSubscriber() { return insideSubscriber; }
 
 void IndicationQueue::push(const CIMInstance& indication) {
+    Entry entry{indication, {}};
+    size_t capacity = _capacity;
+    if (_notices.wantsSteps()) {
+        entry.step = stepOf(Step::Kind::Delivery, "", indication);
+        beginStep(entry.step, _notices.observer());
+        capacity = _notices.faults.isFull(entry.step) ? 0 : _capacity;
+    }
+    if (!take(entry, capacity)) {
+        endStep(entry.step, {{}, {}, 0, "dropped"}, _notices.observer());
+    }
+}
+
+bool IndicationQueue::take(const Entry& entry, size_t capacity) {
     std::string problem;
     {
         std::lock_guard<std::mutex> guard(_lock);
         if (_closed) {
-            return;
+            return false;
         }
-        if (_queue.size() < _capacity && schedule()) {
-            _queue.push_back(indication);
+        if (_queue.size() < capacity && schedule()) {
+            _queue.push_back(entry);
             _dropping = false;
-            return;
+            return true;
         }
         _counts.overflowed++;
         if (_dropping) {
-            return;
+            return false;
         }
         _dropping = true;
-        problem = _queue.size() < _capacity
+        problem = _queue.size() < capacity
                       ? "no thread for its subscriber"
-                      : std::to_string(_capacity) + " indications wait for its subscriber";
+                      : std::to_string(_queue.size()) + " indications wait for its subscriber";
     }
-    _report(_name + ": " + problem + ", new ones are dropped");
+    _notices.problem(_name + ": " + problem + ", new ones are dropped");
+    return false;
 }
 
 // False when the system gives no thread.
@@ -74,12 +99,12 @@ void IndicationQueue::noteUnmatched() {
 void IndicationQueue::work() {
     std::unique_lock<std::mutex> guard(_lock);
     while (!_queue.empty()) {
-        const CIMInstance indication = std::move(_queue.front());
+        const Entry entry = std::move(_queue.front());
         _queue.pop_front();
         _counts.delivered++;
         _delivering = true;
         guard.unlock();
-        handOver(indication);
+        handOver(entry);
         guard.lock();
         _delivering = false;
         _changed.notify_all();
@@ -87,14 +112,22 @@ void IndicationQueue::work() {
     _scheduled = false;
 }
 
-void IndicationQueue::handOver(const CIMInstance& indication) {
+void IndicationQueue::handOver(const Entry& entry) {
+    StepEnd end;
+    end.waited = std::chrono::steady_clock::now() - entry.step.began;
     insideSubscriber = true;
     try {
-        _deliver(indication);
+        Course course;
+        course.step = entry.step.id;
+        const Course::Scope following(course);
+        _deliver(entry.indication);
+        end.delivered = 1;
     } catch (...) {
-        _report(_name + ": its subscriber failed: " + describeCurrentException());
+        end.error = describeCurrentException();
+        _notices.problem(_name + ": its subscriber failed: " + end.error);
     }
     insideSubscriber = false;
+    endStep(entry.step, end, _notices.observer());
 }
 
 void IndicationQueue::drain() {
@@ -106,10 +139,15 @@ void IndicationQueue::close() {
     std::unique_lock<std::mutex> guard(_lock);
     _closed = true;
     _counts.discarded += _queue.size();
+    const std::deque<Entry> discarded = std::move(_queue);
     _queue.clear();
     _changed.notify_all();
     if (!insideSubscriber) {
         _changed.wait(guard, [this] { return !_delivering; });
+    }
+    guard.unlock();
+    for (const Entry& entry : discarded) {
+        endStep(entry.step, {{}, {}, 0, "discarded"}, _notices.observer());
     }
 }
 

@@ -18,6 +18,7 @@
 #include <string>
 
 #include <velmar_embedded/ServerTypes.h>
+#include "providers/Notices.h"
 #include "requests/WorkerPool.h"
 
 namespace velmar_embedded {
@@ -25,12 +26,11 @@ namespace velmar_embedded {
 class IndicationQueue : public std::enable_shared_from_this<IndicationQueue> {
  public:
     using Deliver = std::function<void(const Pegasus::CIMInstance&)>;
-    using Report = std::function<void(const std::string&)>;
 
-    /// `name` stands for the queue in problems that go to `report`: an exception of `deliver`, the
+    /// `name` stands for the queue in the problems that it reports: an exception of `deliver`, the
     /// first indication that a full queue drops after one that it took.
     IndicationQueue(WorkerPool& workers, std::string name, size_t capacity, Deliver deliver,
-                    Report report);
+                    Notices& notices);
 
     /// Takes an indication or drops it; never waits for a subscriber. Shares nothing with the
     /// caller if the indication is a copy.
@@ -47,22 +47,30 @@ class IndicationQueue : public std::enable_shared_from_this<IndicationQueue> {
     /// For problems.
     const std::string& name() const { return _name; }
 
+    /// What the observer hears of an indication.
+    static Step stepOf(Step::Kind kind, const std::string& provider,
+                       const Pegasus::CIMInstance& indication);
     /// Whether this thread is inside a subscriber.
     static bool inSubscriber();
 
  private:
+    struct Entry {
+        Pegasus::CIMInstance indication;
+        Step step;  ///< where it is observed
+    };
+    bool take(const Entry& entry, size_t capacity);
     void work();
     bool schedule();
-    void handOver(const Pegasus::CIMInstance& indication);
+    void handOver(const Entry& entry);
 
     WorkerPool& _workers;
     const std::string _name;
     const size_t _capacity;
     const Deliver _deliver;
-    const Report _report;
+    Notices& _notices;
     mutable std::mutex _lock;
     std::condition_variable _changed;
-    std::deque<Pegasus::CIMInstance> _queue;
+    std::deque<Entry> _queue;
     IndicationCounts _counts;
     bool _scheduled = false;  // a worker empties the queue, or will
     bool _delivering = false;

@@ -128,10 +128,16 @@ bool IndicationSource::call(const Purpose& purpose, const CIMObjectPath& path, C
     const RunningCalls::Scope running(_services.running, purpose, _provider.title());
     try {
         auto& provider = _provider.load<CIMIndicationProvider>(purpose);
-        if (Observer* const observer = _services.notices.observer()) {
-            observer->onCall({purpose.operation, _provider.name(), path, false, ""});
-        }
-        call(provider);
+        asStep(
+            _services.notices,
+            [&] {
+                return Step{Step::Kind::Call, purpose.operation, _provider.name(), "", path, ""};
+            },
+            [&] {
+                const Course::Scope following(Course::current().into(_provider.name()));
+                call(provider);
+                return 0;
+            });
         return true;
     } catch (...) {
         _services.notices.problem(_provider.title() + ": " + purpose.text() +
@@ -206,6 +212,25 @@ void IndicationSource::remove(const Subscription& subscription,
 void IndicationSource::stop() { disableHeld(); }
 
 void IndicationSource::deliver(const CIMIndication& indication) {
+    unsigned copies = 1;
+    asStep(
+        _services.notices,
+        [&] {
+            const Step step =
+                IndicationQueue::stepOf(Step::Kind::Indication, _provider.name(), indication);
+            copies = _services.notices.faults.copiesOf(step);
+            return step;
+        },
+        [&] {
+            size_t matching = 0;
+            for (; copies > 0; copies--) {
+                matching += distribute(indication);
+            }
+            return matching;
+        });
+}
+
+size_t IndicationSource::distribute(const CIMIndication& indication) {
     if (_services.checks.areOn()) {
         _services.checks.checkIndication(_provider.name(), indication);
     }
@@ -224,15 +249,18 @@ void IndicationSource::deliver(const CIMIndication& indication) {
     failureOf(
         [&] { classNames = _services.repository.lineage(nameSpace, indication.getClassName()); });
     const CIMName* const classes = classNames.getData();
+    size_t matching = 0;
     for (const std::shared_ptr<Subscription>& subscription : accepted) {
         if (contains(classes, classes + classNames.size(), subscription->className) &&
             contains(subscription->nameSpaces.begin(), subscription->nameSpaces.end(), nameSpace) &&
             subscription->query->matches(indication)) {
             subscription->queue->push(indication.clone());
+            matching++;
         } else {
             subscription->queue->noteUnmatched();
         }
     }
+    return matching;
 }
 
 }  // namespace velmar_embedded

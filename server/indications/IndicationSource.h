@@ -53,6 +53,8 @@ class IndicationSource {
     class Handler;
     template <class Call>
     bool call(const Purpose& purpose, const Pegasus::CIMObjectPath& path, Call&& call);
+    // How many subscriptions it matches.
+    size_t distribute(const Pegasus::CIMIndication& indication);
     void enableHeld();
     void disableHeld();
 

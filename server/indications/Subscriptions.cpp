@@ -123,7 +123,7 @@ std::shared_ptr<Subscription> Subscriptions::prepare(const std::string& query,
     };
     subscription->queue = std::make_shared<IndicationQueue>(
         _services.workers, "subscription " + subscription->id + " (" + query + ")", capacity,
-        deliver, [this](const std::string& problem) { _services.notices.problem(problem); });
+        deliver, _services.notices);
     return subscription;
 }
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "client/Request.h"
+#include "providers/Course.h"
 
 using namespace Pegasus;
 
@@ -49,17 +50,28 @@ CIMProvider& LoadedProvider::load(const Purpose& purpose) {
         return *object;
     }
     Gate::Scope scope(pass.chain());
-    if (_observer) {
-        _observer->loading(_name);
-    }
-    const std::shared_ptr<Channel> channel = _makeChannel();
-    CIMProvider* object = create(purpose);
-    initialize(*object, channel, purpose);
+    CIMProvider* object = nullptr;
+    asLoad("initialize", [&] {
+        const std::shared_ptr<Channel> channel = _makeChannel();
+        object = create(purpose);
+        initialize(*object, channel, purpose);
+    });
     if (__tsan_release) {
         __tsan_release(&_object);
     }
     _object.store(object, std::memory_order_release);
     return *object;
+}
+
+template <class Work>
+void LoadedProvider::asLoad(const char* operation, Work&& work) {
+    asStep(
+        _notices, [&] { return Step{Step::Kind::Load, operation, _name, "", CIMObjectPath(), ""}; },
+        [&] {
+            const Course::Scope following(Course::current().into(_name));
+            work();
+            return 0;
+        });
 }
 
 CIMProvider* LoadedProvider::create(const Purpose& purpose) {
@@ -83,6 +95,9 @@ void LoadedProvider::initialize(CIMProvider& object, const std::shared_ptr<Chann
                                 const Purpose& purpose) {
     CIMOMHandle handle(channel);
     try {
+        if (_notices.faults.areSet()) {
+            _notices.faults.apply({Step::Kind::Load, "initialize", _name, "", CIMObjectPath(), ""});
+        }
         object.initialize(handle);
         _failed = false;
     } catch (...) {
@@ -102,11 +117,8 @@ void LoadedProvider::initialize(CIMProvider& object, const std::shared_ptr<Chann
 
 void LoadedProvider::terminate(CIMProvider& object) {
     const RunningCalls::Scope running(_running, {"terminate"}, _title);
-    if (_observer) {
-        _observer->terminating(_name);
-    }
     try {
-        object.terminate();
+        asLoad("terminate", [&] { object.terminate(); });
     } catch (...) {
         if (_observer) {
             _observer->notTerminated(_name);

@@ -32,10 +32,6 @@ using ChannelFactory = std::function<std::shared_ptr<Channel>()>;
 class LoadObserver {
  public:
     virtual ~LoadObserver() = default;
-    /// Its object is about to be made and initialized.
-    virtual void loading(const std::string& provider) = 0;
-    /// Its object is about to be terminated.
-    virtual void terminating(const std::string& provider) = 0;
     /// The exception that is being handled kept the object from being made.
     virtual void notCreated(const std::string& provider) = 0;
     /// Its initialize ended with the exception that is being handled.
@@ -83,6 +79,8 @@ class LoadedProvider {
     void terminate();
 
  private:
+    template <class Work>
+    void asLoad(const char* operation, Work&& work);
     Pegasus::CIMProvider* create(const Purpose& purpose);
     void initialize(Pegasus::CIMProvider& object, const std::shared_ptr<Channel>& channel,
                     const Purpose& purpose);

@@ -18,6 +18,7 @@
 #include <string>
 #include <thread>
 
+#include <velmar_embedded/Faults.h>
 #include <velmar_embedded/Observer.h>
 
 namespace velmar_embedded {
@@ -32,6 +33,10 @@ class Notices {
 
     /// Null where there is none.
     Observer* observer() const { return _observer; }
+    /// What steps pass before they are taken.
+    Faults faults;
+    /// Whether steps matter to anybody.
+    bool wantsSteps() const { return _observer != nullptr || faults.areSet(); }
 
     // Neither waits for the observer. To stderr without an observer, and after stop.
     void problem(const std::string& text);

@@ -6,7 +6,7 @@
 #include <optional>
 #include <utility>
 
-#include "requests/Nesting.h"
+#include "providers/Course.h"
 
 using namespace Pegasus;
 
@@ -54,26 +54,22 @@ void Admission::leave() {
 
 std::shared_ptr<Pending> Admission::submit(std::shared_ptr<const Request> request,
                                            Gate::Chain chain) {
-    return run(
-        request->fromHandle, chain, [this, request] { return serve(_services, *request); },
-        request.get());
+    return run(request->fromHandle, chain, [this, request] { return serve(_services, *request); });
 }
 
 std::shared_ptr<Pending> Admission::run(bool fromHandle, Gate::Chain chain,
-                                        std::function<Answer()> work, const Request* seen) {
+                                        std::function<Answer()> work) {
     if (!enter(fromHandle)) {
         throw CIMException(CIM_ERR_SERVER_IS_SHUTTING_DOWN,
                            String("the server is shutting down or was stopped"));
     }
     auto pending = std::make_shared<Pending>();
     try {
-        if (Observer* const observer = _services.notices.observer(); observer && seen) {
-            observer->onRequest({operationName(seen->operation), seen->path, seen->fromHandle});
-        }
-        const unsigned depth = Nesting::depth() + 1;
-        _services.workers.run([this, pending, chain, depth, work = std::move(work)] {
+        Course course = Course::current();
+        course.depth++;
+        _services.workers.run([this, pending, chain, course, work = std::move(work)] {
             const Gate::Scope gates(chain);
-            const Nesting::Scope nesting(depth);
+            const Course::Scope following(course);
             Answer answer;
             auto failure = failureOf([&] { answer = work(); });
             pending->finish(std::move(answer), std::move(failure));

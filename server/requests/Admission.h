@@ -40,9 +40,7 @@ class Admission {
  private:
     enum class State { Prepared, Running, Draining, Stopped };
 
-    // `seen` is what the observer hears of; null: nothing.
-    std::shared_ptr<Pending> run(bool fromHandle, Gate::Chain chain, std::function<Answer()> work,
-                                 const Request* seen = nullptr);
+    std::shared_ptr<Pending> run(bool fromHandle, Gate::Chain chain, std::function<Answer()> work);
     bool enter(bool fromHandle);
     void leave();
 

@@ -27,6 +27,8 @@ namespace velmar_embedded {
 class Watched {
  public:
     void watch(velmar_checks::CallWatch* watch) { _watch = watch; }
+    /// How many objects or values came.
+    size_t delivered() const { return _delivered; }
 
  protected:
     /// Calls a member of the watch, if there is one.
@@ -38,6 +40,7 @@ class Watched {
     }
     template <class T>
     void tellDelivered(const T& delivered) {
+        _delivered++;
         if (_watch) {
             _watch->delivered(delivered);
         }
@@ -45,6 +48,7 @@ class Watched {
 
  private:
     velmar_checks::CallWatch* _watch = nullptr;
+    size_t _delivered = 0;
 };
 
 /// Throws CIMException (CIM_ERR_FAILED) for what has no contents.

@@ -8,13 +8,16 @@
 #include <optional>
 #include <string>
 
-#include "requests/Nesting.h"
+#include "model/Text.h"
+#include "providers/Course.h"
 
 using namespace Pegasus;
 
 namespace velmar_embedded {
 
-Answer serve(Services& services, const Request& request) {
+namespace {
+
+Answer route(Services& services, const Request& request) {
     switch (request.operation) {
         case Operation::GetClass:
         case Operation::EnumerateClasses:
@@ -39,6 +42,32 @@ Answer serve(Services& services, const Request& request) {
     }
 }
 
+}  // namespace
+
+Answer serve(Services& services, const Request& request) {
+    Answer answer;
+    asStep(
+        services.notices,
+        [&] {
+            return stepOf(request, request.fromHandle ? Step::Kind::Upcall : Step::Kind::Request,
+                          "", request.path);
+        },
+        [&] {
+            answer = route(services, request);
+            return answer.size();
+        });
+    return answer;
+}
+
+Step stepOf(const Request& request, Step::Kind kind, const std::string& provider,
+            const CIMObjectPath& path) {
+    Step step{kind, operationName(request.operation), provider, "", path, utf8(request.methodName)};
+    if (kind != Step::Kind::Call) {
+        step.began = request.asked;
+    }
+    return step;
+}
+
 void requireClass(const Services& services, const CIMNamespaceName& nameSpace,
                   const CIMName& className, CIMStatusCode code) {
     if (!services.repository.hasNamespace(nameSpace)) {
@@ -57,8 +86,8 @@ CIMObjectPath providerPath(const Request& request, const CIMName& className,
 }
 
 void checkNesting(const Purpose& purpose, const LoadedProvider& provider) {
-    const unsigned depth = Nesting::depth();
-    if (depth > Nesting::limit) {
+    const unsigned depth = Course::current().depth;
+    if (depth > Course::depthLimit) {
         throw CIMException(
             CIM_ERR_FAILED,
             String((purpose.text() + " in " + provider.title() + " is nested " +
@@ -71,11 +100,11 @@ void checkNesting(const Purpose& purpose, const LoadedProvider& provider) {
 void fanOut(Services& services, std::vector<std::function<void()>> tasks, bool plain) {
     std::vector<std::optional<Failure>> failures(tasks.size());
     const Gate::Chain chain = Gate::chain();
-    const unsigned depth = Nesting::depth();
+    const Course course = Course::current();
     for (size_t i = 0; i < tasks.size(); i++) {
-        tasks[i] = [&failure = failures[i], &chain, depth, task = std::move(tasks[i])] {
+        tasks[i] = [&failure = failures[i], &chain, course, task = std::move(tasks[i])] {
             const Gate::Scope gates(chain);
-            const Nesting::Scope nesting(depth);
+            const Course::Scope following(course);
             failure = failureOf(task);
         };
     }

@@ -10,6 +10,7 @@
 #include <Pegasus/Common/CIMObjectPath.h>
 
 #include <functional>
+#include <string>
 #include <vector>
 
 #include <velmar_embedded/ServerTypes.h>
@@ -17,6 +18,7 @@
 #include "checks/CallWatch.h"
 #include "checks/Checks.h"
 #include "client/Request.h"
+#include "providers/Course.h"
 #include "providers/Notices.h"
 #include "providers/Registry.h"
 #include "providers/RunningCalls.h"
@@ -56,12 +58,16 @@ Pegasus::CIMObjectPath providerPath(
 Pegasus::CIMClass classFor(const Services& services, const Request& request,
                            const Pegasus::CIMName& className);
 
+/// What the observer hears of a request, or of a provider's call for it.
+Step stepOf(const Request& request, Step::Kind kind, const std::string& provider,
+            const Pegasus::CIMObjectPath& path);
+
 /// Runs the tasks in parallel on workers and throws the failure of the first that failed; clients
 /// hear the text of one among several without its code, if `plain`.
 void fanOut(Services& services, std::vector<std::function<void()>> tasks, bool plain);
 
 /// Throws CIMException (CIM_ERR_FAILED) when the request that this thread serves is nested deeper
-/// than Nesting::limit.
+/// than Course::depthLimit.
 void checkNesting(const Purpose& purpose, const LoadedProvider& provider);
 
 /// Runs a provider's operation, which delivers to the handler, under the eyes of the checks.
@@ -94,15 +100,18 @@ void callProvider(Services& services, LoadedProvider& provider, const Request& r
     checkNesting(purpose, provider);
     const RunningCalls::Scope running(services.running, purpose, provider.title(), &request);
     Interface& object = provider.load<Interface>(purpose);
-    if (Observer* const observer = services.notices.observer()) {
-        observer->onCall({purpose.operation, provider.name(), path, request.fromHandle,
-                          static_cast<const char*>(request.methodName.getString().getCString())});
-    }
-    if (services.checks.areOn() && !provider.isOwn()) {
-        callWatched(services, provider, request, asked, handler, answer, [&] { call(object); });
-    } else {
-        call(object);
-    }
+    asStep(
+        services.notices, [&] { return stepOf(request, Step::Kind::Call, provider.name(), path); },
+        [&] {
+            const Course::Scope following(Course::current().into(provider.name()));
+            if (services.checks.areOn() && !provider.isOwn()) {
+                callWatched(services, provider, request, asked, handler, answer,
+                            [&] { call(object); });
+            } else {
+                call(object);
+            }
+            return handler.delivered();
+        });
 }
 
 }  // namespace velmar_embedded

@@ -27,6 +27,7 @@ class ServerChannel : public Channel {
 
  private:
     const std::weak_ptr<Admission> _server;
+    const std::string _providerName;
     Gate _gate;
     std::atomic<int> _keepLoaded{0};
 };

@@ -94,7 +94,11 @@ class Routing : public ScriptedServer {
     CIMOMHandle cimom;
 
     Routing() {
-        observer.request = [this](const auto& arrival) { _fromHandle = arrival.fromHandle; };
+        observer.begin = [this](const Step& step) {
+            if (step.kind == Step::Kind::Request || step.kind == Step::Kind::Upcall) {
+                _fromHandle = step.kind == Step::Kind::Upcall;
+            }
+        };
     }
     /// A provider whose calls are noted.
     Scripted* noting(const std::string& name, const std::vector<std::string>& classes,

@@ -55,7 +55,11 @@ TEST_F(Server, LifeCycle) {
 TEST_F(Server, FirstRequestsWaitForOneInitializeAndRunAtOnce) {
     const int threads = 8;
     Count arrived, initialized, inside;
-    observer.request = [&](const auto&) { arrived.up(); };
+    observer.begin = [&](const Step& step) {
+        if (step.kind == Step::Kind::Request) {
+            arrived.up();
+        }
+    };
     Scripted* provider = provide("P", {"T_A", "T_B"});
     provider->onInitialize = [&](CIMOMHandle&) {
         arrived.waitFor(threads);

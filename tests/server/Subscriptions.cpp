@@ -250,6 +250,20 @@ TEST_F(Subscriptions, SubscribersGetCopiesOfWhatMatches) {
     EXPECT_EQ(code([&] { server.indicationCounts(id); }), CIM_ERR_NOT_FOUND);
 }
 
+TEST_F(Subscriptions, AreDisturbedByFaults) {
+    Alerts* a = alerts("A");
+    start();
+    subscribe(alertQuery);
+    for (const char* rule : {"alert class=T_Alert nth=1 lose", "alert nth=2 double",
+                             "queue nth=5 full", "alert provider=B lose"}) {
+        server.faults().add(rule);
+    }
+    a->alert(alertPath, {"1", "2", "3", "4", "5"});
+    EXPECT_EQ(notes(), "2 2 3 4 ");
+    EXPECT_EQ(show(server.indicationCounts()), "4/1/0/0");
+    expectProblem(1, "new ones are dropped");
+}
+
 TEST_F(Subscriptions, SlowSubscriberLosesTheNewestVisibly) {
     Alerts* a = alerts("A");
     start();
@@ -367,8 +381,11 @@ TEST_F(Subscriptions, StoredOnesAreCreatedBeforeAnythingIsEnabled) {
 TEST(IndicationQueue, TakesNothingOnceItIsClosed) {
     velmar_embedded::WorkerPool workers;
     const auto fail = [](const auto&) { ADD_FAILURE(); };
+    support::TestObserver told;
+    told.problem = fail;
+    velmar_embedded::Notices notices(&told);
     const auto queue =
-        std::make_shared<velmar_embedded::IndicationQueue>(workers, "queue", 1, fail, fail);
+        std::make_shared<velmar_embedded::IndicationQueue>(workers, "queue", 1, fail, notices);
     queue->close();
     queue->push(CIMInstance("T_Alert"));
     workers.stop();

@@ -40,6 +40,7 @@ namespace support {
 
 using namespace Pegasus;
 using velmar_embedded::ProviderType;
+using velmar_embedded::Step;
 
 /// Instances of the classes that every ScriptedServer has.
 const std::string A1 = "T_A.k=\"1\"", B1 = "T_B.k=\"1\"", FAR1 = "T_Far.k=\"1\"";

@@ -14,11 +14,16 @@ namespace support {
 
 /// An observer made of functions, set before what they hear of happens.
 struct TestObserver : velmar_embedded::Observer {
-    std::function<void(const velmar_embedded::Arrival&)> request = [](const auto&) {};
+    std::function<void(const velmar_embedded::Step&)> begin = [](const auto&) {};
+    std::function<void(const velmar_embedded::Step&, const velmar_embedded::StepEnd&)> end =
+        [](const auto&...) {};
     std::function<void(const std::string&)> problem = [](const auto&) {};
     std::function<void(const velmar_checks::Finding&)> finding = [](const auto&) {};
 
-    void onRequest(const velmar_embedded::Arrival& arrival) override { request(arrival); }
+    void onBegin(const velmar_embedded::Step& step) override { begin(step); }
+    void onEnd(const velmar_embedded::Step& step, const velmar_embedded::StepEnd& how) override {
+        end(step, how);
+    }
     void onProblem(const std::string& text) override { problem(text); }
     void onFinding(const velmar_checks::Finding& one) override { finding(one); }
     /// Options with this observer.

@@ -19,6 +19,14 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include "model/TraceHook.h"
+
+namespace velmar_embedded {
+
+std::atomic<void (*)(const char*, size_t, const char*)> traceHook{nullptr};
+
+}  // namespace velmar_embedded
+
 namespace Pegasus {
 
 std::atomic<Uint32> Tracer::_levels(0);
@@ -143,6 +151,9 @@ void writeRecord(const char* file, size_t line, TraceComponentId component, cons
     record.append(place).append(file).append(":").append(std::to_string(line));
     record.append("]: ").append(text).append("\n");
     sink().write(record);
+    if (const auto hook = velmar_embedded::traceHook.load(std::memory_order_acquire)) {
+        hook(file, line, text);
+    }
 }
 
 // The bits of the components in a comma-separated list; `known` tells whether it names only such.

@@ -18,13 +18,10 @@ class Observer {
  public:
     virtual ~Observer() = default;
 
-    /// A request arrives. On its caller's thread, before the request is routed.
-    virtual void onRequest(const Arrival&) {}
-    /// The server is about to call a provider. On the thread that does it.
-    virtual void onCall(const ProviderCall&) {}
-    /// A provider's object is about to be made and initialized, or terminated: `step` is
-    /// "constructor or initialize" or "terminate". On the thread that does it.
-    virtual void onLoad(const std::string& /*provider*/, const char* /*step*/) {}
+    /// A step begins. On the thread that does it; of a delivery, on the provider's.
+    virtual void onBegin(const Step&) {}
+    /// It has ended; what began in its course has ended before, but for deliveries.
+    virtual void onEnd(const Step&, const StepEnd&) {}
 
     // These two come one at a time, in the order of what they tell of, on a thread of their own.
     // From there all of the server may be called but stop; drain does not wait for them.

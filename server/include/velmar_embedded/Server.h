@@ -22,6 +22,7 @@
 #include <vector>
 
 #include <velmar_checks/Finding.h>
+#include <velmar_embedded/Faults.h>
 #include <velmar_embedded/Observer.h>
 #include <velmar_embedded/ServerTypes.h>
 #include <velmar_embedded/schema/Mof.h>
@@ -123,6 +124,9 @@ class Server {
     /// What subscriptions that clients create as instances in root/PG_InterOp are delivered
     /// through; without it they are refused. Null takes it away from later ones. At any time.
     void setDestinations(std::shared_ptr<Destinations> destinations);
+
+    /// What goes wrong on purpose; rules may be added and taken away at any time.
+    Faults& faults();
 
     /// Classes and instances that no provider serves. It lives as long as the server.
     Repository& repository();

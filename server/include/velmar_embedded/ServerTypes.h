@@ -12,6 +12,7 @@
 #include <stdint.h>
 
 #include <bitset>
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -31,20 +32,35 @@ struct Capabilities {
     std::vector<std::string> supportedMethods;  ///< empty: all methods
 };
 
-/// One call that the server makes on a provider, as an observer sees it before the call.
-struct ProviderCall {
-    std::string operation;        ///< "getInstance", "associators", "invokeMethod", ...
-    std::string provider;         ///< the registered provider name
-    Pegasus::CIMObjectPath path;  ///< the path given to the provider
-    bool fromHandle;              ///< an upcall through a CIMOMHandle, not a client's request
+/// One step of what a server does, as an observer hears of it.
+struct Step {
+    enum class Kind {
+        Connect,     ///< a client's connectLocal
+        Request,     ///< of a client, which may be a provider's own
+        Upcall,      ///< a request through a CIMOMHandle
+        Load,        ///< a provider's object is made and initialized, or terminated
+        Call,        ///< the server calls an operation of a provider
+        Indication,  ///< a provider delivers one
+        Delivery,    ///< an indication on its way to one subscriber
+        Trace        ///< a trace record, where a Journal follows them; the operation is its text
+    };
+    Kind kind = Kind::Request;
+    std::string operation;        ///< "getInstance", "initialize", "createSubscription", ...
+    std::string provider;         ///< that does it, its registered name; of requests empty
+    std::string asker;            ///< the provider in whose course it happens; empty: a client
+    Pegasus::CIMObjectPath path;  ///< class or instance, as it is given to who does it
     std::string method;           ///< of invokeMethod, else empty
+    uint64_t id = 0;              ///< counts from 1 in each process
+    uint64_t parent = 0;          ///< the step in whose course it happens; 0: none
+    std::chrono::steady_clock::time_point began{};
 };
 
-/// One request as it arrives, before it is routed, whoever serves it (classes included).
-struct Arrival {
-    std::string operation;        ///< "getClass", "enumerateClasses", "getInstance", ...
-    Pegasus::CIMObjectPath path;  ///< class or instance, as the caller gave it
-    bool fromHandle;              ///< an upcall through a CIMOMHandle, not a client's request
+/// How a step ended.
+struct StepEnd {
+    std::chrono::nanoseconds elapsed{0};  ///< since it began
+    std::chrono::nanoseconds waited{0};   ///< of these, for its turn: at a handle, in a queue
+    size_t delivered = 0;                 ///< objects, values, or indications taken
+    std::string error;                    ///< "CIM_ERR_NAME: text"; empty: it succeeded
 };
 
 /// What became of the indications that providers delivered.
