@@ -14,7 +14,7 @@
 #include "AskArguments.h"
 #include "AskOutput.h"
 #include "Commands.h"
-#include "Package.h"
+#include "Target.h"
 #include "Watch.h"
 #include "checks/Wording.h"
 #include "model/Text.h"
@@ -272,13 +272,13 @@ ExitCode run(AskOptions& options) {
     std::vector<std::string> words = options.words;
     std::string target = ".";
     if (!words.empty() && find(words[0]) == nullptr &&
-        (words[0].rfind("http://", 0) == 0 || std::filesystem::exists(words[0]))) {
+        (isUrl(words[0]) || std::filesystem::exists(words[0]))) {
         target = words[0];
         words.erase(words.begin());
     }
     const Operation& operation = operationOf(words);
     CIMClient client;
-    if (target.rfind("http://", 0) == 0) {
+    if (isUrl(target)) {
         if (options.seen.wantJournal() || !options.seen.faults.empty()) {
             throw UsageError(
                 target +

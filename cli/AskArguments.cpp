@@ -7,7 +7,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "Package.h"
 #include "checks/Wording.h"
@@ -98,23 +97,6 @@ std::string withoutPlace(const std::string& path) {
 }
 
 }  // namespace
-
-void connectTo(CIMClient& client, const std::string& url, const std::string& user) {
-    const std::string scheme = "http://";
-    const std::string place =
-        url.substr(scheme.size(), url.find('/', scheme.size()) - scheme.size());
-    const size_t colon =
-        place.find(':', place.find(']') == std::string::npos ? 0 : place.find(']'));
-    const std::string port = colon == std::string::npos ? "5988" : place.substr(colon + 1);
-    const bool isNumber = !port.empty() && port.size() < 6 &&
-                          port.find_first_not_of("0123456789") == std::string::npos;
-    if (place.substr(0, colon).empty() || !isNumber) {
-        throw UsageError(url + ": expected http://HOST:PORT");
-    }
-    const char* const password = std::getenv("VELMAR_PASSWORD");
-    client.connect(place.substr(0, colon).c_str(), Uint32(std::stoul(port)), user.c_str(),
-                   password == nullptr ? "" : password);
-}
 
 velmar_checks::Facts AskArguments::factsOf(const std::string& className) const {
     if (!CIMName::legal(text(className))) {

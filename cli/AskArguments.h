@@ -14,10 +14,6 @@
 
 namespace velmar_cli {
 
-/// Connects to the server at http://HOST:PORT, whose password is in VELMAR_PASSWORD. Throws
-/// UsageError for another URL, and what the client throws.
-void connectTo(Pegasus::CIMClient& client, const std::string& url, const std::string& user);
-
 /// Reads arguments; every function throws UsageError with the word that is wrong, and near names.
 /// Borrows the client, which is connected.
 class AskArguments {

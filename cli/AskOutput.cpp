@@ -20,6 +20,12 @@ using velmar_embedded::utf8;
 
 namespace velmar_cli {
 
+std::string printable(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
+    return text;
+}
+
 namespace {
 
 ordered_json jsonOf(const CIMValue& value) {
@@ -49,13 +55,6 @@ ordered_json jsonOf(const CIMValue& value) {
         return list;
     }
     return velmar_embedded::mofOf(value);
-}
-
-// A server's texts may hold what a terminal obeys.
-std::string printable(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
-    return text;
 }
 
 std::string pathText(const CIMObjectPath& path) {

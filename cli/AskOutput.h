@@ -15,6 +15,9 @@
 
 namespace velmar_cli {
 
+/// A server's texts may hold what a terminal obeys: control characters become blanks.
+std::string printable(std::string text);
+
 enum class Format { Table, Mof, Json };
 
 /// One instance is a list of its properties; several are a table where that fits into `columns`,

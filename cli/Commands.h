@@ -25,6 +25,7 @@ void addCheck(CLI::App& app, Run& run);
 void addExplain(CLI::App& app, Run& run);
 void addGenerate(CLI::App& app, Run& run);
 void addNew(CLI::App& app, Run& run);
+void addRecord(CLI::App& app, Run& run);
 /// These only with HTTP, VELMAR_HAS_WIRE.
 void addListen(CLI::App& app, Run& run);
 void addServe(CLI::App& app, Run& run);

@@ -16,7 +16,7 @@
 #include "AskOutput.h"
 #include "Commands.h"
 #include "EndSignals.h"
-#include "Package.h"
+#include "Target.h"
 
 using namespace Pegasus;
 

@@ -25,7 +25,6 @@ namespace fs = std::filesystem;
 // What the files of one compilation may come to, and a standard schema stays far below.
 constexpr size_t maximumDepth = 64;
 constexpr size_t maximumFiles = 10'000;
-constexpr size_t maximumBytes = 64 * 1024 * 1024;
 
 class Compiler {
  public:
@@ -92,9 +91,9 @@ class Compiler {
                            MofMistake::Unreadable, file);
         }
         _bytes += text.size();
-        if (_bytes > maximumBytes) {
+        if (_bytes > maximumMofSize) {
             throw MofFault(line, "the included files have more than " +
-                                     std::to_string(maximumBytes) + " bytes together");
+                                     std::to_string(maximumMofSize) + " bytes together");
         }
         // A file that several packages bring, as a standard one, declares what is there already.
         // What one with directives or aliases declares depends on more than its text.
@@ -128,8 +127,8 @@ std::string readMof(const std::string& file, std::string& text) {
     text.clear();
     if (fstat(descriptor, &state) != 0 || !S_ISREG(state.st_mode)) {
         problem = "it is not a regular file";
-    } else if (size_t(state.st_size) > maximumBytes) {
-        problem = "it has more than " + std::to_string(maximumBytes) + " bytes";
+    } else if (size_t(state.st_size) > maximumMofSize) {
+        problem = "it has more than " + std::to_string(maximumMofSize) + " bytes";
     } else {
         text.resize(size_t(state.st_size));
         size_t at = 0;

@@ -5,8 +5,6 @@
 
 #include <Pegasus/Common/CIMMethod.h>
 #include <Pegasus/Common/CIMObject.h>
-#include <Pegasus/Common/CIMParameter.h>
-#include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/CIMQualifier.h>
 
 #include "model/Text.h"
@@ -90,9 +88,21 @@ std::string qualifiers(const Feature& feature, const std::string& indentation) {
     return text.empty() ? "" : indentation + "[" + text + "]\n";
 }
 
-// "uint32 Name[]", "EX_Fan REF Name".
+std::string methodMof(const CIMConstMethod& method) {
+    std::string text = qualifiers(method, "    ") + "    " + cimTypeToString(method.getType()) +
+                       " " + utf8(method.getName()) + "(";
+    for (Uint32 i = 0; i < method.getParameterCount(); i++) {
+        const CIMConstParameter parameter = method.getParameter(i);
+        text += (i == 0 ? "\n" : ",\n") + qualifiers(parameter, "        ") + "        " +
+                declaratorOf(parameter);
+    }
+    return text + ");\n";
+}
+
+}  // namespace
+
 template <class Feature>
-std::string declared(const Feature& feature) {
+std::string declaratorOf(const Feature& feature) {
     const std::string type = feature.getType() == CIMTYPE_REFERENCE
                                  ? utf8(feature.getReferenceClassName()) + " REF"
                                  : std::string(cimTypeToString(feature.getType()));
@@ -102,19 +112,8 @@ std::string declared(const Feature& feature) {
             : size == 0        ? "[]"
                                : "[" + std::to_string(size) + "]");
 }
-
-std::string methodMof(const CIMConstMethod& method) {
-    std::string text = qualifiers(method, "    ") + "    " + cimTypeToString(method.getType()) +
-                       " " + utf8(method.getName()) + "(";
-    for (Uint32 i = 0; i < method.getParameterCount(); i++) {
-        const CIMConstParameter parameter = method.getParameter(i);
-        text += (i == 0 ? "\n" : ",\n") + qualifiers(parameter, "        ") + "        " +
-                declared(parameter);
-    }
-    return text + ");\n";
-}
-
-}  // namespace
+template std::string declaratorOf(const CIMConstProperty& feature);
+template std::string declaratorOf(const CIMConstParameter& feature);
 
 std::string mofOf(const CIMValue& value) {
     if (value.isNull()) {
@@ -176,7 +175,7 @@ std::string mofOf(const CIMClass& cimClass) {
     text += " {\n";
     for (Uint32 i = 0; i < cimClass.getPropertyCount(); i++) {
         const CIMConstProperty property = cimClass.getProperty(i);
-        text += qualifiers(property, "    ") + "    " + declared(property);
+        text += qualifiers(property, "    ") + "    " + declaratorOf(property);
         if (!property.getValue().isNull()) {
             text += " = " + mofOf(property.getValue());
         }
@@ -186,6 +185,24 @@ std::string mofOf(const CIMClass& cimClass) {
         text += methodMof(cimClass.getMethod(i));
     }
     return text + "};\n";
+}
+
+std::string mofOf(const QualifierDeclaration& declaration) {
+    std::string scopes;
+    for (unsigned i = 0; i < qualifierScopeCount; i++) {
+        if (declaration.scopes.test(i)) {
+            scopes += (scopes.empty() ? "" : ", ") + std::string(qualifierScopeNames[i]);
+        }
+    }
+    std::string flavor;
+    for (const char c : utf8(declaration.flavor.toString())) {
+        flavor += c == ' ' ? ", " : std::string(1, c);
+    }
+    const CIMValue& value = declaration.defaultValue;
+    return "Qualifier " + utf8(declaration.name) + " : " + cimTypeToString(value.getType()) +
+           (value.isArray() ? "[]" : "") + " = " + mofOf(value) + ", Scope(" +
+           (declaration.scopes.all() ? "any" : scopes) + ")" +
+           (flavor.empty() ? "" : ", Flavor(" + flavor + ")") + ";\n";
 }
 
 }  // namespace velmar_embedded

@@ -9,9 +9,13 @@
 
 #include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMParameter.h>
+#include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/CIMValue.h>
 
 #include <string>
+
+#include <velmar_embedded/ServerTypes.h>
 
 namespace velmar_embedded {
 
@@ -21,6 +25,13 @@ std::string mofOf(const Pegasus::CIMValue& value);
 std::string mofOf(const Pegasus::CIMInstance& instance);
 /// With its qualifiers; of properties and methods those that `cimClass` has.
 std::string mofOf(const Pegasus::CIMClass& cimClass);
+std::string mofOf(const QualifierDeclaration& declaration);
+/// "uint32 Name[]", "EX_Fan REF Name": a property or parameter without value and qualifiers.
+template <class Feature>
+std::string declaratorOf(const Feature& feature);
+
+extern template std::string declaratorOf(const Pegasus::CIMConstProperty& feature);
+extern template std::string declaratorOf(const Pegasus::CIMConstParameter& feature);
 
 }  // namespace velmar_embedded
 

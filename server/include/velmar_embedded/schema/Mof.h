@@ -42,6 +42,9 @@ struct MofOptions {
     std::function<std::optional<MofSource>(const std::string& name)> declaring;
 };
 
+/// Bytes of a MOF file, and of all that one includes.
+constexpr size_t maximumMofSize = 64 * 1024 * 1024;
+
 /// Reads a file as the compiler does. Returns why it cannot, empty if it can: only regular files of
 /// a size that MOF may have are read.
 std::string readMof(const std::string& file, std::string& text);

@@ -1,0 +1,31 @@
+// SPDX-FileCopyrightText: The velmar_remote authors
+// SPDX-License-Identifier: MIT
+//
+// What a command asks: a package in this process, or a server that is running.
+#ifndef VELMAR_CLI_TARGET_H
+#define VELMAR_CLI_TARGET_H
+
+#include <Pegasus/Client/CIMClient.h>
+
+#include <functional>
+#include <string>
+
+#include "Commands.h"
+#include "Package.h"
+
+namespace velmar_cli {
+
+bool isUrl(const std::string& target);
+
+/// Connects to the server at http://HOST:PORT, whose password is in VELMAR_PASSWORD. Throws
+/// UsageError for another URL, and what the client throws.
+void connectTo(Pegasus::CIMClient& client, const std::string& url, const std::string& user);
+
+/// Calls `work` with a client of the target: a URL, else a folder or MOF file, which is served in
+/// this process as `package` says. Call it once. Throws UsageError for a target that is neither.
+ExitCode withClient(const std::string& target, Package& package, const std::string& user,
+                    const std::function<ExitCode(Pegasus::CIMClient&)>& work);
+
+}  // namespace velmar_cli
+
+#endif
