@@ -22,6 +22,7 @@ ExitCode guarded(const Run& run);
 
 void addAsk(CLI::App& app, Run& run);
 void addCheck(CLI::App& app, Run& run);
+void addDiff(CLI::App& app, Run& run);
 void addExplain(CLI::App& app, Run& run);
 void addGenerate(CLI::App& app, Run& run);
 void addNew(CLI::App& app, Run& run);

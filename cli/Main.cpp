@@ -34,6 +34,7 @@ int main(int argc, char** argv) {
     velmar_cli::addCheck(app, run);
     velmar_cli::addAsk(app, run);
     velmar_cli::addRecord(app, run);
+    velmar_cli::addDiff(app, run);
     velmar_cli::addExplain(app, run);
 #ifdef VELMAR_HAS_WIRE
     velmar_cli::addListen(app, run);

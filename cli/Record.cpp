@@ -8,6 +8,7 @@
 
 #include "AskOutput.h"
 #include "Commands.h"
+#include "Progress.h"
 #include "Target.h"
 #include "generate/Package.h"
 #include "record/Recorder.h"
@@ -27,9 +28,17 @@ ExitCode record(const RecordArguments& arguments, Pegasus::CIMClient& client) {
     velmar_recording::RecordOptions options;
     options.source = arguments.target;
     options.standardQualifiers = velmar_generator::standardMofWith("Key")->text;
-    const velmar_recording::Recording recording = velmar_recording::record(
-        client, Pegasus::CIMNamespaceName(arguments.package.nameSpace.c_str()), arguments.folder,
-        options);
+    velmar_recording::Recording recording;
+    {
+        Progress progress;
+        options.progress = [&](const velmar_recording::Step& step) {
+            progress.show(step.done, step.all, fmt::format("classes ({})", step.what),
+                          step.className);
+        };
+        recording = velmar_recording::record(
+            client, Pegasus::CIMNamespaceName(arguments.package.nameSpace.c_str()),
+            arguments.folder, options);
+    }
     for (const std::string& note : recording.notes) {
         fmt::print(stderr, "note: {}\n", printable(note));
     }

@@ -183,18 +183,21 @@ class Reader {
 }  // namespace
 
 std::string keyOf(const CIMObjectPath& path) {
-    std::string text =
-        lowerCase(utf8(path.getNameSpace())) + ":" + lowerCase(utf8(path.getClassName()));
+    const auto lower = [](const CIMName& name) { return String(lowerCase(utf8(name)).c_str()); };
+    Array<CIMKeyBinding> keys;
     for (Uint32 i = 0; i < path.getKeyBindings().size(); i++) {
-        const CIMKeyBinding& key = path.getKeyBindings()[i];
-        const std::string value = key.getType() == CIMKeyBinding::REFERENCE
-                                      ? keyOf(CIMObjectPath(key.getValue()))
-                                      : utf8(key.getValue());
-        // With its size, so that no value reads as another key.
-        text += ";" + lowerCase(utf8(key.getName())) + "=" + std::to_string(key.getType()) + "/" +
-                std::to_string(value.size()) + "/" + value;
+        CIMKeyBinding key = path.getKeyBindings()[i];
+        key.setName(lower(key.getName()));
+        if (key.getType() == CIMKeyBinding::REFERENCE) {
+            key.setValue(keyOf(CIMObjectPath(key.getValue())).c_str());
+        }
+        keys.append(key);
     }
-    return text;
+    const CIMNamespaceName& nameSpace = path.getNameSpace();
+    return utf8(CIMObjectPath(
+        String(),
+        nameSpace.isNull() ? nameSpace : CIMNamespaceName(lowerCase(utf8(nameSpace)).c_str()),
+        lower(path.getClassName()), keys));
 }
 
 void readNamespace(CIMClient& client, const CIMNamespaceName& nameSpace, Reading& reading,
