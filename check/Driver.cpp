@@ -93,7 +93,11 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
         return false;
     };
     std::vector<Session*> withMethods;
+    size_t done = 0;
     for (const RegisteredClass& one : classes) {
+        if (options.progress) {
+            options.progress(done++, classes.size(), one.text());
+        }
         if (one.definition.isUninitialized()) {
             continue;  // said already, when the registration was read
         }

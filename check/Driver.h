@@ -10,6 +10,8 @@
 
 #include <velmar_embedded/Server.h>
 
+#include <functional>
+#include <string>
 #include <vector>
 
 #include "check/Session.h"
@@ -23,6 +25,8 @@ struct DriveOptions {
     unsigned clients = 0;   ///< at once, after all else; 0: none
     unsigned seconds = 10;  ///< that they go on
     unsigned tries = 10;    ///< of what answers disagree in, after 0, 1, 2, 4 and so on ms
+    /// Hears of each class before it is driven: how many were, of how many.
+    std::function<void(size_t done, size_t all, const std::string& className)> progress;
 };
 
 /// Drives every registered class.

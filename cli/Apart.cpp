@@ -18,6 +18,8 @@
 #include <new>
 #include <system_error>
 
+#include "Progress.h"
+
 namespace velmar_cli {
 
 namespace {
@@ -74,6 +76,7 @@ class Words {
         }
         _next = waited * 2;
         const bool isCalled = _record.call.began >= _of;
+        Progress::clear();
         fmt::print(stderr, "waiting since {} s for {}{}{}\n", waited / 1000, _record.request.text,
                    isCalled ? "; now in " : "", isCalled ? _record.call.text : "");
     }

@@ -24,6 +24,7 @@
 #include "CheckReport.h"
 #include "Commands.h"
 #include "Package.h"
+#include "Progress.h"
 #include "Watch.h"
 #include "check/Driver.h"
 #include "checks/Findings.h"
@@ -157,7 +158,12 @@ Results check(const CheckOptions& options, CheckedServer& checked, Record& recor
         options.package.load(server);
         options.seen.disturb(server);
         server.start();
-        results.classes = velmar_driver::drive(server, options.drive, driven);
+        Progress progress;
+        velmar_driver::DriveOptions drive = options.drive;
+        drive.progress = [&](size_t done, size_t all, const std::string& className) {
+            progress.show(done, all, "classes", className);
+        };
+        results.classes = velmar_driver::drive(server, drive, driven);
     } catch (const velmar_embedded::MofError& error) {
         if (error.line() == 0) {
             throw;  // a file that cannot be read
@@ -251,6 +257,7 @@ void tellProblems(const Record& record) {
 ExitCode checkApart(const CheckOptions& options) {
     Record& record = makeRecord();
     std::string fault = runApart(record, [&] { return checkInto(record, options); });
+    Progress::clear();
     tellProblems(record);
     const bool isUnusable = fault.empty() && record.code == Unusable;
     if (isUnusable && !options.json) {

@@ -33,7 +33,7 @@ Progress::~Progress() {
 
 void Progress::clear() {
     if (isatty(STDERR_FILENO) == 1) {
-        fmt::print(stderr, "\r{:{}}\r", "", width());
+        fmt::print(stderr, "{:{}}\r", "", width());
     }
 }
 
@@ -48,7 +48,8 @@ void Progress::show(size_t done, size_t all, const std::string& what, const std:
     // A column each, whatever a server calls its classes.
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c > 0x7E; }, '?');
-    fmt::print(stderr, "\r{:<{}.{}}", text, width(), width());
+    // Back at the line's begin, so that what another process says overwrites it.
+    fmt::print(stderr, "{:<{}.{}}\r", text, width(), width());
     fflush(stderr);
 }
 

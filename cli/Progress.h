@@ -23,7 +23,7 @@ class Progress {
     /// From 2 s after the start on, shows "8 of 120 WHAT: NAME", as much as fits in a line.
     void show(size_t done, size_t all, const std::string& what, const std::string& name);
 
-    /// Takes a line away that any process shows on this one's terminal, before something is told.
+    /// Takes the line away, whichever process showed it, so that there is room to tell something.
     static void clear();
 
  private:

@@ -149,6 +149,7 @@ class Reader {
         const bool isGiven = asked("instances of " + utf8(className), [&] {
             found = _client.enumerateInstances(_nameSpace, className, true, false);
         });
+        _answers++;
         for (Uint32 i = 0; isGiven && i < found.size(); i++) {
             deliver(found[i]);
         }
@@ -157,9 +158,15 @@ class Reader {
     // A class's answer has the instances of its subclasses, too.
     void deliver(CIMInstance& instance) {
         instance.setPath(local(velmar_embedded::withoutPlace(instance.getPath()), _nameSpace));
-        if (instance.getPath().getKeyBindings().size() > 0 &&
-            !_seen.insert(keyOf(instance.getPath())).second) {
-            return;
+        if (instance.getPath().getKeyBindings().size() > 0) {
+            const auto [at, isNew] = _seen.emplace(keyOf(instance.getPath()), _answers);
+            if (!isNew && at->second == _answers) {
+                _reading.onProblem("instances of " + utf8(instance.getClassName()),
+                                   "given twice, and read once: " + utf8(instance.getPath()));
+            }
+            if (!isNew) {
+                return;
+            }
         }
         for (Uint32 i = 0; i < instance.getPropertyCount(); i++) {
             CIMProperty property = instance.getProperty(i);
@@ -177,7 +184,8 @@ class Reader {
     std::map<std::string, bool> _isIndication;              // of the classes that were delivered
     std::map<std::string, std::vector<CIMClass>> _waiting;  // by superclass
     std::vector<CIMName> _withInstances;
-    std::set<std::string> _seen;
+    size_t _answers = 0;
+    std::map<std::string, size_t> _seen;  // instances, by the answer that had them first
 };
 
 }  // namespace

@@ -245,7 +245,7 @@ class Recorder : public Reading {
         const std::string object = utf8(instance.getPath());
         const std::string name = "instance of " + utf8(instance.getClassName());
         if (!_repository.hasClass(_nameSpace, instance.getClassName())) {
-            return _notes.add(name, "left out: its class is not in the recording", object);
+            return _notes.add(name, "left out: the recording lacks its class", object);
         }
         const CIMClass cimClass = _repository.getClass(_nameSpace, instance.getClassName());
         const CIMInstance given = completed(instance, cimClass);
