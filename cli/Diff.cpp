@@ -47,6 +47,7 @@ ExitCode readInto(FILE* file, const std::string& target, Package package,
                   const DiffArguments& arguments) {
     dup2(STDERR_FILENO, STDOUT_FILENO);  // what providers print is no difference
     return withClient(target, package, arguments.user, [&](Pegasus::CIMClient& client) {
+        client.setTimeout(LONG_ANSWER);
         Progress progress;
         const Snapshot snapshot = velmar_recording::snapshotOf(
             client, Pegasus::CIMNamespaceName(package.nameSpace.c_str()),

@@ -30,6 +30,7 @@ ExitCode record(const RecordArguments& arguments, Pegasus::CIMClient& client) {
     options.standardQualifiers = velmar_generator::standardMofWith("Key")->text;
     velmar_recording::Recording recording;
     {
+        client.setTimeout(LONG_ANSWER);
         Progress progress;
         options.progress = [&](const velmar_recording::Step& step) {
             progress.show(step.done, step.all, fmt::format("classes ({})", step.what),

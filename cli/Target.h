@@ -21,6 +21,9 @@ bool isUrl(const std::string& target);
 /// UsageError for another URL, and what the client throws.
 void connectTo(Pegasus::CIMClient& client, const std::string& url, const std::string& user);
 
+/// Milliseconds for an answer that may be long, all instances of a class, say.
+constexpr unsigned LONG_ANSWER = 120000;
+
 /// Calls `work` with a client of the target: a URL, else a folder or MOF file, which is served in
 /// this process as `package` says. Call it once. Throws UsageError for a target that is neither.
 ExitCode withClient(const std::string& target, Package& package, const std::string& user,

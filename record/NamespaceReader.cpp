@@ -7,6 +7,7 @@
 
 #include <map>
 #include <set>
+#include <stdexcept>
 #include <vector>
 
 #include "model/Text.h"
@@ -83,6 +84,8 @@ class Reader {
             _reading.onProblem(what, utf8(e.getMessage()));
         } catch (const CIMClientXmlException& e) {
             _reading.onProblem(what, utf8(e.getMessage()));
+        } catch (const Exception& e) {
+            throw std::runtime_error(what + ": " + utf8(e.getMessage()));
         }
         return false;
     }

@@ -37,7 +37,8 @@ class Reading {
 };
 
 /// Abstract classes and indications are asked for no instances. Borrows the client, which is
-/// connected. Throws what it throws for a namespace or server that does not answer at all.
+/// connected. Throws CIMException for an unknown namespace, std::runtime_error with what was asked
+/// for when the connection breaks or an answer does not come in time.
 void readNamespace(Pegasus::CIMClient& client, const Pegasus::CIMNamespaceName& nameSpace,
                    Reading& reading, const Progress& progress = {});
 

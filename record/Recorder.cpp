@@ -313,15 +313,14 @@ class Recorder : public Reading {
         }
     }
 
-    // The class with those features that compile, each tried alone.
+    // The class with those features that compile, each tried in a class of its own.
     CIMClass withoutFaults(const CIMClass& cimClass) {
-        CIMClass empty(cimClass.getClassName(), cimClass.getSuperClassName());
+        CIMClass result(cimClass.getClassName(), cimClass.getSuperClassName());
         for (Uint32 i = 0; i < cimClass.getQualifierCount(); i++) {
-            empty.addQualifier(cimClass.getQualifier(i).clone());
+            result.addQualifier(cimClass.getQualifier(i).clone());
         }
-        CIMClass result = empty.clone();
         const auto keep = [&](const auto& feature, const auto& add) {
-            CIMClass alone = empty.clone();
+            CIMClass alone(cimClass.getClassName());
             add(alone, feature);
             const std::string reason = compiled(mofOf(alone));
             if (reason.empty()) {
@@ -332,10 +331,6 @@ class Recorder : public Reading {
                            "left out: " + reason, "");
             }
         };
-        if (!compiled(mofOf(empty)).empty()) {
-            return empty;  // the fault is the class's own
-        }
-        _repository.deleteClass(_nameSpace, cimClass.getClassName());
         for (Uint32 i = 0; i < cimClass.getPropertyCount(); i++) {
             keep(cimClass.getProperty(i).clone(),
                  [](CIMClass& to, const CIMProperty& property) { to.addProperty(property); });
