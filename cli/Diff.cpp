@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: MIT
 //
 // velmar diff: what two servers, packages or recordings do not have in common.
+#include <errno.h>
 #include <fmt/format.h>
+#include <signal.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/prctl.h>
@@ -88,19 +90,21 @@ Snapshot readApart(const std::string& target, const Package& package,
     if (child < 0) {
         throw UsageError(fmt::format("cannot start a process: {}", strerror(errno)));
     }
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != Good) {
-        Progress::clear();
-        const bool isTold = WIFEXITED(status) && WEXITSTATUS(status) == Unusable;
-        throw UsageError(
-            target +
-            (isTold ? ": cannot be compared"
-             : WIFSIGNALED(status)
-                 ? fmt::format(": its process was ended by a signal ({})",
-                               strsignal(WTERMSIG(status)))
-                 : ": its process ended before all was read, as where a provider calls exit"));
+    Progress::clear();
+    if (WIFSIGNALED(status)) {
+        throw UsageError(fmt::format("{}: its process was ended by a signal ({})", target,
+                                     strsignal(WTERMSIG(status))));
+    }
+    if (WEXITSTATUS(status) == Unusable) {
+        throw UsageError(target + ": cannot be compared");
     }
     rewind(file.get());
-    return nlohmann::json::from_cbor(file.get()).get<Snapshot>();
+    const auto document = nlohmann::json::from_cbor(file.get(), true, false);
+    if (document.is_discarded()) {
+        throw UsageError(target +
+                         ": its process ended before all was read, as where a provider calls exit");
+    }
+    return document.get<Snapshot>();
 }
 
 std::string lineOf(const Difference& difference, const std::string& text) {
