@@ -27,7 +27,8 @@ extern "C" CIMProvider* PegasusCreateProvider(const String& providerName);
 
 namespace {
 
-const char* const SITE = R"({"domains": [{"name": "D", "controlPoints": [], "systems": [
+const char* const SITE = R"({"domains": [{"name": "D", "controlPoints": [
+    {"uuid": "00000000-0000-0000-0000-000000000002", "name": "c", "networkAddress": "::1"}], "systems": [
     {"type": "T", "model": "M", "serial": "S", "uuid": "00000000-0000-0000-0000-000000000001",
      "firmware": "F1", "packageTag": "P",
      "partitions": [{"id": 3, "name": "web", "state": "running"}]}]}]})";
@@ -113,6 +114,38 @@ TEST_F(SiteProviders, ChangesOfAPartitionAndAnAlertThatCannotBeSent) {
     EXPECT_FALSE(velmar_remote::findParam(result.outParameters, "AlertProblem").isNull());
     EXPECT_EQ(value(_partition, "EnabledState"), std::to_string(failed));
     EXPECT_TRUE(out(_partition, failed, "AlertProblem").isNull()) << "already failed";
+}
+
+// Whichever of its upcalls fails, an alert is not sent with half of what belongs into it.
+TEST_F(SiteProviders, EveryUpcallOfAnAlertMayFail) {
+    velmar_embedded::Server server;
+    server.compileMof("root/velmar_remote", SITE_SCHEMA);
+    server.registerProvider(SITE_REGISTRATION, PegasusCreateProvider);
+    server.start();
+    unsigned alerts = 0;
+    server.subscribe("SELECT * FROM QOR_SiteAlert", {"root/velmar_remote"},
+                     [&](const CIMInstance&) { alerts++; });
+    CIMClient client;
+    client.connectLocal();
+    const auto change = [&](const char* state) {
+        const Array<CIMParamValue> in(
+            1, CIMParamValue("RequestedState", CIMValue(site::findState(state)->value)));
+        Array<CIMParamValue> out;
+        client.invokeMethod("root/velmar_remote", _partition, "RequestStateChange", in, out);
+        return velmar_remote::findParam(out, "AlertProblem").isNull();
+    };
+    unsigned upcalls = 0;
+    for (bool isSent = false; !isSent && upcalls < 100; upcalls += !isSent) {
+        ASSERT_TRUE(change("running"));
+        server.faults().add("upcall from=SiteAlerts nth=" + std::to_string(upcalls + 1) + " fail");
+        isSent = change("failed");
+        server.drain();
+        EXPECT_EQ(alerts, isSent ? 1u : 0u) << upcalls;
+        server.faults().clear();
+    }
+    EXPECT_GE(upcalls, 8u);
+    client.disconnect();
+    server.stop();
 }
 
 TEST_F(SiteProviders, ABrokenFileServesNothingUntilItIsRepaired) {
