@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// The query of a filter: SELECT what FROM a class WHERE a condition holds.
-#ifndef VELMAR_EMBEDDED_INDICATIONS_QUERY_H
-#define VELMAR_EMBEDDED_INDICATIONS_QUERY_H
+// The query of a filter: SELECT what FROM a class WHERE a condition holds, or a condition alone.
+#ifndef VELMAR_EMBEDDED_REQUESTS_QUERY_H
+#define VELMAR_EMBEDDED_REQUESTS_QUERY_H
 
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMName.h>
@@ -23,9 +23,11 @@ class Query {
 
     /// Throws CIMException (CIM_ERR_INVALID_QUERY) that says what was expected where.
     explicit Query(const std::string& text);
+    /// The condition alone, as FQL (DSP0212) has it, of all classes. Throws the same.
+    static Query ofCondition(const std::string& text);
 
-    Pegasus::CIMName className;
-    std::string condition;  ///< the text after WHERE
+    Pegasus::CIMName className;  ///< null for a condition alone
+    std::string condition;       ///< the text after WHERE
 
     /// Those that are selected one by one and those in the condition.
     std::vector<Pegasus::CIMName> properties() const;
@@ -41,6 +43,9 @@ class Query {
     using Condition = std::function<Truth(const Pegasus::CIMInstance&)>;
 
  private:
+    Query() = default;
+    void take(class QueryParser& parser);
+
     bool _all = false;
     std::vector<Pegasus::CIMName> _selected;
     std::vector<Pegasus::CIMName> _named;  // in the condition

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 
-#include "indications/Query.h"
+#include "requests/Query.h"
 
 #include <Pegasus/Common/Exception.h>
 #include <ctype.h>
@@ -63,9 +63,19 @@ bool compare(const std::string& sign, const T& left, const T& right) {
     return wanted || (equalCounts && !less && !more);
 }
 
-class Parser {
+}  // namespace
+
+class QueryParser {
  public:
-    explicit Parser(const std::string& text) : _text(text) { next(); }
+    explicit QueryParser(const std::string& text) : _text(text) {
+        if (text.size() > Query::longest) {
+            throw CIMException(
+                CIM_ERR_INVALID_QUERY,
+                String(
+                    ("a query of more than " + std::to_string(Query::longest) + " bytes").c_str()));
+        }
+        next();
+    }
 
     bool takeWord(const char* word) {
         const bool is = strcasecmp(_token.c_str(), word) == 0;
@@ -258,6 +268,8 @@ class Parser {
     int _depth = 0;
 };
 
+namespace {
+
 bool has(const CIMInstance& instance, const CIMName& name) {
     return instance.findProperty(name) != PEG_NOT_FOUND;
 }
@@ -265,12 +277,7 @@ bool has(const CIMInstance& instance, const CIMName& name) {
 }  // namespace
 
 Query::Query(const std::string& text) {
-    if (text.size() > longest) {
-        throw CIMException(
-            CIM_ERR_INVALID_QUERY,
-            String(("a query of more than " + std::to_string(longest) + " bytes").c_str()));
-    }
-    Parser parser(text);
+    QueryParser parser(text);
     parser.expect("SELECT");
     _all = parser.takeWord("*");
     if (!_all) {
@@ -281,11 +288,24 @@ Query::Query(const std::string& text) {
     parser.expect("FROM");
     className = parser.takeName();
     if (parser.takeWord("WHERE")) {
-        condition = parser.rest();
-        _holds = parser.disjunction();
-        _named = parser.named;
+        take(parser);
     }
     parser.expectEnd();
+}
+
+Query Query::ofCondition(const std::string& text) {
+    QueryParser parser(text);
+    Query query;
+    query._all = true;
+    query.take(parser);
+    parser.expectEnd();
+    return query;
+}
+
+void Query::take(QueryParser& parser) {
+    condition = parser.rest();
+    _holds = parser.disjunction();
+    _named = parser.named;
 }
 
 std::vector<CIMName> Query::properties() const {
