@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "indications/IndicationQueue.h"
-#include "indications/Query.h"
+#include "requests/Query.h"
 #include "support/ScriptedServer.h"
 
 using namespace support;
