@@ -108,7 +108,7 @@ CIMPropertyList withNames(const CIMPropertyList& list, const std::vector<CIMName
 Array<CIMInstance> filtered(const Answer& answer, const std::optional<Query>& filter) {
     Array<CIMInstance> left;
     const auto add = [&](const CIMInstance& instance) {
-        if (!filter || filter->matches(instance)) {
+        if (!filter || filter->matches(instance, Query::IsA())) {
             left.append(instance);
         }
     };

@@ -3,6 +3,7 @@
 
 #include "requests/Query.h"
 
+#include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Common/Exception.h>
 #include <ctype.h>
 #include <stdlib.h>
@@ -48,6 +49,28 @@ Operand operandOf(const CIMValue& value) {
     }
 }
 
+CIMValue valueIn(const CIMInstance& instance, const CIMName& name) {
+    return instance.getProperty(instance.findProperty(name)).getValue();
+}
+
+// Whether an embedded object is of a class.
+Query::Truth isOfClass(const CIMValue& value, const CIMName& wanted, const Query::IsA& isA) {
+    if (value.isNull() || value.isArray()) {
+        return {};
+    }
+    if (value.getType() == CIMTYPE_INSTANCE) {
+        CIMInstance instance;
+        value.get(instance);
+        return isA(instance.getClassName(), wanted);
+    }
+    if (value.getType() == CIMTYPE_OBJECT) {
+        CIMObject object;
+        value.get(object);
+        return isA(object.getClassName(), wanted);
+    }
+    return {};
+}
+
 template <class T>
 bool compare(const std::string& sign, const T& left, const T& right) {
     const bool less = left < right;
@@ -67,7 +90,7 @@ bool compare(const std::string& sign, const T& left, const T& right) {
 
 class QueryParser {
  public:
-    explicit QueryParser(const std::string& text) : _text(text) {
+    QueryParser(const std::string& text, bool isFql) : _isFql(isFql), _text(text) {
         if (text.size() > Query::longest) {
             throw CIMException(
                 CIM_ERR_INVALID_QUERY,
@@ -168,9 +191,9 @@ class QueryParser {
 
     // The value that decides alone is true for OR and false for AND.
     static Query::Condition joined(Query::Condition left, Query::Condition right, bool deciding) {
-        return [=](const CIMInstance& instance) -> Query::Truth {
-            const Query::Truth a = left(instance);
-            const Query::Truth b = right(instance);
+        return [=](const CIMInstance& instance, const Query::IsA& isA) -> Query::Truth {
+            const Query::Truth a = left(instance, isA);
+            const Query::Truth b = right(instance, isA);
             if (a == deciding || b == deciding) {
                 return deciding;
             }
@@ -192,8 +215,8 @@ class QueryParser {
         }
         Query::Condition result;
         if (takeWord("NOT")) {
-            result = [inner = negation()](const CIMInstance& instance) {
-                const Query::Truth truth = inner(instance);
+            result = [inner = negation()](const CIMInstance& instance, const Query::IsA& isA) {
+                const Query::Truth truth = inner(instance, isA);
                 return truth ? Query::Truth(!*truth) : truth;
             };
         } else if (takeWord("(")) {
@@ -207,17 +230,21 @@ class QueryParser {
     }
 
     Query::Condition comparison() {
-        const CIMName name = takeName();
-        named.push_back(name);
-        const auto valueIn = [name](const CIMInstance& instance) {
-            return instance.getProperty(instance.findProperty(name)).getValue();
-        };
+        const CIMName name = takeProperty();
         if (takeWord("IS")) {
             const bool wanted = !takeWord("NOT");
             expect("NULL");
-            return [=](const CIMInstance& instance) -> Query::Truth {
-                return valueIn(instance).isNull() == wanted;
+            return [=](const CIMInstance& instance, const Query::IsA&) -> Query::Truth {
+                return valueIn(instance, name).isNull() == wanted;
             };
+        }
+        if (!_isFql && takeWord("ISA")) {
+            return [name, wanted = takeName()](const CIMInstance& instance, const Query::IsA& isA) {
+                return isOfClass(valueIn(instance, name), wanted, isA);
+            };
+        }
+        if (!_isFql && takeWord("LIKE")) {
+            throw CIMException(CIM_ERR_INVALID_PARAMETER, String("parse error: syntax error"));
         }
         const std::string sign = _token;
         static const char* const signs[] = {"=", "<>", "<", "<=", ">", ">="};
@@ -225,9 +252,12 @@ class QueryParser {
             fail("a comparison");
         }
         next();
-        const Operand right = literal();
-        return [=](const CIMInstance& instance) -> Query::Truth {
-            const Operand left = operandOf(valueIn(instance));
+        const bool isProperty = !_isFql && !_quoted && !isTruth() && CIMName::legal(_token.c_str());
+        const CIMName other = isProperty ? takeProperty() : CIMName();
+        const Operand constant = isProperty ? Operand() : literal();
+        return [=](const CIMInstance& instance, const Query::IsA&) -> Query::Truth {
+            const Operand left = operandOf(valueIn(instance, name));
+            const Operand right = isProperty ? operandOf(valueIn(instance, other)) : constant;
             if (left.number && right.number) {
                 return compare(sign, *left.number, *right.number);
             }
@@ -238,6 +268,15 @@ class QueryParser {
         };
     }
 
+    CIMName takeProperty() {
+        named.push_back(takeName());
+        return named.back();
+    }
+
+    bool isTruth() const {
+        return strcasecmp(_token.c_str(), "TRUE") == 0 || strcasecmp(_token.c_str(), "FALSE") == 0;
+    }
+
     bool isNumber() const {
         const size_t digit = _token[0] == '-' || _token[0] == '+' ? 1 : 0;
         return _token.size() > digit && isdigit(static_cast<unsigned char>(_token[digit]));
@@ -245,11 +284,9 @@ class QueryParser {
 
     Operand literal() {
         Operand result;
-        const bool isTruth =
-            strcasecmp(_token.c_str(), "TRUE") == 0 || strcasecmp(_token.c_str(), "FALSE") == 0;
         if (_quoted) {
             result.text = _token.substr(1, _token.size() - 2);
-        } else if (isTruth) {
+        } else if (isTruth()) {
             result.text = strcasecmp(_token.c_str(), "TRUE") == 0 ? "TRUE" : "FALSE";
         } else if (isNumber()) {
             result.number = strtold(_token.c_str(), nullptr);
@@ -260,6 +297,7 @@ class QueryParser {
         return result;
     }
 
+    const bool _isFql;
     const std::string _text;
     size_t _begin = 0;  // of the token
     size_t _end = 0;
@@ -277,7 +315,7 @@ bool has(const CIMInstance& instance, const CIMName& name) {
 }  // namespace
 
 Query::Query(const std::string& text) {
-    QueryParser parser(text);
+    QueryParser parser(text, false);
     parser.expect("SELECT");
     _all = parser.takeWord("*");
     if (!_all) {
@@ -294,7 +332,7 @@ Query::Query(const std::string& text) {
 }
 
 Query Query::ofCondition(const std::string& text) {
-    QueryParser parser(text);
+    QueryParser parser(text, true);
     Query query;
     query._all = true;
     query.take(parser);
@@ -314,10 +352,10 @@ std::vector<CIMName> Query::properties() const {
     return all;
 }
 
-bool Query::matches(const CIMInstance& indication) const {
+bool Query::matches(const CIMInstance& instance, const IsA& isA) const {
     return std::all_of(_named.begin(), _named.end(),
-                       [&](const CIMName& name) { return has(indication, name); }) &&
-           (!_holds || _holds(indication) == true);
+                       [&](const CIMName& name) { return has(instance, name); }) &&
+           (!_holds || _holds(instance, isA) == true);
 }
 
 void Query::project(CIMInstance& indication) const {

@@ -32,15 +32,17 @@ class Query {
     /// Those that are selected one by one and those in the condition.
     std::vector<Pegasus::CIMName> properties() const;
 
+    /// Whether a class is another one or derived from it.
+    using IsA = std::function<bool(const Pegasus::CIMName& className, const Pegasus::CIMName& of)>;
     /// Whether the condition holds and all properties that it names are there.
-    bool matches(const Pegasus::CIMInstance& indication) const;
+    bool matches(const Pegasus::CIMInstance& instance, const IsA& isA) const;
 
     /// Removes the properties that are not selected.
     void project(Pegasus::CIMInstance& indication) const;
 
     /// Holds, does not, or cannot be said because a value is null.
     using Truth = std::optional<bool>;
-    using Condition = std::function<Truth(const Pegasus::CIMInstance&)>;
+    using Condition = std::function<Truth(const Pegasus::CIMInstance&, const IsA&)>;
 
  private:
     Query() = default;
