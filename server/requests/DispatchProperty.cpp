@@ -5,6 +5,8 @@
 #include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Common/Exception.h>
 
+#include <optional>
+
 #include "requests/Dispatch.h"
 #include "requests/ParameterConversion.h"
 
@@ -24,6 +26,21 @@ auto propertyIn(const Object& object, const CIMName& name) {
     return object.getProperty(index);
 }
 
+// DSP0200 has an error of its own for a value that does not fit.
+CIMValue valueFor(const CIMConstProperty& declared, const CIMValue& given) {
+    std::optional<CIMValue> value;
+    const String name = declared.getName().getString();
+    failureOf([&] { value = typedValue(name, given, declared.getType(), declared.isArray()); });
+    if (!value || value->getType() != declared.getType() ||
+        value->isArray() != declared.isArray()) {
+        throw CIMException(CIM_ERR_TYPE_MISMATCH,
+                           name + String(": expected ") + cimTypeToString(declared.getType()) +
+                               String(declared.isArray() ? "[]" : "") + String(", got \"") +
+                               given.toString() + String("\""));
+    }
+    return *value;
+}
+
 Request instanceRequest(const Request& request, Operation operation) {
     Request whole = request;
     whole.operation = operation;
@@ -38,9 +55,8 @@ Answer setProperty(Services& services, const Request& request) {
     const CIMName& className = request.path.getClassName();
     requireClass(services, request.nameSpace, className, CIM_ERR_INVALID_CLASS);
     const CIMClass cimClass = services.repository.getClass(request.nameSpace, className);
-    const auto declared = propertyIn(cimClass, request.propertyName);
-    const CIMValue value = typedValue(request.propertyName.getString(), request.propertyValue,
-                                      declared.getType(), declared.isArray());
+    const CIMConstProperty declared = propertyIn(cimClass, request.propertyName);
+    const CIMValue value = valueFor(declared, request.propertyValue);
     Request whole = instanceRequest(request, Operation::ModifyInstance);
     whole.instance = CIMInstance(className);
     whole.instance.setPath(request.path);
