@@ -10,9 +10,7 @@
 #include "support/ScriptedServer.h"
 
 using namespace support;
-using velmar_embedded::ClientConnection;
 using velmar_embedded::Operation;
-using velmar_embedded::Request;
 
 namespace {
 
@@ -583,11 +581,11 @@ TEST_F(Routing, StoredAssociationsAndClassLinks) {
 TEST_F(Routing, OnePropertyIsAskedForAndSetThroughItsInstance) {
     noting("I", {"T_A"}, ProviderType::Instance);
     start();
-    ClientConnection connection;
+    velmar_embedded::ClientConnection connection;
     connect(connection);
     const auto ask = [&](Operation operation, const char* property,
                          const CIMValue& value = CIMValue()) {
-        Request request(operation, ns, path("T_A.k=\"1\""));
+        velmar_embedded::Request request(operation, ns, path("T_A.k=\"1\""));
         request.propertyName = CIMName(property);
         request.propertyValue = value;
         std::string returned;
