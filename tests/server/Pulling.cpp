@@ -1,13 +1,15 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// The pull operations, as a client sees them.
+// The pull operations, and those on one property, as a client sees them.
 #include <map>
 #include <memory>
 
+#include "client/ClientConnection.h"
 #include "support/ScriptedServer.h"
 
 using namespace support;
+using velmar_embedded::Operation;
 
 namespace {
 
@@ -190,6 +192,40 @@ TEST_F(Pulling, EachObjectIsPulledOnceByManyClients) {
     for (const auto& [path, times] : pulled) {
         EXPECT_EQ(times, 1) << path;
     }
+}
+
+TEST_F(Pulling, OnePropertyIsAskedForAndSetThroughItsInstance) {
+    CIMInstance modified;
+    items->onCall = [this, &modified, note = items->onCall](const Call& call) {
+        note(call);
+        modified = call.instance;
+    };
+    start();
+    velmar_embedded::ClientConnection connection;
+    connect(connection);
+    const auto ask = [&](Operation operation, const char* property,
+                         const CIMValue& value = CIMValue()) {
+        velmar_embedded::Request request(operation, ns, CIMObjectPath("T_A.k=\"1\""));
+        request.propertyName = CIMName(property);
+        request.propertyValue = value;
+        asked.clear();
+        String returned;
+        const std::string end =
+            outcome([&] { returned = connection.exchange(request).returnValue.toString(); });
+        return end + " " + text(returned);
+    };
+    EXPECT_EQ(ask(Operation::GetProperty, "N"), "ok 0");
+    EXPECT_EQ(asked, "N ");
+    EXPECT_EQ(ask(Operation::GetProperty, "z"), "12 CIM_ERR_NO_SUCH_PROPERTY: z ");
+    EXPECT_EQ(ask(Operation::SetProperty, "N", String("7")), "ok ");
+    EXPECT_EQ(asked, "N ");
+    EXPECT_EQ(text(modified.getPath()), "T_A.k=\"1\"");
+    EXPECT_EQ(modified.getProperty(0).getValue(), CIMValue(Uint32(7)));
+    EXPECT_EQ(ask(Operation::SetProperty, "n", String("x")),
+              "13 CIM_ERR_TYPE_MISMATCH: n: expected uint32, got \"x\" ");
+    EXPECT_EQ(ask(Operation::SetProperty, "n", Array<String>(2, "1")).substr(0, 3), "13 ");
+    EXPECT_EQ(ask(Operation::SetProperty, "z", String("x")), "12 CIM_ERR_NO_SUCH_PROPERTY: z ");
+    EXPECT_EQ(asked, "");
 }
 
 }  // namespace

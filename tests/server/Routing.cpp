@@ -6,11 +6,9 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "client/ClientConnection.h"
 #include "support/ScriptedServer.h"
 
 using namespace support;
-using velmar_embedded::Operation;
 
 namespace {
 
@@ -576,35 +574,6 @@ TEST_F(Routing, StoredAssociationsAndClassLinks) {
     client.createInstance(ns, self);
     EXPECT_EQ(client.references(ns, path(c)).size(), 1u);
     EXPECT_EQ(paths(client.associatorNames(ns, path(c))), full(c) + " " + full(c) + " ");
-}
-
-TEST_F(Routing, OnePropertyIsAskedForAndSetThroughItsInstance) {
-    noting("I", {"T_A"}, ProviderType::Instance);
-    start();
-    velmar_embedded::ClientConnection connection;
-    connect(connection);
-    const auto ask = [&](Operation operation, const char* property,
-                         const CIMValue& value = CIMValue()) {
-        velmar_embedded::Request request(operation, ns, path("T_A.k=\"1\""));
-        request.propertyName = CIMName(property);
-        request.propertyValue = value;
-        std::string returned;
-        const std::string end =
-            outcome([&] { returned = said(connection.exchange(request).returnValue); });
-        return end == "ok" ? returned : end;
-    };
-    const std::string given = full("T_A.k=\"1\"");
-    EXPECT_EQ(ask(Operation::GetProperty, "N"), "0");
-    EXPECT_EQ(calls(), "I.getInstance " + given + " [N; ]\n");
-    EXPECT_EQ(ask(Operation::GetProperty, "z"), "12 CIM_ERR_NO_SUCH_PROPERTY: z");
-    calls();
-    EXPECT_EQ(ask(Operation::SetProperty, "n", String("7")), "null");
-    EXPECT_EQ(calls(), "I.modifyInstance " + given + " [n; ] {T_A.k=\"1\" n}\n");
-    EXPECT_EQ(ask(Operation::SetProperty, "n", String("x")),
-              "13 CIM_ERR_TYPE_MISMATCH: n: expected uint32, got \"x\"");
-    EXPECT_EQ(ask(Operation::SetProperty, "n", Array<String>(2, "1")).substr(0, 3), "13 ");
-    EXPECT_EQ(ask(Operation::SetProperty, "z", String("x")), "12 CIM_ERR_NO_SUCH_PROPERTY: z");
-    EXPECT_EQ(calls(), "");
 }
 
 }  // namespace
