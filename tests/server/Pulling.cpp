@@ -210,9 +210,9 @@ TEST_F(Pulling, OnePropertyIsAskedForAndSetThroughItsInstance) {
         request.propertyValue = value;
         asked.clear();
         String returned;
-        const std::string end =
+        const std::string ending =
             outcome([&] { returned = connection.exchange(request).returnValue.toString(); });
-        return end + " " + text(returned);
+        return ending + " " + text(returned);
     };
     EXPECT_EQ(ask(Operation::GetProperty, "N"), "ok 0");
     EXPECT_EQ(asked, "N ");
