@@ -125,9 +125,10 @@ struct Request {
 
     Operation operation;
     Pegasus::CIMNamespaceName nameSpace;
-    Pegasus::CIMObjectPath path;    ///< class or instance, as the caller gave it
-    bool fromHandle = false;        ///< an in-memory upcall, not a client's request
-    const Request* sent = nullptr;  ///< for a part of serving a client's request, that; never read
+    Pegasus::CIMObjectPath path;  ///< class or instance, as the caller gave it
+    bool fromHandle = false;      ///< an in-memory upcall, not a client's request
+    /// For a part of serving a client's request, that one: to tell whose it is, not to be followed.
+    const Request* sent = nullptr;
     Pegasus::OperationContext context;
     /// When it wanted its turn, if it may have waited for that.
     std::chrono::steady_clock::time_point asked;
