@@ -180,6 +180,11 @@ void writePullText(XmlWriter& writer, const Request& request) {
     }
 }
 
+// Even an empty one is one.
+void writeContext(XmlWriter& writer, const Request& request) {
+    writer.element("VALUE", request.pull.context);
+}
+
 Uint32 numberOf(pugi::xml_node value) {
     Uint32 number = 0;
     valueIn(value.parent(), CIMTYPE_UINT32, false).get(number);
@@ -259,8 +264,7 @@ const IntrinsicParameter continueOnError = {"ContinueOnError", false, readContin
 const IntrinsicParameter mostObjects = {"MaxObjectCount", false, readMostObjects, writeMostObjects};
 const IntrinsicParameter mostPulled = {"MaxObjectCount", true, readMostObjects, writeMostObjects};
 const IntrinsicParameter context = {"EnumerationContext", true,
-                                    readPullText<&PullParameters::context>,
-                                    writePullText<&PullParameters::context>};
+                                    readPullText<&PullParameters::context>, writeContext};
 
 // An operation that opens an enumeration, with what they all have after their own parameters.
 Intrinsic opening(const char* name, Operation operation, std::vector<IntrinsicParameter> own,

@@ -102,7 +102,7 @@ void readIntrinsicResult(const Intrinsic& intrinsic, pugi::xml_node element, Ans
                 intrinsic.result->read(answer, item);
             }
         } else if (is(part, "PARAMVALUE") && name == "EndOfSequence") {
-            isLast = booleanOf(firstElement(part));
+            isLast = booleanOf(onlyElement(part));
         } else if (is(part, "PARAMVALUE") && name == "EnumerationContext") {
             const pugi::xml_node value = firstElement(part);
             answer.continuation = value ? stringOf(textIn(value)) : String();

@@ -25,6 +25,9 @@ class Pulling : public ScriptedServer {
 
     Pulling() {
         items->onCall = [this](const Call& call) {
+            if (!call.path.getClassName().equal("T_A")) {
+                return;  // asked for on another thread
+            }
             asked = call.propertyList.isNull() ? "all" : "";
             for (Uint32 i = 0; i < call.propertyList.size(); i++) {
                 asked += text(call.propertyList[i]) + " ";
