@@ -64,9 +64,8 @@ void checkOpen(const Request& request) {
                        .c_str()));
     }
     checkCount(request);
-    const bool isClass = request.operation == Operation::OpenEnumerateInstances ||
-                         request.operation == Operation::OpenEnumerateInstancePaths;
-    if (!isClass && request.path.getKeyBindings().size() == 0) {
+    if (pulledBy(request.operation).instances != Operation::EnumerateInstances &&
+        request.path.getKeyBindings().size() == 0) {
         throw CIMException(CIM_ERR_INVALID_PARAMETER,
                            request.path.getClassName().getString() +
                                String(": expected the path of an instance, with keys"));
@@ -132,7 +131,8 @@ Answer open(Services& services, const Request& request) {
         whole->propertyList = withNames(request.propertyList, filter->properties());
     }
 
-    Answer answer = serve(services, *whole);
+    const bool isEnumeration = pulled.instances == Operation::EnumerateInstances;
+    Answer answer = (isEnumeration ? serveInstance : serveAssociation)(services, *whole);
     if (filter && !request.propertyList.isNull()) {
         answer.propertyList = request.propertyList;
     }
