@@ -77,7 +77,7 @@ Server::Impl::Impl(const ServerOptions& given)
       registry(notices, running, checks),
       registrationReader(repository, registry, notices,
                          [this](const std::string& name) { return makeChannel(name); }),
-      services{repository, registry, workers, notices, running, checks},
+      services{repository, registry, workers, notices, running, checks, enumerations},
       admission(services),
       subscriptions(services),
       interop{repository, subscriptions, notices,
@@ -146,6 +146,7 @@ void Server::Impl::stop() {
     {
         const StopWatch watch(options.stopPatience, notices, running);
         admission.waitForLast();
+        enumerations.stop();
         subscriptions.stop();
         workers.stop();
         registry.clear();

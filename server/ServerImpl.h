@@ -25,6 +25,7 @@
 #include "providers/Registry.h"
 #include "providers/RunningCalls.h"
 #include "requests/Admission.h"
+#include "requests/Enumerations.h"
 #include "requests/WorkerPool.h"
 
 namespace velmar_embedded {
@@ -61,6 +62,7 @@ struct Server::Impl : LocalServer, std::enable_shared_from_this<Server::Impl> {
     Registry registry;
     RegistrationReader registrationReader;
     WorkerPool workers;
+    Enumerations enumerations;
     Services services;
     Admission admission;
     Subscriptions subscriptions;

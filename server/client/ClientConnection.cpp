@@ -4,6 +4,7 @@
 #include "client/ClientConnection.h"
 
 #include <Pegasus/Client/CIMClient.h>
+#include <Pegasus/Common/System.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -94,8 +95,38 @@ CIMObject transmitted(const CIMObject& delivered, const Request& request, const 
     return CIMObject(transmitted(CIMInstance(delivered), request, answer));
 }
 
+// The whole path, where its provider left out the place.
+CIMObjectPath placed(CIMObjectPath path, const CIMNamespaceName& nameSpace) {
+    if (path.getHost().size() == 0) {
+        path.setHost(System::getHostName());
+    }
+    if (path.getNameSpace().isNull()) {
+        path.setNameSpace(nameSpace);
+    }
+    return path;
+}
+
+// The path that an answer has of a delivered object or path.
+CIMObjectPath transmittedPath(const CIMObjectPath& path, const Request& request,
+                              const Answer& answer) {
+    if (answer.enumeration) {
+        return placed(path, request.nameSpace);
+    }
+    switch (request.operation) {
+        case Operation::GetInstance:
+            return classPath(path.getClassName());
+        case Operation::AssociatorNames:
+        case Operation::ReferenceNames:
+            return path;
+        default:
+            return withoutPlace(path);
+    }
+}
+
 // What encoding the answer would leave of it.
-Answer transmitted(const Request& request, Answer delivered) {
+Answer transmitted(const Request& sent, Answer delivered) {
+    // Pieces of an enumeration look like what it was opened with.
+    const Request& request = delivered.enumeration ? *delivered.enumeration : sent;
     const bool single = request.operation == Operation::GetInstance;
     if ((single && delivered.instances.size() == 0) ||
         (request.operation == Operation::CreateInstance && delivered.paths.size() == 0)) {
@@ -109,16 +140,14 @@ Answer transmitted(const Request& request, Answer delivered) {
     answer.names = delivered.names;
     answer.qualifiers = delivered.qualifiers;
     answer.returnValue = delivered.returnValue;
+    answer.continuation = delivered.continuation;
     for (Uint32 i = 0; i < delivered.instances.size(); i++) {
         CIMInstance instance = transmitted(delivered.instances[i], request, delivered);
-        instance.setPath(single ? classPath(instance.getClassName())
-                                : withoutPlace(instance.getPath()));
+        instance.setPath(transmittedPath(instance.getPath(), request, delivered));
         answer.instances.append(instance);
     }
-    const bool placed = request.operation == Operation::AssociatorNames ||
-                        request.operation == Operation::ReferenceNames;
     for (Uint32 i = 0; i < delivered.paths.size(); i++) {
-        answer.paths.append(placed ? delivered.paths[i] : withoutPlace(delivered.paths[i]));
+        answer.paths.append(transmittedPath(delivered.paths[i], request, delivered));
     }
     for (Uint32 i = 0; i < delivered.objects.size(); i++) {
         answer.objects.append(transmitted(delivered.objects[i], request, delivered));

@@ -47,6 +47,8 @@ const char* operationName(Operation operation) {
                                         "setQualifier",
                                         "deleteQualifier",
                                         "getInstance",
+                                        "getProperty",
+                                        "setProperty",
                                         "enumerateInstances",
                                         "enumerateInstanceNames",
                                         "createInstance",
@@ -56,6 +58,16 @@ const char* operationName(Operation operation) {
                                         "associatorNames",
                                         "references",
                                         "referenceNames",
+                                        "openEnumerateInstances",
+                                        "openEnumerateInstancePaths",
+                                        "openAssociatorInstances",
+                                        "openAssociatorInstancePaths",
+                                        "openReferenceInstances",
+                                        "openReferenceInstancePaths",
+                                        "pullInstancesWithPath",
+                                        "pullInstancePaths",
+                                        "closeEnumeration",
+                                        "enumerationCount",
                                         "invokeMethod"};
     return names[static_cast<int>(operation)];
 }

@@ -42,6 +42,8 @@ enum class Operation {
     SetQualifier,
     DeleteQualifier,
     GetInstance,
+    GetProperty,
+    SetProperty,
     EnumerateInstances,
     EnumerateInstanceNames,
     CreateInstance,
@@ -51,11 +53,31 @@ enum class Operation {
     AssociatorNames,
     References,
     ReferenceNames,
+    OpenEnumerateInstances,
+    OpenEnumerateInstancePaths,
+    OpenAssociatorInstances,
+    OpenAssociatorInstancePaths,
+    OpenReferenceInstances,
+    OpenReferenceInstancePaths,
+    PullInstancesWithPath,
+    PullInstancePaths,
+    CloseEnumeration,
+    EnumerationCount,
     InvokeMethod
 };
 
 /// "getClass", "enumerateInstances", ...
 const char* operationName(Operation operation);
+
+/// What pull operations (DSP0200) are given besides.
+struct PullParameters {
+    Pegasus::String queryLanguage;
+    Pegasus::String query;
+    std::optional<Pegasus::Uint32> timeout;  ///< seconds; the server's default without one
+    bool continueOnError = false;
+    Pegasus::Uint32 mostObjects = 0;  ///< of one answer
+    Pegasus::String context;          ///< of an enumeration that was opened
+};
 
 struct Request {
     /// A request about a class.
@@ -90,6 +112,10 @@ struct Request {
         instance = newOrModified;
         return *this;
     }
+    Request& pulling(const PullParameters& given) {
+        pull = given;
+        return *this;
+    }
     Request& method(const Pegasus::CIMName& name,
                     const Pegasus::Array<Pegasus::CIMParamValue>& inParameters) {
         methodName = name;
@@ -101,6 +127,8 @@ struct Request {
     Pegasus::CIMNamespaceName nameSpace;
     Pegasus::CIMObjectPath path;  ///< class or instance, as the caller gave it
     bool fromHandle = false;      ///< an in-memory upcall, not a client's request
+    /// For a part of serving a client's request, that one: to tell whose it is, not to be followed.
+    const Request* sent = nullptr;
     Pegasus::OperationContext context;
     /// When it wanted its turn, if it may have waited for that.
     std::chrono::steady_clock::time_point asked;
@@ -116,7 +144,11 @@ struct Request {
     Pegasus::String role;
     Pegasus::String resultRole;
 
+    PullParameters pull;
+
     Pegasus::CIMInstance instance;
+    Pegasus::CIMName propertyName;
+    Pegasus::CIMValue propertyValue;  ///< its type may be open: then a text
     Pegasus::CIMClass cimClass;
     QualifierDeclaration qualifier;  ///< to get and to delete one, its name alone
     Pegasus::CIMName methodName;
@@ -155,6 +187,10 @@ struct Answer {
         return classes.size() + names.size() + qualifiers.size() + instances.size() + paths.size() +
                objects.size() + parameters.size() + !returnValue.isNull();
     }
+    /// For a piece of an enumeration: the context to pull the rest with, empty at the end.
+    std::optional<Pegasus::String> continuation;
+    /// What the enumeration was made of; null for a client, and for other answers.
+    std::shared_ptr<const Request> enumeration;
 };
 
 /// An error whose text reaches clients as it is, without the code's name before it: so it is where

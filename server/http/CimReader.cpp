@@ -192,8 +192,11 @@ CIMValue valueIn(pugi::xml_node parent, CIMType type, bool isArray) {
         expect(element, parent,
                std::is_same_v<T, CIMObjectPath> ? "VALUE.REFARRAY" : "VALUE.ARRAY");
         Array<T> items;
+        // The object model has no null among the elements of an array.
+        constexpr bool hasDefault =
+            std::is_arithmetic_v<T> || std::is_same_v<T, String> || std::is_same_v<T, CIMDateTime>;
         for (auto item = firstElement(element); item; item = nextElement(item)) {
-            items.append(itemOf<T>(item));
+            items.append(hasDefault && is(item, "VALUE.NULL") ? T() : itemOf<T>(item));
         }
         return CIMValue(items);
     });

@@ -5,25 +5,19 @@
 
 #include <strings.h>
 
-#include <algorithm>
+#include <utility>
 
 #include "CimReader.h"
+#include "IntrinsicResults.h"
 
 using namespace Pegasus;
-using velmar_embedded::Answer;
 using velmar_embedded::Operation;
-using velmar_embedded::QualifierDeclaration;
+using velmar_embedded::PullParameters;
 using velmar_embedded::Request;
 
 namespace velmar_wire {
 
 namespace {
-
-void require(pugi::xml_node element, const char* tag) {
-    if (!is(element, tag)) {
-        invalid(element, std::string("Expected ") + tag + ", got " + element.name());
-    }
-}
 
 void readClassName(Request& request, pugi::xml_node value) {
     require(value, "CLASSNAME");
@@ -118,13 +112,6 @@ void readModifiedInstance(Request& request, pugi::xml_node value) {
     request.path = request.instance.getPath();
 }
 
-void writeNamedInstance(XmlWriter& writer, const CIMInstance& instance) {
-    writer.raw("<VALUE.NAMEDINSTANCE>");
-    writer.name(instance.getPath(), true);
-    writer.object(*HandleAccess::rep(instance));
-    writer.raw("</VALUE.NAMEDINSTANCE>");
-}
-
 void writeModifiedInstance(XmlWriter& writer, const Request& request) {
     writeNamedInstance(writer, request.instance);
 }
@@ -155,116 +142,78 @@ void readQualifier(Request& request, pugi::xml_node value) {
     request.qualifier = qualifierDeclarationOf(value);
 }
 
-void writeDeclaration(XmlWriter& writer, const QualifierDeclaration& declared) {
-    writer.raw("<QUALIFIER.DECLARATION");
-    writer.attribute("NAME", declared.name.getString());
-    writer.valueAttributes(declared.defaultValue, 0);  // as many items as it likes
-    writer.attribute("ISARRAY", declared.defaultValue.isArray() ? "true" : "");
-    writer.flavors(declared.flavor);
-    writer.raw(">");
-    if (declared.scopes.any()) {
-        writer.raw("<SCOPE");
-        for (unsigned i = 0; i < velmar_embedded::qualifierScopeCount; i++) {
-            writer.attribute(scopeAttribute(i).c_str(), declared.scopes[i] ? "true" : "");
-        }
-        writer.raw("/>");
-    }
-    writer.value(declared.defaultValue);
-    writer.raw("</QUALIFIER.DECLARATION>");
-}
-
 void writeQualifier(XmlWriter& writer, const Request& request) {
     writeDeclaration(writer, request.qualifier);
 }
 
-// ---- Results ------------------------------------------------------------------------------------
+void readPropertyName(Request& request, pugi::xml_node value) {
+    require(value, "VALUE");
+    const String name = stringOf(textIn(value));
+    if (!CIMName::legal(name)) {
+        meaningless(value, "Illegal property name");
+    }
+    request.propertyName = CIMName(name);
+}
 
-// One element for each item.
-template <class Items, class Write>
-void writeEach(const Items& items, Write&& write) {
-    for (Uint32 i = 0; i < items.size(); i++) {
-        write(items[i]);
+void writePropertyName(XmlWriter& writer, const Request& request) {
+    writer.element("VALUE", request.propertyName.getString());
+}
+
+void readNewValue(Request& request, pugi::xml_node value) {
+    request.propertyValue = returnValueOf(value.parent());
+}
+
+void writeNewValue(XmlWriter& writer, const Request& request) {
+    writer.value(request.propertyValue);
+}
+
+template <String PullParameters::*text>
+void readPullText(Request& request, pugi::xml_node value) {
+    require(value, "VALUE");
+    request.pull.*text = stringOf(textIn(value));
+}
+
+template <String PullParameters::*text>
+void writePullText(XmlWriter& writer, const Request& request) {
+    if ((request.pull.*text).size() > 0) {
+        writer.element("VALUE", request.pull.*text);
     }
 }
 
-const IntrinsicResult classes = {
-    [](XmlWriter& writer, const Answer& answer) {
-        writeEach(answer.classes,
-                  [&](const CIMClass& each) { writer.object(*HandleAccess::rep(each)); });
-    },
-    [](Answer& answer, pugi::xml_node element) { answer.classes.append(classOf(element)); }};
+// Even an empty one is one.
+void writeContext(XmlWriter& writer, const Request& request) {
+    writer.element("VALUE", request.pull.context);
+}
 
-const IntrinsicResult classNames = {
-    [](XmlWriter& writer, const Answer& answer) {
-        writeEach(answer.names, [&](const CIMName& each) {
-            writer.name(CIMObjectPath(String(), CIMNamespaceName(), each));
-        });
-    },
-    [](Answer& answer, pugi::xml_node element) {
-        require(element, "CLASSNAME");
-        answer.names.append(nameOf(element));
-    }};
+Uint32 numberOf(pugi::xml_node value) {
+    Uint32 number = 0;
+    valueIn(value.parent(), CIMTYPE_UINT32, false).get(number);
+    return number;
+}
 
-const IntrinsicResult instance = {
-    [](XmlWriter& writer, const Answer& answer) {
-        writeEach(answer.instances,
-                  [&](const CIMInstance& each) { writer.object(*HandleAccess::rep(each)); });
-    },
-    [](Answer& answer, pugi::xml_node element) { answer.instances.append(instanceOf(element)); }};
+void readTimeout(Request& request, pugi::xml_node value) { request.pull.timeout = numberOf(value); }
 
-const IntrinsicResult namedInstances = {
-    [](XmlWriter& writer, const Answer& answer) {
-        writeEach(answer.instances,
-                  [&](const CIMInstance& each) { writeNamedInstance(writer, each); });
-    },
-    [](Answer& answer, pugi::xml_node element) {
-        require(element, "VALUE.NAMEDINSTANCE");
-        answer.instances.append(CIMInstance(objectOf(element)));
-    }};
+void writeTimeout(XmlWriter& writer, const Request& request) {
+    if (request.pull.timeout) {
+        writer.value(CIMValue(*request.pull.timeout));
+    }
+}
 
-const IntrinsicResult instanceNames = {
-    [](XmlWriter& writer, const Answer& answer) {
-        writeEach(answer.paths, [&](const CIMObjectPath& each) { writer.name(each, true); });
-    },
-    [](Answer& answer, pugi::xml_node element) {
-        require(element, "INSTANCENAME");
-        answer.paths.append(pathOf(element));
-    }};
+void readContinueOnError(Request& request, pugi::xml_node value) {
+    request.pull.continueOnError = booleanOf(value);
+}
 
-const IntrinsicResult objectsWithPath = {[](XmlWriter& writer, const Answer& answer) {
-                                             writeEach(answer.objects, [&](const CIMObject& each) {
-                                                 writer.raw("<VALUE.OBJECTWITHPATH>");
-                                                 writer.path(each.getPath());
-                                                 writer.object(*HandleAccess::rep(each));
-                                                 writer.raw("</VALUE.OBJECTWITHPATH>");
-                                             });
-                                         },
-                                         [](Answer& answer, pugi::xml_node element) {
-                                             require(element, "VALUE.OBJECTWITHPATH");
-                                             answer.objects.append(objectOf(element));
-                                         }};
+void writeContinueOnError(XmlWriter& writer, const Request& request) {
+    writer.value(CIMValue(Boolean(request.pull.continueOnError)));
+}
 
-const IntrinsicResult objectPaths = {[](XmlWriter& writer, const Answer& answer) {
-                                         writeEach(answer.paths, [&](const CIMObjectPath& each) {
-                                             writer.raw("<OBJECTPATH>");
-                                             writer.path(each);
-                                             writer.raw("</OBJECTPATH>");
-                                         });
-                                     },
-                                     [](Answer& answer, pugi::xml_node element) {
-                                         require(element, "OBJECTPATH");
-                                         answer.paths.append(pathOf(element));
-                                     }};
+void readMostObjects(Request& request, pugi::xml_node value) {
+    request.pull.mostObjects = numberOf(value);
+}
 
-const IntrinsicResult declarations = {
-    [](XmlWriter& writer, const Answer& answer) {
-        for (const QualifierDeclaration& each : answer.qualifiers) {
-            writeDeclaration(writer, each);
-        }
-    },
-    [](Answer& answer, pugi::xml_node element) {
-        answer.qualifiers.push_back(qualifierDeclarationOf(element));
-    }};
+void writeMostObjects(XmlWriter& writer, const Request& request) {
+    writer.value(CIMValue(request.pull.mostObjects));
+}
 
 // ---- Methods ------------------------------------------------------------------------------------
 
@@ -302,59 +251,110 @@ const IntrinsicParameter qualifierName = {"QualifierName", true, readQualifierNa
 const IntrinsicParameter qualifierDeclaration = {"QualifierDeclaration", true, readQualifier,
                                                  writeQualifier};
 
+const IntrinsicParameter propertyName = {"PropertyName", true, readPropertyName, writePropertyName};
+const IntrinsicParameter newValue = {"NewValue", false, readNewValue, writeNewValue};
+const IntrinsicParameter queryLanguage = {"FilterQueryLanguage", false,
+                                          readPullText<&PullParameters::queryLanguage>,
+                                          writePullText<&PullParameters::queryLanguage>};
+const IntrinsicParameter query = {"FilterQuery", false, readPullText<&PullParameters::query>,
+                                  writePullText<&PullParameters::query>};
+const IntrinsicParameter timeout = {"OperationTimeout", false, readTimeout, writeTimeout};
+const IntrinsicParameter continueOnError = {"ContinueOnError", false, readContinueOnError,
+                                            writeContinueOnError};
+const IntrinsicParameter mostObjects = {"MaxObjectCount", false, readMostObjects, writeMostObjects};
+const IntrinsicParameter mostPulled = {"MaxObjectCount", true, readMostObjects, writeMostObjects};
+const IntrinsicParameter context = {"EnumerationContext", true,
+                                    readPullText<&PullParameters::context>, writeContext};
+
+// An operation that opens an enumeration, with what they all have after their own parameters.
+Intrinsic opening(const char* name, Operation operation, std::vector<IntrinsicParameter> own,
+                  const IntrinsicResult& result) {
+    own.insert(own.end(), {queryLanguage, query, timeout, continueOnError, mostObjects});
+    return {name, operation, std::move(own), &result};
+}
+
 const std::vector<Intrinsic>& intrinsics() {
     static const std::vector<Intrinsic> all = {
         {"GetClass",
          Operation::GetClass,
          {className, localOnly, qualifiers, classOrigin, properties},
-         &classes},
+         &results::classes},
         {"EnumerateClasses",
          Operation::EnumerateClasses,
          {anyClassName, deepInheritance, localOnly, qualifiers, classOrigin},
-         &classes},
+         &results::classes},
         {"EnumerateClassNames",
          Operation::EnumerateClassNames,
          {anyClassName, deepInheritance},
-         &classNames},
+         &results::classNames},
         {"CreateClass", Operation::CreateClass, {newClass}, nullptr},
         {"ModifyClass", Operation::ModifyClass, {modifiedClass}, nullptr},
         {"DeleteClass", Operation::DeleteClass, {className}, nullptr},
-        {"GetQualifier", Operation::GetQualifier, {qualifierName}, &declarations},
-        {"EnumerateQualifiers", Operation::EnumerateQualifiers, {}, &declarations},
+        {"GetQualifier", Operation::GetQualifier, {qualifierName}, &results::declarations},
+        {"EnumerateQualifiers", Operation::EnumerateQualifiers, {}, &results::declarations},
         {"SetQualifier", Operation::SetQualifier, {qualifierDeclaration}, nullptr},
         {"DeleteQualifier", Operation::DeleteQualifier, {qualifierName}, nullptr},
         {"GetInstance",
          Operation::GetInstance,
          {instanceName, localOnly, qualifiers, classOrigin, properties},
-         &instance},
+         &results::instance},
         {"EnumerateInstances",
          Operation::EnumerateInstances,
          {className, localOnly, deepInheritance, qualifiers, classOrigin, properties},
-         &namedInstances},
-        {"EnumerateInstanceNames", Operation::EnumerateInstanceNames, {className}, &instanceNames},
-        {"CreateInstance", Operation::CreateInstance, {newInstance}, &instanceNames},
+         &results::namedInstances},
+        {"EnumerateInstanceNames",
+         Operation::EnumerateInstanceNames,
+         {className},
+         &results::instanceNames},
+        {"CreateInstance", Operation::CreateInstance, {newInstance}, &results::instanceNames},
         {"ModifyInstance",
          Operation::ModifyInstance,
          {modifiedInstance, qualifiers, properties},
          nullptr},
         {"DeleteInstance", Operation::DeleteInstance, {instanceName}, nullptr},
+        {"GetProperty", Operation::GetProperty, {instanceName, propertyName}, &results::openValue},
+        {"SetProperty", Operation::SetProperty, {instanceName, propertyName, newValue}, nullptr},
         {"Associators",
          Operation::Associators,
          {objectName, assocClass, resultClass, role, resultRole, qualifiers, classOrigin,
           properties},
-         &objectsWithPath},
+         &results::objectsWithPath},
         {"AssociatorNames",
          Operation::AssociatorNames,
          {objectName, assocClass, resultClass, role, resultRole},
-         &objectPaths},
+         &results::objectPaths},
         {"References",
          Operation::References,
          {objectName, resultClass, role, qualifiers, classOrigin, properties},
-         &objectsWithPath},
+         &results::objectsWithPath},
         {"ReferenceNames",
          Operation::ReferenceNames,
          {objectName, resultClass, role},
-         &objectPaths}};
+         &results::objectPaths},
+        opening("OpenEnumerateInstances", Operation::OpenEnumerateInstances,
+                {className, deepInheritance, classOrigin, properties}, results::instancesWithPath),
+        opening("OpenEnumerateInstancePaths", Operation::OpenEnumerateInstancePaths, {className},
+                results::instancePaths),
+        opening("OpenAssociatorInstances", Operation::OpenAssociatorInstances,
+                {instanceName, assocClass, resultClass, role, resultRole, classOrigin, properties},
+                results::instancesWithPath),
+        opening("OpenAssociatorInstancePaths", Operation::OpenAssociatorInstancePaths,
+                {instanceName, assocClass, resultClass, role, resultRole}, results::instancePaths),
+        opening("OpenReferenceInstances", Operation::OpenReferenceInstances,
+                {instanceName, resultClass, role, classOrigin, properties},
+                results::instancesWithPath),
+        opening("OpenReferenceInstancePaths", Operation::OpenReferenceInstancePaths,
+                {instanceName, resultClass, role}, results::instancePaths),
+        {"PullInstancesWithPath",
+         Operation::PullInstancesWithPath,
+         {context, mostPulled},
+         &results::instancesWithPath},
+        {"PullInstancePaths",
+         Operation::PullInstancePaths,
+         {context, mostPulled},
+         &results::instancePaths},
+        {"CloseEnumeration", Operation::CloseEnumeration, {context}, nullptr},
+        {"EnumerationCount", Operation::EnumerationCount, {context}, &results::count}};
     return all;
 }
 
@@ -379,9 +379,7 @@ const Intrinsic* findIntrinsic(Operation operation) {
 }
 
 bool isRefusedIntrinsic(const std::string& name) {
-    static const char* const refused[] = {"ExecQuery", "GetProperty", "SetProperty"};
-    return std::any_of(std::begin(refused), std::end(refused),
-                       [&](const char* each) { return strcasecmp(each, name.c_str()) == 0; });
+    return strcasecmp(name.c_str(), "ExecQuery") == 0;
 }
 
 }  // namespace velmar_wire

@@ -43,7 +43,7 @@ struct Intrinsic {
 const Intrinsic* findIntrinsic(const std::string& name);
 /// Null for invokeMethod, which is extrinsic.
 const Intrinsic* findIntrinsic(velmar_embedded::Operation operation);
-/// The same for methods that are known and not served.
+/// ExecQuery is known and not served.
 bool isRefusedIntrinsic(const std::string& name);
 
 }  // namespace velmar_wire

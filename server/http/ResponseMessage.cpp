@@ -55,6 +55,24 @@ void writeMethodResult(XmlWriter& writer, const Answer& answer) {
     }
 }
 
+// A piece without objects has no result.
+void writeIntrinsicResult(XmlWriter& writer, const IntrinsicResult* result, const Answer& answer) {
+    const bool isPiece = answer.continuation.has_value();
+    if (result && (!isPiece || answer.instances.size() + answer.paths.size() > 0)) {
+        writer.raw("<IRETURNVALUE>");
+        result->write(writer, answer);
+        writer.raw("</IRETURNVALUE>");
+    }
+    if (isPiece) {
+        const bool isLast = answer.continuation->size() == 0;
+        writer.raw("<PARAMVALUE NAME=\"EndOfSequence\">");
+        writer.value(CIMValue(Boolean(isLast)));
+        writer.raw("</PARAMVALUE><PARAMVALUE NAME=\"EnumerationContext\">");
+        writer.element("VALUE", *answer.continuation);
+        writer.raw("</PARAMVALUE>");
+    }
+}
+
 void throwError(pugi::xml_node element) {
     const String code = attributeOf(element, "CODE");
     char* end = nullptr;
@@ -73,15 +91,27 @@ void throwError(pugi::xml_node element) {
 }
 
 void readIntrinsicResult(const Intrinsic& intrinsic, pugi::xml_node element, Answer& answer) {
-    const pugi::xml_node result = firstElement(element);
-    if (!result || !intrinsic.result) {
+    if (!intrinsic.result) {
         return;
     }
-    if (!is(result, "IRETURNVALUE")) {
-        invalid(result, std::string("Expected IRETURNVALUE, got ") + result.name());
+    bool isLast = false;
+    for (auto part = firstElement(element); part; part = nextElement(part)) {
+        const std::string name = part.attribute("NAME").as_string();
+        if (is(part, "IRETURNVALUE")) {
+            for (auto item = firstElement(part); item; item = nextElement(item)) {
+                intrinsic.result->read(answer, item);
+            }
+        } else if (is(part, "PARAMVALUE") && name == "EndOfSequence") {
+            isLast = booleanOf(onlyElement(part));
+        } else if (is(part, "PARAMVALUE") && name == "EnumerationContext") {
+            const pugi::xml_node value = firstElement(part);
+            answer.continuation = value ? stringOf(textIn(value)) : String();
+        } else {
+            invalid(part, std::string("Expected IRETURNVALUE, got ") + part.name());
+        }
     }
-    for (auto item = firstElement(result); item; item = nextElement(item)) {
-        intrinsic.result->read(answer, item);
+    if (isLast) {
+        answer.continuation = String();
     }
 }
 
@@ -159,10 +189,8 @@ std::string responseTo(const Call& call, const Answer& answer) {
     return response(call, [&](XmlWriter& writer) {
         if (call.isExtrinsic) {
             writeMethodResult(writer, answer);
-        } else if (call.intrinsic->result) {
-            writer.raw("<IRETURNVALUE>");
-            call.intrinsic->result->write(writer, answer);
-            writer.raw("</IRETURNVALUE>");
+        } else {
+            writeIntrinsicResult(writer, call.intrinsic->result, answer);
         }
     });
 }

@@ -244,16 +244,24 @@ size_t IndicationSource::distribute(const CIMIndication& indication) {
         _unmatched++;
     }
     const CIMNamespaceName nameSpace = indication.getPath().getNameSpace();
-    Array<CIMName> classNames;
-    // Of an unknown class or namespace it is of no use to anybody.
-    failureOf(
-        [&] { classNames = _services.repository.lineage(nameSpace, indication.getClassName()); });
-    const CIMName* const classes = classNames.getData();
+    // What is of an unknown class or namespace is of no use to anybody.
+    const auto lineage = [&](const CIMName& className) {
+        Array<CIMName> names;
+        failureOf([&] { names = _services.repository.lineage(nameSpace, className); });
+        return names;
+    };
+    const auto isAmong = [](const Array<CIMName>& names, const CIMName& wanted) {
+        return contains(names.getData(), names.getData() + names.size(), wanted);
+    };
+    const Query::IsA isA = [&](const CIMName& className, const CIMName& wanted) {
+        return isAmong(lineage(className), wanted);
+    };
+    const Array<CIMName> classNames = lineage(indication.getClassName());
     size_t matching = 0;
     for (const std::shared_ptr<Subscription>& subscription : accepted) {
-        if (contains(classes, classes + classNames.size(), subscription->className) &&
+        if (isAmong(classNames, subscription->className) &&
             contains(subscription->nameSpaces.begin(), subscription->nameSpaces.end(), nameSpace) &&
-            subscription->query->matches(indication)) {
+            subscription->query->matches(indication, isA)) {
             subscription->queue->push(indication.clone());
             matching++;
         } else {

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "indications/IndicationQueue.h"
-#include "indications/Query.h"
+#include "requests/Query.h"
 
 namespace velmar_embedded {
 

@@ -34,14 +34,14 @@ const EffectName effectNames[] = {{"fail", Effect::Fail},     {"wait", Effect::W
                                   {"lose", Effect::Lose},     {"disconnect", Effect::Disconnect},
                                   {"double", Effect::Double}, {"full", Effect::Full}};
 
-struct Place {
+struct FaultPlace {
     const char* name;
     Step::Kind kind;
     std::vector<Effect> effects;
 };
 
-const std::vector<Place>& places() {
-    static const std::vector<Place>& all = *new std::vector<Place>{
+const std::vector<FaultPlace>& places() {
+    static const std::vector<FaultPlace>& all = *new std::vector<FaultPlace>{
         {"request", Step::Kind::Request, {Effect::Fail, Effect::Wait, Effect::Disconnect}},
         {"upcall", Step::Kind::Upcall, {Effect::Fail, Effect::Wait}},
         {"call", Step::Kind::Call, {Effect::Fail, Effect::Wait}},
@@ -85,7 +85,7 @@ bool isSame(const std::string& wanted, const std::string& found) {
 
 struct Faults::Rule {
     std::string text;
-    const Place* place = nullptr;
+    const FaultPlace* place = nullptr;
     std::string operation, className, method, provider, asker;
     unsigned nth = 0;  // 0: each
     Effect effect = Effect::Fail;
@@ -105,7 +105,7 @@ Faults::Rule::Rule(const std::string& rule) : text(rule) {
     std::istringstream words(rule);
     std::string word;
     words >> word;
-    for (const Place& one : places()) {
+    for (const FaultPlace& one : places()) {
         place = word == one.name ? &one : place;
     }
     if (place == nullptr) {

@@ -37,8 +37,18 @@ Answer route(Services& services, const Request& request) {
             return serveAssociation(services, request);
         case Operation::InvokeMethod:
             return serveMethod(services, request);
-        default:
+        case Operation::GetProperty:
+        case Operation::SetProperty:
+            return serveProperty(services, request);
+        case Operation::GetInstance:
+        case Operation::EnumerateInstances:
+        case Operation::EnumerateInstanceNames:
+        case Operation::CreateInstance:
+        case Operation::ModifyInstance:
+        case Operation::DeleteInstance:
             return serveInstance(services, request);
+        default:
+            return servePull(services, request);
     }
 }
 

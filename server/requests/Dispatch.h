@@ -22,6 +22,7 @@
 #include "providers/Notices.h"
 #include "providers/Registry.h"
 #include "providers/RunningCalls.h"
+#include "requests/Enumerations.h"
 #include "requests/WorkerPool.h"
 
 namespace velmar_embedded {
@@ -34,6 +35,7 @@ struct Services {
     Notices& notices;
     RunningCalls& running;
     velmar_checks::Checks& checks;
+    Enumerations& enumerations;
 };
 
 Answer serve(Services& services, const Request& request);
@@ -43,6 +45,8 @@ Answer serveClass(Services& services, const Request& request);
 Answer serveInstance(Services& services, const Request& request);
 Answer serveMethod(Services& services, const Request& request);
 Answer serveAssociation(Services& services, const Request& request);
+Answer serveProperty(Services& services, const Request& request);
+Answer servePull(Services& services, const Request& request);
 
 /// Throws CIMException: CIM_ERR_INVALID_NAMESPACE for an unknown namespace, `code` with the class
 /// name for an unknown class.
@@ -98,7 +102,8 @@ void callProvider(Services& services, LoadedProvider& provider, const Request& r
                   Handler& handler, Answer& answer, Call&& call) {
     const Purpose purpose{operationName(request.operation), &path.getClassName()};
     checkNesting(purpose, provider);
-    const RunningCalls::Scope running(services.running, purpose, provider.title(), &request);
+    const RunningCalls::Scope running(services.running, purpose, provider.title(),
+                                      request.sent ? request.sent : &request);
     Interface& object = provider.load<Interface>(purpose);
     asStep(
         services.notices, [&] { return stepOf(request, Step::Kind::Call, provider.name(), path); },

@@ -157,10 +157,11 @@ Answer enumerate(Services& services, const Request& request) {
         }
     }
     fanOut(services, std::move(calls), true);
-    for (const Answer& part : parts) {
-        whole.instances.appendArray(part.instances);
-        whole.paths.appendArray(part.paths);
-        whole.guards.insert(whole.guards.end(), part.guards.begin(), part.guards.end());
+    // A real server begins with the class that was declared last.
+    for (auto part = parts.rbegin(); part != parts.rend(); ++part) {
+        whole.instances.appendArray(part->instances);
+        whole.paths.appendArray(part->paths);
+        whole.guards.insert(whole.guards.end(), part->guards.begin(), part->guards.end());
     }
     return whole;
 }

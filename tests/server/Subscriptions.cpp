@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "indications/IndicationQueue.h"
-#include "indications/Query.h"
+#include "requests/Query.h"
 #include "support/ScriptedServer.h"
 
 using namespace support;
@@ -144,6 +144,10 @@ TEST_F(Subscriptions, ConditionsAndSelectedPropertiesOfQueries) {
                  {"Level IS NULL", "null "},
                  {"Level IS NOT NULL AND Level <> -4", "four six "},
                  {"NOT Level = 4", "six "},
+                 {"Level > Limit AND Limit = Limit", "six "},
+                 {"Source ISA T_Base AND NOT Source ISA T_SubAlert", "four six "},
+                 {"Source ISA T_SubAlert", "null "},
+                 {"Note ISA T_Base", ""},
                  {"Note = 'none' OR NOT Also = 'x'", ""}};
     for (const auto& each : cases) {
         seen.clear();
@@ -156,6 +160,9 @@ TEST_F(Subscriptions, ConditionsAndSelectedPropertiesOfQueries) {
             CIMInstance indication = instanceAt(alertPath);
             add(indication, "Note", note.c_str());
             indication.addProperty(CIMProperty("Level", level));
+            add(indication, "Limit", CIMValue(Uint8(5)));
+            const char* const className = level.isNull() ? "T_SubAlert" : "T_Alert";
+            add(indication, "Source", CIMValue(CIMObject(instanceAt(className))));
             a->handler.load()->deliver(indication);
         }
         a->alert(alertPath, {"no level"});
@@ -183,9 +190,11 @@ TEST_F(Subscriptions, RefusedOnes) {
     EXPECT_EQ(outcome([&] { velmar_embedded::Query(deep(50)); }), "ok");
     for (const std::string& bad :
          {std::string("SELECT * FROM 1x"), std::string("SELECT FROM T_Alert"), where, deep(1000),
-          where + "Level = x1", where + "Level = 1 2", where + std::string(100000, ' ')}) {
+          where + "Level = 1x", where + "Level = 1 2", where + std::string(100000, ' ')}) {
         EXPECT_EQ(code([&] { subscribe(bad.c_str()); }), CIM_ERR_INVALID_QUERY) << bad;
     }
+    EXPECT_EQ(outcome([&] { subscribe((where + "Note LIKE 'a%'").c_str()); }),
+              "4 parse error: syntax error");
     EXPECT_EQ(code([&] { subscribe(alertQuery, {}); }), CIM_ERR_INVALID_PARAMETER);
     EXPECT_EQ(code([&] {
                   server.subscribe(

@@ -312,7 +312,8 @@ class ScriptedServer : public ::testing::Test {
 #else
     static constexpr bool overHttp = false;
 #endif
-    void connect(CIMClient& to) {
+    template <class Client>
+    void connect(Client& to) {
 #ifdef VELMAR_TEST_OVER_HTTP
         if (!_wire) {
             _wire = std::make_unique<velmar_wire::WireServer>(server);

@@ -90,7 +90,7 @@ TEST(WireMessages, WhatIsNoRequestIsRefused) {
         {creation("<PROPERTY NAME=\"p\" TYPE=\"integer\"/>"), "", "400 request-not-valid Semantic"},
         {creation("<PROPERTY NAME=\"p\" TYPE=\"uint8\"/><PROPERTY NAME=\"P\" TYPE=\"uint8\"/>"), "",
          "400 request-not-valid already exists"},
-        {creation("<PROPERTY.ARRAY NAME=\"p\" TYPE=\"uint8\"><VALUE.ARRAY><VALUE.NULL/>"
+        {creation("<PROPERTY.ARRAY NAME=\"p\" TYPE=\"uint8\"><VALUE.ARRAY><VALUE.VOID/>"
                   "</VALUE.ARRAY></PROPERTY.ARRAY>"),
          "", "400 request-not-valid Validation error: on line 1: Expected VALUE in VALUE.ARRAY"},
         {creation("\n<PROPERTY NAME=\"p\" TYPE=\"string\" EmbeddedObject=\"object\"><VALUE>"
@@ -227,6 +227,16 @@ TEST(WireMessages, ValuesOfAllTypesTravel) {
         EXPECT_EQ(got.returnValue, wanted);
         EXPECT_EQ(got.parameters[0].getValue(), wanted);
     }
+}
+
+TEST(WireMessages, NullElementsAreDefaults) {
+    const auto call =
+        readCall(creation("<PROPERTY.ARRAY NAME=\"p\" TYPE=\"string\"><VALUE.ARRAY><VALUE.NULL/>"
+                          "<VALUE>b</VALUE></VALUE.ARRAY></PROPERTY.ARRAY>"));
+    Array<String> wanted;
+    wanted.append(String());
+    wanted.append("b");
+    EXPECT_EQ(call.request->instance.getProperty(0).getValue(), CIMValue(wanted));
 }
 
 TEST(WireMessages, ClassesAndQualifiersTravel) {

@@ -1,12 +1,13 @@
 # SPDX-FileCopyrightText: The velmar_remote authors
 # SPDX-License-Identifier: MIT
 """Sends recorded requests, in order, to a server started afresh for each kind, and compares the answers with the recorded ones.
-Usage: replay.py KIND COMMAND...   (KIND: site, alerts or http; COMMAND serves on a port of its choice and says which)
+Usage: replay.py KIND COMMAND...   (KIND: site, alerts, http or pull; COMMAND serves on a port of its choice and says which)
 
 The exchanges in recorded/ are those of a real OpenPegasus 2.14 with the example site. Equal means: the same elements,
 attributes, texts and order of properties; the order of what an enumeration returns, white space between elements, message
 ids, times and the host's name do not count. Of http cases the status and the CIMError header count, and the body if it is
-200. SIGTERM has to end the server with 0."""
+200. Of pull operations a context counts by being there; where the recorded server returned before it had the number of objects
+asked for, only the form of the first object counts. SIGTERM has to end the server with 0."""
 import glob, http.server, os, queue, re, signal, socket, subprocess, sys, threading
 import xml.etree.ElementTree as ET
 
@@ -112,6 +113,40 @@ def play_messages():
             judge(exports[name], document(received.get(timeout=20)), document(recorded))
 
 
+CONTEXT = rb'(NAME="EnumerationContext"[^>]*>\s*<VALUE>)([^<]+)'
+
+
+def form(element):
+    return [element.tag] + [form(child) for child in element]
+
+
+def pulled(body, is_part, is_early):
+    """What counts of an answer: all, or of a part its first object, its size and whether it is the last."""
+    # An ended context is "closed" for a moment before it is "undefined".
+    body = body.replace(b"Enumeration context closed when request received.", b"Context undefined.")
+    root = ET.fromstring(re.sub(CONTEXT, rb"\1CONTEXT", body))
+    objects = root.find(".//IRETURNVALUE")
+    if objects is None or not is_part:
+        return canonical(root)
+    rest = [(each.get("NAME"), each.findtext("VALUE")) for each in root.iter("PARAMVALUE")]
+    return (form(objects[0]), None if is_early else (len(objects), rest))
+
+
+def play_pull():
+    contexts = {}  # exchange NN returned what stands as CONTEXT-NN in later ones
+    for path in sorted(glob.glob(os.path.join(folder, kind, "*.request.xml"))):
+        name = os.path.basename(path)[:-len(".request.xml")]
+        request, recorded = read(name + ".request.xml"), read(name + ".response.xml")
+        answer = split(post(re.sub(rb"CONTEXT-(\d\d)", lambda m: contexts.get(m[1], b"none"), request)))[2]
+        if context := re.search(CONTEXT, answer):
+            contexts[name[:2].encode()] = context[2]
+        asked = int((re.search(rb'"MaxObjectCount"><VALUE>(\d+)', request) or [0, 0])[1])
+        returned = len(ET.fromstring(recorded).findall(".//IRETURNVALUE/*"))
+        is_early = name.endswith("rest-part") or b"CONTEXT-" in recorded and returned < asked
+        is_part = is_early or b"CONTEXT-" in recorded
+        judge(name, pulled(answer, is_part, is_early), pulled(recorded, is_part, is_early))
+
+
 def play_http():
     def shape(answer):
         status, headers, body = split(answer)
@@ -125,7 +160,7 @@ def play_http():
 server = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
 try:
     port = int(server.stdout.readline().rpartition(":")[2])
-    play_http() if kind == "http" else play_messages()
+    {"http": play_http, "pull": play_pull}.get(kind, play_messages)()
 finally:
     server.send_signal(signal.SIGTERM)
     status = server.wait(timeout=60)

@@ -11,6 +11,7 @@
 #ifndef Pegasus_Client_h
 #define Pegasus_Client_h
 
+#include <Pegasus/Client/CIMEnumerationContext.h>
 #include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMName.h>
@@ -20,6 +21,7 @@
 #include <Pegasus/Common/CIMPropertyList.h>
 #include <Pegasus/Common/CIMValue.h>
 #include <Pegasus/Common/Exception.h>
+#include <Pegasus/Common/UintArgs.h>
 
 #include <memory>
 
@@ -131,6 +133,63 @@ class CIMClient {
     CIMValue invokeMethod(const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName,
                           const CIMName& methodName, const Array<CIMParamValue>& inParameters,
                           Array<CIMParamValue>& outParameters);
+
+    // Pull operations (DSP0200): opening returns up to maxObjectCount objects (0 without it, at
+    // most 10,000) with their whole paths, each pull the next ones, until endOfSequence. The server
+    // waits operationTimeout seconds for the next pull (30 without it, at most 90), then drops the
+    // rest. filterQuery is a condition in FQL (DSP0212, filterQueryLanguage DMTF:FQL);
+    // continueOnError has to be false.
+    Array<CIMInstance> openEnumerateInstances(
+        CIMEnumerationContext& context, Boolean& endOfSequence, const CIMNamespaceName& nameSpace,
+        const CIMName& className, Boolean deepInheritance = true,
+        Boolean includeClassOrigin = false, const CIMPropertyList& propertyList = CIMPropertyList(),
+        const String& filterQueryLanguage = String::EMPTY,
+        const String& filterQuery = String::EMPTY, const Uint32Arg& operationTimeout = Uint32Arg(),
+        Boolean continueOnError = false, const Uint32Arg& maxObjectCount = Uint32Arg());
+    Array<CIMObjectPath> openEnumerateInstancePaths(
+        CIMEnumerationContext& context, Boolean& endOfSequence, const CIMNamespaceName& nameSpace,
+        const CIMName& className, const String& filterQueryLanguage = String::EMPTY,
+        const String& filterQuery = String::EMPTY, const Uint32Arg& operationTimeout = Uint32Arg(),
+        Boolean continueOnError = false, const Uint32Arg& maxObjectCount = Uint32Arg());
+    Array<CIMInstance> openReferenceInstances(
+        CIMEnumerationContext& context, Boolean& endOfSequence, const CIMNamespaceName& nameSpace,
+        const CIMObjectPath& instanceName, const CIMName& resultClass = CIMName(),
+        const String& role = String::EMPTY, Boolean includeClassOrigin = false,
+        const CIMPropertyList& propertyList = CIMPropertyList(),
+        const String& filterQueryLanguage = String::EMPTY,
+        const String& filterQuery = String::EMPTY, const Uint32Arg& operationTimeout = Uint32Arg(),
+        Boolean continueOnError = false, const Uint32Arg& maxObjectCount = Uint32Arg());
+    Array<CIMObjectPath> openReferenceInstancePaths(
+        CIMEnumerationContext& context, Boolean& endOfSequence, const CIMNamespaceName& nameSpace,
+        const CIMObjectPath& instanceName, const CIMName& resultClass = CIMName(),
+        const String& role = String::EMPTY, const String& filterQueryLanguage = String::EMPTY,
+        const String& filterQuery = String::EMPTY, const Uint32Arg& operationTimeout = Uint32Arg(),
+        Boolean continueOnError = false, const Uint32Arg& maxObjectCount = Uint32Arg());
+    Array<CIMInstance> openAssociatorInstances(
+        CIMEnumerationContext& context, Boolean& endOfSequence, const CIMNamespaceName& nameSpace,
+        const CIMObjectPath& instanceName, const CIMName& assocClass = CIMName(),
+        const CIMName& resultClass = CIMName(), const String& role = String::EMPTY,
+        const String& resultRole = String::EMPTY, Boolean includeClassOrigin = false,
+        const CIMPropertyList& propertyList = CIMPropertyList(),
+        const String& filterQueryLanguage = String::EMPTY,
+        const String& filterQuery = String::EMPTY, const Uint32Arg& operationTimeout = Uint32Arg(),
+        Boolean continueOnError = false, const Uint32Arg& maxObjectCount = Uint32Arg());
+    Array<CIMObjectPath> openAssociatorInstancePaths(
+        CIMEnumerationContext& context, Boolean& endOfSequence, const CIMNamespaceName& nameSpace,
+        const CIMObjectPath& instanceName, const CIMName& assocClass = CIMName(),
+        const CIMName& resultClass = CIMName(), const String& role = String::EMPTY,
+        const String& resultRole = String::EMPTY, const String& filterQueryLanguage = String::EMPTY,
+        const String& filterQuery = String::EMPTY, const Uint32Arg& operationTimeout = Uint32Arg(),
+        Boolean continueOnError = false, const Uint32Arg& maxObjectCount = Uint32Arg());
+    /// With a context from one of the three that return instances.
+    Array<CIMInstance> pullInstancesWithPath(CIMEnumerationContext& context, Boolean& endOfSequence,
+                                             const Uint32Arg& maxObjectCount);
+    Array<CIMObjectPath> pullInstancePaths(CIMEnumerationContext& context, Boolean& endOfSequence,
+                                           const Uint32Arg& maxObjectCount);
+    /// Before its end.
+    void closeEnumeration(CIMEnumerationContext& context);
+    /// How many objects are left; null if the server does not say.
+    Uint64Arg enumerationCount(CIMEnumerationContext& context);
 
  private:
     std::shared_ptr<velmar_embedded::ClientConnection> _connection;

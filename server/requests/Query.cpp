@@ -1,8 +1,9 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 
-#include "indications/Query.h"
+#include "requests/Query.h"
 
+#include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Common/Exception.h>
 #include <ctype.h>
 #include <stdlib.h>
@@ -48,6 +49,28 @@ Operand operandOf(const CIMValue& value) {
     }
 }
 
+CIMValue valueIn(const CIMInstance& instance, const CIMName& name) {
+    return instance.getProperty(instance.findProperty(name)).getValue();
+}
+
+// Whether an embedded object is of a class.
+Query::Truth isOfClass(const CIMValue& value, const CIMName& wanted, const Query::IsA& isA) {
+    if (value.isNull() || value.isArray()) {
+        return {};
+    }
+    if (value.getType() == CIMTYPE_INSTANCE) {
+        CIMInstance instance;
+        value.get(instance);
+        return isA(instance.getClassName(), wanted);
+    }
+    if (value.getType() == CIMTYPE_OBJECT) {
+        CIMObject object;
+        value.get(object);
+        return isA(object.getClassName(), wanted);
+    }
+    return {};
+}
+
 template <class T>
 bool compare(const std::string& sign, const T& left, const T& right) {
     const bool less = left < right;
@@ -63,9 +86,19 @@ bool compare(const std::string& sign, const T& left, const T& right) {
     return wanted || (equalCounts && !less && !more);
 }
 
-class Parser {
+}  // namespace
+
+class QueryParser {
  public:
-    explicit Parser(const std::string& text) : _text(text) { next(); }
+    QueryParser(const std::string& text, bool isFql) : _isFql(isFql), _text(text) {
+        if (text.size() > Query::longest) {
+            throw CIMException(
+                CIM_ERR_INVALID_QUERY,
+                String(
+                    ("a query of more than " + std::to_string(Query::longest) + " bytes").c_str()));
+        }
+        next();
+    }
 
     bool takeWord(const char* word) {
         const bool is = strcasecmp(_token.c_str(), word) == 0;
@@ -158,9 +191,9 @@ class Parser {
 
     // The value that decides alone is true for OR and false for AND.
     static Query::Condition joined(Query::Condition left, Query::Condition right, bool deciding) {
-        return [=](const CIMInstance& instance) -> Query::Truth {
-            const Query::Truth a = left(instance);
-            const Query::Truth b = right(instance);
+        return [=](const CIMInstance& instance, const Query::IsA& isA) -> Query::Truth {
+            const Query::Truth a = left(instance, isA);
+            const Query::Truth b = right(instance, isA);
             if (a == deciding || b == deciding) {
                 return deciding;
             }
@@ -182,8 +215,8 @@ class Parser {
         }
         Query::Condition result;
         if (takeWord("NOT")) {
-            result = [inner = negation()](const CIMInstance& instance) {
-                const Query::Truth truth = inner(instance);
+            result = [inner = negation()](const CIMInstance& instance, const Query::IsA& isA) {
+                const Query::Truth truth = inner(instance, isA);
                 return truth ? Query::Truth(!*truth) : truth;
             };
         } else if (takeWord("(")) {
@@ -197,17 +230,21 @@ class Parser {
     }
 
     Query::Condition comparison() {
-        const CIMName name = takeName();
-        named.push_back(name);
-        const auto valueIn = [name](const CIMInstance& instance) {
-            return instance.getProperty(instance.findProperty(name)).getValue();
-        };
+        const CIMName name = takeProperty();
         if (takeWord("IS")) {
             const bool wanted = !takeWord("NOT");
             expect("NULL");
-            return [=](const CIMInstance& instance) -> Query::Truth {
-                return valueIn(instance).isNull() == wanted;
+            return [=](const CIMInstance& instance, const Query::IsA&) -> Query::Truth {
+                return valueIn(instance, name).isNull() == wanted;
             };
+        }
+        if (!_isFql && takeWord("ISA")) {
+            return [name, wanted = takeName()](const CIMInstance& instance, const Query::IsA& isA) {
+                return isOfClass(valueIn(instance, name), wanted, isA);
+            };
+        }
+        if (!_isFql && takeWord("LIKE")) {
+            throw CIMException(CIM_ERR_INVALID_PARAMETER, String("parse error: syntax error"));
         }
         const std::string sign = _token;
         static const char* const signs[] = {"=", "<>", "<", "<=", ">", ">="};
@@ -215,9 +252,12 @@ class Parser {
             fail("a comparison");
         }
         next();
-        const Operand right = literal();
-        return [=](const CIMInstance& instance) -> Query::Truth {
-            const Operand left = operandOf(valueIn(instance));
+        const bool isProperty = !_isFql && !_quoted && !isTruth() && CIMName::legal(_token.c_str());
+        const CIMName other = isProperty ? takeProperty() : CIMName();
+        const Operand constant = isProperty ? Operand() : literal();
+        return [=](const CIMInstance& instance, const Query::IsA&) -> Query::Truth {
+            const Operand left = operandOf(valueIn(instance, name));
+            const Operand right = isProperty ? operandOf(valueIn(instance, other)) : constant;
             if (left.number && right.number) {
                 return compare(sign, *left.number, *right.number);
             }
@@ -228,6 +268,15 @@ class Parser {
         };
     }
 
+    CIMName takeProperty() {
+        named.push_back(takeName());
+        return named.back();
+    }
+
+    bool isTruth() const {
+        return strcasecmp(_token.c_str(), "TRUE") == 0 || strcasecmp(_token.c_str(), "FALSE") == 0;
+    }
+
     bool isNumber() const {
         const size_t digit = _token[0] == '-' || _token[0] == '+' ? 1 : 0;
         return _token.size() > digit && isdigit(static_cast<unsigned char>(_token[digit]));
@@ -235,11 +284,9 @@ class Parser {
 
     Operand literal() {
         Operand result;
-        const bool isTruth =
-            strcasecmp(_token.c_str(), "TRUE") == 0 || strcasecmp(_token.c_str(), "FALSE") == 0;
         if (_quoted) {
             result.text = _token.substr(1, _token.size() - 2);
-        } else if (isTruth) {
+        } else if (isTruth()) {
             result.text = strcasecmp(_token.c_str(), "TRUE") == 0 ? "TRUE" : "FALSE";
         } else if (isNumber()) {
             result.number = strtold(_token.c_str(), nullptr);
@@ -250,6 +297,7 @@ class Parser {
         return result;
     }
 
+    const bool _isFql;
     const std::string _text;
     size_t _begin = 0;  // of the token
     size_t _end = 0;
@@ -258,6 +306,8 @@ class Parser {
     int _depth = 0;
 };
 
+namespace {
+
 bool has(const CIMInstance& instance, const CIMName& name) {
     return instance.findProperty(name) != PEG_NOT_FOUND;
 }
@@ -265,12 +315,7 @@ bool has(const CIMInstance& instance, const CIMName& name) {
 }  // namespace
 
 Query::Query(const std::string& text) {
-    if (text.size() > longest) {
-        throw CIMException(
-            CIM_ERR_INVALID_QUERY,
-            String(("a query of more than " + std::to_string(longest) + " bytes").c_str()));
-    }
-    Parser parser(text);
+    QueryParser parser(text, false);
     parser.expect("SELECT");
     _all = parser.takeWord("*");
     if (!_all) {
@@ -281,11 +326,24 @@ Query::Query(const std::string& text) {
     parser.expect("FROM");
     className = parser.takeName();
     if (parser.takeWord("WHERE")) {
-        condition = parser.rest();
-        _holds = parser.disjunction();
-        _named = parser.named;
+        take(parser);
     }
     parser.expectEnd();
+}
+
+Query Query::ofCondition(const std::string& text) {
+    QueryParser parser(text, true);
+    Query query;
+    query._all = true;
+    query.take(parser);
+    parser.expectEnd();
+    return query;
+}
+
+void Query::take(QueryParser& parser) {
+    condition = parser.rest();
+    _holds = parser.disjunction();
+    _named = parser.named;
 }
 
 std::vector<CIMName> Query::properties() const {
@@ -294,10 +352,10 @@ std::vector<CIMName> Query::properties() const {
     return all;
 }
 
-bool Query::matches(const CIMInstance& indication) const {
+bool Query::matches(const CIMInstance& instance, const IsA& isA) const {
     return std::all_of(_named.begin(), _named.end(),
-                       [&](const CIMName& name) { return has(indication, name); }) &&
-           (!_holds || _holds(indication) == true);
+                       [&](const CIMName& name) { return has(instance, name); }) &&
+           (!_holds || _holds(instance, isA) == true);
 }
 
 void Query::project(CIMInstance& indication) const {
