@@ -56,7 +56,7 @@ CIMValue sample(Session& session, const Declared& declared) {
     if (declared.type == CIMTYPE_REFERENCE) {
         return existingPath(session, declared);
     }
-    if (declared.isEmbedded || declared.type == CIMTYPE_OBJECT ||
+    if (declared.isEmbedded() || declared.type == CIMTYPE_OBJECT ||
         declared.type == CIMTYPE_INSTANCE) {
         return CIMValue(declared.type, declared.isArray);
     }

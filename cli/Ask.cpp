@@ -80,19 +80,7 @@ Array<CIMInstance> instancesOf(const Array<CIMObject>& objects) {
 
 // NAME=VALUE words as properties of a new instance.
 CIMInstance withProperties(const Question& q, const std::string& className) {
-    const velmar_checks::Facts facts = q.ask.factsOf(className);
-    CIMInstance instance(CIMName(facts->name().c_str()));
-    for (size_t i = 1; i < q.words.size(); i++) {
-        const Declared* declared = nullptr;
-        const CIMValue value =
-            q.ask.value(q.words[i], facts->properties(), "class " + facts->name(), declared);
-        if (declared->type == CIMTYPE_REFERENCE) {
-            instance.addProperty(CIMProperty(declared->name, value, 0, declared->referenceClass));
-        } else {
-            instance.addProperty(CIMProperty(declared->name, value));
-        }
-    }
-    return instance;
+    return q.ask.newInstance(className, {q.words.begin() + 1, q.words.end()});
 }
 
 std::string create(const Question& q) {

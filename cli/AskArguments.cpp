@@ -24,16 +24,19 @@ namespace {
 
 String text(const std::string& utf8) { return String(utf8.data(), Uint32(utf8.size())); }
 
-// At commas outside quotes.
+// At commas outside quotes and braces.
 std::vector<std::string> parts(const std::string& list) {
     std::vector<std::string> result(1);
     bool isQuoted = false;
+    int depth = 0;
     for (size_t i = 0; i < list.size(); i++) {
         if (list[i] == '\\' && i + 1 < list.size()) {
             result.back() += list[i++];
         } else if (list[i] == '"') {
             isQuoted = !isQuoted;
-        } else if (list[i] == ',' && !isQuoted) {
+        } else if (!isQuoted && (list[i] == '{' || list[i] == '}')) {
+            depth += list[i] == '{' ? 1 : -1;
+        } else if (list[i] == ',' && !isQuoted && depth == 0) {
             result.emplace_back();
             continue;
         }
@@ -175,6 +178,43 @@ CIMObjectPath AskArguments::instance(const std::string& given) const {
     return CIMObjectPath(String(), CIMNamespaceName(), text(facts->name()), keys);
 }
 
+CIMInstance AskArguments::newInstance(const std::string& className,
+                                      const std::vector<std::string>& words) const {
+    const velmar_checks::Facts facts = factsOf(className);
+    CIMInstance instance(CIMName(text(facts->name())));
+    for (const std::string& word : words) {
+        const Declared* declared = nullptr;
+        const CIMValue given = value(word, facts->properties(), "class " + facts->name(), declared);
+        if (declared->type == CIMTYPE_REFERENCE) {
+            instance.addProperty(CIMProperty(declared->name, given, 0, declared->referenceClass));
+        } else {
+            instance.addProperty(CIMProperty(declared->name, given));
+        }
+    }
+    return instance;
+}
+
+// Objects in objects are as deep as the command line is long.
+CIMValue AskArguments::embedded(const std::string& given, const Declared& declared) const {
+    Array<CIMObject> objects;
+    Array<CIMInstance> instances;
+    for (const std::string& part : declared.isArray ? parts(given) : std::vector{given}) {
+        const size_t open = part.find('{');
+        if (open == std::string::npos || part.back() != '}') {
+            throw UsageError(fmt::format("{}={}: expected an object, CLASS{{NAME=VALUE,...}}",
+                                         utf8(declared.name), part));
+        }
+        const std::string inside = part.substr(open + 1, part.size() - open - 2);
+        instances.append(newInstance(part.substr(0, open),
+                                     inside.empty() ? std::vector<std::string>() : parts(inside)));
+        objects.append(CIMObject(instances[instances.size() - 1]));
+    }
+    if (declared.valueType == CIMTYPE_OBJECT) {
+        return declared.isArray ? CIMValue(objects) : CIMValue(objects[0]);
+    }
+    return declared.isArray ? CIMValue(instances) : CIMValue(instances[0]);
+}
+
 CIMValue AskArguments::value(const std::string& word, const std::vector<Declared>& list,
                              const std::string& owner, const Declared*& found) const {
     const auto [name, given] = nameAndValue(word);
@@ -186,11 +226,11 @@ CIMValue AskArguments::value(const std::string& word, const std::vector<Declared
     const bool isMethod = owner.rfind("method", 0) == 0;
     const Declared& declared = declaredAs(name, all, owner, isMethod ? "parameter" : "property");
     found = &declared;
-    if (declared.isEmbedded) {
-        throw UsageError(word + ": is an embedded object, which a command line cannot give");
-    }
     if (given == "NULL") {
-        return CIMValue(declared.type, declared.isArray);
+        return CIMValue(declared.valueType, declared.isArray);
+    }
+    if (declared.isEmbedded()) {
+        return embedded(given, declared);
     }
     Array<String> elements;
     Array<CIMObjectPath> paths;

@@ -27,8 +27,11 @@ class AskArguments {
     /// `EX_Fan.Name=front`, `EX_Fan.Name="front",Bay=2`, a whole path of DSP0004, or a class that
     /// has one instance.
     Pegasus::CIMObjectPath instance(const std::string& text) const;
+    /// A new instance with properties as value() reads them.
+    Pegasus::CIMInstance newInstance(const std::string& className,
+                                     const std::vector<std::string>& words) const;
     /// `Name=value` for the property or parameter that the list declares. An array's elements are
-    /// separated by commas; `NULL` is null.
+    /// separated by commas; `NULL` is null, `EX_Fan{Name=front,Speed=3}` an embedded object.
     Pegasus::CIMValue value(const std::string& word,
                             const std::vector<velmar_checks::Declared>& list,
                             const std::string& owner, const velmar_checks::Declared*& found) const;
@@ -36,6 +39,8 @@ class AskArguments {
  private:
     Pegasus::CIMKeyBinding key(const std::string& name, const std::string& text,
                                const velmar_checks::ClassFacts& facts) const;
+    Pegasus::CIMValue embedded(const std::string& given,
+                               const velmar_checks::Declared& declared) const;
     Pegasus::CIMObjectPath onlyInstance(const std::string& className) const;
 
     Pegasus::CIMClient& _client;

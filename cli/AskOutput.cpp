@@ -3,10 +3,12 @@
 
 #include "AskOutput.h"
 
+#include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Common/CIMProperty.h>
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <vector>
 
@@ -28,7 +30,62 @@ std::string printable(std::string text) {
 
 namespace {
 
+ordered_json jsonOf(const CIMValue& value);
+
+ordered_json propertiesOf(const CIMInstance& instance) {
+    ordered_json properties = ordered_json::object();
+    for (Uint32 i = 0; i < instance.getPropertyCount(); i++) {
+        const CIMConstProperty property = instance.getProperty(i);
+        properties[utf8(property.getName())] = jsonOf(property.getValue());
+    }
+    return properties;
+}
+
+ordered_json jsonOf(const CIMObject& object) {
+    if (object.isUninitialized()) {
+        return nullptr;
+    }
+    if (object.isClass()) {
+        return {{"class", utf8(object.getClassName())},
+                {"mof", velmar_embedded::mofOf(CIMClass(object))}};
+    }
+    return {{"class", utf8(object.getClassName())},
+            {"properties", propertiesOf(CIMInstance(object))}};
+}
+
+// The objects in a value; none in one of another type.
+std::vector<CIMObject> objectsIn(const CIMValue& value) {
+    const auto all = [](const auto& elements) {
+        std::vector<CIMObject> objects;
+        for (Uint32 i = 0; i < elements.size(); i++) {
+            objects.emplace_back(elements[i]);
+        }
+        return objects;
+    };
+    Array<CIMObject> objects;
+    Array<CIMInstance> instances;
+    if (value.getType() == CIMTYPE_OBJECT && !value.isNull()) {
+        objects.append(CIMObject());
+        value.isArray() ? value.get(objects) : value.get(objects[0]);
+    } else if (value.getType() == CIMTYPE_INSTANCE && !value.isNull()) {
+        instances.append(CIMInstance());
+        value.isArray() ? value.get(instances) : value.get(instances[0]);
+        return all(instances);
+    }
+    return all(objects);
+}
+
 ordered_json jsonOf(const CIMValue& value) {
+    const std::vector<CIMObject> objects = objectsIn(value);
+    if (!objects.empty() && !value.isArray()) {
+        return jsonOf(objects[0]);
+    }
+    if (!objects.empty()) {
+        ordered_json list = ordered_json::array();
+        std::transform(objects.begin(), objects.end(), std::back_inserter(list),
+                       [](const CIMObject& one) { return jsonOf(one); });
+        return list;
+    }
     const bool isText = value.getType() == CIMTYPE_STRING || value.getType() == CIMTYPE_DATETIME ||
                         value.getType() == CIMTYPE_REFERENCE || value.getType() == CIMTYPE_CHAR16;
     if (value.isNull()) {
@@ -61,7 +118,35 @@ std::string pathText(const CIMObjectPath& path) {
     return printable(utf8(velmar_embedded::withoutPlace(path)));
 }
 
+std::string cell(const CIMValue& value);
+
+// As it is typed.
+std::string objectText(const CIMObject& object) {
+    if (object.isUninitialized() || object.isClass()) {
+        return object.isUninitialized() ? "NULL" : utf8(object.getClassName());
+    }
+    const CIMInstance instance(object);
+    std::vector<std::string> properties;
+    for (Uint32 i = 0; i < instance.getPropertyCount(); i++) {
+        const CIMConstProperty property = instance.getProperty(i);
+        const CIMValue& value = property.getValue();
+        if (!value.isNull()) {
+            properties.push_back(
+                utf8(property.getName()) + "=" +
+                (value.getType() == CIMTYPE_STRING ? velmar_embedded::mofOf(value) : cell(value)));
+        }
+    }
+    return fmt::format("{}{{{}}}", utf8(instance.getClassName()), fmt::join(properties, ","));
+}
+
 std::string cell(const CIMValue& value) {
+    std::vector<std::string> objects;
+    for (const CIMObject& one : objectsIn(value)) {
+        objects.push_back(objectText(one));
+    }
+    if (!objects.empty()) {
+        return printable(fmt::format("{}", fmt::join(objects, ",")));
+    }
     const bool isPlain = !value.isArray() && !value.isNull() && value.getType() < CIMTYPE_OBJECT;
     return printable(isPlain ? utf8(value.toString()) : velmar_embedded::mofOf(value));
 }
@@ -153,11 +238,7 @@ std::string shown(const Array<CIMInstance>& instances, Format format, size_t col
         } else {
             ordered_json one = {{"path", pathText(instances[i].getPath())},
                                 {"class", utf8(instances[i].getClassName())},
-                                {"properties", ordered_json::object()}};
-            for (Uint32 j = 0; j < instances[i].getPropertyCount(); j++) {
-                const CIMConstProperty property = instances[i].getProperty(j);
-                one["properties"][utf8(property.getName())] = jsonOf(property.getValue());
-            }
+                                {"properties", propertiesOf(instances[i])}};
             all.push_back(one);
         }
     }

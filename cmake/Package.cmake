@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The velmar_remote authors
 # SPDX-License-Identifier: MIT
 #
-# Debian packages and a tarball of what is installed, by CPack; tools/package makes them. The builds
+# Debian and RPM packages and a tarball of what is installed, by CPack; tools/package makes them. The builds
 # for the two kinds of server make packages that can be installed together: the one for a real
 # server has its library and what finds it, and depends on the other's headers.
 set(_library libvelmar-remote-embedded${VELMAR_SOVERSION})
@@ -72,6 +72,27 @@ set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "${_library} (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_COMMAND_DESCRIPTION "Loads a package of provider libraries into an embedded CIM server, says what
  is wrong with it, serves it to WBEM clients of this host, and writes new
  packages from a schema.")
+
+set(CPACK_RPM_COMPONENT_INSTALL ON)
+set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
+set(CPACK_RPM_PACKAGE_LICENSE MIT)
+set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
+    /usr/share/man /usr/share/man/man1 /usr/share/bash-completion
+    /usr/share/bash-completion/completions)
+set(CPACK_RPM_LIBRARY_POST_INSTALL_SCRIPT_FILE "${PROJECT_BINARY_DIR}/ldconfig")
+set(CPACK_RPM_LIBRARY_POST_UNINSTALL_SCRIPT_FILE "${PROJECT_BINARY_DIR}/ldconfig")
+file(WRITE "${PROJECT_BINARY_DIR}/ldconfig" "/sbin/ldconfig\n")
+foreach(_group LIBRARY DEVELOPMENT COMMAND)
+    foreach(_what NAME DEPENDS)
+        set(_value "${CPACK_DEBIAN_${_group}_PACKAGE_${_what}}")
+        string(REGEX REPLACE "[()]" "" _value "${_value}")
+        string(REPLACE DEPENDS REQUIRES _what ${_what})
+        set(CPACK_RPM_${_group}_PACKAGE_${_what} "${_value}")
+    endforeach()
+    set(CPACK_RPM_${_group}_PACKAGE_SUMMARY "${PROJECT_DESCRIPTION}")
+    set(CPACK_RPM_${_group}_PACKAGE_DESCRIPTION "${CPACK_DEBIAN_${_group}_DESCRIPTION}")
+endforeach()
+set(CPACK_RPM_LIBRARY_PACKAGE_REQUIRES "")  # rpmbuild finds what libraries need
 
 include(CPack)
 foreach(_component runtime)

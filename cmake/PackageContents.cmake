@@ -1,9 +1,9 @@
 # SPDX-FileCopyrightText: The velmar_remote authors
 # SPDX-License-Identifier: MIT
 #
-# Called by CPack before it packs what was installed: what Debian wants of a package's files, and of
-# the build for a real server only what the other build has not.
-if(NOT CPACK_GENERATOR STREQUAL "DEB")
+# Called by CPack before it packs what was installed: what Debian and RPM want of a package's files,
+# and of the build for a real server only what the other build has not.
+if(NOT CPACK_GENERATOR MATCHES "^(DEB|RPM)$")
     return()
 endif()
 find_program(GZIP gzip REQUIRED)

@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "indications/Query.h"
+#include "requests/Query.h"
 
 using namespace Pegasus;
 
@@ -60,10 +60,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         });
         tryTo([&] { require(CIMName(text).getString() == text); });
     });
+    const auto isA = [](const CIMName& name, const CIMName& of) { return name == of; };
+    CIMInstance instance = alert();
+    tryTo([&] { velmar_embedded::Query::ofCondition(plain).matches(instance, isA); });
     tryTo([&] {
         const velmar_embedded::Query query(plain);
-        CIMInstance instance = alert();
-        query.matches(instance);
+        query.matches(instance, isA);
         query.project(instance);
     });
     return 0;

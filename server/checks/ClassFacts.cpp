@@ -34,7 +34,7 @@ Declared declared(const Feature& feature) {
     result.isKey = isTrue(feature, "Key");
     result.isRequired = isTrue(feature, "Required");
     result.isIn = isTrue(feature, "In", true);
-    result.isEmbedded = velmar_embedded::valueType(feature) != result.type;
+    result.valueType = velmar_embedded::valueType(feature);
     result.referenceClass = feature.getReferenceClassName();
     result.valueMap = velmar_embedded::qualifierTexts(feature, "ValueMap");
     return result;
@@ -44,6 +44,7 @@ MethodFacts methodFacts(const CIMConstMethod& method) {
     MethodFacts facts;
     facts.result.name = method.getName();
     facts.result.type = method.getType();
+    facts.result.valueType = velmar_embedded::valueType(method);
     facts.isStatic = isTrue(method, "Static");
     facts.result.valueMap = velmar_embedded::qualifierTexts(method, "ValueMap");
     for (Uint32 i = 0; i < method.getParameterCount(); i++) {
@@ -79,7 +80,7 @@ size_t NameHash::operator()(const String& name) const {
 
 bool Declared::fits(const CIMValue& value) const {
     const bool isObject = value.getType() == CIMTYPE_OBJECT || value.getType() == CIMTYPE_INSTANCE;
-    return value.isArray() == isArray && (value.getType() == type || (isEmbedded && isObject));
+    return value.isArray() == isArray && (value.getType() == type || (isEmbedded() && isObject));
 }
 
 std::string Declared::typeText() const {

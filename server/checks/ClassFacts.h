@@ -35,11 +35,13 @@ struct Declared {
     bool isArray = false;
     bool isKey = false;
     bool isRequired = false;
-    bool isIn = true;                   ///< of a parameter
-    bool isEmbedded = false;            ///< a string that may be an object or an instance
+    bool isIn = true;  ///< of a parameter
+    /// That values have: of an embedded object or instance, declared as a string, another one.
+    Pegasus::CIMType valueType = Pegasus::CIMTYPE_BOOLEAN;
     Pegasus::CIMName referenceClass;    ///< null unless it is a reference
     std::vector<std::string> valueMap;  ///< as declared; empty where any value will do
 
+    bool isEmbedded() const { return valueType != type; }
     bool fits(const Pegasus::CIMValue& value) const;
     /// "string", "uint32[]", "T_Fan REF".
     std::string typeText() const;

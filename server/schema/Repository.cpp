@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "model/CIMReps.h"
+#include "schema/Qualified.h"
 
 namespace velmar_embedded {
 
@@ -59,7 +60,9 @@ struct StoredClass {
             throw CIMException(CIM_ERR_INVALID_PARAMETER, name + String(": no such property"));
         }
         const CIMConstProperty declared = definition.getProperty(index);
-        if (declared.getType() != property.getType() || declared.isArray() != property.isArray()) {
+        const bool isTyped = property.getType() == declared.getType() ||
+                             property.getType() == valueType(declared);
+        if (!isTyped || declared.isArray() != property.isArray()) {
             throw CIMException(CIM_ERR_INVALID_PARAMETER,
                                name + String(": wrong type ") +
                                    String(cimTypeToString(property.getType())) +
