@@ -200,13 +200,13 @@ class PlainError : public Pegasus::CIMException {
     using CIMException::CIMException;
 };
 
-/// An error as it leaves an operation: every exception becomes a code and a text.
 /// The client's connection is lost while it waits for the answer.
 class LostConnection : public Pegasus::CIMException {
  public:
     using CIMException::CIMException;
 };
 
+/// An error as it leaves an operation: every exception becomes a code and a text.
 struct Failure {
     Pegasus::CIMStatusCode code;
     Pegasus::String message;

@@ -55,6 +55,9 @@ Answer route(Services& services, const Request& request) {
 }  // namespace
 
 Answer serve(Services& services, const Request& request) {
+    if (!services.notices.wantsSteps()) {
+        return route(services, request);
+    }
     Answer answer;
     asStep(
         services.notices,
