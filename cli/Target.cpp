@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "Crash.h"
+#include "model/Text.h"
 
 using namespace Pegasus;
 
@@ -14,7 +15,14 @@ namespace velmar_cli {
 
 bool isUrl(const std::string& target) { return target.rfind("http://", 0) == 0; }
 
-void connectTo(CIMClient& client, const std::string& url, const std::string& user) {
+namespace {
+
+struct Place {
+    std::string host;
+    Uint32 port;
+};
+
+Place placeOf(const std::string& url) {
     const std::string scheme = "http://";
     const std::string place =
         url.substr(scheme.size(), url.find('/', scheme.size()) - scheme.size());
@@ -23,19 +31,36 @@ void connectTo(CIMClient& client, const std::string& url, const std::string& use
     const std::string port = colon == std::string::npos ? "5988" : place.substr(colon + 1);
     const bool isNumber = !port.empty() && port.size() < 6 &&
                           port.find_first_not_of("0123456789") == std::string::npos;
-    if (place.substr(0, colon).empty() || !isNumber) {
+    if (!isUrl(url) || place.substr(0, colon).empty() || !isNumber) {
         throw UsageError(url + ": expected http://HOST:PORT");
     }
+    return {place.substr(0, colon), Uint32(std::stoul(port))};
+}
+
+}  // namespace
+
+bool isThisHost(const std::string& url) {
+    const std::string host = velmar_embedded::lowerCase(placeOf(url).host);
+    return host == "localhost" || host == "[::1]" || host == "::1" || host.rfind("127.", 0) == 0;
+}
+
+void Login::addOptions(CLI::App& command) {
+    command.add_option("--user", user,
+                       "User at a server; VELMAR_PASSWORD in the environment is the password");
+}
+
+void connectTo(CIMClient& client, const std::string& url, const Login& login) {
+    const Place place = placeOf(url);
     const char* const password = std::getenv("VELMAR_PASSWORD");
-    client.connect(place.substr(0, colon).c_str(), Uint32(std::stoul(port)), user.c_str(),
+    client.connect(place.host.c_str(), place.port, login.user.c_str(),
                    password == nullptr ? "" : password);
 }
 
-ExitCode withClient(const std::string& target, Package& package, const std::string& user,
+ExitCode withClient(const std::string& target, Package& package, const Login& login,
                     const std::function<ExitCode(CIMClient&)>& work) {
     CIMClient client;
     if (isUrl(target)) {
-        connectTo(client, target, user);
+        connectTo(client, target, login);
         return work(client);
     }
     if (!std::filesystem::exists(target)) {
