@@ -330,7 +330,7 @@ void addAsk(CLI::App& app, Run& run) {
     arguments->package.needs = Needs::Model;
     command
         ->add_option("words", arguments->words,
-                     "Folder or MOF file (.), or http://HOST:PORT; the operation; its arguments")
+                     "Folder or MOF file (.), or http(s)://HOST:PORT; the operation; its arguments")
         ->type_name("[PACKAGE|URL] OPERATION");
     command->add_option("-n,--namespace", arguments->package.nameSpace, "Namespace of the classes")
         ->capture_default_str();

@@ -157,6 +157,9 @@ std::string forMachines(const std::vector<Difference>& all) {
 
 ExitCode diff(const DiffArguments& arguments) {
     Snapshot snapshots[2];
+    if (isUrl(arguments.targets[0]) || isUrl(arguments.targets[1])) {
+        arguments.login.password();  // once, not in the process of each
+    }
     for (int i = 0; i < 2; i++) {
         Package package = arguments.package;
         if (i == 1 && !arguments.otherNamespace.empty()) {
@@ -190,7 +193,7 @@ void addDiff(CLI::App& app, Run& run) {
     for (int i = 0; i < 2; i++) {
         command
             ->add_option(names[i], arguments->targets[i],
-                         "Folder or MOF file, or http://HOST:PORT of a server")
+                         "Folder or MOF file, or http(s)://HOST:PORT of a server")
             ->type_name("PACKAGE|URL")
             ->required();
     }

@@ -80,7 +80,7 @@ void addListen(CLI::App& app, Run& run) {
         "listen", "Subscribes at a server of this host and prints its alerts until interrupted");
     const auto options = std::make_shared<ListenOptions>();
     command->add_option("class", options->className, "Class of the alerts")->capture_default_str();
-    command->add_option("--url", options->url, "The server, http://HOST:PORT")
+    command->add_option("--url", options->url, "The server, http(s)://HOST:PORT")
         ->capture_default_str();
     command->add_option("-n,--namespace", options->nameSpace, "Namespace that the alerts come from")
         ->capture_default_str();

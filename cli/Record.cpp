@@ -57,7 +57,7 @@ void addRecord(CLI::App& app, Run& run) {
     arguments->package.needs = Needs::Model;
     command
         ->add_option("target", arguments->target,
-                     "Folder or MOF file, or http://HOST:PORT of a server")
+                     "Folder or MOF file, or http(s)://HOST:PORT of a server")
         ->type_name("PACKAGE|URL")
         ->required();
     command->add_option("folder", arguments->folder, "Folder to write, empty or new")

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "Commands.h"
+#include "Login.h"
 #include "Package.h"
 
 namespace velmar_cli {
@@ -19,15 +20,8 @@ bool isUrl(const std::string& target);
 /// Whether the URL's host is this one, by a name or number of its loopback interface.
 bool isThisHost(const std::string& url);
 
-/// As whom servers are asked.
-struct Login {
-    std::string user;  ///< empty: as nobody in particular
-
-    void addOptions(CLI::App& command);
-};
-
-/// Connects to the server at http://HOST:PORT, whose password is in VELMAR_PASSWORD. Throws
-/// UsageError for another URL, and what the client throws.
+/// Connects to the server at http://HOST:PORT or https://HOST:PORT. Throws UsageError and
+/// std::invalid_argument for what cannot be used, and what the client throws.
 void connectTo(Pegasus::CIMClient& client, const std::string& url, const Login& login);
 
 /// Milliseconds for an answer that may be long, all instances of a class, say.
