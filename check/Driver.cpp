@@ -5,11 +5,15 @@
 
 #include <Pegasus/Common/Exception.h>
 
+#include <algorithm>
 #include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stdexcept>
+
+#include "checks/Wording.h"
 
 using velmar_embedded::ProviderType;
 
@@ -17,7 +21,7 @@ namespace velmar_driver {
 
 namespace {
 
-void driveClass(Session& session, velmar_embedded::Server& server, const RegisteredClass& one,
+void driveClass(Session& session, const RegisteredClass& one,
                 const std::vector<RegisteredClass>& classes, const DriveOptions& options) {
     const bool isAssociation = one.definition.isAssociation();
     if (one.serves(ProviderType::Instance)) {
@@ -26,8 +30,8 @@ void driveClass(Session& session, velmar_embedded::Server& server, const Registe
     if (one.serves(ProviderType::Association) && isAssociation) {
         driveAssociation(session, options);
     }
-    if (one.serves(ProviderType::Indication)) {
-        driveIndication(session, server, classes, options);
+    if (one.serves(ProviderType::Indication) && session.access.hearsAlerts()) {
+        driveIndication(session, classes, options);
     }
     if (options.write && one.serves(ProviderType::Instance) && !isAssociation) {
         driveWrites(session, classes);
@@ -38,40 +42,58 @@ void driveClass(Session& session, velmar_embedded::Server& server, const Registe
 // providers and clients at once bring about.
 class Listening {
  public:
-    Listening(velmar_embedded::Server& server, const std::vector<RegisteredClass>& classes)
-        : _server(server) {
+    Listening(Access& access, const std::vector<RegisteredClass>& classes) : _access(access) {
         for (const RegisteredClass& one : classes) {
             if (!one.definition.isUninitialized() && one.serves(ProviderType::Indication)) {
                 try {
-                    _ids.push_back(server.subscribe("SELECT * FROM " + one.text(),
-                                                    {utf8(one.nameSpace.getString())},
-                                                    [](const Pegasus::CIMInstance&) {}));
+                    _ids.push_back(access.subscribe(one));
                 } catch (const Pegasus::Exception&) {  // driveIndication has said it
                 }
             }
         }
     }
     void end() {
-        _server.drain();
+        _access.drain(false);
         for (const std::string& id : _ids) {
-            _server.unsubscribe(id);
+            _access.unsubscribe(id);
         }
     }
 
  private:
-    velmar_embedded::Server& _server;
+    Access& _access;
     std::vector<std::string> _ids;
 };
 
 }  // namespace
 
-std::vector<ClassReport> drive(velmar_embedded::Server& server, const DriveOptions& options,
-                               velmar_checks::Findings& findings) {
-    return drive(server, registeredClasses(server), options, findings);
+bool DriveOptions::isAsked(const std::string& className) const {
+    return only.empty() || std::any_of(only.begin(), only.end(), [&](const std::string& name) {
+               return velmar_embedded::lowerCase(name) == velmar_embedded::lowerCase(className);
+           });
 }
 
-std::vector<ClassReport> drive(velmar_embedded::Server& server,
-                               const std::vector<RegisteredClass>& classes,
+void requireClasses(const std::vector<RegisteredClass>& classes, const DriveOptions& options) {
+    std::vector<std::string> names;
+    for (const RegisteredClass& one : classes) {
+        names.push_back(one.text());
+    }
+    for (const std::string& wanted : options.only) {
+        DriveOptions one;
+        one.only = {wanted};
+        if (std::none_of(classes.begin(), classes.end(),
+                         [&](const RegisteredClass& each) { return one.isAsked(each.text()); })) {
+            throw std::invalid_argument("class " + wanted + ": no provider is registered for it" +
+                                        velmar_checks::didYouMean(wanted, names));
+        }
+    }
+}
+
+std::string EmbeddedAccess::subscribe(const RegisteredClass& alerts) {
+    return _server.subscribe("SELECT * FROM " + alerts.text(), {utf8(alerts.nameSpace.getString())},
+                             [](const Pegasus::CIMInstance&) {});
+}
+
+std::vector<ClassReport> drive(Access& access, const std::vector<RegisteredClass>& classes,
                                const DriveOptions& options, velmar_checks::Findings& findings) {
     bool answers = true;
     std::vector<std::unique_ptr<Session>> sessions;
@@ -98,19 +120,19 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
         if (options.progress) {
             options.progress(done++, classes.size(), one.text());
         }
-        if (one.definition.isUninitialized()) {
-            continue;  // said already, when the registration was read
+        if (one.definition.isUninitialized() || !options.isAsked(one.text())) {
+            continue;  // an unknown class was told of when its registration was read
         }
-        sessions.push_back(std::make_unique<Session>(one, findings, options.tries));
+        sessions.push_back(std::make_unique<Session>(access, one, findings, options.tries));
         Session& session = *sessions.back();
-        if (guarded(session, [&] { driveClass(session, server, one, classes, options); }) &&
-            options.call && one.serves(ProviderType::Method)) {
+        if (guarded(session, [&] { driveClass(session, one, classes, options); }) && options.call &&
+            one.serves(ProviderType::Method)) {
             withMethods.push_back(&session);
         }
     }
     std::optional<Listening> listening;
-    if (answers && (!withMethods.empty() || options.clients > 0)) {
-        listening.emplace(server, classes);
+    if (answers && access.hearsAlerts() && (!withMethods.empty() || options.clients > 0)) {
+        listening.emplace(access, classes);
     }
     for (Session* const session : withMethods) {
         guarded(*session, [&] { driveMethods(*session); });
@@ -120,7 +142,7 @@ std::vector<ClassReport> drive(velmar_embedded::Server& server,
         result.push_back(std::move(session->result));
     }
     if (options.clients > 0 && answers) {
-        driveLoad(classes, options, findings, result);
+        driveLoad(access, classes, options, findings, result);
     }
     if (listening && answers) {
         listening->end();

@@ -1,14 +1,12 @@
 // SPDX-FileCopyrightText: The velmar_remote authors
 // SPDX-License-Identifier: MIT
 //
-// Goes through everything that a package serves, as a client would, and reports answers that do
+// Goes through everything that providers serve, as a client would, and reports answers that do
 // not agree with each other.
 //
-// Needs a started server. Not thread-safe.
+// Not thread-safe.
 #ifndef VELMAR_CHECKS_DRIVER_DRIVER_H
 #define VELMAR_CHECKS_DRIVER_DRIVER_H
-
-#include <velmar_embedded/Server.h>
 
 #include <functional>
 #include <string>
@@ -19,36 +17,37 @@
 namespace velmar_driver {
 
 struct DriveOptions {
-    bool write = false;     ///< create and delete instances; they are deleted again
-    bool call = false;      ///< call methods, with sample values, and raise alerts
-    unsigned limit = 100;   ///< instances looked at one by one, for each class
-    unsigned clients = 0;   ///< at once, after all else; 0: none
-    unsigned seconds = 10;  ///< that they go on
-    unsigned tries = 10;    ///< of what answers disagree in, after 0, 1, 2, 4 and so on ms
+    bool write = false;             ///< create and delete instances; they are deleted again
+    bool call = false;              ///< call methods, with sample values, and raise alerts
+    unsigned limit = 100;           ///< instances looked at one by one, for each class
+    unsigned clients = 0;           ///< at once, after all else; 0: none
+    unsigned seconds = 10;          ///< that they go on
+    unsigned tries = 10;            ///< of what answers disagree in, after 0, 1, 2, 4 and so on ms
+    std::vector<std::string> only;  ///< names of classes; empty: all
+    bool isAsked(const std::string& className) const;
     /// Hears of each class before it is driven: how many were, of how many.
     std::function<void(size_t done, size_t all, const std::string& className)> progress;
 };
 
-/// Drives every registered class.
-std::vector<ClassReport> drive(velmar_embedded::Server& server, const DriveOptions& options,
-                               velmar_checks::Findings& findings);
-
-/// The same for these classes.
-std::vector<ClassReport> drive(velmar_embedded::Server& server,
-                               const std::vector<RegisteredClass>& classes,
+/// Drives the classes, all that the server registers.
+std::vector<ClassReport> drive(Access& access, const std::vector<RegisteredClass>& classes,
                                const DriveOptions& options, velmar_checks::Findings& findings);
+
+/// Throws std::invalid_argument where the options name a class that is not among these.
+void requireClasses(const std::vector<RegisteredClass>& classes, const DriveOptions& options);
 
 // The parts, for one class each.
 void driveInstances(Session& session, const DriveOptions& options);
 void driveAssociation(Session& session, const DriveOptions& options);
-void driveIndication(Session& session, velmar_embedded::Server& server,
-                     const std::vector<RegisteredClass>& classes, const DriveOptions& options);
+void driveIndication(Session& session, const std::vector<RegisteredClass>& classes,
+                     const DriveOptions& options);
 void driveMethods(Session& session);
 void driveWrites(Session& session, const std::vector<RegisteredClass>& classes);
 
 /// Several clients at once, on classes that were driven before.
-void driveLoad(const std::vector<RegisteredClass>& classes, const DriveOptions& options,
-               velmar_checks::Findings& findings, std::vector<ClassReport>& results);
+void driveLoad(Access& access, const std::vector<RegisteredClass>& classes,
+               const DriveOptions& options, velmar_checks::Findings& findings,
+               std::vector<ClassReport>& results);
 
 /// The names of the properties that have a value.
 std::set<std::string> filledIn(const Pegasus::CIMConstInstance& instance);

@@ -64,13 +64,13 @@ void showError(Session& session, const std::string& operation, const Outcome& ou
 }
 
 // Raises an alert as a provider does. The server's checks look at what comes of it; that it may be
-// refused is the provider's affair.
-void raise(Session& session, const std::vector<RegisteredClass>& classes) {
+// refused, as false tells, is the provider's affair.
+bool raise(Session& session, const std::vector<RegisteredClass>& classes) {
     const CIMName send("send");
     const CIMName about("AlertingManagedElement");
     const CIMObjectPath element = anyElement(session, classes);
     if (element.getClassName().isNull()) {
-        return;
+        return false;
     }
     // What the method declares, or else the properties that an alert must have.
     const ClassFacts facts(session.about.definition, Array<CIMName>());
@@ -90,28 +90,27 @@ void raise(Session& session, const std::vector<RegisteredClass>& classes) {
                                     send, given, out);
     });
     showError(session, "send()", outcome);
+    return static_cast<bool>(outcome);
 }
 
 }  // namespace
 
-void driveIndication(Session& session, velmar_embedded::Server& server,
-                     const std::vector<RegisteredClass>& classes, const DriveOptions& options) {
-    const std::string query = "SELECT * FROM " + session.about.text();
+void driveIndication(Session& session, const std::vector<RegisteredClass>& classes,
+                     const DriveOptions& options) {
     std::string id;
-    const Outcome outcome = session.call("subscribe", [&] {
-        id = server.subscribe(query, {utf8(session.about.nameSpace.getString())},
-                              [](const CIMInstance&) {});
-    });
+    const Outcome outcome =
+        session.call("subscribe", [&] { id = session.access.subscribe(session.about); });
     if (!outcome) {
-        session.find("driver.subscribe", "createSubscription",
-                     "\"" + query + "\" is refused: " + outcome.describe());
+        session.find(
+            "driver.subscribe", "createSubscription",
+            "\"SELECT * FROM " + session.about.text() + "\" is refused: " + outcome.describe());
         return;
     }
     if (options.call && session.about.serves(velmar_embedded::ProviderType::Method)) {
-        raise(session, classes);
-        server.drain();
+        const bool wasSent = raise(session, classes);
+        session.access.drain(wasSent);
     }
-    session.expect("unsubscribe", [&] { server.unsubscribe(id); });
+    session.expect("unsubscribe", [&] { session.access.unsubscribe(id); });
 }
 
 void driveMethods(Session& session) {

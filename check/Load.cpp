@@ -91,8 +91,9 @@ Suspicions difference(const std::string& operation, const State& expected, const
 
 class Client {
  public:
-    Client(const Expected& expected, velmar_checks::Findings& findings, unsigned seed)
-        : _expected(expected), _session(*expected.about, findings, 0), _random(seed) {}
+    Client(Access& access, const Expected& expected, velmar_checks::Findings& findings,
+           unsigned seed)
+        : _expected(expected), _session(access, *expected.about, findings, 0), _random(seed) {}
 
     void step() {
         switch (_random() % 3) {
@@ -195,14 +196,14 @@ class Client {
 };
 
 // The clients, each on a thread of its own.
-void load(std::vector<Expected>& classes, const DriveOptions& options,
+void load(Access& access, std::vector<Expected>& classes, const DriveOptions& options,
           velmar_checks::Findings& findings) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(options.seconds);
     std::vector<std::vector<std::unique_ptr<Client>>> clients(options.clients);
     std::vector<std::thread> threads;
     for (unsigned number = 0; number < options.clients; number++) {
         for (const Expected& one : classes) {
-            clients[number].push_back(std::make_unique<Client>(one, findings, number + 1));
+            clients[number].push_back(std::make_unique<Client>(access, one, findings, number + 1));
         }
         threads.emplace_back([&mine = clients[number], end] {
             while (!mine.empty() && std::chrono::steady_clock::now() < end) {
@@ -224,18 +225,20 @@ void load(std::vector<Expected>& classes, const DriveOptions& options,
 
 }  // namespace
 
-void driveLoad(const std::vector<RegisteredClass>& classes, const DriveOptions& options,
-               velmar_checks::Findings& findings, std::vector<ClassReport>& results) {
+void driveLoad(Access& access, const std::vector<RegisteredClass>& classes,
+               const DriveOptions& options, velmar_checks::Findings& findings,
+               std::vector<ClassReport>& results) {
     std::vector<Expected> all;
     for (const RegisteredClass& one : classes) {
-        if (one.serves(ProviderType::Instance) && !one.definition.isUninitialized()) {
-            Session session(one, findings, 0);
+        if (one.serves(ProviderType::Instance) && !one.definition.isUninitialized() &&
+            options.isAsked(one.text())) {
+            Session session(access, one, findings, 0);
             if (auto expected = expectation(one, session)) {
                 all.push_back(std::move(*expected));
             }
         }
     }
-    load(all, options, findings);
+    load(access, all, options, findings);
     for (const Expected& expected : all) {
         const RegisteredClass& about = *expected.about;
         const auto result = std::find_if(results.begin(), results.end(), [&](const auto& one) {
@@ -249,7 +252,7 @@ void driveLoad(const std::vector<RegisteredClass>& classes, const DriveOptions& 
         if (result->changes) {
             continue;
         }
-        Session session(about, findings, options.tries);
+        Session session(access, about, findings, options.tries);
         session.confirm([&](Doubts& doubts) {
             const auto now = expectation(about, session);
             const bool isSame = now && now->state == expected.state;

@@ -41,9 +41,10 @@ void Doubts::add(Doubt doubt) {
     _all.emplace(std::move(key), std::move(doubt));
 }
 
-Session::Session(const RegisteredClass& ofClass, velmar_checks::Findings& findings, unsigned tries)
-    : about(ofClass), _findings(findings), _tries(tries) {
-    client.connectLocal();
+Session::Session(Access& through, const RegisteredClass& ofClass, velmar_checks::Findings& findings,
+                 unsigned tries)
+    : access(through), about(ofClass), _findings(findings), _tries(tries) {
+    access.connect(client);
     result.nameSpace = utf8(about.nameSpace.getString());
     result.className = about.text();
 }

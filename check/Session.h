@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "check/Access.h"
 #include "check/RegisteredClasses.h"
 #include "checks/Findings.h"
 #include "model/Text.h"
@@ -78,8 +79,9 @@ class Doubts {
 
 class Session {
  public:
-    /// Connects to the started server. `tries` is how often confirm asks again.
-    Session(const RegisteredClass& about, velmar_checks::Findings& findings, unsigned tries);
+    /// Connects. Borrows all three. `tries` is how often confirm asks again.
+    Session(Access& access, const RegisteredClass& about, velmar_checks::Findings& findings,
+            unsigned tries);
 
     /// Runs `work`, times it as `operation` of the class, and says how it ended. Throws NoAnswer.
     Outcome call(const std::string& operation, const std::function<void()>& work);
@@ -103,6 +105,7 @@ class Session {
     /// and the rest those only that tell whether it is like them.
     bool isSample(const std::string& object);
 
+    Access& access;
     const RegisteredClass& about;
     Pegasus::CIMClient client;
     ClassReport result;

@@ -30,7 +30,7 @@ namespace {
 struct AskOptions {
     Package package;
     std::vector<std::string> words;
-    std::string user;
+    Login login;
     std::string associationClass, resultClass, role, resultRole;
     WatchOptions seen;
     bool isMof = false;
@@ -273,7 +273,7 @@ ExitCode run(AskOptions& options) {
                 " runs elsewhere: --explain, --trace, --svg and --fault need a package, which runs "
                 "in this process");
         }
-        connectTo(client, target, options.user);
+        connectTo(client, target, options.login);
         return ask(options, client, operation, words);
     }
     options.package.folder = target;
@@ -330,7 +330,7 @@ void addAsk(CLI::App& app, Run& run) {
     arguments->package.needs = Needs::Model;
     command
         ->add_option("words", arguments->words,
-                     "Folder or MOF file (.), or http://HOST:PORT; the operation; its arguments")
+                     "Folder or MOF file (.), or http(s)://HOST:PORT; the operation; its arguments")
         ->type_name("[PACKAGE|URL] OPERATION");
     command->add_option("-n,--namespace", arguments->package.nameSpace, "Namespace of the classes")
         ->capture_default_str();
@@ -340,8 +340,7 @@ void addAsk(CLI::App& app, Run& run) {
                         "Of a, an, r and rn: the class of what is given");
     command->add_option("--role", arguments->role, "Of a, an, r and rn: the object's own role");
     command->add_option("--result-role", arguments->resultRole, "Of a and an: the far end's role");
-    command->add_option("--user", arguments->user,
-                        "User at a server; VELMAR_PASSWORD in the environment is the password");
+    arguments->login.addOptions(*command);
     arguments->seen.addOptions(*command);
     command->add_flag("--mof", arguments->isMof, "Print MOF");
     command->add_flag("--json", arguments->isJson, "Print JSON");

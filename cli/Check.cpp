@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <fstream>
 #include <functional>
 #include <future>
 #include <memory>
@@ -22,6 +23,7 @@
 
 #include "Apart.h"
 #include "CheckReport.h"
+#include "CheckServer.h"
 #include "Commands.h"
 #include "Package.h"
 #include "Progress.h"
@@ -39,8 +41,10 @@ namespace {
 
 struct CheckOptions {
     Package package;
+    ServerToCheck server;  // instead of the package
     velmar_driver::DriveOptions drive;
     WatchOptions seen;
+    std::string junit;  // file; empty: none
     bool json = false;
     bool figures = false;
     std::vector<std::string> allowed;  // ids of rules
@@ -137,13 +141,21 @@ struct CheckedServer {
     }
 };
 
-void leaveOut(const std::vector<std::string>& allowed, Results& results) {
-    const auto isAllowed = [&](const Finding& finding) {
-        return std::count(allowed.begin(), allowed.end(), finding.id) > 0;
+// Registrations of classes that are not asked are left out, those that are allowed are counted.
+void leaveOut(const CheckOptions& options, Results& results) {
+    const auto remove = [&](const std::function<bool(const Finding&)>& isMeant) {
+        const auto end = std::remove_if(results.findings.begin(), results.findings.end(), isMeant);
+        const auto count = static_cast<size_t>(results.findings.end() - end);
+        results.findings.erase(end, results.findings.end());
+        return count;
     };
-    const auto end = std::remove_if(results.findings.begin(), results.findings.end(), isAllowed);
-    results.allowed = static_cast<size_t>(results.findings.end() - end);
-    results.findings.erase(end, results.findings.end());
+    remove([&](const Finding& finding) {
+        return finding.id.rfind("registration.", 0) == 0 && !finding.className.empty() &&
+               !options.drive.isAsked(finding.className);
+    });
+    results.allowed = remove([&](const Finding& finding) {
+        return std::count(options.allowed.begin(), options.allowed.end(), finding.id) > 0;
+    });
 }
 
 Results check(const CheckOptions& options, CheckedServer& checked, Record& record) {
@@ -163,7 +175,10 @@ Results check(const CheckOptions& options, CheckedServer& checked, Record& recor
         drive.progress = [&](size_t done, size_t all, const std::string& className) {
             progress.show(done, all, "classes", className);
         };
-        results.classes = velmar_driver::drive(server, drive, driven);
+        const auto classes = velmar_driver::registeredClasses(server.repository());
+        velmar_driver::requireClasses(classes, drive);
+        velmar_driver::EmbeddedAccess access(server);
+        results.classes = velmar_driver::drive(access, classes, drive, driven);
     } catch (const velmar_embedded::MofError& error) {
         if (error.line() == 0) {
             throw;  // a file that cannot be read
@@ -186,7 +201,7 @@ Results check(const CheckOptions& options, CheckedServer& checked, Record& recor
     }
     const std::vector<Finding> more = driven.all();
     results.findings.insert(results.findings.end(), more.begin(), more.end());
-    leaveOut(options.allowed, results);
+    leaveOut(options, results);
     results.figures = checked.observer.figures.figures();
     return results;
 }
@@ -254,6 +269,38 @@ void tellProblems(const Record& record) {
     }
 }
 
+// Throws UsageError for what cannot be written.
+void report(const nlohmann::ordered_json& document, const CheckOptions& options) {
+    const std::string text =
+        options.json ? textOf(document, 2) : forReaders(document, options.drive, options.figures);
+    if (fwrite(text.data(), 1, text.size(), stdout) != text.size() || fflush(stdout) != 0) {
+        throw UsageError(fmt::format("cannot write the report: {}", strerror(errno)));
+    }
+    if (!options.junit.empty()) {
+        std::ofstream file(options.junit);
+        file << forBuildServers(document);
+        file.close();
+        if (!file) {
+            throw UsageError(fmt::format("cannot write {}: {}", options.junit, strerror(errno)));
+        }
+    }
+}
+
+#ifdef VELMAR_HAS_WIRE
+ExitCode checkDeployed(const CheckOptions& options) {
+    if (options.seen.wantJournal() || !options.seen.faults.empty() || options.figures) {
+        throw UsageError(
+            options.server.url +
+            " runs elsewhere: --explain, --trace, --svg, --fault and --figures need a package, "
+            "which runs in a process of this command");
+    }
+    Results results = checkServer(options.server, options.package.nameSpace, options.drive);
+    leaveOut(options, results);
+    report(nlohmann::ordered_json::parse(textOf(toJson(results), -1)), options);
+    return results.findings.empty() ? Good : Findings;
+}
+#endif
+
 ExitCode checkApart(const CheckOptions& options) {
     Record& record = makeRecord();
     std::string fault = runApart(record, [&] { return checkInto(record, options); });
@@ -269,12 +316,7 @@ ExitCode checkApart(const CheckOptions& options) {
     const nlohmann::ordered_json document = fault.empty()
                                                 ? nlohmann::ordered_json::parse(record.report.get())
                                                 : unfinished(record, options, fault);
-    const std::string text =
-        options.json ? textOf(document, 2) : forReaders(document, options.drive, options.figures);
-    if (fwrite(text.data(), 1, text.size(), stdout) != text.size() || fflush(stdout) != 0) {
-        fmt::print(stderr, "velmar: cannot write the report: {}\n", strerror(errno));
-        return Unusable;
-    }
+    report(document, options);
     const ExitCode code = fault.empty() || isUnusable ? record.code : Findings;
     if (record.hangs && fault.empty()) {
         _exit(code);
@@ -311,6 +353,10 @@ void addCheck(CLI::App& app, Run& run) {
                        "Ask from so many clients at once, after all else");
     command.add_option("--seconds", options->drive.seconds, "How long the clients go on")
         ->capture_default_str();
+    command.add_option("--class", options->drive.only, "Ask this class only; may be given again")
+        ->type_name("NAME")
+        ->allow_extra_args(false)
+        ->take_all();
     command
         .add_option("--allow", options->allowed,
                     "Ids of rules whose findings are counted, and no more")
@@ -320,16 +366,38 @@ void addCheck(CLI::App& app, Run& run) {
                      "Print for each class and operation how often providers were called, and how "
                      "long that took");
     command.add_flag("--json", options->json, "Print the results for machines");
+    command
+        .add_option("--junit", options->junit,
+                    "Write the results as JUnit XML, a test case for each class and one for the "
+                    "package")
+        ->type_name("FILE");
+#ifdef VELMAR_HAS_WIRE
+    command
+        .add_option("--server", options->server.url,
+                    "Ask the providers of a running server instead; without --write and --call it "
+                    "stays as it is")
+        ->type_name("URL");
+    command
+        .add_option("--interop", options->server.interop, "Of a server: namespace of registrations")
+        ->capture_default_str();
+    options->server.login.addOptions(command);
+#endif
     command.footer(
         "Ends with 0 when nothing is wrong, 1 with findings, 2 for input that cannot be used.\n\n"
         "Examples:\n"
         "  velmar check build/fans\n"
         "  velmar check --schema Fans.mof --registration FansRegistration.mof --modules build\n"
-        "  velmar check build/fans --write --call --clients 4 --seconds 30");
+        "  velmar check build/fans --write --call --clients 4 --seconds 30\n"
+        "  velmar check --server http://localhost:5988 -n root/velmar_remote --class EX_Fan");
     command.callback([options, &run] {
         run = [options] {
             options->package.takeFolder(options->allowed);
             std::for_each(options->allowed.begin(), options->allowed.end(), refuseUnknownRule);
+#ifdef VELMAR_HAS_WIRE
+            if (!options->server.url.empty()) {
+                return checkDeployed(*options);
+            }
+#endif
             options->package.resolve();
             return checkApart(*options);
         };

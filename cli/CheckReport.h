@@ -35,6 +35,10 @@ std::string textOf(const nlohmann::ordered_json& document, int indentation);
 std::string forReaders(const nlohmann::ordered_json& document,
                        const velmar_driver::DriveOptions& options, bool figures);
 
+/// The same as JUnit XML: a test case for each class, and one for what is not of a class that was
+/// asked; it fails with all its findings.
+std::string forBuildServers(const nlohmann::ordered_json& document);
+
 }  // namespace velmar_cli
 
 #endif

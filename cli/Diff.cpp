@@ -41,14 +41,14 @@ struct DiffArguments {
     std::string targets[2];
     std::string otherNamespace;
     std::vector<std::string> ignored;
-    std::string user;
+    Login login;
     bool isJson = false;
 };
 
 ExitCode readInto(FILE* file, const std::string& target, Package package,
                   const DiffArguments& arguments) {
     dup2(STDERR_FILENO, STDOUT_FILENO);  // what providers print is no difference
-    return withClient(target, package, arguments.user, [&](Pegasus::CIMClient& client) {
+    return withClient(target, package, arguments.login, [&](Pegasus::CIMClient& client) {
         client.setTimeout(LONG_ANSWER);
         Progress progress;
         const Snapshot snapshot = velmar_recording::snapshotOf(
@@ -157,6 +157,9 @@ std::string forMachines(const std::vector<Difference>& all) {
 
 ExitCode diff(const DiffArguments& arguments) {
     Snapshot snapshots[2];
+    if (isUrl(arguments.targets[0]) || isUrl(arguments.targets[1])) {
+        arguments.login.password();  // once, not in the process of each
+    }
     for (int i = 0; i < 2; i++) {
         Package package = arguments.package;
         if (i == 1 && !arguments.otherNamespace.empty()) {
@@ -190,7 +193,7 @@ void addDiff(CLI::App& app, Run& run) {
     for (int i = 0; i < 2; i++) {
         command
             ->add_option(names[i], arguments->targets[i],
-                         "Folder or MOF file, or http://HOST:PORT of a server")
+                         "Folder or MOF file, or http(s)://HOST:PORT of a server")
             ->type_name("PACKAGE|URL")
             ->required();
     }
@@ -204,8 +207,7 @@ void addDiff(CLI::App& app, Run& run) {
         ->type_name("PROPERTY")
         ->allow_extra_args(false)
         ->take_all();
-    command->add_option("--user", arguments->user,
-                        "User at a server; VELMAR_PASSWORD in the environment is the password");
+    arguments->login.addOptions(*command);
     command->add_flag("--json", arguments->isJson, "Print JSON");
     command->footer(
         "Ends with 0 without differences, 1 with some, 2 where one of them cannot be read.\n\n"

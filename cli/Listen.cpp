@@ -29,7 +29,7 @@ struct ListenOptions {
     std::string className = "CIM_AlertIndication";
     std::string nameSpace = "root/velmar_remote";
     std::string interop = velmar_embedded::interopNamespace;
-    std::string user;
+    Login login;
     unsigned count = 0;
     bool isMof = false;
     bool isJson = false;
@@ -50,7 +50,7 @@ void print(const CIMInstance& alert, Format format) {
 ExitCode listen(const ListenOptions& options) {
     EndSignals end;
     CIMClient client;
-    connectTo(client, options.url, options.user);
+    connectTo(client, options.url, options.login);
     const CIMNamespaceName nameSpace(options.nameSpace.c_str());
     const std::string className =
         AskArguments(client, nameSpace).factsOf(options.className)->name();
@@ -80,14 +80,13 @@ void addListen(CLI::App& app, Run& run) {
         "listen", "Subscribes at a server of this host and prints its alerts until interrupted");
     const auto options = std::make_shared<ListenOptions>();
     command->add_option("class", options->className, "Class of the alerts")->capture_default_str();
-    command->add_option("--url", options->url, "The server, http://HOST:PORT")
+    command->add_option("--url", options->url, "The server, http(s)://HOST:PORT")
         ->capture_default_str();
     command->add_option("-n,--namespace", options->nameSpace, "Namespace that the alerts come from")
         ->capture_default_str();
     command->add_option("--interop", options->interop, "Namespace of the server's subscriptions")
         ->capture_default_str();
-    command->add_option("--user", options->user,
-                        "User at the server; VELMAR_PASSWORD in the environment is the password");
+    options->login.addOptions(*command);
     command->add_option("--count", options->count, "End after that many alerts");
     command->add_flag("--mof", options->isMof, "Print MOF");
     command->add_flag("--json", options->isJson, "Print JSON");

@@ -21,7 +21,7 @@ struct RecordArguments {
     Package package;
     std::string target;
     std::string folder;
-    std::string user;
+    Login login;
 };
 
 ExitCode record(const RecordArguments& arguments, Pegasus::CIMClient& client) {
@@ -57,7 +57,7 @@ void addRecord(CLI::App& app, Run& run) {
     arguments->package.needs = Needs::Model;
     command
         ->add_option("target", arguments->target,
-                     "Folder or MOF file, or http://HOST:PORT of a server")
+                     "Folder or MOF file, or http(s)://HOST:PORT of a server")
         ->type_name("PACKAGE|URL")
         ->required();
     command->add_option("folder", arguments->folder, "Folder to write, empty or new")
@@ -65,8 +65,7 @@ void addRecord(CLI::App& app, Run& run) {
         ->required();
     command->add_option("-n,--namespace", arguments->package.nameSpace, "Namespace to read")
         ->capture_default_str();
-    command->add_option("--user", arguments->user,
-                        "User at a server; VELMAR_PASSWORD in the environment is the password");
+    arguments->login.addOptions(*command);
     command->footer(
         "Ends with 1 where notes say what is not in the recording as the server has it.\n\n"
         "Examples:\n"
@@ -75,7 +74,7 @@ void addRecord(CLI::App& app, Run& run) {
     command->callback([&run, arguments] {
         run = [arguments] {
             return withClient(
-                arguments->target, arguments->package, arguments->user,
+                arguments->target, arguments->package, arguments->login,
                 [&](Pegasus::CIMClient& client) { return record(*arguments, client); });
         };
     });

@@ -3,45 +3,63 @@
 
 #include "Target.h"
 
-#include <cstdlib>
+#include <fmt/format.h>
+
 #include <filesystem>
+#include <mutex>
 
 #include "Crash.h"
+#include "model/Text.h"
+#ifdef VELMAR_HAS_WIRE
+#include <velmar_wire/Connect.h>
+#endif
 
 using namespace Pegasus;
 
 namespace velmar_cli {
 
-bool isUrl(const std::string& target) { return target.rfind("http://", 0) == 0; }
-
-void connectTo(CIMClient& client, const std::string& url, const std::string& user) {
-    const std::string scheme = "http://";
-    const std::string place =
-        url.substr(scheme.size(), url.find('/', scheme.size()) - scheme.size());
-    const size_t colon =
-        place.find(':', place.find(']') == std::string::npos ? 0 : place.find(']'));
-    const std::string port = colon == std::string::npos ? "5988" : place.substr(colon + 1);
-    const bool isNumber = !port.empty() && port.size() < 6 &&
-                          port.find_first_not_of("0123456789") == std::string::npos;
-    if (place.substr(0, colon).empty() || !isNumber) {
-        throw UsageError(url + ": expected http://HOST:PORT");
-    }
-    const char* const password = std::getenv("VELMAR_PASSWORD");
-    client.connect(place.substr(0, colon).c_str(), Uint32(std::stoul(port)), user.c_str(),
-                   password == nullptr ? "" : password);
+bool isUrl(const std::string& target) {
+    return target.rfind("http://", 0) == 0 || target.rfind("https://", 0) == 0;
 }
 
-ExitCode withClient(const std::string& target, Package& package, const std::string& user,
+#ifdef VELMAR_HAS_WIRE
+
+bool isThisHost(const std::string& url) {
+    const std::string host = velmar_embedded::lowerCase(velmar_wire::addressOf(url).host);
+    return host == "localhost" || host == "::1" || host.rfind("127.", 0) == 0;
+}
+
+void connectTo(CIMClient& client, const std::string& url, const Login& login) {
+    static std::once_flag told;
+    if (!login.user.empty() && !velmar_wire::addressOf(url).isEncrypted && !isThisHost(url)) {
+        std::call_once(told, [&] {
+            fmt::print(stderr, "note: {} has no TLS: the password can be read on its way\n", url);
+        });
+    }
+    velmar_wire::connect(client, url, login.user, login.password(), {login.trusted});
+}
+
+#else
+
+bool isThisHost(const std::string&) { return false; }
+
+void connectTo(CIMClient&, const std::string& url, const Login&) {
+    throw UsageError(url + ": this velmar was built without HTTP");
+}
+
+#endif
+
+ExitCode withClient(const std::string& target, Package& package, const Login& login,
                     const std::function<ExitCode(CIMClient&)>& work) {
     CIMClient client;
     if (isUrl(target)) {
-        connectTo(client, target, user);
+        connectTo(client, target, login);
         return work(client);
     }
     if (!std::filesystem::exists(target)) {
         throw UsageError(target +
                          ": is not there; expected a package, a MOF file or "
-                         "http://HOST:PORT");
+                         "http(s)://HOST:PORT");
     }
     package.folder = target;
     package.resolve();

@@ -110,7 +110,7 @@ if(TARGET velmar_wire)
     if(BUILD_SHARED_LIBS)
         set(VELMAR_PC_WIRE_REQUIRES "")
     else()
-        set(VELMAR_PC_WIRE_REQUIRES ", cpp-httplib, pugixml")
+        set(VELMAR_PC_WIRE_REQUIRES ", cpp-httplib, pugixml, openssl")
     endif()
     configure_file("${PROJECT_SOURCE_DIR}/cmake/velmar_wire.pc.in"
                    "${PROJECT_BINARY_DIR}/velmar_wire.pc" @ONLY)

@@ -42,8 +42,8 @@ install_packages() {
 # shellcheck disable=SC2034  # used by those that source this
 {
     BUILD_PACKAGES=(g++ cmake ninja-build pkg-config nlohmann-json3-dev libfmt-dev libcli11-dev
-                    libcpp-httplib-dev libpugixml-dev)
-    TEST_PACKAGES=(libgtest-dev python3 sblim-wbemcli)
+                    libcpp-httplib-dev libpugixml-dev libssl-dev)
+    TEST_PACKAGES=(libgtest-dev openssl python3 sblim-wbemcli)
     BENCH_PACKAGES=(libbenchmark-dev)
 }
 

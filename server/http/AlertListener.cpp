@@ -25,6 +25,7 @@ namespace velmar_wire {
 struct AlertListener::Impl {
     explicit Impl(Take given) : take(std::move(given)) {
         server.set_payload_max_length(16 * 1024 * 1024);
+        server.set_keep_alive_max_count(1);  // stop would wait for idle connections
         server.Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
             answer(request, response);
         });

@@ -17,6 +17,7 @@
 #include "CimReader.h"
 #include "HttpMessage.h"
 #include "Messages.h"
+#include "Tls.h"
 #include "client/Connector.h"
 
 using namespace Pegasus;
@@ -62,15 +63,28 @@ bool hasOneResult(Operation operation) {
            operation == Operation::CreateInstance || operation == Operation::GetQualifier;
 }
 
+// As a URL has it.
+std::string placeOf(const std::string& host, int port) {
+    const bool isIPv6 = host.find(':') != std::string::npos;
+    return (isIPv6 ? "[" + host + "]" : host) + ":" + std::to_string(port);
+}
+
 class HttpServerConnection : public velmar_embedded::RemoteServer {
  public:
     HttpServerConnection(const std::string& host, int port, const std::string& user,
-                         const std::string& password)
-        : _place(host + ":" + std::to_string(port)), _client(host, port) {
-        _client.set_keep_alive(true);
-        _client.set_tcp_nodelay(true);
+                         const std::string& password, const Trust* trust)
+        : _host(host), _place(placeOf(host, port)) {
+        if (trust != nullptr) {
+            auto client = tlsClient(host, port, *trust);
+            _tls = client.get();
+            _client = std::move(client);
+        } else {
+            _client = std::make_unique<httplib::ClientImpl>(host, port);
+        }
+        _client->set_keep_alive(true);
+        _client->set_tcp_nodelay(true);
         if (!user.empty()) {
-            _client.set_basic_auth(user, password);
+            _client->set_basic_auth(user, password);
         }
     }
 
@@ -95,18 +109,24 @@ class HttpServerConnection : public velmar_embedded::RemoteServer {
  private:
     std::string post(const Request& request, std::chrono::milliseconds timeout) {
         const httplib::Headers headers = {
+            {"Host", _place},
             {"CIMOperation", "MethodCall"},
             {"CIMMethod", percentEncoded(methodOf(request))},
             {"CIMObject", percentEncoded(objectOf(request))},
         };
-        _client.set_connection_timeout(timeout);
-        _client.set_read_timeout(timeout);
-        _client.set_write_timeout(timeout);
+        _client->set_connection_timeout(timeout);
+        _client->set_read_timeout(timeout);
+        _client->set_write_timeout(timeout);
         const Clock::time_point begin = Clock::now();
         const httplib::Result result =
-            _client.Post("/cimom", headers, requestMessage(request, ++_lastId),
-                         "application/xml; charset=\"utf-8\"");
+            _client->Post("/cimom", headers, requestMessage(request, ++_lastId),
+                          "application/xml; charset=\"utf-8\"");
         if (!result) {
+            const std::string fault =
+                _tls == nullptr ? "" : tlsFault(*_tls, result.error(), _host, _place);
+            if (!fault.empty()) {
+                throw CannotConnectException(stringOf(fault));
+            }
             // cpp-httplib does not tell a time that ran out from a connection that broke.
             if (Clock::now() - begin >= timeout) {
                 throw ConnectionTimeoutException();
@@ -131,8 +151,9 @@ class HttpServerConnection : public velmar_embedded::RemoteServer {
         return text;
     }
 
-    const std::string _place;
-    httplib::Client _client;
+    const std::string _host, _place;
+    std::unique_ptr<httplib::ClientImpl> _client;
+    const httplib::SSLClient* _tls = nullptr;  // the client, where it is one
     unsigned _lastId = 0;
 };
 
@@ -147,10 +168,10 @@ class HttpConnector : public velmar_embedded::Connector {
         const int milliseconds = int(std::min<Uint32>(timeout, 0x7FFFFFFF));
         if (port == 0 || port > 65535 || !isReachable(utf8(host), int(port), milliseconds)) {
             throw CannotConnectException(
-                stringOf("Cannot connect to " + utf8(host) + ":" + std::to_string(port)));
+                stringOf("Cannot connect to " + placeOf(utf8(host), int(port))));
         }
         return std::make_unique<HttpServerConnection>(utf8(host), int(port), utf8(user),
-                                                      utf8(password));
+                                                      utf8(password), wantedTrust());
     }
 };
 

@@ -65,7 +65,8 @@ class Package : public ScriptedServer {
             classes.push_back({ns, name, server.repository().getClass(ns, name), all});
         }
         velmar_checks::Findings findings;
-        reports = velmar_driver::drive(server, classes, options, findings);
+        velmar_driver::EmbeddedAccess access(server);
+        reports = velmar_driver::drive(access, classes, options, findings);
         std::set<std::string> ids;
         for (const velmar_checks::Finding& one : findings.all()) {
             ids.insert(one.id);
@@ -317,7 +318,8 @@ TEST_F(Package, AlertsOfMethodsAreListenedTo) {
         {ns, "T_A", server.repository().getClass(ns, "T_A"), {ProviderType::Method}},
         {ns, "T_Alert", server.repository().getClass(ns, "T_Alert"), {ProviderType::Indication}}};
     velmar_checks::Findings ignored;
-    velmar_driver::drive(server, classes, options, ignored);
+    velmar_driver::EmbeddedAccess access(server);
+    velmar_driver::drive(access, classes, options, ignored);
     EXPECT_GT(called, 0u);
     EXPECT_EQ(enabled, called);
     EXPECT_FALSE(isEnabled);

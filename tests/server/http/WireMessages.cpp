@@ -4,6 +4,7 @@
 // Messages without a server: what is refused and how, and values that must come out as they went
 // in.
 #include <gtest/gtest.h>
+#include <velmar_wire/Connect.h>
 
 #include "CimHandler.h"
 #include "Messages.h"
@@ -265,6 +266,23 @@ TEST(WireMessages, ClassesAndQualifiersTravel) {
         EXPECT_EQ(call.request->qualifier.defaultValue, each.defaultValue);
         EXPECT_TRUE(call.request->qualifier.flavor.equal(each.flavor));
         EXPECT_EQ(call.request->qualifier.scopes, each.scopes);
+    }
+}
+
+TEST(WireMessages, UrlsNameAServer) {
+    const auto read = [](const std::string& url) {
+        const Address address = addressOf(url);
+        return address.host + " " + std::to_string(address.port) +
+               (address.isEncrypted ? " encrypted" : "");
+    };
+    EXPECT_EQ(read("http://a"), "a 5988");
+    EXPECT_EQ(read("https://a.b/cimom"), "a.b 5989 encrypted");
+    EXPECT_EQ(read("https://[fe80::1]:1?x"), "fe80::1 1 encrypted");
+    EXPECT_EQ(read("http://[::1]"), "::1 5988");
+    for (const char* url : {"", "a", "ftp://a", "http://", "http://:1", "http://a:", "http://a:0",
+                            "http://a:65536", "http://a:1a", "http://[::1", "http://[::1]1",
+                            "http://[]:1", "http://u@a", "https://u:p@a:1"}) {
+        EXPECT_THROW(addressOf(url), std::invalid_argument) << url;
     }
 }
 
