@@ -48,6 +48,7 @@ Deployed::Deployed(CIMClient& client, const CIMNamespaceName& interop,
     readHostName(client, interop);
     readClasses(client);
     readRegistrations(client, interop);
+    readStored(client);
 }
 
 // The paths of pull operations are whole, with the name that the server has for itself.
@@ -170,6 +171,36 @@ void Deployed::registerProvider(const CIMInstance& given) {
     } catch (const Exception& e) {
         _notes.push_back("PG_ProviderCapabilities " + utf8(given.getPath()) +
                          " is left out: " + utf8(e.getMessage()));
+    }
+}
+
+// A class below a served one needs no provider where the server stores its instances: one of them
+// tells.
+void Deployed::readStored(CIMClient& client) {
+    const auto isServed = [&](const CIMName& name) {
+        return _registry.find(_nameSpace, name, ProviderType::Instance) != nullptr;
+    };
+    const Array<CIMName> names = _schema.subclassNames(_nameSpace, CIMName(), true);
+    for (Uint32 i = 0; i < names.size(); i++) {
+        const Array<CIMName> lineage = _schema.lineage(_nameSpace, names[i]);
+        bool isBelow = false;
+        for (Uint32 k = 1; k < lineage.size(); k++) {
+            isBelow |= isServed(lineage[k]);
+        }
+        if (!isBelow || isServed(names[i])) {
+            continue;
+        }
+        try {
+            const Array<CIMInstance> found =
+                client.enumerateInstances(_nameSpace, names[i], true, false);
+            for (Uint32 k = 0; k < found.size(); k++) {
+                if (found[k].getClassName() == names[i]) {
+                    _schema.createInstance(_nameSpace, found[k]);
+                    break;
+                }
+            }
+        } catch (const CIMException&) {  // nor is it stored
+        }
     }
 }
 

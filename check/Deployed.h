@@ -49,6 +49,7 @@ class Deployed {
     void readHostName(Pegasus::CIMClient& client, const Pegasus::CIMNamespaceName& interop);
     void readClasses(Pegasus::CIMClient& client);
     void readRegistrations(Pegasus::CIMClient& client, const Pegasus::CIMNamespaceName& interop);
+    void readStored(Pegasus::CIMClient& client);
     void registerProvider(const Pegasus::CIMInstance& capabilities);
 
     // What findings are told to, beside being kept.

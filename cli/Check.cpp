@@ -288,6 +288,12 @@ void report(const nlohmann::ordered_json& document, const CheckOptions& options)
 
 #ifdef VELMAR_HAS_WIRE
 ExitCode checkDeployed(const CheckOptions& options) {
+    const Package& package = options.package;
+    if (!package.folder.empty() || !package.schemas.empty() || !package.registrations.empty() ||
+        !package.modules.empty()) {
+        throw UsageError("a package and --server " + options.server.url +
+                         ": expected one of them; each is checked by itself");
+    }
     if (options.seen.wantJournal() || !options.seen.faults.empty() || options.figures) {
         throw UsageError(
             options.server.url +

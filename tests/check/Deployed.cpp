@@ -144,6 +144,7 @@ TEST_F(Providers, AreJudgedFromOutsideAsFromInside) {
                             ? path(full("T_Link.x=\"1\""))
                             : path("//elsewhere/root/test:T_Link.x=\"1\""));
     };
+    server.repository().createInstance(ns, item("T_C.k=\"stored\""));  // T_D has none
     start();
     const velmar_wire::WireServer wire(server);
     OverHttp access(wire.port());
@@ -165,9 +166,10 @@ TEST_F(Providers, AreJudgedFromOutsideAsFromInside) {
     EXPECT_EQ(said(deployed.findings()), inside);
     for (const char* const id :
          {"registration.unknown-class", "registration.not-an-association",
-          "instance.undeclared-property", "instance.property-type", "instance.class",
-          "instance.duplicate-path", "instance.missing-key", "instance.path-missing-key",
-          "association.end-place", "method.return-type"}) {
+          "registration.unserved-subclass", "instance.undeclared-property",
+          "instance.property-type", "instance.class", "instance.duplicate-path",
+          "instance.missing-key", "instance.path-missing-key", "association.end-place",
+          "method.return-type"}) {
         EXPECT_TRUE(has(inside, id)) << id;
     }
     EXPECT_TRUE(has(said(driven.all()), "driver.names"));
