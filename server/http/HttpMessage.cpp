@@ -80,17 +80,54 @@ bool HttpRequest::keepsConnection() const {
                                                                                    : !isHttp10;
 }
 
+bool HttpRequest::takesTrailer() const {
+    for (const auto& header : headers) {
+        const bool isTe = strcasecmp(header.first.c_str(), "TE") == 0;
+        for (size_t start = 0; isTe && start < header.second.size();) {
+            const size_t end = std::min(header.second.find(',', start), header.second.size());
+            const std::string coding = trimmed(header.second.substr(start, end - start));
+            if (strcasecmp(coding.c_str(), "trailers") == 0) {
+                return !isHttp10;
+            }
+            start = end + 1;
+        }
+    }
+    return false;
+}
+
 std::string HttpResponse::text() const {
     std::string text = "HTTP/1.1 " + std::to_string(status) + " " + reasonOf(status) + "\r\n";
     text.reserve(text.size() + 256 + body.size());
     for (const auto& header : headers) {
         text.append(header.first).append(": ").append(header.second).append("\r\n");
     }
-    text.append("Content-Length: ").append(std::to_string(body.size())).append("\r\n");
+    if (isChunked) {
+        text += "Transfer-Encoding: chunked\r\n";
+    } else {
+        text.append("Content-Length: ").append(std::to_string(body.size())).append("\r\n");
+    }
     if (endsConnection) {
         text += "Connection: close\r\n";
     }
-    return text.append("\r\n").append(body);
+    text += "\r\n";
+    if (!isChunked) {
+        return text.append(body);
+    }
+    return text.append(chunk(body)).append(more ? "" : lastChunk({}));
+}
+
+std::string chunk(const std::string& data) {
+    char size[2 * sizeof(size_t)];
+    const auto end = std::to_chars(size, size + sizeof size, data.size(), 16).ptr;
+    return data.empty() ? "" : std::string(size, end).append("\r\n").append(data).append("\r\n");
+}
+
+std::string lastChunk(const HttpHeaders& trailer) {
+    std::string text = "0\r\n";
+    for (const auto& field : trailer) {
+        text.append(field.first).append(": ").append(field.second).append("\r\n");
+    }
+    return text.append("\r\n");
 }
 
 std::optional<HttpRequest> parseHead(const std::string& head) {

@@ -5,6 +5,7 @@
 #ifndef VELMAR_WIRE_HTTPMESSAGE_H
 #define VELMAR_WIRE_HTTPMESSAGE_H
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -24,6 +25,8 @@ struct HttpRequest {
     /// The value of the first header of this name in any letter case; null without one.
     const std::string* header(const std::string& name) const;
     bool keepsConnection() const;
+    /// Whether its sender reads what stands behind the last chunk of an answer: TE: trailers.
+    bool takesTrailer() const;
 };
 
 struct HttpResponse {
@@ -31,10 +34,18 @@ struct HttpResponse {
     HttpHeaders headers;
     std::string body;
     bool endsConnection = false;
+    bool isChunked = false;
+    /// Makes the next chunk of a body that only begins with `body`; empty at its end, which may
+    /// have a trailer. Throws when the body cannot be brought to its end. Null if `body` is whole.
+    std::function<std::string(HttpHeaders& trailer)> more;
 
-    /// The whole message.
+    /// The message; without what `more` makes.
     std::string text() const;
 };
+
+std::string chunk(const std::string& data);
+/// The end of a chunked body.
+std::string lastChunk(const HttpHeaders& trailer);
 
 /// The line and headers of a request, up to the empty line. Returns nullopt if malformed.
 std::optional<HttpRequest> parseHead(const std::string& head);

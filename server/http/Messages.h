@@ -32,6 +32,23 @@ struct Call {
 /// Throws MessageFault for anything but a simple request of the protocol version that its HTTP
 /// header says; a request that cannot be served is one with a refusal.
 Call readCall(const std::string& body, const std::string& protocolInHeader = "1.0");
+/// Writes a response from the pieces of its answer; the call must outlive it. Not thread-safe.
+class ResponseWriter {
+ public:
+    explicit ResponseWriter(const Call& call);
+    void add(const velmar_embedded::Answer& piece);
+    /// After the last piece, of which there is at least one.
+    void end();
+    size_t size() const { return _writer.size(); }
+    /// What was written since the last time.
+    std::string take() { return _writer.take(); }
+
+ private:
+    const Call& _call;
+    Pegasus::XmlWriter _writer;
+    bool _hasResult = false;
+    std::optional<Pegasus::String> _continuation;
+};
 std::string responseTo(const Call& call, const velmar_embedded::Answer& answer);
 /// `text` is the whole DESCRIPTION; an empty one is left out.
 std::string errorTo(const Call& call, Pegasus::CIMStatusCode code, const Pegasus::String& text);

@@ -22,20 +22,19 @@ const char* elementOf(const Call& call) {
     return call.isExtrinsic ? "METHODRESPONSE" : "IMETHODRESPONSE";
 }
 
-template <class Write>
-std::string response(const Call& call, Write&& write) {
-    XmlWriter writer;
+void openResponse(XmlWriter& writer, const Call& call) {
     openMessage(writer, call.id, "SIMPLERSP");
     writer.raw("<");
     writer.raw(elementOf(call));
     writer.attribute("NAME", stringOf(call.method));
     writer.raw(">");
-    write(writer);
+}
+
+void closeResponse(XmlWriter& writer, const Call& call) {
     writer.raw("</");
     writer.raw(elementOf(call));
     writer.raw(">");
     closeMessage(writer, "SIMPLERSP");
-    return writer.take();
 }
 
 void writeMethodResult(XmlWriter& writer, const Answer& answer) {
@@ -55,22 +54,13 @@ void writeMethodResult(XmlWriter& writer, const Answer& answer) {
     }
 }
 
-// A piece without objects has no result.
-void writeIntrinsicResult(XmlWriter& writer, const IntrinsicResult* result, const Answer& answer) {
-    const bool isPiece = answer.continuation.has_value();
-    if (result && (!isPiece || answer.instances.size() + answer.paths.size() > 0)) {
-        writer.raw("<IRETURNVALUE>");
-        result->write(writer, answer);
-        writer.raw("</IRETURNVALUE>");
-    }
-    if (isPiece) {
-        const bool isLast = answer.continuation->size() == 0;
-        writer.raw("<PARAMVALUE NAME=\"EndOfSequence\">");
-        writer.value(CIMValue(Boolean(isLast)));
-        writer.raw("</PARAMVALUE><PARAMVALUE NAME=\"EnumerationContext\">");
-        writer.element("VALUE", *answer.continuation);
-        writer.raw("</PARAMVALUE>");
-    }
+void writeContinuation(XmlWriter& writer, const String& continuation) {
+    const bool isLast = continuation.size() == 0;
+    writer.raw("<PARAMVALUE NAME=\"EndOfSequence\">");
+    writer.value(CIMValue(Boolean(isLast)));
+    writer.raw("</PARAMVALUE><PARAMVALUE NAME=\"EnumerationContext\">");
+    writer.element("VALUE", continuation);
+    writer.raw("</PARAMVALUE>");
 }
 
 void throwError(pugi::xml_node element) {
@@ -185,27 +175,58 @@ pugi::xml_node messageOf(const Document& document, const std::string* protocolIn
     return message;
 }
 
+ResponseWriter::ResponseWriter(const Call& call) : _call(call) { openResponse(_writer, call); }
+
+void ResponseWriter::add(const Answer& piece) {
+    if (_call.isExtrinsic) {
+        writeMethodResult(_writer, piece);
+        return;
+    }
+    _continuation = piece.continuation;
+    if (_call.intrinsic->result && piece.size() > 0) {
+        _writer.raw(_hasResult ? "" : "<IRETURNVALUE>");
+        _hasResult = true;
+        _call.intrinsic->result->write(_writer, piece);
+    }
+}
+
+void ResponseWriter::end() {
+    // What is pulled has no result if it has no objects.
+    const bool isEmpty = !_call.isExtrinsic && _call.intrinsic->result && !_continuation;
+    if (_hasResult) {
+        _writer.raw("</IRETURNVALUE>");
+    } else if (isEmpty) {
+        _writer.raw("<IRETURNVALUE></IRETURNVALUE>");
+    }
+    if (_continuation) {
+        writeContinuation(_writer, *_continuation);
+    }
+    closeResponse(_writer, _call);
+}
+
 std::string responseTo(const Call& call, const Answer& answer) {
-    return response(call, [&](XmlWriter& writer) {
-        if (call.isExtrinsic) {
-            writeMethodResult(writer, answer);
-        } else {
-            writeIntrinsicResult(writer, call.intrinsic->result, answer);
-        }
-    });
+    ResponseWriter writer(call);
+    writer.add(answer);
+    writer.end();
+    return writer.take();
 }
 
 std::string errorTo(const Call& call, CIMStatusCode code, const String& text) {
-    return response(call, [&](XmlWriter& writer) {
-        writer.raw("<ERROR");
-        writer.attribute("CODE", CIMValue(Uint32(code)).toString());
-        writer.attribute("DESCRIPTION", text);
-        writer.raw("/>");
-    });
+    XmlWriter writer;
+    openResponse(writer, call);
+    writer.raw("<ERROR");
+    writer.attribute("CODE", CIMValue(Uint32(code)).toString());
+    writer.attribute("DESCRIPTION", text);
+    writer.raw("/>");
+    closeResponse(writer, call);
+    return writer.take();
 }
 
 std::string emptyResponseTo(const Call& call) {
-    return response(call, [](XmlWriter&) {});
+    XmlWriter writer;
+    openResponse(writer, call);
+    closeResponse(writer, call);
+    return writer.take();
 }
 
 Answer readResponse(const Request& request, const std::string& body) {
