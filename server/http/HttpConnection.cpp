@@ -170,7 +170,7 @@ HttpConnection::Outcome HttpConnection::readHead(HttpRequest& request) {
 }
 
 HttpConnection::Outcome HttpConnection::readBody(HttpRequest& request) {
-    const BodyLength length = bodyLength(request);
+    const BodyLength length = bodyLength(request.headers);
     if (length.kind == BodyLength::Missing) {
         return Outcome::Ended;  // a real server waits for ever; there is nothing to wait for
     }
@@ -265,7 +265,7 @@ bool HttpConnection::serveOne() {
     }
     const HttpResponse refused = _check(request);
     if (refused.status == 501 ||
-        (refused.status != 200 && bodyLength(request).kind != BodyLength::Known)) {
+        (refused.status != 200 && bodyLength(request.headers).kind != BodyLength::Known)) {
         refuse(refused.status);
         return false;
     }

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "Intrinsics.h"
+#include "ItemCutter.h"
 #include "client/Request.h"
 
 namespace velmar_wire {
@@ -64,8 +65,31 @@ std::string methodOf(const velmar_embedded::Request& request);
 std::string objectOf(const velmar_embedded::Request& request);
 /// The same for a request that was read.
 std::string objectOf(const Call& call);
-/// Throws CIMException for an error in the response, MessageFault if it is not a response to
-/// the request.
+/// Reads a response while it comes; holds its answer, and one element of it as text. The request
+/// must outlive it. Not thread-safe.
+class ResponseReader {
+ public:
+    explicit ResponseReader(const velmar_embedded::Request& request);
+    ResponseReader(const ResponseReader&) = delete;
+    ResponseReader& operator=(const ResponseReader&) = delete;
+
+    /// Throws MessageFault.
+    void read(const char* data, size_t size) { _cutter.read(data, size); }
+    /// The answer, once all was read. Throws CIMException for an error in the response,
+    /// MessageFault if it is not a response to the request.
+    velmar_embedded::Answer end();
+
+ private:
+    void readItem(const std::string& element);
+
+    const velmar_embedded::Request& _request;
+    const Intrinsic* const _intrinsic;  // null for an extrinsic method
+    velmar_embedded::Answer _answer;
+    ItemCutter _cutter;
+};
+/// Throws the CIMException of an error; MessageFault for a code that cannot be.
+[[noreturn]] void throwStatus(const std::string& code, const std::string& text);
+/// Reads a response that is there.
 velmar_embedded::Answer readResponse(const velmar_embedded::Request& request,
                                      const std::string& body);
 

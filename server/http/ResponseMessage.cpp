@@ -11,7 +11,6 @@
 
 using namespace Pegasus;
 using velmar_embedded::Answer;
-using velmar_embedded::Operation;
 using velmar_embedded::Request;
 
 namespace velmar_wire {
@@ -63,23 +62,7 @@ void writeContinuation(XmlWriter& writer, const String& continuation) {
     writer.raw("</PARAMVALUE>");
 }
 
-void throwError(pugi::xml_node element) {
-    const String code = attributeOf(element, "CODE");
-    char* end = nullptr;
-    const std::string digits = utf8(code);
-    const unsigned long number = strtoul(digits.c_str(), &end, 10);
-    if (digits.empty() || *end || number == 0 || number > 0xFFFF) {
-        meaningless(element, "Illegal value for ERROR.CODE attribute");
-    }
-    const String text = stringOf(element.attribute("DESCRIPTION").as_string());
-    const unsigned long lastThatFits = 31;  // in the enumeration, which says nothing of its type
-    if (number > lastThatFits) {
-        throw CIMException(CIM_ERR_FAILED, String("status ") + code + String(": ") + text);
-    }
-    const auto status = CIMStatusCode(number);
-    throw CIMException(status, text.size() > 0 ? text : String(cimStatusCodeToString(status)));
-}
-
+// All but the objects.
 void readIntrinsicResult(const Intrinsic& intrinsic, pugi::xml_node element, Answer& answer) {
     if (!intrinsic.result) {
         return;
@@ -88,10 +71,9 @@ void readIntrinsicResult(const Intrinsic& intrinsic, pugi::xml_node element, Ans
     for (auto part = firstElement(element); part; part = nextElement(part)) {
         const std::string name = part.attribute("NAME").as_string();
         if (is(part, "IRETURNVALUE")) {
-            for (auto item = firstElement(part); item; item = nextElement(item)) {
-                intrinsic.result->read(answer, item);
-            }
-        } else if (is(part, "PARAMVALUE") && name == "EndOfSequence") {
+            continue;  // its elements came before
+        }
+        if (is(part, "PARAMVALUE") && name == "EndOfSequence") {
             isLast = booleanOf(onlyElement(part));
         } else if (is(part, "PARAMVALUE") && name == "EnumerationContext") {
             const pugi::xml_node value = firstElement(part);
@@ -229,30 +211,63 @@ std::string emptyResponseTo(const Call& call) {
     return writer.take();
 }
 
-Answer readResponse(const Request& request, const std::string& body) {
-    const Document document(body);
+void throwStatus(const std::string& code, const std::string& text) {
+    char* end = nullptr;
+    const unsigned long number = strtoul(code.c_str(), &end, 10);
+    if (code.empty() || *end || number == 0 || number > 0xFFFF) {
+        throw MessageFault(Defect::Meaningless, "Illegal value for ERROR.CODE attribute");
+    }
+    const String description = stringOf(text);
+    const unsigned long lastThatFits = 31;  // in the enumeration, which says nothing of its type
+    if (number > lastThatFits) {
+        throw CIMException(CIM_ERR_FAILED, String("status ") + stringOf(code) + ": " + description);
+    }
+    const auto status = CIMStatusCode(number);
+    throw CIMException(
+        status, description.size() > 0 ? description : String(cimStatusCodeToString(status)));
+}
+
+ResponseReader::ResponseReader(const Request& request)
+    : _request(request),
+      _intrinsic(findIntrinsic(request.operation)),
+      _cutter([this](const std::string& element) { readItem(element); }) {}
+
+void ResponseReader::readItem(const std::string& element) {
+    if (_intrinsic && _intrinsic->result) {
+        const Document document(element);
+        guarded([&] { _intrinsic->result->read(_answer, document.root()); });
+    }
+}
+
+Answer ResponseReader::end() {
+    const Document document(_cutter.rest());
     const pugi::xml_node message = messageOf(document);
     const pugi::xml_node reply = onlyElement(message);
     if (!is(reply, "SIMPLERSP")) {
         invalid(reply, std::string("Expected SIMPLERSP, got ") + reply.name());
     }
-    const bool isExtrinsic = request.operation == Operation::InvokeMethod;
     const pugi::xml_node element = onlyElement(reply);
-    if (!is(element, isExtrinsic ? "METHODRESPONSE" : "IMETHODRESPONSE")) {
+    if (!is(element, _intrinsic ? "IMETHODRESPONSE" : "METHODRESPONSE")) {
         invalid(element, std::string("Expected the response of a method, got ") + element.name());
     }
-    if (is(firstElement(element), "ERROR")) {
-        throwError(firstElement(element));
+    const pugi::xml_node first = firstElement(element);
+    if (is(first, "ERROR")) {
+        throwStatus(utf8(attributeOf(first, "CODE")), first.attribute("DESCRIPTION").as_string());
     }
-    return guarded([&] {
-        Answer answer;
-        if (isExtrinsic) {
-            readMethodResult(element, answer);
+    guarded([&] {
+        if (_intrinsic) {
+            readIntrinsicResult(*_intrinsic, element, _answer);
         } else {
-            readIntrinsicResult(*findIntrinsic(request.operation), element, answer);
+            readMethodResult(element, _answer);
         }
-        return answer;
     });
+    return std::move(_answer);
+}
+
+Answer readResponse(const Request& request, const std::string& body) {
+    ResponseReader reader(request);
+    reader.read(body.data(), body.size());
+    return reader.end();
 }
 
 }  // namespace velmar_wire

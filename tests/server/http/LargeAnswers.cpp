@@ -2,7 +2,10 @@
 // SPDX-License-Identifier: MIT
 //
 // Answers that go to the client while their provider delivers them.
+#include <new>
+
 #include <velmar_wire/WireServer.h>
+#include "HttpServer.h"
 #include "support/ScriptedServer.h"
 #include "support/Socket.h"
 
@@ -110,6 +113,7 @@ TEST_F(LargeAnswers, AnErrorAfterTheFirstChunkStandsInTheTrailer) {
                          "\r\n0\r\nCIMStatusCode: 2\r\nCIMStatusCodeDescription: "
                          "not%0D%0A%3A%20all\r\n\r\n"))
         << cut.substr(cut.size() - 200);
+    EXPECT_EQ(outcome([&] { client.enumerateInstances(ns, "T_A"); }), "2 not\r\n: all");
     const std::string whole = ask("")->all();  // cannot be told but at once
     EXPECT_EQ(count(whole, "<ERROR CODE=\"2\""), 1) << whole;
 }
@@ -145,6 +149,56 @@ TEST_F(LargeAnswers, SeveralProvidersKeepTheirOrder) {
     EXPECT_EQ(count(answer, "<INSTANCE CLASSNAME=\"T_D\""), 250);
     EXPECT_EQ(count(answer, "<INSTANCE CLASSNAME=\"T_A\""), 250);
     EXPECT_LT(answer.rfind("\"T_D\""), answer.find("<INSTANCE CLASSNAME=\"T_A\""));
+}
+
+TEST(LargeAnswersClient, AnswersThatAreCutOffOrEndInNonsenseAreNone) {
+    const std::string begin =
+        "<?xml version=\"1.0\"?><CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" "
+        "PROTOCOLVERSION=\"1.0\"><SIMPLERSP><IMETHODRESPONSE NAME=\"EnumerateClassNames\">"
+        "<IRETURNVALUE><CLASSNAME NAME=\"A\"/>text<!-- <CLASSNAME> -->\n<CLASSNAME NAME=\"B\"/>";
+    const std::string end = "</IRETURNVALUE></IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>";
+    const struct {
+        std::string rest;
+        velmar_wire::HttpHeaders trailer;
+        bool isCut;
+        std::string outcome;
+    } cases[] = {
+        {end, {}, false, "ok"},
+        {end, {}, true, "Connection to"},
+        {"", {{"CIMStatusCode", "4"}}, false, "4 CIM_ERR_INVALID_PARAMETER"},
+        {"", {{"CIMStatusCode", "4"}, {"CIMStatusCodeDescription", "no%C3"}}, false, "4 CIM_ERR_"},
+        {end, {{"CIMStatusCode", "x"}}, false, "malformed response"},
+        {"", {}, false, "malformed response"},
+        {"<CLASSNAME NAME=\"C\">" + end, {}, false, "malformed response"},
+        {"<CLASSNAME NAME=\"-\"/>" + end, {}, false, "malformed response"},
+        {"<CLASSNAME NAME='<!", {}, false, "malformed response"},
+    };
+    for (const auto& each : cases) {
+        velmar_wire::HttpServer server(
+            {}, [](const velmar_wire::HttpRequest&) { return velmar_wire::HttpResponse(); },
+            [&](const velmar_wire::HttpRequest&) {
+                velmar_wire::HttpResponse response;
+                response.isChunked = true;
+                std::string left = begin + each.rest;  // a byte at a time
+                response.more = [&each, left](velmar_wire::HttpHeaders& trailer) mutable {
+                    if (left.empty() && each.isCut) {
+                        throw std::bad_alloc();
+                    }
+                    trailer = each.trailer;
+                    const std::string next = left.substr(0, 1);
+                    left.erase(0, 1);
+                    return next;
+                };
+                return response;
+            });
+        CIMClient client;
+        client.connect("127.0.0.1", server.start(0), String(), String());
+        for (int i = 0; i < 2; i++) {  // whatever came before on the connection
+            const std::string got =
+                outcome([&] { EXPECT_EQ(client.enumerateClassNames("root/test").size(), 2u); });
+            EXPECT_EQ(got.substr(0, each.outcome.size()), each.outcome) << each.rest;
+        }
+    }
 }
 
 }  // namespace
