@@ -134,6 +134,30 @@ Figures withClient(uint16_t port, const char* className, Uint32 count) {
     return figures;
 }
 
+Figures withPulls(uint16_t port, const char* className, Uint32 count) {
+    CIMClient client;
+    client.setTimeout(600000);
+    client.connect("127.0.0.1", port, String(), String());
+    CIMEnumerationContext context;
+    Boolean isLast = false;
+    const Clock::time_point begin = Clock::now();
+    Uint32 pulled = client
+                        .openEnumerateInstances(context, isLast, nameSpace, CIMName(className),
+                                                true, false, CIMPropertyList(), String(), String(),
+                                                Uint32Arg(), false, Uint32Arg(1000))
+                        .size();
+    Figures figures = {since(begin), 0, 0, 0};
+    while (!isLast) {
+        pulled += client.pullInstancesWithPath(context, isLast, 1000).size();
+    }
+    figures.all = since(begin);
+    figures.peak = memory("VmHWM:", getpid());
+    if (pulled != count) {
+        abort();
+    }
+    return figures;
+}
+
 // Only counts the bytes.
 Figures withBytes(uint16_t port, const char* className) {
     const std::string body =
@@ -198,7 +222,7 @@ Figures withBytes(uint16_t port, const char* className) {
     _exit(0);
 }
 
-void measure(const char* className, Uint32 count, bool withObjects) {
+void measure(const char* className, Uint32 count, const std::string& how) {
     int input[2];
     int output[2];
     if (pipe(input) != 0 || pipe(output) != 0) {
@@ -214,11 +238,13 @@ void measure(const char* className, Uint32 count, bool withObjects) {
         abort();
     }
     const Figures figures = forked<Figures>([&] {
-        return withObjects ? withClient(port, className, count) : withBytes(port, className);
+        return how == "bytes"   ? withBytes(port, className)
+               : how == "pulls" ? withPulls(port, className, count)
+                                : withClient(port, className, count);
     });
     printf("| %u %s, %s | %.3f s | %.2f s | %.0f MB | %.0f MB | %.0f MB |\n", count, className,
-           withObjects ? "CIMClient" : "bytes", figures.first, figures.all,
-           memory("VmHWM:", server), figures.peak, figures.at_end);
+           how.c_str(), figures.first, figures.all, memory("VmHWM:", server), figures.peak,
+           figures.at_end);
     fflush(stdout);
     close(input[1]);
     close(input[0]);
@@ -234,8 +260,9 @@ int main() {
     printf("|---|---|---|---|---|---|\n");
     for (const char* const className : {"T_Small", "T_Large"}) {
         for (const Uint32 count : {1000, 100000}) {
-            measure(className, count, false);
-            measure(className, count, true);
+            for (const char* const how : {"bytes", "array", "pulls"}) {
+                measure(className, count, how);
+            }
         }
     }
 }
