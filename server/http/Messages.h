@@ -65,7 +65,7 @@ std::string methodOf(const velmar_embedded::Request& request);
 std::string objectOf(const velmar_embedded::Request& request);
 /// The same for a request that was read.
 std::string objectOf(const Call& call);
-/// Reads a response while it comes; holds its answer, and one element of it as text. The request
+/// Reads a response while it comes; holds its answer, and a few elements of it as text. The request
 /// must outlive it. Not thread-safe.
 class ResponseReader {
  public:
@@ -80,11 +80,13 @@ class ResponseReader {
     velmar_embedded::Answer end();
 
  private:
-    void readItem(const std::string& element);
+    void add(const std::string& element);
+    void readItems();
 
     const velmar_embedded::Request& _request;
     const Intrinsic* const _intrinsic;  // null for an extrinsic method
     velmar_embedded::Answer _answer;
+    std::string _items;  // elements that are not read yet
     ItemCutter _cutter;
 };
 /// Throws the CIMException of an error; MessageFault for a code that cannot be.

@@ -230,16 +230,31 @@ void throwStatus(const std::string& code, const std::string& text) {
 ResponseReader::ResponseReader(const Request& request)
     : _request(request),
       _intrinsic(findIntrinsic(request.operation)),
-      _cutter([this](const std::string& element) { readItem(element); }) {}
+      _cutter([this](const std::string& element) { add(element); }) {}
 
-void ResponseReader::readItem(const std::string& element) {
+// Several at a time: a document costs some memory by itself.
+void ResponseReader::add(const std::string& element) {
+    const size_t enough = 16 * 1024;
+    _items += element;
+    if (_items.size() >= enough) {
+        readItems();
+    }
+}
+
+void ResponseReader::readItems() {
+    const Document document("<IRETURNVALUE>" + _items + "</IRETURNVALUE>");
+    _items.clear();
     if (_intrinsic && _intrinsic->result) {
-        const Document document(element);
-        guarded([&] { _intrinsic->result->read(_answer, document.root()); });
+        guarded([&] {
+            for (auto item = firstElement(document.root()); item; item = nextElement(item)) {
+                _intrinsic->result->read(_answer, item);
+            }
+        });
     }
 }
 
 Answer ResponseReader::end() {
+    readItems();
     const Document document(_cutter.rest());
     const pugi::xml_node message = messageOf(document);
     const pugi::xml_node reply = onlyElement(message);
