@@ -90,21 +90,13 @@ class ByteClient {
             throw std::runtime_error("not sent");
         }
         _answer.clear();
-        size_t wanted = 1;
-        while (_answer.size() < wanted) {
+        while (!isWhole()) {
             char buffer[65536];
             const ssize_t count = recv(_socket, buffer, sizeof buffer, 0);
             if (count <= 0) {
                 throw std::runtime_error("no answer");
             }
             _answer.append(buffer, size_t(count));
-            const size_t end = _answer.find("\r\n\r\n");
-            if (end == std::string::npos) {
-                wanted = _answer.size() + 1;
-                continue;
-            }
-            const size_t length = _answer.find("Content-Length: ");
-            wanted = end + 4 + strtoul(_answer.c_str() + length + 16, nullptr, 10);
         }
         if (_answer.find("<IRETURNVALUE>") == std::string::npos) {
             throw std::runtime_error("a wrong answer: " + _answer);
@@ -112,6 +104,17 @@ class ByteClient {
     }
 
  private:
+    bool isWhole() const {
+        const size_t end = _answer.find("\r\n\r\n");
+        const size_t length = _answer.find("Content-Length: ");
+        const std::string lastChunk = "\r\n0\r\n\r\n";
+        if (length < end) {
+            return _answer.size() >= end + 4 + strtoul(_answer.c_str() + length + 16, nullptr, 10);
+        }
+        return end != std::string::npos && _answer.compare(_answer.size() - lastChunk.size(),
+                                                           std::string::npos, lastChunk) == 0;
+    }
+
     const int _socket;
     std::string _request;
     std::string _answer;

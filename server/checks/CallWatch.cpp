@@ -232,6 +232,8 @@ void CallWatch::checkFailure(CIMStatusCode code, const std::string& message) {
     }
 }
 
-std::shared_ptr<const velmar_embedded::AnswerGuard> CallWatch::guard() const { return _guard; }
+std::shared_ptr<const velmar_embedded::AnswerGuard> CallWatch::takeGuard() {
+    return std::exchange(_guard, nullptr);
+}
 
 }  // namespace velmar_checks

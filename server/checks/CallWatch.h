@@ -50,8 +50,9 @@ class CallWatch {
     /// It has thrown; call it in a catch block.
     void threw();
 
-    /// Looks at the delivered objects once more when they are encoded; null if there are none.
-    std::shared_ptr<const velmar_embedded::AnswerGuard> guard() const;
+    /// Looks at the objects delivered since the last one once more, when they are encoded; null if
+    /// there are none.
+    std::shared_ptr<const velmar_embedded::AnswerGuard> takeGuard();
 
  private:
     class Guard;

@@ -167,7 +167,48 @@ std::shared_ptr<Pending> submitFor(LocalServer& server,
     }
 }
 
+void throwFailure(const Pending& pending) {
+    const std::optional<Failure>& failure = pending.failure();
+    if (failure && failure->isLost) {
+        throw CannotConnectException(String("Connection to the local CIM server was lost: ") +
+                                     failure->message);
+    }
+    if (failure) {
+        throw clientError(*failure);
+    }
+}
+
 }  // namespace
+
+AnswerPieces::~AnswerPieces() {
+    _pending->giveUp();
+    _pending->wait(std::nullopt);
+}
+
+// The next objects to make pieces of.
+void AnswerPieces::fetch() {
+    if (std::optional<Answer> piece = _pending->nextPiece()) {
+        _slices = AnswerSlices(std::move(*piece));
+        return;
+    }
+    _hasOutcome = true;
+    if (_hasBegun && _pending->failure() && !_pending->failure()->isLost) {
+        throw _pending->failure()->exception();
+    }
+    throwFailure(*_pending);
+    _slices = AnswerSlices(std::move(_pending->answer()));
+}
+
+std::optional<Answer> AnswerPieces::next() {
+    if (_slices.left() == 0) {
+        if (_hasOutcome) {
+            return std::nullopt;
+        }
+        fetch();
+    }
+    _hasBegun = true;
+    return transmitted(*_sent, _slices.take(pieceSize));
+}
 
 void ClientConnection::connectLocal() {
     _server = LocalServer::started();
@@ -209,14 +250,18 @@ Answer ClientConnection::exchange(Request request) {
         _server->noteTimeout(*sent, _timeout);
         throw ConnectionTimeoutException();
     }
-    if (pending->failure() && pending->failure()->isLost) {
-        throw CannotConnectException(String("Connection to the local CIM server was lost: ") +
-                                     pending->failure()->message);
-    }
-    if (pending->failure()) {
-        throw clientError(*pending->failure());
-    }
+    throwFailure(*pending);
     return transmitted(*sent, std::move(pending->answer()));
+}
+
+std::unique_ptr<AnswerPieces> ClientConnection::exchangePieces(Request request) {
+    if (!_server) {
+        throw NotConnectedException();
+    }
+    copyContents(request);
+    auto sent = std::make_shared<const Request>(std::move(request));
+    std::shared_ptr<Pending> pending = submitFor(*_server, sent);
+    return std::make_unique<AnswerPieces>(std::move(sent), std::move(pending));
 }
 
 Answer HandleConnection::exchange(Request request) {

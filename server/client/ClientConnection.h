@@ -8,7 +8,10 @@
 #include <Pegasus/Common/Config.h>
 
 #include <memory>
+#include <optional>
+#include <utility>
 
+#include "client/AnswerSlices.h"
 #include "client/Channel.h"
 #include "client/Connector.h"
 #include "client/Gate.h"
@@ -18,6 +21,32 @@ namespace velmar_embedded {
 
 /// The user that this process runs as.
 Pegasus::String userName();
+
+/// An answer whose pieces are made, or waited for, one after the other. Not thread-safe.
+class AnswerPieces {
+ public:
+    static constexpr Pegasus::Uint32 pieceSize = 10;  ///< objects
+
+    AnswerPieces(std::shared_ptr<const Request> sent, std::shared_ptr<Pending> pending)
+        : _sent(std::move(sent)), _pending(std::move(pending)) {}
+    /// Waits for the operation to end, whose further objects are dropped.
+    ~AnswerPieces();
+    AnswerPieces(const AnswerPieces&) = delete;
+    AnswerPieces& operator=(const AnswerPieces&) = delete;
+
+    /// At least one piece; nullopt after the last. Throws as ClientConnection::exchange does; once
+    /// a piece was returned, a CIMException has the provider's own text, as in a real server.
+    std::optional<Answer> next();
+
+ private:
+    void fetch();
+
+    const std::shared_ptr<const Request> _sent;
+    const std::shared_ptr<Pending> _pending;
+    AnswerSlices _slices;
+    bool _hasBegun = false;
+    bool _hasOutcome = false;
+};
 
 /// Not thread-safe: one request at a time.
 class ClientConnection : public Channel {
@@ -41,6 +70,8 @@ class ClientConnection : public Channel {
     /// has returned: whoever edits a delivered instance meanwhile races with it. Throws
     /// NotConnectedException, ConnectionTimeoutException, CIMException, CIMClientXmlException.
     Answer exchange(Request request) override;
+    /// The same piece by piece, from a server in this process; waits without a time-out.
+    std::unique_ptr<AnswerPieces> exchangePieces(Request request);
 
  private:
     std::shared_ptr<LocalServer> _server;

@@ -22,6 +22,33 @@ Started& theStarted() {
 
 }  // namespace
 
+void Pending::take(Answer piece) {
+    std::unique_lock<std::mutex> guard(_lock);
+    _changed.wait(guard, [this] { return _givenUp || _pieces.size() < mostPieces; });
+    if (!_givenUp) {
+        _pieces.push(std::move(piece));
+        _changed.notify_all();
+    }
+}
+
+std::optional<Answer> Pending::nextPiece() {
+    std::unique_lock<std::mutex> guard(_lock);
+    _changed.wait(guard, [this] { return _finished || !_pieces.empty(); });
+    if (_pieces.empty()) {
+        return std::nullopt;
+    }
+    Answer piece = std::move(_pieces.front());
+    _pieces.pop();
+    _changed.notify_all();
+    return piece;
+}
+
+void Pending::giveUp() {
+    std::lock_guard<std::mutex> guard(_lock);
+    _givenUp = true;
+    _changed.notify_all();
+}
+
 void Pending::finish(Answer answer, std::optional<Failure> failure) {
     std::lock_guard<std::mutex> guard(_lock);
     _answer = std::move(answer);

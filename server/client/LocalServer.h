@@ -12,15 +12,24 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <queue>
 
 #include "client/Request.h"
 
 namespace velmar_embedded {
 
 /// The outcome of a submitted request, which its caller may have stopped waiting for.
-class Pending {
+class Pending : public AnswerSink {
  public:
+    static constexpr size_t mostPieces = 2;  ///< that wait for the caller
+
+    void take(Answer piece) override;
     void finish(Answer answer, std::optional<Failure> failure);
+
+    /// Waits for the next piece; nullopt if there is none before the outcome.
+    std::optional<Answer> nextPiece();
+    /// Lets the operation go on without a caller.
+    void giveUp();
 
     /// Waits for the outcome, for ever without a time; false when the time ran out. After true the
     /// outcome belongs to the caller.
@@ -32,6 +41,8 @@ class Pending {
     std::mutex _lock;
     std::condition_variable _changed;
     bool _finished = false;
+    bool _givenUp = false;
+    std::queue<Answer> _pieces;
     Answer _answer;
     std::optional<Failure> _failure;
 };

@@ -145,6 +145,8 @@ struct Request {
     Pegasus::String resultRole;
 
     PullParameters pull;
+    /// The answer may come in pieces, the first ones before its provider has made the last ones.
+    bool takesPieces = false;
 
     Pegasus::CIMInstance instance;
     Pegasus::CIMName propertyName;
@@ -182,15 +184,26 @@ struct Answer {
     /// One for each provider that delivered objects; empty unless asked for.
     std::vector<std::shared_ptr<const AnswerGuard>> guards;
 
+    /// How many objects went ahead of it, in pieces.
+    size_t passedOn = 0;
+
     /// Of objects and names.
     size_t size() const {
-        return classes.size() + names.size() + qualifiers.size() + instances.size() + paths.size() +
-               objects.size() + parameters.size() + !returnValue.isNull();
+        return passedOn + classes.size() + names.size() + qualifiers.size() + instances.size() +
+               paths.size() + objects.size() + parameters.size() + !returnValue.isNull();
     }
     /// For a piece of an enumeration: the context to pull the rest with, empty at the end.
     std::optional<Pegasus::String> continuation;
     /// What the enumeration was made of; null for a client, and for other answers.
     std::shared_ptr<const Request> enumeration;
+};
+
+/// Takes the front of an answer while its provider works on the rest. Thread-safe.
+class AnswerSink {
+ public:
+    virtual ~AnswerSink() = default;
+    /// Waits while other pieces wait. Drops the piece if its taker has given up.
+    virtual void take(Answer piece) = 0;
 };
 
 /// An error whose text reaches clients as it is, without the code's name before it: so it is where

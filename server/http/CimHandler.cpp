@@ -7,7 +7,9 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <limits>
+#include <memory>
+#include <optional>
+#include <utility>
 
 #include "CimReader.h"
 #include "MessageParts.h"
@@ -15,6 +17,7 @@
 #include "client/ClientConnection.h"
 
 using namespace Pegasus;
+using velmar_embedded::Answer;
 
 namespace velmar_wire {
 
@@ -148,25 +151,87 @@ void checkCimHeaders(const HttpRequest& request, std::string& method, std::strin
     object = requiredHeader(request, "CIMObject");
 }
 
-std::string serve(const Call& call) {
-    if (call.refusal) {
-        const CIMException plain = call.refusal->exception();
-        String text(cimStatusCodeToString(plain.getCode()));
-        if (plain.getMessage().size() > 0) {
-            text.append(": ").append(plain.getMessage());
+// The text of a response, some of it at a time.
+class ResponseText {
+ public:
+    explicit ResponseText(Call call) : _call(std::move(call)), _writer(_call) {
+        _connection.connectLocal();
+        _pieces = _connection.exchangePieces(*_call.request);
+    }
+
+    bool isWhole() const { return !_pieces; }
+    /// Throws what AnswerPieces::next does.
+    std::string next() {
+        while (!isWhole() && _writer.size() < enough) {
+            if (const std::optional<Answer> piece = _pieces->next()) {
+                _writer.add(*piece);
+            } else {
+                _writer.end();
+                _pieces.reset();
+            }
         }
-        return errorTo(call, plain.getCode(), text);
+        return _writer.take();
     }
-    velmar_embedded::ClientConnection connection;
-    connection.connectLocal();
-    connection.setTimeout(std::numeric_limits<Uint32>::max());  // it is for the client to give up
+
+ private:
+    static constexpr size_t enough = 64 * 1024;  // bytes, for a chunk
+
+    const Call _call;
+    ResponseWriter _writer;
+    velmar_embedded::ClientConnection _connection;
+    std::unique_ptr<velmar_embedded::AnswerPieces> _pieces;
+};
+
+// What DSP0200 has behind the last chunk for an error that came after the first one.
+HttpHeaders trailerFor(const CIMException& error) {
+    const Uint32 longest = 1000;
+    const String text = error.getMessage();
+    return {{"CIMStatusCode", std::to_string(error.getCode())},
+            {"CIMStatusCodeDescription",
+             percentEncoded(utf8(text.subString(0, std::min(longest, text.size()))))}};
+}
+
+// Sets the body, or its beginning and what makes the rest.
+void serve(Call call, HttpResponse& response) {
     try {
-        return responseTo(call, connection.exchange(*call.request));
+        const auto text = std::make_shared<ResponseText>(call);
+        response.body = text->next();
+        if (text->isWhole()) {
+            return;
+        }
+        response.more = [text](HttpHeaders& trailer) {
+            try {
+                return text->next();
+            } catch (const CIMException& e) {
+                trailer = trailerFor(e);
+                return std::string();
+            }
+        };
     } catch (const CIMException& e) {
-        return errorTo(call, e.getCode(), e.getMessage());
+        response.body = errorTo(call, e.getCode(), e.getMessage());
     } catch (const CIMClientXmlException&) {
-        return emptyResponseTo(call);
+        response.body = emptyResponseTo(call);
     }
+}
+
+// HTTP/1.0 knows no chunks.
+void makeWhole(HttpResponse& response) {
+    HttpHeaders trailer;
+    for (bool isWhole = !response.more; !isWhole;) {
+        const std::string data = response.more(trailer);
+        response.body += data;
+        isWhole = data.empty();
+    }
+    response.more = nullptr;
+}
+
+std::string refusalOf(const Call& call) {
+    const CIMException plain = call.refusal->exception();
+    String text(cimStatusCodeToString(plain.getCode()));
+    if (plain.getMessage().size() > 0) {
+        text.append(": ").append(plain.getMessage());
+    }
+    return errorTo(call, plain.getCode(), text);
 }
 
 HttpResponse answerToCall(const HttpRequest& request) {
@@ -174,13 +239,24 @@ HttpResponse answerToCall(const HttpRequest& request) {
     std::string object;
     checkCimHeaders(request, method, object);
     const std::string* const version = cimHeader(request, "CIMProtocolVersion");
-    const Call call = readCall(request.body, version ? *version : "1.0");
+    Call call = readCall(request.body, version ? *version : "1.0");
     requireSame("CIMMethod", method, "method", call.method,
                 strcasecmp(method.c_str(), call.method.c_str()) == 0);
     requireSame("CIMObject", object, "object", objectOf(call), isSameObject(call, object));
 
     HttpResponse response;
-    response.body = serve(call);
+    const bool takesTrailer = request.takesTrailer();
+    if (call.refusal) {
+        response.body = refusalOf(call);
+    } else {
+        // Later failures could not be told otherwise.
+        call.request->takesPieces = takesTrailer;
+        serve(std::move(call), response);
+    }
+    if (request.isHttp10) {
+        makeWhole(response);
+    }
+    response.isChunked = takesTrailer || response.more;
     response.headers.emplace_back("Content-Type", "application/xml; charset=utf-8");
     if (isMandatory(request)) {
         response.headers.emplace_back("Ext", "");
@@ -189,6 +265,10 @@ HttpResponse answerToCall(const HttpRequest& request) {
         response.headers.emplace_back("36-CIMOperation", "MethodResponse");
     } else {
         response.headers.emplace_back("CIMOperation", "MethodResponse");
+    }
+    if (takesTrailer) {
+        response.headers.emplace_back("Trailer",
+                                      "CIMStatusCode, CIMStatusCodeDescription, Content-Language");
     }
     return response;
 }

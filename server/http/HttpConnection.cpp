@@ -170,7 +170,7 @@ HttpConnection::Outcome HttpConnection::readHead(HttpRequest& request) {
 }
 
 HttpConnection::Outcome HttpConnection::readBody(HttpRequest& request) {
-    const BodyLength length = bodyLength(request);
+    const BodyLength length = bodyLength(request.headers);
     if (length.kind == BodyLength::Missing) {
         return Outcome::Ended;  // a real server waits for ever; there is nothing to wait for
     }
@@ -224,6 +224,35 @@ HttpConnection::Outcome HttpConnection::readBody(HttpRequest& request) {
     }
 }
 
+bool HttpConnection::isStopping() const {
+    pollfd wanted = {_stopping, POLLIN, 0};
+    return poll(&wanted, 1, 0) == 1;
+}
+
+// Sends what follows the first chunk. False if the client has to see that the end is missing.
+bool HttpConnection::sendRest(const HttpResponse& response) {
+    Time end = Time::max();
+    try {
+        HttpHeaders trailer;
+        for (;;) {
+            const std::string data = response.more(trailer);
+            const std::string text = data.empty() ? lastChunk(trailer) : chunk(data);
+            hold(_input.size() + text.size());
+            if (end == Time::max() && isStopping()) {
+                end = Clock::now() + _limits.requestTime;
+            }
+            if (Clock::now() > end || !send(text)) {
+                return false;
+            }
+            if (data.empty()) {
+                return true;
+            }
+        }
+    } catch (...) {  // also of the object model's exceptions, which are of their own
+        return false;
+    }
+}
+
 bool HttpConnection::serveOne() {
     HttpRequest request;
     if (readHead(request) != Outcome::Good) {
@@ -236,7 +265,7 @@ bool HttpConnection::serveOne() {
     }
     const HttpResponse refused = _check(request);
     if (refused.status == 501 ||
-        (refused.status != 200 && bodyLength(request).kind != BodyLength::Known)) {
+        (refused.status != 200 && bodyLength(request.headers).kind != BodyLength::Known)) {
         refuse(refused.status);
         return false;
     }
@@ -248,10 +277,16 @@ bool HttpConnection::serveOne() {
     }
     HttpResponse response = _handle(request);
     response.endsConnection = !request.keepsConnection();
-    _isEnding = response.endsConnection;
-    const std::string text = response.text();
-    hold(_input.size() + text.size());  // that there is an answer was decided with the request
-    return send(text) && !response.endsConnection;
+    _isEnding = response.endsConnection && !response.more;
+    // That there is an answer was decided with the request.
+    std::string text = response.text();
+    std::string().swap(response.body);
+    hold(_input.size() + text.size());
+    if (!send(text)) {
+        return false;
+    }
+    std::string().swap(text);
+    return (!response.more || sendRest(response)) && !response.endsConnection;
 }
 
 // Rests between two requests.

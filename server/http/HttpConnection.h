@@ -51,6 +51,8 @@ class HttpConnection {
     Outcome readBody(HttpRequest& request);
     bool hold(size_t bytes);
     void release();
+    bool isStopping() const;
+    bool sendRest(const HttpResponse& response);
     bool serveOne();
     bool serveAndRest();
 

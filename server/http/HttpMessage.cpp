@@ -13,6 +13,8 @@ namespace velmar_wire {
 
 namespace {
 
+const size_t longestLine = 16 * 1024;  // of a chunk's size, and all of a trailer
+
 const char* reasonOf(int status) {
     switch (status) {
         case 200:
@@ -62,13 +64,27 @@ int digitOf(char c) {
 
 }  // namespace
 
-const std::string* HttpRequest::header(const std::string& name) const {
+const std::string* findHeader(const HttpHeaders& headers, const std::string& name) {
     for (const auto& each : headers) {
         if (strcasecmp(each.first.c_str(), name.c_str()) == 0) {
             return &each.second;
         }
     }
     return nullptr;
+}
+
+bool parseFields(const std::string& head, size_t start, HttpHeaders& fields) {
+    for (start += 2; start < head.size();) {
+        const size_t end = std::min(head.find("\r\n", start), head.size());
+        const std::string field = head.substr(start, end - start);
+        const size_t colon = field.find(':');
+        if (colon == std::string::npos || !isToken(field.substr(0, colon))) {
+            return false;
+        }
+        fields.emplace_back(field.substr(0, colon), trimmed(field.substr(colon + 1)));
+        start = end + 2;
+    }
+    return true;
 }
 
 bool HttpRequest::keepsConnection() const {
@@ -80,17 +96,54 @@ bool HttpRequest::keepsConnection() const {
                                                                                    : !isHttp10;
 }
 
+bool HttpRequest::takesTrailer() const {
+    for (const auto& header : headers) {
+        const bool isTe = strcasecmp(header.first.c_str(), "TE") == 0;
+        for (size_t start = 0; isTe && start < header.second.size();) {
+            const size_t end = std::min(header.second.find(',', start), header.second.size());
+            const std::string coding = trimmed(header.second.substr(start, end - start));
+            if (strcasecmp(coding.c_str(), "trailers") == 0) {
+                return !isHttp10;
+            }
+            start = end + 1;
+        }
+    }
+    return false;
+}
+
 std::string HttpResponse::text() const {
     std::string text = "HTTP/1.1 " + std::to_string(status) + " " + reasonOf(status) + "\r\n";
     text.reserve(text.size() + 256 + body.size());
     for (const auto& header : headers) {
         text.append(header.first).append(": ").append(header.second).append("\r\n");
     }
-    text.append("Content-Length: ").append(std::to_string(body.size())).append("\r\n");
+    if (isChunked) {
+        text += "Transfer-Encoding: chunked\r\n";
+    } else {
+        text.append("Content-Length: ").append(std::to_string(body.size())).append("\r\n");
+    }
     if (endsConnection) {
         text += "Connection: close\r\n";
     }
-    return text.append("\r\n").append(body);
+    text += "\r\n";
+    if (!isChunked) {
+        return text.append(body);
+    }
+    return text.append(chunk(body)).append(more ? "" : lastChunk({}));
+}
+
+std::string chunk(const std::string& data) {
+    char size[2 * sizeof(size_t)];
+    const auto end = std::to_chars(size, size + sizeof size, data.size(), 16).ptr;
+    return data.empty() ? "" : std::string(size, end).append("\r\n").append(data).append("\r\n");
+}
+
+std::string lastChunk(const HttpHeaders& trailer) {
+    std::string text = "0\r\n";
+    for (const auto& field : trailer) {
+        text.append(field.first).append(": ").append(field.second).append("\r\n");
+    }
+    return text.append("\r\n");
 }
 
 std::optional<HttpRequest> parseHead(const std::string& head) {
@@ -109,23 +162,16 @@ std::optional<HttpRequest> parseHead(const std::string& head) {
     if (!isToken(request.method) || (version != "HTTP/1.1" && !request.isHttp10)) {
         return std::nullopt;
     }
-    for (size_t start = lineEnd + 2; start < head.size();) {
-        const size_t end = std::min(head.find("\r\n", start), head.size());
-        const std::string field = head.substr(start, end - start);
-        const size_t colon = field.find(':');
-        if (colon == std::string::npos || !isToken(field.substr(0, colon))) {
-            return std::nullopt;
-        }
-        request.headers.emplace_back(field.substr(0, colon), trimmed(field.substr(colon + 1)));
-        start = end + 2;
+    if (!parseFields(head, lineEnd, request.headers)) {
+        return std::nullopt;
     }
     return request;
 }
 
-BodyLength bodyLength(const HttpRequest& request) {
-    const std::string* const coding = request.header("Transfer-Encoding");
+BodyLength bodyLength(const HttpHeaders& headers) {
+    const std::string* const coding = findHeader(headers, "Transfer-Encoding");
     const std::string* length = nullptr;
-    for (const auto& header : request.headers) {
+    for (const auto& header : headers) {
         if (strcasecmp(header.first.c_str(), "Content-Length") != 0) {
             continue;
         }
@@ -171,7 +217,7 @@ ChunkReader::Result ChunkReader::read(const std::string& input, size_t& used, st
         }
         const size_t end = input.find("\r\n", used);
         if (end == std::string::npos) {
-            return input.size() - used > 1024 ? Malformed : More;
+            return input.size() - used > longestLine ? Malformed : More;
         }
         const std::string line = input.substr(used, end - used);
         used = end + 2;
@@ -179,6 +225,12 @@ ChunkReader::Result ChunkReader::read(const std::string& input, size_t& used, st
             if (line.empty()) {
                 return Whole;
             }
+            _trailerSize += line.size();
+            const size_t colon = std::min(line.find(':'), line.size());
+            if (_trailerSize > longestLine || colon == line.size()) {
+                return Malformed;
+            }
+            _trailer.emplace_back(line.substr(0, colon), trimmed(line.substr(colon + 1)));
         } else if (_state == DataEnd) {
             if (!line.empty()) {
                 return Malformed;

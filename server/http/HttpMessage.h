@@ -5,6 +5,7 @@
 #ifndef VELMAR_WIRE_HTTPMESSAGE_H
 #define VELMAR_WIRE_HTTPMESSAGE_H
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -14,6 +15,11 @@ namespace velmar_wire {
 
 using HttpHeaders = std::vector<std::pair<std::string, std::string>>;
 
+/// The value of the first header of this name in any letter case; null without one.
+const std::string* findHeader(const HttpHeaders& headers, const std::string& name);
+/// Reads the lines of a head behind `start`, where the line before them ends. False if malformed.
+bool parseFields(const std::string& head, size_t start, HttpHeaders& fields);
+
 struct HttpRequest {
     std::string method;
     std::string target;
@@ -21,9 +27,10 @@ struct HttpRequest {
     HttpHeaders headers;
     std::string body;
 
-    /// The value of the first header of this name in any letter case; null without one.
-    const std::string* header(const std::string& name) const;
+    const std::string* header(const std::string& name) const { return findHeader(headers, name); }
     bool keepsConnection() const;
+    /// Whether its sender reads what stands behind the last chunk of an answer: TE: trailers.
+    bool takesTrailer() const;
 };
 
 struct HttpResponse {
@@ -31,32 +38,44 @@ struct HttpResponse {
     HttpHeaders headers;
     std::string body;
     bool endsConnection = false;
+    bool isChunked = false;
+    /// Makes the next chunk of a body that only begins with `body`; empty at its end, which may
+    /// have a trailer. Throws when the body cannot be brought to its end. Null if `body` is whole.
+    std::function<std::string(HttpHeaders& trailer)> more;
 
-    /// The whole message.
+    /// The message; without what `more` makes.
     std::string text() const;
 };
+
+std::string chunk(const std::string& data);
+/// The end of a chunked body.
+std::string lastChunk(const HttpHeaders& trailer);
 
 /// The line and headers of a request, up to the empty line. Returns nullopt if malformed.
 std::optional<HttpRequest> parseHead(const std::string& head);
 
-/// How long a request's body is, and how it comes.
+/// How long a body is, and how it comes.
 struct BodyLength {
     enum Kind { Known, Chunked, Missing, Malformed } kind;
     size_t size = 0;
 };
-BodyLength bodyLength(const HttpRequest& request);
+BodyLength bodyLength(const HttpHeaders& headers);
 
 /// Moves what is whole of a chunked body from the front of `input` to `body`.
 class ChunkReader {
  public:
     enum Result { More, Whole, Malformed };
     Result read(std::string& input, std::string& body);
+    /// What stood behind the last chunk.
+    const HttpHeaders& trailer() const { return _trailer; }
 
  private:
     Result read(const std::string& input, size_t& used, std::string& body);
 
     enum { Size, Data, DataEnd, Trailer } _state = Size;
     size_t _left = 0;
+    size_t _trailerSize = 0;
+    HttpHeaders _trailer;
 };
 
 /// A host with its port, as in a URL and in a Host header.

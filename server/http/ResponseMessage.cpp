@@ -11,7 +11,6 @@
 
 using namespace Pegasus;
 using velmar_embedded::Answer;
-using velmar_embedded::Operation;
 using velmar_embedded::Request;
 
 namespace velmar_wire {
@@ -22,20 +21,19 @@ const char* elementOf(const Call& call) {
     return call.isExtrinsic ? "METHODRESPONSE" : "IMETHODRESPONSE";
 }
 
-template <class Write>
-std::string response(const Call& call, Write&& write) {
-    XmlWriter writer;
+void openResponse(XmlWriter& writer, const Call& call) {
     openMessage(writer, call.id, "SIMPLERSP");
     writer.raw("<");
     writer.raw(elementOf(call));
     writer.attribute("NAME", stringOf(call.method));
     writer.raw(">");
-    write(writer);
+}
+
+void closeResponse(XmlWriter& writer, const Call& call) {
     writer.raw("</");
     writer.raw(elementOf(call));
     writer.raw(">");
     closeMessage(writer, "SIMPLERSP");
-    return writer.take();
 }
 
 void writeMethodResult(XmlWriter& writer, const Answer& answer) {
@@ -55,41 +53,16 @@ void writeMethodResult(XmlWriter& writer, const Answer& answer) {
     }
 }
 
-// A piece without objects has no result.
-void writeIntrinsicResult(XmlWriter& writer, const IntrinsicResult* result, const Answer& answer) {
-    const bool isPiece = answer.continuation.has_value();
-    if (result && (!isPiece || answer.instances.size() + answer.paths.size() > 0)) {
-        writer.raw("<IRETURNVALUE>");
-        result->write(writer, answer);
-        writer.raw("</IRETURNVALUE>");
-    }
-    if (isPiece) {
-        const bool isLast = answer.continuation->size() == 0;
-        writer.raw("<PARAMVALUE NAME=\"EndOfSequence\">");
-        writer.value(CIMValue(Boolean(isLast)));
-        writer.raw("</PARAMVALUE><PARAMVALUE NAME=\"EnumerationContext\">");
-        writer.element("VALUE", *answer.continuation);
-        writer.raw("</PARAMVALUE>");
-    }
+void writeContinuation(XmlWriter& writer, const String& continuation) {
+    const bool isLast = continuation.size() == 0;
+    writer.raw("<PARAMVALUE NAME=\"EndOfSequence\">");
+    writer.value(CIMValue(Boolean(isLast)));
+    writer.raw("</PARAMVALUE><PARAMVALUE NAME=\"EnumerationContext\">");
+    writer.element("VALUE", continuation);
+    writer.raw("</PARAMVALUE>");
 }
 
-void throwError(pugi::xml_node element) {
-    const String code = attributeOf(element, "CODE");
-    char* end = nullptr;
-    const std::string digits = utf8(code);
-    const unsigned long number = strtoul(digits.c_str(), &end, 10);
-    if (digits.empty() || *end || number == 0 || number > 0xFFFF) {
-        meaningless(element, "Illegal value for ERROR.CODE attribute");
-    }
-    const String text = stringOf(element.attribute("DESCRIPTION").as_string());
-    const unsigned long lastThatFits = 31;  // in the enumeration, which says nothing of its type
-    if (number > lastThatFits) {
-        throw CIMException(CIM_ERR_FAILED, String("status ") + code + String(": ") + text);
-    }
-    const auto status = CIMStatusCode(number);
-    throw CIMException(status, text.size() > 0 ? text : String(cimStatusCodeToString(status)));
-}
-
+// All but the objects.
 void readIntrinsicResult(const Intrinsic& intrinsic, pugi::xml_node element, Answer& answer) {
     if (!intrinsic.result) {
         return;
@@ -98,10 +71,9 @@ void readIntrinsicResult(const Intrinsic& intrinsic, pugi::xml_node element, Ans
     for (auto part = firstElement(element); part; part = nextElement(part)) {
         const std::string name = part.attribute("NAME").as_string();
         if (is(part, "IRETURNVALUE")) {
-            for (auto item = firstElement(part); item; item = nextElement(item)) {
-                intrinsic.result->read(answer, item);
-            }
-        } else if (is(part, "PARAMVALUE") && name == "EndOfSequence") {
+            continue;  // its elements came before
+        }
+        if (is(part, "PARAMVALUE") && name == "EndOfSequence") {
             isLast = booleanOf(onlyElement(part));
         } else if (is(part, "PARAMVALUE") && name == "EnumerationContext") {
             const pugi::xml_node value = firstElement(part);
@@ -185,53 +157,132 @@ pugi::xml_node messageOf(const Document& document, const std::string* protocolIn
     return message;
 }
 
+ResponseWriter::ResponseWriter(const Call& call) : _call(call) { openResponse(_writer, call); }
+
+void ResponseWriter::add(const Answer& piece) {
+    if (_call.isExtrinsic) {
+        writeMethodResult(_writer, piece);
+        return;
+    }
+    _continuation = piece.continuation;
+    if (_call.intrinsic->result && piece.size() > 0) {
+        _writer.raw(_hasResult ? "" : "<IRETURNVALUE>");
+        _hasResult = true;
+        _call.intrinsic->result->write(_writer, piece);
+    }
+}
+
+void ResponseWriter::end() {
+    // What is pulled has no result if it has no objects.
+    const bool isEmpty = !_call.isExtrinsic && _call.intrinsic->result && !_continuation;
+    if (_hasResult) {
+        _writer.raw("</IRETURNVALUE>");
+    } else if (isEmpty) {
+        _writer.raw("<IRETURNVALUE></IRETURNVALUE>");
+    }
+    if (_continuation) {
+        writeContinuation(_writer, *_continuation);
+    }
+    closeResponse(_writer, _call);
+}
+
 std::string responseTo(const Call& call, const Answer& answer) {
-    return response(call, [&](XmlWriter& writer) {
-        if (call.isExtrinsic) {
-            writeMethodResult(writer, answer);
-        } else {
-            writeIntrinsicResult(writer, call.intrinsic->result, answer);
-        }
-    });
+    ResponseWriter writer(call);
+    writer.add(answer);
+    writer.end();
+    return writer.take();
 }
 
 std::string errorTo(const Call& call, CIMStatusCode code, const String& text) {
-    return response(call, [&](XmlWriter& writer) {
-        writer.raw("<ERROR");
-        writer.attribute("CODE", CIMValue(Uint32(code)).toString());
-        writer.attribute("DESCRIPTION", text);
-        writer.raw("/>");
-    });
+    XmlWriter writer;
+    openResponse(writer, call);
+    writer.raw("<ERROR");
+    writer.attribute("CODE", CIMValue(Uint32(code)).toString());
+    writer.attribute("DESCRIPTION", text);
+    writer.raw("/>");
+    closeResponse(writer, call);
+    return writer.take();
 }
 
 std::string emptyResponseTo(const Call& call) {
-    return response(call, [](XmlWriter&) {});
+    XmlWriter writer;
+    openResponse(writer, call);
+    closeResponse(writer, call);
+    return writer.take();
 }
 
-Answer readResponse(const Request& request, const std::string& body) {
-    const Document document(body);
+void throwStatus(const std::string& code, const std::string& text) {
+    char* end = nullptr;
+    const unsigned long number = strtoul(code.c_str(), &end, 10);
+    if (code.empty() || *end || number == 0 || number > 0xFFFF) {
+        throw MessageFault(Defect::Meaningless, "Illegal value for ERROR.CODE attribute");
+    }
+    const String description = stringOf(text);
+    const unsigned long lastThatFits = 31;  // in the enumeration, which says nothing of its type
+    if (number > lastThatFits) {
+        throw CIMException(CIM_ERR_FAILED, String("status ") + stringOf(code) + ": " + description);
+    }
+    const auto status = CIMStatusCode(number);
+    throw CIMException(
+        status, description.size() > 0 ? description : String(cimStatusCodeToString(status)));
+}
+
+ResponseReader::ResponseReader(const Request& request)
+    : _request(request),
+      _intrinsic(findIntrinsic(request.operation)),
+      _cutter([this](const std::string& element) { add(element); }) {}
+
+// Several at a time: a document costs some memory by itself.
+void ResponseReader::add(const std::string& element) {
+    const size_t enough = 16 * 1024;
+    _items += element;
+    if (_items.size() >= enough) {
+        readItems();
+    }
+}
+
+void ResponseReader::readItems() {
+    const Document document("<IRETURNVALUE>" + _items + "</IRETURNVALUE>");
+    _items.clear();
+    if (_intrinsic && _intrinsic->result) {
+        guarded([&] {
+            for (auto item = firstElement(document.root()); item; item = nextElement(item)) {
+                _intrinsic->result->read(_answer, item);
+            }
+        });
+    }
+}
+
+Answer ResponseReader::end() {
+    readItems();
+    const Document document(_cutter.rest());
     const pugi::xml_node message = messageOf(document);
     const pugi::xml_node reply = onlyElement(message);
     if (!is(reply, "SIMPLERSP")) {
         invalid(reply, std::string("Expected SIMPLERSP, got ") + reply.name());
     }
-    const bool isExtrinsic = request.operation == Operation::InvokeMethod;
     const pugi::xml_node element = onlyElement(reply);
-    if (!is(element, isExtrinsic ? "METHODRESPONSE" : "IMETHODRESPONSE")) {
+    if (!is(element, _intrinsic ? "IMETHODRESPONSE" : "METHODRESPONSE")) {
         invalid(element, std::string("Expected the response of a method, got ") + element.name());
     }
-    if (is(firstElement(element), "ERROR")) {
-        throwError(firstElement(element));
+    const pugi::xml_node first = firstElement(element);
+    if (is(first, "ERROR")) {
+        throwStatus(utf8(attributeOf(first, "CODE")), first.attribute("DESCRIPTION").as_string());
     }
-    return guarded([&] {
-        Answer answer;
-        if (isExtrinsic) {
-            readMethodResult(element, answer);
+    guarded([&] {
+        if (_intrinsic) {
+            readIntrinsicResult(*_intrinsic, element, _answer);
         } else {
-            readIntrinsicResult(*findIntrinsic(request.operation), element, answer);
+            readMethodResult(element, _answer);
         }
-        return answer;
     });
+    return std::move(_answer);
+}
+
+Answer readResponse(const Request& request, const std::string& body) {
+    ResponseReader reader(request);
+    reader.read(body.data(), body.size());
+    return reader.end();
 }
 
 }  // namespace velmar_wire

@@ -4,17 +4,26 @@
 #include "Tls.h"
 
 #include <Pegasus/Client/CIMClient.h>
+#include <Pegasus/Common/Exception.h>
+#include <errno.h>
 #include <openssl/err.h>
-#include <openssl/ssl.h>
 #include <openssl/x509.h>
+#include <poll.h>
 
+#include <algorithm>
+#include <new>
 #include <stdexcept>
+#include <utility>
 
 #include "CimReader.h"
+#include "HttpClient.h"
 
 namespace velmar_wire {
 
 namespace {
+
+// Bytes that are given to OpenSSL at once, whose sizes are ints.
+const size_t largest = 1 << 20;
 
 thread_local const Trust* wanted = nullptr;
 
@@ -77,53 +86,108 @@ void connect(Pegasus::CIMClient& client, const std::string& url, const std::stri
     client.connect(stringOf(address.host), address.port, stringOf(user), stringOf(password));
 }
 
-std::unique_ptr<httplib::SSLClient> tlsClient(const std::string& host, int port,
-                                              const Trust& trust) {
-    auto client = std::make_unique<httplib::SSLClient>(host, port);
-    client->enable_server_certificate_verification(true);
-    if (!trust.file.empty()) {
-        SSL_CTX* const context = client->ssl_context();
-        if (SSL_CTX_load_verify_locations(context, trust.file.c_str(), nullptr) != 1) {
-            const char* const reason = ERR_reason_error_string(ERR_peek_error());
-            ERR_clear_error();
-            throw std::invalid_argument(trust.file + ": no PEM certificates can be read" +
-                                        (reason == nullptr ? "" : std::string(": ") + reason));
-        }
-        // A server's own certificate is enough, whoever has issued it.
-        X509_VERIFY_PARAM_set_flags(SSL_CTX_get0_param(context), X509_V_FLAG_PARTIAL_CHAIN);
-        client->set_ca_cert_path(trust.file);
+Tls::Tls(std::string host, std::string place, const Trust& trust)
+    : _host(std::move(host)),
+      _place(std::move(place)),
+      _context(SSL_CTX_new(TLS_client_method()), SSL_CTX_free) {
+    SSL_CTX* const context = _context.get();
+    if (context == nullptr) {
+        throw std::bad_alloc();
     }
-    return client;
+    SSL_CTX_set_min_proto_version(context, TLS1_2_VERSION);
+    SSL_CTX_set_verify(context, SSL_VERIFY_PEER, nullptr);
+    SSL_CTX_set_mode(context, SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
+    SSL_CTX_set_options(context, SSL_OP_IGNORE_UNEXPECTED_EOF);  // HTTP knows where answers end
+    if (trust.file.empty()) {
+        SSL_CTX_set_default_verify_paths(context);
+        return;
+    }
+    if (SSL_CTX_load_verify_locations(context, trust.file.c_str(), nullptr) != 1) {
+        const char* const reason = ERR_reason_error_string(ERR_peek_error());
+        ERR_clear_error();
+        throw std::invalid_argument(trust.file + ": no PEM certificates can be read" +
+                                    (reason == nullptr ? "" : std::string(": ") + reason));
+    }
+    // A server's own certificate is enough, whoever has issued it.
+    X509_VERIFY_PARAM_set_flags(SSL_CTX_get0_param(context), X509_V_FLAG_PARTIAL_CHAIN);
 }
 
-std::string tlsFault(const httplib::SSLClient& client, httplib::Error error,
-                     const std::string& host, const std::string& place) {
-    const std::string refused = "Connection to " + place + " refused: the server's certificate ";
+void Tls::begin(int socket, std::chrono::milliseconds timeout) {
+    _session.reset(SSL_new(_context.get()));
+    SSL* const session = _session.get();
+    if (session == nullptr || SSL_set_fd(session, socket) != 1) {
+        throw std::bad_alloc();
+    }
+    // An address is no name: it has a field of its own in certificates, and none in the greeting.
+    if (X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(session), _host.c_str()) != 1) {
+        SSL_set_tlsext_host_name(session, _host.c_str());
+        SSL_set1_host(session, _host.c_str());
+    }
+    for (;;) {
+        ERR_clear_error();
+        const int returned = SSL_connect(session);
+        if (returned == 1) {
+            return;
+        }
+        if (resultOf(returned) == 0 || errno != EAGAIN) {
+            refuse();
+        }
+        if (!happens(socket, _waitsFor, timeout)) {
+            throw NoAnswer("the server is silent", true);
+        }
+    }
+}
+
+// As a system call would say it.
+ssize_t Tls::resultOf(int returned) {
+    if (returned > 0) {
+        return returned;
+    }
+    const int why = SSL_get_error(_session.get(), returned);
+    _waitsFor = why == SSL_ERROR_WANT_WRITE ? POLLOUT : POLLIN;
+    if (why == SSL_ERROR_ZERO_RETURN) {
+        return 0;
+    }
+    if (why == SSL_ERROR_WANT_READ || why == SSL_ERROR_WANT_WRITE) {
+        errno = EAGAIN;
+    } else if (why != SSL_ERROR_SYSCALL || errno == 0 || errno == EAGAIN) {
+        errno = EPROTO;
+    }
+    return -1;
+}
+
+ssize_t Tls::send(const char* data, size_t size) {
+    ERR_clear_error();
+    return resultOf(SSL_write(_session.get(), data, static_cast<int>(std::min(size, largest))));
+}
+
+ssize_t Tls::receive(char* data, size_t size) {
+    ERR_clear_error();
+    return resultOf(SSL_read(_session.get(), data, static_cast<int>(std::min(size, largest))));
+}
+
+void Tls::refuse() {
+    const std::string refused = "Connection to " + _place + " refused: the server's certificate ";
     const std::string remedy =
-        "; if it is the right one, openssl s_client -connect " + place +
+        "; if it is the right one, openssl s_client -connect " + _place +
         " </dev/null | openssl x509 >server.pem gets it, and velmar's --cacert server.pem trusts "
         "it";
-    if (error == httplib::Error::SSLConnection) {
-        return "Connection to " + place +
+    const long result = SSL_get_verify_result(_session.get());
+    std::string text = refused + "does not fit: " + X509_verify_cert_error_string(result) + remedy;
+    if (result == X509_V_OK) {
+        text = "Connection to " + _place +
                " failed: no TLS is spoken there, or none of its versions and ciphers fits; of a "
                "port without TLS the URL begins with http://";
-    }
-    if (error != httplib::Error::SSLServerVerification) {
-        return "";
-    }
-    const long result = client.get_openssl_verify_result();
-    if (result == X509_V_OK) {
-        return refused + "is for another host than " + host +
-               "; name the host as the certificate does, openssl s_client -connect " + place +
+    } else if (result == X509_V_ERR_HOSTNAME_MISMATCH || result == X509_V_ERR_IP_ADDRESS_MISMATCH) {
+        text = refused + "is for another host than " + _host +
+               "; name the host as the certificate does, openssl s_client -connect " + _place +
                " </dev/null | openssl x509 -noout -subject -ext subjectAltName shows it";
+    } else if (result == X509_V_ERR_CERT_HAS_EXPIRED) {
+        text = refused + "has expired; the server needs a new one";
+    } else if (isIssuerUnknown(result)) {
+        text = refused + "is of an unknown issuer" + remedy;
     }
-    if (result == X509_V_ERR_CERT_HAS_EXPIRED) {
-        return refused + "has expired; the server needs a new one";
-    }
-    if (isIssuerUnknown(result)) {
-        return refused + "is of an unknown issuer" + remedy;
-    }
-    return refused + "does not fit: " + X509_verify_cert_error_string(result) + remedy;
+    throw Pegasus::CannotConnectException(stringOf(text));
 }
 
 }  // namespace velmar_wire

@@ -3,6 +3,7 @@
 
 #include "model/CIMXml.h"
 
+#include <algorithm>
 #include <type_traits>
 #include <utility>
 
@@ -52,8 +53,16 @@ void XmlWriter::escaped(const String& text, bool inAttribute) {
             _out += entity;
             i++;
         } else if (c < 0x80) {
-            _out += char(c);
-            i++;
+            // Most of most texts: added at once.
+            const Uint32 start = i;
+            while (i < size && Uint16(units[i]) < 0x80 &&
+                   !entityFor(Uint16(units[i]), inAttribute)) {
+                i++;
+            }
+            const size_t before = _out.size();
+            _out.resize(before + (i - start));
+            std::transform(units + start, units + i, &_out[before],
+                           [](const Char16& each) { return char(Uint16(each)); });
         } else {
             const Uint32 start = i;
             while (i < size && Uint16(units[i]) >= 0x80 && Uint16(units[i]) < 0xFFFE) {

@@ -10,6 +10,7 @@
 #include <Pegasus/Common/String.h>
 
 #include <string>
+#include <utility>
 
 #include "model/CIMReps.h"
 
@@ -43,7 +44,9 @@ class XmlWriter {
     /// INSTANCE or CLASS.
     void object(const ObjectRep& object);
 
-    std::string take() { return std::move(_out); }
+    size_t size() const { return _out.size(); }
+    /// What was written since the last time.
+    std::string take() { return std::exchange(_out, std::string()); }
 
  private:
     void keyValue(const CIMKeyBinding& key);

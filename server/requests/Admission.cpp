@@ -54,11 +54,13 @@ void Admission::leave() {
 
 std::shared_ptr<Pending> Admission::submit(std::shared_ptr<const Request> request,
                                            Gate::Chain chain) {
-    return run(request->fromHandle, chain, [this, request] { return serve(_services, *request); });
+    return run(request->fromHandle, chain, [this, request](AnswerSink& sink) {
+        return serve(_services, *request, request->takesPieces ? &sink : nullptr);
+    });
 }
 
 std::shared_ptr<Pending> Admission::run(bool fromHandle, Gate::Chain chain,
-                                        std::function<Answer()> work) {
+                                        std::function<Answer(AnswerSink&)> work) {
     if (!enter(fromHandle)) {
         throw CIMException(CIM_ERR_SERVER_IS_SHUTTING_DOWN,
                            String("the server is shutting down or was stopped"));
@@ -71,7 +73,7 @@ std::shared_ptr<Pending> Admission::run(bool fromHandle, Gate::Chain chain,
             const Gate::Scope gates(chain);
             const Course::Scope following(course);
             Answer answer;
-            auto failure = failureOf([&] { answer = work(); });
+            auto failure = failureOf([&] { answer = work(*pending); });
             pending->finish(std::move(answer), std::move(failure));
             leave();
         });
@@ -83,7 +85,7 @@ std::shared_ptr<Pending> Admission::run(bool fromHandle, Gate::Chain chain,
 }
 
 void Admission::complete(const std::function<void()>& work) {
-    const std::shared_ptr<Pending> pending = run(false, Gate::chain(), [&work] {
+    const std::shared_ptr<Pending> pending = run(false, Gate::chain(), [&work](AnswerSink&) {
         work();
         return Answer();
     });

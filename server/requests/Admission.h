@@ -40,7 +40,8 @@ class Admission {
  private:
     enum class State { Prepared, Running, Draining, Stopped };
 
-    std::shared_ptr<Pending> run(bool fromHandle, Gate::Chain chain, std::function<Answer()> work);
+    std::shared_ptr<Pending> run(bool fromHandle, Gate::Chain chain,
+                                 std::function<Answer(AnswerSink&)> work);
     bool enter(bool fromHandle);
     void leave();
 

@@ -16,7 +16,9 @@
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/ResponseHandler.h>
 
+#include <functional>
 #include <memory>
+#include <utility>
 
 #include "checks/CallWatch.h"
 #include "client/Request.h"
@@ -27,6 +29,12 @@ namespace velmar_embedded {
 class Watched {
  public:
     void watch(velmar_checks::CallWatch* watch) { _watch = watch; }
+    /// Moves what looks at the delivered objects once more to what is made of them.
+    void moveGuard(Answer& answer) {
+        if (auto guard = _watch ? _watch->takeGuard() : nullptr) {
+            answer.guards.push_back(std::move(guard));
+        }
+    }
     /// How many objects or values came.
     size_t delivered() const { return _delivered; }
 
@@ -68,7 +76,12 @@ class Acknowledgement : virtual public Pegasus::ResponseHandler, public Watched 
 template <class Base, class T>
 class Collector : public Base, public Watched {
  public:
+    static constexpr Pegasus::Uint32 pieceSize = 100;  ///< as a real server has it
+
     explicit Collector(bool single = false) : _single(single) {}
+    /// Calls `onPiece` whenever so many more items have come; it may take them.
+    explicit Collector(std::function<void(Collector&)> onPiece)
+        : _single(false), _onPiece(std::move(onPiece)) {}
 
     void processing() override { tell(&velmar_checks::CallWatch::processing); }
     void complete() override {
@@ -85,6 +98,9 @@ class Collector : public Base, public Watched {
             fail("Too many objects delivered.");
         }
         _items.append(item);
+        if (_onPiece && _items.size() % pieceSize == 0) {
+            _onPiece(*this);
+        }
     }
     void deliver(const Pegasus::Array<T>& items) override {
         for (Pegasus::Uint32 i = 0; i < items.size(); i++) {
@@ -94,6 +110,11 @@ class Collector : public Base, public Watched {
 
     /// What was delivered; nothing without complete.
     Pegasus::Array<T> items() const { return _complete ? _items : Pegasus::Array<T>(); }
+    /// Moves what has come so far.
+    void moveItems(Pegasus::Array<T>& to) {
+        to.clear();
+        to.swap(_items);
+    }
 
  private:
     [[noreturn]] static void fail(const char* reason) {
@@ -101,6 +122,7 @@ class Collector : public Base, public Watched {
     }
 
     const bool _single;
+    const std::function<void(Collector&)> _onPiece;
     bool _complete = false;
     Pegasus::Array<T> _items;
 };

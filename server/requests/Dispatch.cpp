@@ -17,7 +17,7 @@ namespace velmar_embedded {
 
 namespace {
 
-Answer route(Services& services, const Request& request) {
+Answer route(Services& services, const Request& request, AnswerSink* sink) {
     switch (request.operation) {
         case Operation::GetClass:
         case Operation::EnumerateClasses:
@@ -46,7 +46,7 @@ Answer route(Services& services, const Request& request) {
         case Operation::CreateInstance:
         case Operation::ModifyInstance:
         case Operation::DeleteInstance:
-            return serveInstance(services, request);
+            return serveInstance(services, request, sink);
         default:
             return servePull(services, request);
     }
@@ -54,9 +54,9 @@ Answer route(Services& services, const Request& request) {
 
 }  // namespace
 
-Answer serve(Services& services, const Request& request) {
+Answer serve(Services& services, const Request& request, AnswerSink* sink) {
     if (!services.notices.wantsSteps()) {
-        return route(services, request);
+        return route(services, request, sink);
     }
     Answer answer;
     asStep(
@@ -66,7 +66,7 @@ Answer serve(Services& services, const Request& request) {
                           "", request.path);
         },
         [&] {
-            answer = route(services, request);
+            answer = route(services, request, sink);
             return answer.size();
         });
     return answer;

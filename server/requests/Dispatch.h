@@ -38,11 +38,12 @@ struct Services {
     Enumerations& enumerations;
 };
 
-Answer serve(Services& services, const Request& request);
+/// `sink`, if there is one, may get the front of the answer.
+Answer serve(Services& services, const Request& request, AnswerSink* sink);
 
 // What `serve` chooses from.
 Answer serveClass(Services& services, const Request& request);
-Answer serveInstance(Services& services, const Request& request);
+Answer serveInstance(Services& services, const Request& request, AnswerSink* sink = nullptr);
 Answer serveMethod(Services& services, const Request& request);
 Answer serveAssociation(Services& services, const Request& request);
 Answer serveProperty(Services& services, const Request& request);
@@ -87,11 +88,9 @@ void callWatched(Services& services, const LoadedProvider& provider, const Reque
         watch.threw();
         throw;
     }
+    handler.moveGuard(answer);
     handler.watch(nullptr);
     watch.returned();
-    if (watch.guard()) {
-        answer.guards.push_back(watch.guard());
-    }
 }
 
 /// Calls an operation of a provider's interface, which is loaded first. It delivers to `handler`

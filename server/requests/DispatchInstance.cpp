@@ -5,6 +5,11 @@
 // the enumerations to all subclasses too.
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 
+#include <algorithm>
+#include <mutex>
+#include <utility>
+#include <vector>
+
 #include "requests/Collectors.h"
 #include "requests/Dispatch.h"
 
@@ -102,6 +107,63 @@ CIMPropertyList enumerationList(const Services& services, const Request& request
     return CIMPropertyList(names);
 }
 
+// The parts of an enumeration, one for each class, in the order of the answer. What its first
+// unfinished part has so far may go ahead; the others wait for their turn. Thread-safe.
+class Parts {
+ public:
+    Parts(AnswerSink* sink, const Answer& empty, size_t count)
+        : _sink(sink), _parts(count, {empty, false}) {}
+
+    /// Used by the one who fills it, until it is finished.
+    Answer& operator[](size_t part) { return _parts[part].answer; }
+    void finish(size_t part) {
+        const std::lock_guard<std::mutex> guard(_lock);
+        _parts[part].isFinished = true;
+    }
+    /// Whether what a part has may go ahead.
+    bool mayPass(size_t part) {
+        const std::lock_guard<std::mutex> guard(_lock);
+        return _sink && std::all_of(_parts.begin(), _parts.begin() + ptrdiff_t(part),
+                                    [](const Part& each) { return each.isFinished; });
+    }
+    /// Passes on what the part has, and those before it still have. They are finished, and those
+    /// behind it may not pass: so this is the only one that takes anything out.
+    void pass(size_t part) {
+        for (size_t i = 0; i <= part; i++) {
+            Answer& answer = _parts[i].answer;
+            Answer piece;
+            piece.propertyList = answer.propertyList;
+            piece.instances.swap(answer.instances);
+            piece.paths.swap(answer.paths);
+            piece.guards.swap(answer.guards);
+            if (piece.size() > 0) {
+                answer.passedOn += piece.size();
+                _sink->take(std::move(piece));
+            }
+        }
+    }
+    /// Adds what is left to an answer, once all are finished.
+    void addTo(Answer& whole) {
+        for (const Part& part : _parts) {
+            const Answer& answer = part.answer;
+            whole.instances.appendArray(answer.instances);
+            whole.paths.appendArray(answer.paths);
+            whole.guards.insert(whole.guards.end(), answer.guards.begin(), answer.guards.end());
+            whole.passedOn += answer.passedOn;
+        }
+    }
+
+ private:
+    struct Part {
+        Answer answer;
+        bool isFinished;
+    };
+
+    AnswerSink* const _sink;
+    std::mutex _lock;
+    std::vector<Part> _parts;
+};
+
 // What the schema stores of one class.
 void enumerateStored(const Services& services, const Request& request, const CIMName& className,
                      Answer& answer) {
@@ -118,62 +180,71 @@ void enumerateStored(const Services& services, const Request& request, const CIM
 
 // What a provider has of one class.
 void enumerateProvided(Services& services, LoadedProvider& provider, const Request& request,
-                       const CIMName& className, Answer& answer) {
+                       const CIMName& className, Parts& parts, size_t part) {
     const CIMObjectPath path = providerPath(request, className);
+    Answer& answer = parts[part];
+    const auto passing = [&](auto member) {
+        return [&parts, &answer, part, member](auto& handler) {
+            if (parts.mayPass(part)) {
+                handler.moveItems(answer.*member);
+                handler.moveGuard(answer);
+                parts.pass(part);
+            }
+        };
+    };
     if (request.operation == Operation::EnumerateInstanceNames) {
-        PathCollector handler;
+        PathCollector handler(passing(&Answer::paths));
         callProvider<CIMInstanceProvider>(
             services, provider, request, path, className, handler, answer,
             [&](auto& object) { object.enumerateInstanceNames(request.context, path, handler); });
         answer.paths = handler.items();
-        return;
+    } else {
+        InstanceCollector handler(passing(&Answer::instances));
+        callProvider<CIMInstanceProvider>(
+            services, provider, request, path, className, handler, answer, [&](auto& object) {
+                object.enumerateInstances(request.context, path, request.includeQualifiers,
+                                          request.includeClassOrigin, answer.propertyList, handler);
+            });
+        answer.instances = handler.items();
     }
-    InstanceCollector handler;
-    callProvider<CIMInstanceProvider>(
-        services, provider, request, path, className, handler, answer, [&](auto& object) {
-            object.enumerateInstances(request.context, path, request.includeQualifiers,
-                                      request.includeClassOrigin, answer.propertyList, handler);
-        });
-    answer.instances = handler.items();
+    parts.finish(part);
 }
 
-Answer enumerate(Services& services, const Request& request) {
+Answer enumerate(Services& services, const Request& request, AnswerSink* sink) {
     Array<CIMName> classes =
         services.repository.subclassNames(request.nameSpace, request.path.getClassName(), true);
     classes.prepend(request.path.getClassName());
     Answer whole;
     whole.propertyList = enumerationList(services, request);
-    std::vector<Answer> parts(classes.size(), whole);
+    Parts parts(sink, whole, classes.size());
     std::vector<std::function<void()>> calls;
     for (Uint32 i = 0; i < classes.size(); i++) {
+        // A real server begins with the class that was declared last.
+        const size_t part = classes.size() - 1 - i;
         LoadedProvider* provider =
             services.registry.find(request.nameSpace, classes[i], ProviderType::Instance);
         if (!provider) {
-            enumerateStored(services, request, classes[i], parts[i]);
+            enumerateStored(services, request, classes[i], parts[part]);
+            parts.finish(part);
         } else {
-            calls.push_back([&, provider, className = classes[i], &part = parts[i]] {
-                enumerateProvided(services, *provider, request, className, part);
+            calls.push_back([&, provider, className = classes[i], part] {
+                enumerateProvided(services, *provider, request, className, parts, part);
             });
         }
     }
     fanOut(services, std::move(calls), true);
-    // A real server begins with the class that was declared last.
-    for (auto part = parts.rbegin(); part != parts.rend(); ++part) {
-        whole.instances.appendArray(part->instances);
-        whole.paths.appendArray(part->paths);
-        whole.guards.insert(whole.guards.end(), part->guards.begin(), part->guards.end());
-    }
+    parts.addTo(whole);
     return whole;
 }
 
 }  // namespace
 
-Answer serveInstance(Services& services, const Request& request) {
+Answer serveInstance(Services& services, const Request& request, AnswerSink* sink) {
     const CIMName& className = request.path.getClassName();
     requireClass(services, request.nameSpace, className, CIM_ERR_INVALID_CLASS);
     if (request.operation == Operation::EnumerateInstances ||
         request.operation == Operation::EnumerateInstanceNames) {
-        return enumerate(services, request);
+        return enumerate(services, request, sink);
     }
     LoadedProvider* provider =
         services.registry.find(request.nameSpace, className, ProviderType::Instance);

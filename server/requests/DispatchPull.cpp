@@ -132,7 +132,8 @@ Answer open(Services& services, const Request& request) {
     }
 
     const bool isEnumeration = pulled.instances == Operation::EnumerateInstances;
-    Answer answer = (isEnumeration ? serveInstance : serveAssociation)(services, *whole);
+    Answer answer =
+        isEnumeration ? serveInstance(services, *whole) : serveAssociation(services, *whole);
     if (filter && !request.propertyList.isNull()) {
         answer.propertyList = request.propertyList;
     }

@@ -14,45 +14,17 @@ using namespace Pegasus;
 
 namespace velmar_embedded {
 
-namespace {
-
-template <class T>
-void move(Array<T>& from, Uint32 begin, Uint32 end, Array<T>& to) {
-    for (Uint32 i = begin; i < std::min(end, from.size()); i++) {
-        to.append(from[i]);
-        from[i] = T();
-    }
-}
-
-}  // namespace
-
-Answer Enumerations::take(Enumeration& enumeration, Uint32 most) {
-    Answer& rest = enumeration.rest;
-    Answer piece;
-    piece.propertyList = rest.propertyList;
-    piece.enumeration = rest.enumeration;
-    const Uint32 end = enumeration.next + std::min(most, enumeration.size() - enumeration.next);
-    move(rest.instances, enumeration.next, end, piece.instances);
-    move(rest.paths, enumeration.next, end, piece.paths);
-    enumeration.next = end;
-    return piece;
-}
-
 void Enumerations::extend(Enumeration& enumeration) {
     enumeration.end =
         Clock::now() +
-        std::chrono::seconds(enumeration.rest.enumeration->pull.timeout.value_or(defaultTimeout));
+        std::chrono::seconds(enumeration.request().pull.timeout.value_or(defaultTimeout));
 }
 
 Answer Enumerations::open(Answer whole, Uint32 most) {
-    Enumeration enumeration;
-    enumeration.rest = std::move(whole);
-    Answer piece = take(enumeration, most);
-    piece.guards = std::move(enumeration.rest.guards);  // which look at all objects, once
-    enumeration.rest.guards.clear();
-    piece.continuation = enumeration.next == enumeration.size()
-                             ? String()
-                             : String(keep(std::move(enumeration)).c_str());
+    Enumeration enumeration{AnswerSlices(std::move(whole)), {}};
+    Answer piece = enumeration.slices.take(most);
+    piece.continuation =
+        enumeration.slices.left() == 0 ? String() : String(keep(std::move(enumeration)).c_str());
     return piece;
 }
 
@@ -75,7 +47,7 @@ std::string Enumerations::keep(Enumeration enumeration) {
 
 Enumerations::Open::iterator Enumerations::find(const Request& request) {
     const auto found = _open.find(utf8(request.pull.context));
-    if (found == _open.end() || found->second.rest.enumeration->nameSpace != request.nameSpace) {
+    if (found == _open.end() || found->second.request().nameSpace != request.nameSpace) {
         throw CIMException(CIM_ERR_INVALID_ENUMERATION_CONTEXT, String("Context undefined."));
     }
     return found;
@@ -90,9 +62,9 @@ Answer Enumerations::pull(const Request& request) {
         ended = _open.extract(found);
         throw CIMException(CIM_ERR_FAILED, String("Open and Pull Message types do not match."));
     }
-    Answer piece = take(enumeration, request.pull.mostObjects);
+    Answer piece = enumeration.slices.take(request.pull.mostObjects);
     extend(enumeration);
-    if (enumeration.next == enumeration.size()) {
+    if (enumeration.slices.left() == 0) {
         ended = _open.extract(found);
     }
     piece.continuation = ended ? String() : request.pull.context;
@@ -107,8 +79,7 @@ void Enumerations::close(const Request& request) {
 
 Uint64 Enumerations::count(const Request& request) {
     const std::lock_guard<std::mutex> guard(_lock);
-    const Enumeration& enumeration = find(request)->second;
-    return enumeration.size() - enumeration.next;
+    return find(request)->second.slices.left();
 }
 
 void Enumerations::endOverdue() {

@@ -15,7 +15,7 @@
 #include <string>
 #include <thread>
 
-#include "client/Request.h"
+#include "client/AnswerSlices.h"
 
 namespace velmar_embedded {
 
@@ -44,16 +44,14 @@ class Enumerations {
     using Clock = std::chrono::steady_clock;
 
     struct Enumeration {
-        Answer rest;  // its objects up to the next one are gone
-        Pegasus::Uint32 next = 0;
+        AnswerSlices slices;
         Clock::time_point end;
 
-        Pegasus::Uint32 size() const { return rest.instances.size() + rest.paths.size(); }
-        bool hasPaths() const { return rest.instances.size() == 0; }
+        const Request& request() const { return *slices.rest().enumeration; }
+        bool hasPaths() const { return slices.rest().instances.size() == 0; }
     };
     using Open = std::map<std::string, Enumeration>;
 
-    static Answer take(Enumeration& enumeration, Pegasus::Uint32 most);
     static void extend(Enumeration& enumeration);
     std::string keep(Enumeration enumeration);
     Open::iterator find(const Request& request);

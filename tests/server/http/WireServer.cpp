@@ -4,11 +4,7 @@
 // The server on its socket: what misbehaving clients get, and that the others do not notice; the
 // delivery of alerts; the client's side of what can go wrong.
 #include <Pegasus/Common/CIMIndication.h>
-#include <arpa/inet.h>
 #include <httplib.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <list>
 #include <new>
@@ -19,6 +15,7 @@
 #include "HttpServer.h"
 #include "Messages.h"
 #include "support/ScriptedServer.h"
+#include "support/Socket.h"
 
 using namespace support;
 using namespace std::chrono_literals;
@@ -44,34 +41,6 @@ class FirstUse : public ::testing::Environment {
     }
 };
 const ::testing::Environment* const firstUse = ::testing::AddGlobalTestEnvironment(new FirstUse);
-
-// A connection to a port of this host; raw bytes.
-class Socket {
- public:
-    explicit Socket(uint16_t port) : _socket(socket(AF_INET, SOCK_STREAM, 0)) {
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (connect(_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-            throw std::runtime_error("no connection");
-        }
-    }
-    ~Socket() { close(_socket); }
-    void send(const std::string& text) { ::send(_socket, text.data(), text.size(), MSG_NOSIGNAL); }
-    /// All that comes until the server closes.
-    std::string all() {
-        std::string text;
-        char buffer[4096];
-        for (ssize_t n; (n = recv(_socket, buffer, sizeof buffer, 0)) > 0;) {
-            text.append(buffer, size_t(n));
-        }
-        return text;
-    }
-
- private:
-    const int _socket;
-};
 
 std::string post(const std::string& headers, const std::string& body) {
     return "POST / HTTP/1.1\r\nHost: localhost\r\nContent-Type: text/xml\r\nCIMOperation: "

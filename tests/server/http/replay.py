@@ -5,8 +5,8 @@ Usage: replay.py KIND COMMAND...   (KIND: site, alerts, http or pull; COMMAND se
 
 The exchanges in recorded/ are those of a real OpenPegasus 2.14 with the example site. Equal means: the same elements,
 attributes, texts and order of properties; the order of what an enumeration returns, white space between elements, message
-ids, times and the host's name do not count. Of http cases the status and the CIMError header count, and the body if it is
-200. Of pull operations a context counts by being there; where the recorded server returned before it had the number of objects
+ids, times and the host's name do not count. Of http cases the status, the CIMError header and what is said of chunks
+count, and the body if the status is 200. Of pull operations a context counts by being there; where the recorded server returned before it had the number of objects
 asked for, only the form of the first object counts. SIGTERM has to end the server with 0."""
 import glob, http.server, os, queue, re, signal, socket, subprocess, sys, threading
 import xml.etree.ElementTree as ET
@@ -36,7 +36,8 @@ def exchange(data):
                 answer = answer.partition(b"\r\n\r\n")[2]
             head, end, body = answer.partition(b"\r\n\r\n")
             length = re.search(rb"\r\ncontent-length: *(\d+)", head, re.I)
-            if not part or end and length and len(body) >= int(length[1]):
+            is_whole = len(body) >= int(length[1]) if length else body.endswith(b"\r\n0\r\n\r\n")
+            if not part or end and is_whole:
                 return answer
 
 
@@ -150,7 +151,8 @@ def play_pull():
 def play_http():
     def shape(answer):
         status, headers, body = split(answer)
-        return status, headers.get("cimerror"), document(body) if status == "200" else None
+        counted = [headers.get(name) for name in ("cimerror", "transfer-encoding", "trailer")]
+        return status, counted, document(body) if status == "200" else None
     for path in sorted(glob.glob(os.path.join(folder, kind, "*.request.http"))):
         name = os.path.basename(path)[:-len(".request.http")]
         recorded = read(name + ".response.http").replace(b"<no end in 3 s>", b"")

@@ -22,9 +22,9 @@ namespace velmar_wire {
 struct Limits {
     size_t headSize = 64 * 1024;                   ///< bytes of a request's line and headers
     size_t bodySize = 16 * 1024 * 1024;            ///< bytes
-    size_t bytesInFlight = 128 * 1024 * 1024;      ///< of all requests and answers at a time
+    size_t bytesInFlight = 128 * 1024 * 1024;      ///< of requests, and of text to be sent
     size_t connections = 100;                      ///< at a time; idle ones make room for new ones
-    std::chrono::milliseconds requestTime{20000};  ///< for a request to arrive, or to be read
+    std::chrono::milliseconds requestTime{20000};  ///< for a request, or a chunk to be taken
     std::chrono::milliseconds idleTime{60000};     ///< between two requests of a connection
 };
 
