@@ -9,6 +9,9 @@
 #include <openssl/err.h>
 #include <openssl/x509.h>
 #include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <time.h>
 
 #include <algorithm>
 #include <new>
@@ -24,6 +27,34 @@ namespace {
 
 // Bytes that are given to OpenSSL at once, whose sizes are ints.
 const size_t largest = 1 << 20;
+
+// OpenSSL writes to a socket as to a file: to one that the server has closed, the signal would end
+// the process. It stays with this thread, which takes it.
+class WithoutSigpipe {
+ public:
+    WithoutSigpipe() {
+        sigset_t pending;
+        sigemptyset(&_signal);
+        sigaddset(&_signal, SIGPIPE);
+        sigpending(&pending);
+        _wasPending = sigismember(&pending, SIGPIPE) == 1;
+        pthread_sigmask(SIG_BLOCK, &_signal, &_before);
+    }
+    ~WithoutSigpipe() {
+        const int number = errno;
+        const timespec now = {0, 0};
+        while (!_wasPending && sigtimedwait(&_signal, nullptr, &now) < 0 && errno == EINTR) {
+        }
+        pthread_sigmask(SIG_SETMASK, &_before, nullptr);
+        errno = number;
+    }
+    WithoutSigpipe(const WithoutSigpipe&) = delete;
+    WithoutSigpipe& operator=(const WithoutSigpipe&) = delete;
+
+ private:
+    sigset_t _signal, _before;
+    bool _wasPending = false;
+};
 
 thread_local const Trust* wanted = nullptr;
 
@@ -123,6 +154,7 @@ void Tls::begin(int socket, std::chrono::milliseconds timeout) {
         SSL_set_tlsext_host_name(session, _host.c_str());
         SSL_set1_host(session, _host.c_str());
     }
+    const WithoutSigpipe guard;
     for (;;) {
         ERR_clear_error();
         const int returned = SSL_connect(session);
@@ -157,11 +189,13 @@ ssize_t Tls::resultOf(int returned) {
 }
 
 ssize_t Tls::send(const char* data, size_t size) {
+    const WithoutSigpipe guard;
     ERR_clear_error();
     return resultOf(SSL_write(_session.get(), data, static_cast<int>(std::min(size, largest))));
 }
 
 ssize_t Tls::receive(char* data, size_t size) {
+    const WithoutSigpipe guard;  // reading may have to answer
     ERR_clear_error();
     return resultOf(SSL_read(_session.get(), data, static_cast<int>(std::min(size, largest))));
 }
