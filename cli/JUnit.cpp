@@ -3,6 +3,7 @@
 //
 // What build servers read of a check.
 #include <fmt/format.h>
+#include <string.h>
 
 #include <vector>
 
@@ -25,12 +26,10 @@ std::string escaped(const std::string& text) {
         if (isNonCharacter) {
             result += "\xEF\xBF\xBD";
             i += 2;
-        } else if (byte == '\n' || byte == '\t') {
+        } else if (strchr("\n\t&<>\"", text[i]) != nullptr && byte != 0) {
             result += fmt::format("&#{};", byte);
         } else if (byte < 0x20) {
             result += "\xEF\xBF\xBD";
-        } else if (byte == '&' || byte == '<' || byte == '>' || byte == '"') {
-            result += fmt::format("&#{};", byte);
         } else {
             result += text[i];
         }
