@@ -60,8 +60,8 @@ struct StoredClass {
             throw CIMException(CIM_ERR_INVALID_PARAMETER, name + String(": no such property"));
         }
         const CIMConstProperty declared = definition.getProperty(index);
-        const bool isTyped = property.getType() == declared.getType() ||
-                             property.getType() == valueType(declared);
+        const bool isTyped =
+            property.getType() == declared.getType() || property.getType() == valueType(declared);
         if (!isTyped || declared.isArray() != property.isArray()) {
             throw CIMException(CIM_ERR_INVALID_PARAMETER,
                                name + String(": wrong type ") +
