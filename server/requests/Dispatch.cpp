@@ -83,12 +83,13 @@ Step stepOf(const Request& request, Step::Kind kind, const std::string& provider
 
 void requireClass(const Services& services, const CIMNamespaceName& nameSpace,
                   const CIMName& className, CIMStatusCode code) {
+    if (services.repository.hasClass(nameSpace, className)) {
+        return;
+    }
     if (!services.repository.hasNamespace(nameSpace)) {
         throw CIMException(CIM_ERR_INVALID_NAMESPACE, nameSpace.getString());
     }
-    if (!services.repository.hasClass(nameSpace, className)) {
-        throw CIMException(code, className.getString());
-    }
+    throw CIMException(code, className.getString());
 }
 
 CIMObjectPath providerPath(const Request& request, const CIMName& className,
