@@ -61,6 +61,7 @@ void Rebuilds::startAgain(const std::vector<std::string>& more) {
     }
     words.insert(words.end(), more.begin(), more.end());
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }

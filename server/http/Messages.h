@@ -65,8 +65,8 @@ std::string methodOf(const velmar_embedded::Request& request);
 std::string objectOf(const velmar_embedded::Request& request);
 /// The same for a request that was read.
 std::string objectOf(const Call& call);
-/// Reads a response while it comes; holds its answer, and a few elements of it as text. The request
-/// must outlive it. Not thread-safe.
+/// Reads a response while it comes; holds its answer, and a few elements of it as text. Not
+/// thread-safe.
 class ResponseReader {
  public:
     explicit ResponseReader(const velmar_embedded::Request& request);
@@ -83,7 +83,6 @@ class ResponseReader {
     void add(const std::string& element);
     void readItems();
 
-    const velmar_embedded::Request& _request;
     const Intrinsic* const _intrinsic;  // null for an extrinsic method
     velmar_embedded::Answer _answer;
     std::string _items;  // elements that are not read yet

@@ -228,8 +228,7 @@ void throwStatus(const std::string& code, const std::string& text) {
 }
 
 ResponseReader::ResponseReader(const Request& request)
-    : _request(request),
-      _intrinsic(findIntrinsic(request.operation)),
+    : _intrinsic(findIntrinsic(request.operation)),
       _cutter([this](const std::string& element) { add(element); }) {}
 
 // Several at a time: a document costs some memory by itself.
