@@ -141,7 +141,7 @@ std::string tableOf(const ordered_json& figures) {
         "calls", "errors", "objects", "upcalls", "p50 ms", "p90 ms", "p99 ms", "largest ms");
     for (const ordered_json& one : figures) {
         text += fmt::format(
-            "{:<{}}  {:>6}  {:>6}  {:>7}  {:>8}  {:>8.3f}  {:>8.3f}  {:>8.3f}  {:>10.3f}\n",
+            "{:<{}}  {:>6}  {:>6}  {:>7}  {:>8.1f}  {:>8.3f}  {:>8.3f}  {:>8.3f}  {:>10.3f}\n",
             nameOf(one), width, one["calls"].get<size_t>(), one["errors"].get<size_t>(),
             one["delivered"].get<size_t>(),
             one["requests"].get<double>() / one["calls"].get<double>(),

@@ -20,9 +20,10 @@ def message(inner):
             'PROTOCOLVERSION="1.0"><SIMPLEREQ>%s</SIMPLEREQ></MESSAGE></CIM>' % inner).encode()
 
 
-def intrinsic(method, parameter, value, namespace="velmar_remote"):
-    return method, "root/" + namespace, message('<IMETHODCALL NAME="%s">%s<IPARAMVALUE NAME="%s">%s</IPARAMVALUE></IMETHODCALL>'
-                                                % (method, namespaces % namespace, parameter, value))
+def intrinsic(method, parameter, value, namespace="velmar_remote", **numbers):
+    more = "".join('<IPARAMVALUE NAME="%s"><VALUE>%d</VALUE></IPARAMVALUE>' % one for one in numbers.items())
+    return method, "root/" + namespace, message('<IMETHODCALL NAME="%s">%s<IPARAMVALUE NAME="%s">%s</IPARAMVALUE>%s</IMETHODCALL>'
+                                                % (method, namespaces % namespace, parameter, value, more))
 
 
 def instance_name(class_name, keys):
@@ -46,6 +47,20 @@ def call(connection, request, wanted):
     counts[method] += 1
     if response.status != 200 or wanted not in answer:
         problems.put("%s: %d %r" % (method, response.status, answer[:300]))
+    return answer
+
+
+OPEN = "OpenEnumerateInstances", "ClassName", '<CLASSNAME NAME="QORP_ComputerSystem"/>'
+
+
+def pull(connection, wanted):
+    answer = whole = call(connection, intrinsic(*OPEN, MaxObjectCount=3), b"EndOfSequence")
+    while context := re.search(rb'"EnumerationContext">\s*<VALUE>([^<]+)', answer):
+        answer = call(connection, intrinsic("PullInstancesWithPath", "EnumerationContext", "<VALUE>%s</VALUE>" % context[1].decode(),
+                                            MaxObjectCount=2), b"EndOfSequence")
+        whole += answer
+    if wanted not in whole:
+        problems.put("pulls without %s" % wanted)
 
 
 class Listener(http.server.BaseHTTPRequestHandler):
@@ -102,6 +117,7 @@ def ask_until_the_end(name):
         call(connection, intrinsic("GetInstance", "InstanceName", path), name.encode())
         call(connection, intrinsic("EnumerateInstances", "ClassName", '<CLASSNAME NAME="QORP_ComputerSystem"/>'), name.encode())
         call(connection, intrinsic("AssociatorNames", "ObjectName", path), b"QORP_CEC_CS")
+        pull(connection, name.encode())
         call(connection, intrinsic("CreateInstance", "NewInstance", '<INSTANCE CLASSNAME="QORP_CEC_CS"><PROPERTY NAME="Name" '
                                    'TYPE="string"><VALUE>%s</VALUE></PROPERTY></INSTANCE>' % new), new.encode())
         call(connection, intrinsic("DeleteInstance", "InstanceName", instance_name("QORP_CEC_CS", {"Name": new})), b"DeleteInstance")
@@ -131,6 +147,11 @@ def bad(kind):
                     s.sendall(whole[:at] + os.urandom(random.randrange(1, 5000)) + whole[at:])
                     s.settimeout(0.2)
                     s.recv(1000)
+                elif kind == 4:  # an enumeration that is opened and left
+                    connection = http.client.HTTPConnection("127.0.0.1", port, timeout=5)
+                    call(connection, intrinsic(*OPEN, OperationTimeout=1, MaxObjectCount=1), b"EndOfSequence")
+                    connection.close()
+                    time.sleep(0.05)
                 else:  # answers that nobody reads
                     s.settimeout(0.1)
                     s.sendall(whole * 200)
@@ -147,7 +168,7 @@ def memory(what="VmRSS"):
 
 subscribe()
 threads = [threading.Thread(target=good, args=(name,)) for name in PARTITIONS] + \
-    [threading.Thread(target=bad, args=(kind,)) for kind in range(4)]
+    [threading.Thread(target=bad, args=(kind,)) for kind in range(5)]
 for thread in threads:
     thread.start()
 sizes = []  # in KiB; they go up and down with the number of threads
