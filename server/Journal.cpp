@@ -51,10 +51,10 @@ Journal::Journal(std::function<void(const Event&)> take, size_t limit)
 
 namespace {
 
-std::atomic<Journal*> following{nullptr};
+std::atomic<Journal*> journalOfTraces{nullptr};
 
 void takeTrace(const char*, size_t, const char* text) {
-    if (Journal* const journal = following) {
+    if (Journal* const journal = journalOfTraces) {
         Step step;
         step.kind = Step::Kind::Trace;
         step.operation = text;
@@ -66,14 +66,14 @@ void takeTrace(const char*, size_t, const char* text) {
 }  // namespace
 
 void Journal::followTraces() {
-    following = this;
+    journalOfTraces = this;
     traceHook = takeTrace;
 }
 
 Journal::~Journal() {
-    if (following == this) {
+    if (journalOfTraces == this) {
         traceHook = nullptr;
-        following = nullptr;
+        journalOfTraces = nullptr;
     }
 }
 

@@ -258,18 +258,18 @@ const IntrinsicParameter queryLanguage = {"FilterQueryLanguage", false,
                                           writePullText<&PullParameters::queryLanguage>};
 const IntrinsicParameter query = {"FilterQuery", false, readPullText<&PullParameters::query>,
                                   writePullText<&PullParameters::query>};
-const IntrinsicParameter timeout = {"OperationTimeout", false, readTimeout, writeTimeout};
+const IntrinsicParameter operationTimeout = {"OperationTimeout", false, readTimeout, writeTimeout};
 const IntrinsicParameter continueOnError = {"ContinueOnError", false, readContinueOnError,
                                             writeContinueOnError};
 const IntrinsicParameter mostObjects = {"MaxObjectCount", false, readMostObjects, writeMostObjects};
 const IntrinsicParameter mostPulled = {"MaxObjectCount", true, readMostObjects, writeMostObjects};
-const IntrinsicParameter context = {"EnumerationContext", true,
-                                    readPullText<&PullParameters::context>, writeContext};
+const IntrinsicParameter enumerationContext = {
+    "EnumerationContext", true, readPullText<&PullParameters::context>, writeContext};
 
 // An operation that opens an enumeration, with what they all have after their own parameters.
 Intrinsic opening(const char* name, Operation operation, std::vector<IntrinsicParameter> own,
                   const IntrinsicResult& result) {
-    own.insert(own.end(), {queryLanguage, query, timeout, continueOnError, mostObjects});
+    own.insert(own.end(), {queryLanguage, query, operationTimeout, continueOnError, mostObjects});
     return {name, operation, std::move(own), &result};
 }
 
@@ -347,14 +347,14 @@ const std::vector<Intrinsic>& intrinsics() {
                 {instanceName, resultClass, role}, results::instancePaths),
         {"PullInstancesWithPath",
          Operation::PullInstancesWithPath,
-         {context, mostPulled},
+         {enumerationContext, mostPulled},
          &results::instancesWithPath},
         {"PullInstancePaths",
          Operation::PullInstancePaths,
-         {context, mostPulled},
+         {enumerationContext, mostPulled},
          &results::instancePaths},
-        {"CloseEnumeration", Operation::CloseEnumeration, {context}, nullptr},
-        {"EnumerationCount", Operation::EnumerationCount, {context}, &results::count}};
+        {"CloseEnumeration", Operation::CloseEnumeration, {enumerationContext}, nullptr},
+        {"EnumerationCount", Operation::EnumerationCount, {enumerationContext}, &results::count}};
     return all;
 }
 
