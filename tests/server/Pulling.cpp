@@ -199,7 +199,7 @@ TEST_F(Pulling, EachObjectIsPulledOnceByManyClients) {
 
 TEST_F(Pulling, OnePropertyIsAskedForAndSetThroughItsInstance) {
     CIMInstance modified;
-    items->onCall = [this, &modified, note = items->onCall](const Call& call) {
+    items->onCall = [&modified, note = items->onCall](const Call& call) {
         note(call);
         modified = call.instance;
     };
