@@ -34,6 +34,7 @@ struct Capabilities {
 
 /// One step of what a server does, as an observer hears of it.
 struct Step {
+    /// The kinds of steps.
     enum class Kind {
         Connect,     ///< a client's connectLocal
         Request,     ///< of a client, which may be a provider's own
@@ -44,7 +45,7 @@ struct Step {
         Delivery,    ///< an indication on its way to one subscriber
         Trace        ///< a trace record, where a Journal follows them; the operation is its text
     };
-    Kind kind = Kind::Request;
+    Kind kind = Kind::Request;    ///< what is done
     std::string operation;        ///< "getInstance", "initialize", "createSubscription", ...
     std::string provider;         ///< that does it, its registered name; of requests empty
     std::string asker;            ///< the provider in whose course it happens; empty: a client
@@ -52,7 +53,7 @@ struct Step {
     std::string method;           ///< of invokeMethod, else empty
     uint64_t id = 0;              ///< counts from 1 in each process
     uint64_t parent = 0;          ///< the step in whose course it happens; 0: none
-    std::chrono::steady_clock::time_point began{};
+    std::chrono::steady_clock::time_point began{};  ///< or when it began to wait for its turn
 };
 
 /// How a step ended.

@@ -18,7 +18,7 @@ namespace velmar_wire {
 /// What a URL names.
 struct Address {
     std::string host;  ///< a name or number, of IPv6 without brackets
-    uint16_t port;
+    uint16_t port;     ///< of TCP
     bool isEncrypted;  ///< https
 };
 
